@@ -1,0 +1,71 @@
+#include "core/counts.h"
+
+#include <cmath>
+#include <fstream>
+#include <limits>
+#include <string>
+
+#include "core/input_error.h"
+
+namespace kavro {
+namespace {
+
+[[noreturn]] void too_large(const char* what) {
+    throw InputError(std::string("Computed number of ") + what + " is too large.");
+}
+
+}  // namespace
+
+std::optional<std::int32_t> count_of_steps(double min, double max, double spacing,
+                                           const char* what) {
+    if (min == max || spacing == 0.0) {
+        return 1;
+    }
+    const double count = std::floor((max - min) / spacing + 1e-10) + 1.0;
+    if (!(count >= 1.0)) {
+        return std::nullopt;
+    }
+    if (count > std::numeric_limits<std::int32_t>::max()) {
+        too_large(what);
+    }
+    return static_cast<std::int32_t>(count);
+}
+
+std::int32_t checked_product(std::int32_t a, std::int32_t b, const char* what) {
+    const std::int64_t product = std::int64_t{a} * std::int64_t{b};
+    if (product > std::numeric_limits<std::int32_t>::max()) {
+        too_large(what);
+    }
+    return static_cast<std::int32_t>(product);
+}
+
+void require_memory(std::size_t count, std::size_t bytes, const char* what) {
+    if (count > std::numeric_limits<std::size_t>::max() / bytes) {
+        too_large(what);
+    }
+    const std::optional<std::uint64_t> available = available_memory();
+    if (available && count * bytes > *available) {
+        too_large(what);
+    }
+}
+
+std::optional<std::uint64_t> available_memory() {
+    // Systems that overcommit grant any request and kill the process once the pages are touched, so
+    // a failed allocation cannot be waited for.
+    std::ifstream table("/proc/meminfo");
+    std::string key;
+    std::string unit;
+    std::uint64_t kibibytes = 0;
+    std::uint64_t sum = 0;
+    bool found = false;
+    while (table >> key >> kibibytes) {
+        std::getline(table, unit);
+        if (key == "MemAvailable:" || key == "SwapFree:") {
+            sum += kibibytes * 1024;
+            found = found || key == "MemAvailable:";
+        }
+    }
+    return found ? std::optional(sum) : std::nullopt;
+}
+
+}  // namespace kavro

@@ -1,0 +1,14 @@
+// The one exception of the library: a fault in what a user gave.
+#pragma once
+
+#include <stdexcept>
+
+namespace kavro {
+
+// what() is the message a host shows, to the letter (line feeds included).
+class InputError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+}  // namespace kavro

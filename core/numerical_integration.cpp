@@ -1,0 +1,179 @@
+#include "core/numerical_integration.h"
+
+#include <cmath>
+#include <cstddef>
+
+#include "core/console.h"
+#include "core/constants.h"
+#include "core/counts.h"
+#include "core/input_error.h"
+
+namespace kavro {
+namespace {
+
+// The Legendre polynomial of degree n at t, with what the root correction needs of it.
+struct LegendreExpansion {
+    double value, d1, first, second, third, fourth;  // P_n, (1 - t^2) P_n', P_n', P_n'', ...
+
+    LegendreExpansion(int n, double e1, double t) {
+        double previous = 1.0;
+        value = t;
+        for (int k = 2; k <= n; ++k) {
+            const double t1 = t * value;
+            const double next = t1 - previous - (t1 - previous) / k + t1;
+            previous = value;
+            value = next;
+        }
+        const double den = 1.0 - t * t;
+        d1 = n * (previous - t * value);
+        first = d1 / den;
+        second = (2.0 * t * first - e1 * value) / den;
+        third = ((2.0 - e1) * first + 4.0 * t * second) / den;
+        fourth = ((6.0 - e1) * second + 6.0 * t * third) / den;
+    }
+};
+
+struct Correction {
+    double h;       // distance to the root
+    double newton;  // its last, Newton part
+};
+
+Correction correction_to_root(const LegendreExpansion& p) {
+    const double u = p.value / p.first;
+    const double v = p.second / p.first;
+    double h = -u * (1.0 + 0.5 * u * (v + u * (v * v - u * p.third / (3.0 * p.first))));
+    const double value =
+        p.value + h * (p.first + 0.5 * h * (p.second + h / 3.0 * (p.third + 0.25 * h * p.fourth)));
+    const double slope = p.first + h * (p.second + 0.5 * h * (p.third + h * p.fourth / 3.0));
+    const double newton = value / slope;
+    h = h - newton;
+    return {h, newton};
+}
+
+void legendre_rule(int n, double* x, double* w, bool refine) {
+    if (n < 1) {
+        return;
+    }
+    const int m = (n + 1) / 2;
+    const auto e1 = static_cast<double>(std::int64_t{n} * (std::int64_t{n} + 1));
+    const double count = n;
+    const double t0 = 1.0 + (1.0 - 1.0 / count) / (-8.0 * count * count);
+    for (int i = 1; i <= m; ++i) {
+        double t = t0 * std::cos(pi * (4.0 * i - 1.0) / (4.0 * count + 2.0));
+        LegendreExpansion p(n, e1, t);
+        Correction step = correction_to_root(p);
+        t = t + step.h;
+        if (refine && std::abs(step.newton) / std::abs(t) > 1e-15) {
+            p = LegendreExpansion(n, e1, t);
+            step = correction_to_root(p);
+            t = t + step.h;
+        }
+        const double h = step.h;
+        const double fx =
+            p.d1 -
+            h * e1 *
+                (p.value +
+                 0.5 * h *
+                     (p.first + h / 3.0 * (p.second + 0.25 * h * (p.third + 0.2 * h * p.fourth))));
+        x[i - 1] = t;
+        w[i - 1] = 2.0 * (1.0 - t * t) / (fx * fx);
+        x[n - i] = -t;
+        w[n - i] = w[i - 1];
+    }
+    if (n % 2 == 1) {
+        x[m - 1] = 0.0;
+    }
+}
+
+double value_or_zero(const std::vector<double>& values, int i, int npoints) {
+    return i >= 0 && i < npoints ? values[static_cast<std::size_t>(i)] : 0.0;
+}
+
+}  // namespace
+
+bool NumericalIntegration::allocate_memory(int n) {
+    if (n < 1) {
+        console::print("Illegal number of abscissas %d\n", n);
+        throw InputError("Specified number of abscissas is less than 1.\n");
+    }
+    const auto count = static_cast<std::size_t>(n);
+    require_memory(count, 3 * sizeof(double), "abscissas");
+    abscissas.resize(count);
+    cosines.resize(count);
+    weights.resize(count);
+    npoints = n;
+    return true;
+}
+
+bool NumericalIntegration::gauss_quadrature() {
+    grule(npoints, abscissas.data(), weights.data());
+    return true;
+}
+
+bool NumericalIntegration::gauss_quadrature(double a, double b) {
+    gauss_quadrature();
+    for (double& x : abscissas) {
+        x = x * (b - a) * 0.5 + (a + b) * 0.5;
+    }
+    for (double& w : weights) {
+        w = w * (b - a) * 0.5;
+    }
+    return true;
+}
+
+bool NumericalIntegration::gauss_quadrature_cylindrical() {
+    gauss_quadrature();
+    for (std::size_t i = 0; i < abscissas.size(); ++i) {
+        abscissas[i] = abscissas[i] * pi * 0.5 + half_pi;
+        cosines[i] = std::cos(abscissas[i]);
+        weights[i] = weights[i] * pi * 0.5;
+    }
+    return true;
+}
+
+bool NumericalIntegration::midpoint_rule() {
+    const double h = 2.0 / npoints;
+    for (std::size_t i = 0; i < abscissas.size(); ++i) {
+        abscissas[i] = static_cast<double>(i) * h + (0.5 * h - 1.0);
+        weights[i] = h;
+    }
+    return true;
+}
+
+bool NumericalIntegration::midpoint_rule(double a, double b) {
+    const double h = (b - a) / npoints;
+    for (std::size_t i = 0; i < abscissas.size(); ++i) {
+        abscissas[i] = (static_cast<double>(i) - 1.0) * h + (a + 0.5 * h);
+        weights[i] = h;
+    }
+    return true;
+}
+
+void NumericalIntegration::grule(int n, double* x, double* w) {
+    legendre_rule(n, x, w, false);
+}
+
+void NumericalIntegration::modifiedgrule(int n, double* x, double* w) {
+    legendre_rule(n, x, w, true);
+}
+
+void NumericalIntegration::set_kzk_parameters(float p1, float p2, float p3, float p4, float p5) {
+    kzk_parameters = {p1, p2, p3, p4, p5};
+}
+
+void NumericalIntegration::cw_set_kzk_parameters(float p1, float p2, float p3, int k1, int k2) {
+    kzk_parameters[0] = p1;
+    kzk_parameters[1] = p2;
+    kzk_parameters[2] = p3;
+    kzk_integer_parameters = {k1, k2};
+}
+
+double NumericalIntegration::get_abscissa(int i) const {
+    return value_or_zero(abscissas, i, npoints);
+}
+
+double NumericalIntegration::get_weight(int i) const {
+    return value_or_zero(weights, i, npoints);
+}
+
+}  // namespace kavro

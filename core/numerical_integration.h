@@ -1,0 +1,51 @@
+// Quadrature rules: abscissas and weights on an interval.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace kavro {
+
+// One rule, shared by all elements of a call. It is mutable on purpose: solvers refill it for
+// their own interval, and whatever the last one asked for is what the next reader sees. Size it
+// with `allocate_memory` before filling it. Not to be filled and read from two threads at once.
+class NumericalIntegration {
+public:
+    std::array<float, 5> kzk_parameters{};        // set by the two KZK setters
+    std::array<int, 2> kzk_integer_parameters{};  // set by cw_set_kzk_parameters
+    std::int32_t npoints = 0;                     // number of abscissas and weights
+    std::vector<double> abscissas;                // npoints long; Gauss rules: in descending order
+    std::vector<double> weights;                  // npoints long
+    std::vector<double> cosines;  // cosine of each abscissa, gauss_quadrature_cylindrical only
+
+    // Sizes the rule to n abscissas. Returns true. Throws InputError for n below 1 and for counts
+    // beyond the memory.
+    bool allocate_memory(int n);
+
+    bool gauss_quadrature();                    // Gauss-Legendre on [-1, 1]; returns true
+    bool gauss_quadrature(double a, double b);  // mapped to [a, b]; returns true
+    bool gauss_quadrature_cylindrical();        // mapped to [0, pi], with cosines; returns true
+    bool midpoint_rule();                       // midpoint rule on [-1, 1]; returns true
+
+    // Midpoint rule on [a, b], shifted down by one step on purpose: the first abscissa lies at
+    // a - h/2, and the interval's last midpoint is not used. Returns true.
+    bool midpoint_rule(double a, double b);
+
+    // Writes the n-point Gauss-Legendre rule on [-1, 1] into x and w, n values each, abscissas
+    // descending: one Newton step from a closed-form start, corrected by a fourth-order Taylor
+    // expansion of the Legendre polynomial. Writes nothing for n below 1.
+    static void grule(int n, double* x, double* w);
+
+    // The same with a second pass for roots whose last correction was above 1e-15 of the root.
+    static void modifiedgrule(int n, double* x, double* w);
+
+    void set_kzk_parameters(float p1, float p2, float p3, float p4, float p5);
+    void cw_set_kzk_parameters(float p1, float p2, float p3, int k1, int k2);
+
+    double get_abscissa(int i) const;  // 0.0 where there is no abscissa i
+    double get_weight(int i) const;    // 0.0 where there is no weight i
+    int get_npoints() const { return npoints; }
+};
+
+}  // namespace kavro

@@ -1,0 +1,55 @@
+#include "excitation/discrete_spectrum.h"
+
+#include <fftw3.h>
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <new>
+
+namespace kavro {
+namespace {
+
+struct FftwFree {
+    void operator()(void* memory) const { fftw_free(memory); }
+};
+
+// FFTW executes plans concurrently but makes and destroys only one at a time.
+std::mutex planner;
+
+}  // namespace
+
+std::vector<std::complex<double>> discrete_spectrum(std::span<const double> signal) {
+    if (signal.empty()) {
+        return {};
+    }
+    const std::size_t bins = signal.size() / 2 + 1;
+    const std::unique_ptr<double, FftwFree> input(fftw_alloc_real(signal.size()));
+    const std::unique_ptr<fftw_complex, FftwFree> output(fftw_alloc_complex(bins));
+    if (!input || !output) {
+        throw std::bad_alloc();
+    }
+    // A separate input buffer, because a transform to real output may overwrite what it reads.
+    std::copy(signal.begin(), signal.end(), input.get());
+    fftw_plan plan = nullptr;
+    {
+        const std::lock_guard lock(planner);
+        plan = fftw_plan_dft_r2c_1d(static_cast<int>(signal.size()), input.get(), output.get(),
+                                    FFTW_ESTIMATE);
+    }
+    if (plan == nullptr) {
+        throw std::bad_alloc();
+    }
+    fftw_execute(plan);
+    {
+        const std::lock_guard lock(planner);
+        fftw_destroy_plan(plan);
+    }
+    std::vector<std::complex<double>> spectrum(bins);
+    for (std::size_t k = 0; k < bins; ++k) {
+        spectrum[k] = {output.get()[k][0], output.get()[k][1]};
+    }
+    return spectrum;
+}
+
+}  // namespace kavro

@@ -1,0 +1,89 @@
+// The module built for MATLAB, loaded as MATLAB loads it: by name, with the host's libmx and libmex
+// already there.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "module_call.h"
+
+namespace host {
+namespace {
+
+class LoadedModule {
+public:
+    LoadedModule() : handle_(dlopen(KAVRO_MODULE, RTLD_NOW | RTLD_LOCAL)) {}
+    ~LoadedModule() {
+        if (handle_ != nullptr) {
+            dlclose(handle_);
+        }
+    }
+    LoadedModule(const LoadedModule&) = delete;
+    LoadedModule& operator=(const LoadedModule&) = delete;
+
+    bool loaded() const { return handle_ != nullptr; }
+
+    template <class Function>
+    Function* function(const char* name) const {
+        return reinterpret_cast<Function*>(dlsym(handle_, name));
+    }
+
+private:
+    void* handle_;
+};
+
+TEST(BinaryInterface, names_its_generation) {
+    const LoadedModule module;
+    ASSERT_TRUE(module.loaded()) << dlerror();
+    auto* versions = module.function<void(unsigned*, unsigned*)>("mexfilerequiredapiversion");
+    ASSERT_NE(versions, nullptr);
+    unsigned release = 0;
+    unsigned target = 0;
+    versions(&release, &target);
+    EXPECT_EQ(release, 0x0002019Au);
+    EXPECT_EQ(target, 0x07300000u);
+}
+
+#ifdef KAVRO_MODULE_HAS_OWN_FFTW
+TEST(BinaryInterface, keeps_its_transform_library_to_itself) {
+    // Looked for in the module and in all that it was linked with.
+    const LoadedModule module;
+    ASSERT_TRUE(module.loaded()) << dlerror();
+    EXPECT_EQ(module.function<void()>("fftw_execute"), nullptr);
+    EXPECT_EQ(module.function<void()>("fftw_plan_dft_r2c_1d"), nullptr);
+}
+#endif
+
+TEST(BinaryInterface, computes_and_fails_like_the_module_that_is_linked_in) {
+    const std::vector<double> wanted = pressure(Arguments());
+    // Loaded and unloaded twice: nothing of it may stay behind.
+    for (int i = 0; i < 2; ++i) {
+        const LoadedModule module;
+        ASSERT_TRUE(module.loaded()) << dlerror();
+        auto* entry = module.function<Entry>("mexFunction");
+        ASSERT_NE(entry, nullptr);
+        ASSERT_NE(entry, &mexFunction);
+        Arguments arguments;
+        std::vector<Value> all{arguments.elements, arguments.grid, arguments.medium,
+                               arguments.times,    arguments.ndiv, arguments.excitation};
+        const Outcome outcome = call(entry, 1, all);
+        EXPECT_EQ(outcome.misuses, std::vector<std::string>());
+        ASSERT_TRUE(outcome.output);
+        EXPECT_EQ(values(outcome.output), wanted);
+        EXPECT_GT(largest(wanted), 0.0);
+
+        set(arguments.elements, "shape", text("circle"));
+        for (const Leaving leaving : {Leaving::exception, Leaving::jump}) {
+            const Outcome failure = call(entry, 1, all, leaving);
+            EXPECT_EQ(failure.error, "Invalid transducer shape identifier.\n");
+            EXPECT_EQ(failure.printed,
+                      "*** circle is not a valid transducer shape (element 1) ***\n");
+        }
+        set(arguments.elements, "shape", text("circ"));
+        const Outcome refused = call(entry, 1, all, Leaving::exception, Fault::creation);
+        EXPECT_EQ(refused.error, "The host has no memory left.");
+    }
+}
+
+}  // namespace
+}  // namespace host

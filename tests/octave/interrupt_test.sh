@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Ctrl-C during a long call: the call ends at once, with an error, and Octave lives on.
+#
+#   interrupt_test.sh OCTAVE TOOLBOX
+set -euo pipefail
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cat >"$work/long_call.m" <<CODE
+addpath('$2');
+medium = kavro.set_medium();
+times = kavro.set_time_samples(1e-7, 0, 5e-5);
+pulse = kavro.set_excitation_function('hanning pulse', 2e6, 1.5e-6);
+grid = kavro.set_coordinate_grid(2e-4 * [1 1 1], -2e-2, 2e-2, 0, 0, 5e-3, 4e-2);
+elements = kavro.linear_array(2000, 2e-5, 5e-6);
+disp('before'); fflush(stdout);
+unwind_protect
+  p = kavro.transient_pressure(elements, grid, medium, times, 64, pulse);
+  disp('completed');
+unwind_protect_cleanup
+  disp('left the call');
+  small = kavro.transient_pressure(elements(1), kavro.set_coordinate_grid([0 0 1e-2]), medium, times, 8, pulse);
+  fprintf('%d samples after it\n', numel(small));
+end_unwind_protect
+CODE
+
+OMP_NUM_THREADS=2 "$1" --no-init-file --norc --quiet "$work/long_call.m" >"$work/out" 2>&1 &
+octave=$!
+until grep -q before "$work/out"; do sleep 0.1; done
+sleep 1
+started=$(date +%s%N)
+kill -INT "$octave"
+wait "$octave" || true
+milliseconds=$((($(date +%s%N) - started) / 1000000))
+
+cat "$work/out"
+echo "ended $milliseconds ms after the interrupt"
+grep -q 'left the call' "$work/out"
+grep -q '501 samples after it' "$work/out"
+! grep -q 'completed' "$work/out"
+[ "$milliseconds" -lt 10000 ]

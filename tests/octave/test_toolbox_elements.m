@@ -1,0 +1,110 @@
+% Tests of the toolbox's elements, arrays and focusing.
+
+%!function says(f, varargin)
+%! text = '';
+%! try
+%!   f();
+%! catch e
+%!   text = e.message;
+%!   assert(e.identifier, 'kavro:argument');
+%! end
+%! for i = 1:numel(varargin)
+%!   assert(! isempty(strfind(text, varargin{i})), '%s: lacks "%s"', text, varargin{i});
+%! end
+%!endfunction
+
+%!function c = centers(e)
+%! c = vertcat(e.center);
+%!endfunction
+
+%!function d = facing(e)
+%! % Row 3 of the product of the elementary turns: about y by a, about x by b.
+%! d = zeros(numel(e), 3);
+%! for i = 1:numel(e)
+%!   a = e(i).euler(1);
+%!   b = e(i).euler(2);
+%!   about_y = [cos(a) 0 -sin(a); 0 1 0; sin(a) 0 cos(a)];
+%!   about_x = [1 0 0; 0 cos(b) sin(b); 0 -sin(b) cos(b)];
+%!   R = about_y * about_x;
+%!   d(i, :) = R(3, :);
+%! end
+%!endfunction
+
+%!test  % a disc has the fields the module reads, and joins with any other element
+%! a = kavro.disc(2e-3);
+%! assert({a.shape, a.radius, a.center, a.euler, a.amplitude, a.time_delay}, ...
+%!        {'circ', 2e-3, [0 0 0], [0 0 0], 1, 0});
+%! b = kavro.disc(single(1e-3), 'Center', [1; 2; 3], 'euler', [0.1 0.2 0.3], ...
+%!                'amplitude', -2, 'time_delay', 1e-6);
+%! assert({b.center, b.euler, b.amplitude, b.time_delay}, {[1 2 3], [0.1 0.2 0.3], -2, 1e-6});
+%! assert(class(b.radius), 'double');
+%! joined = [a, b, kavro.linear_array(3, 1e-3, 0.4e-3)];
+%! assert(size(joined), [1 5]);
+
+%!test  % layouts: pitch, centring and numbering
+%! e = kavro.linear_array(4, 2, 1);
+%! assert(centers(e), [-3 0 0; -1 0 0; 1 0 0; 3 0 0]);
+%! assert(centers(kavro.linear_array(1, 2, 1)), [0 0 0]);
+%! e = kavro.planar_array([3 2], [2 5], 1);
+%! assert(centers(e), [-2 -2.5 0; 0 -2.5 0; 2 -2.5 0; -2 2.5 0; 0 2.5 0; 2 2.5 0]);
+%! assert(centers(kavro.planar_array([2; 2], 4, 1)), [-2 -2 0; 2 -2 0; -2 2 0; 2 2 0]);
+%! e = kavro.ring_array(8, 3, 1);
+%! c = centers(e);
+%! assert(sqrt(sum(diff(c([1:8 1], :)) .^ 2, 2)), 3 * ones(8, 1), 1e-12);
+%! assert(c(1, 2:3), [0 0]);
+%! assert(c(1, 1) > 0 && c(2, 2) > 0);
+%! c = centers(kavro.ring_array(4, [], 0.5, 'ring_radius', 2));
+%! assert(c, [2 0 0; 0 2 0; -2 0 0; 0 -2 0], 1e-12);
+
+%!test  % on a bowl every element lies on the sphere and faces its centre
+%! R = 40e-3;
+%! flat = [kavro.planar_array([5 4], 4e-3, 1e-3), kavro.ring_array(20, 5e-3, 2e-3)];
+%! bowl = kavro.bowl_array(flat, R);
+%! c = centers(bowl);
+%! assert(c(:, 1:2), centers(flat)(:, 1:2));
+%! inward = [0 0 R] - c;
+%! assert(sqrt(sum(inward .^ 2, 2)), R * ones(40, 1), 1e-15);
+%! assert(facing(bowl), inward / R, 1e-12);
+%! assert(kavro.focus_delays(bowl, [0 0 R], kavro.set_medium()), zeros(1, 40), 1e-18);
+%! shallow = kavro.bowl_array(kavro.disc(1e-3, 'center', [1e-3 0 0]), 1e3);
+%! assert(shallow.center(3), 0.5e-9, 1e-20);
+
+%!test  % focusing: all waves arrive together, the first element to fire fires at 0
+%! medium = kavro.set_medium();
+%! e = kavro.planar_array([6 5], 3e-3, 1e-3);
+%! point = [8e-3 -5e-3 30e-3];
+%! delays = kavro.focus_delays(e, point', medium);
+%! assert(size(delays), [1 30]);
+%! assert(min(delays), 0);
+%! arrival = delays + sqrt(sum((centers(e) - point) .^ 2, 2))' / medium.soundspeed;
+%! assert(arrival, max(arrival) * ones(1, 30), 1e-18);
+
+%!test  % delays and amplitudes go in one by one, or one for all
+%! e = kavro.linear_array(3, 1, 0.5);
+%! e = kavro.set_delays(e, [1; 2; 3]);
+%! e = kavro.set_amplitudes(e, 4);
+%! assert([e.time_delay], [1 2 3]);
+%! assert([e.amplitude], [4 4 4]);
+%! says(@() kavro.set_delays(e, [1 2]), 'set_delays', '''delays''', 'vector of 3', '1 x 2');
+%! says(@() kavro.set_amplitudes(e, NaN), 'set_amplitudes', '''amplitudes''', 'NaN');
+
+%!test  % faults of elements and arrays
+%! says(@() kavro.disc(), 'disc', 'it got 0');
+%! says(@() kavro.disc(0), '''radius''', 'positive', 'it is 0');
+%! says(@() kavro.disc(1, 'centre', [0 0 0]), '''center''', '''centre''');
+%! says(@() kavro.disc(1, 'center', [0 0]), '''center''', 'three', '[0 0]');
+%! says(@() kavro.disc(1, 'euler', 'up'), '''euler''', '''up''');
+%! says(@() kavro.linear_array(2.5, 2, 1), '''count''', 'whole number', '2.5');
+%! says(@() kavro.linear_array(2, 1, 1), '''pitch''', 'diameter 2', 'it is 1');
+%! says(@() kavro.planar_array(3, 2, 1), '''count''', '[nx ny]', 'it is 3');
+%! says(@() kavro.planar_array([3 3], [2 1], 1), '''pitch''', 'diameter 2');
+%! says(@() kavro.ring_array(6, [], 1), '''pitch''', 'empty');
+%! says(@() kavro.ring_array(6, 3, 1, 'ring_radius', 3), '''pitch''', 'ring_radius');
+%! says(@() kavro.ring_array(6, [], 1, 'ring_radius', 1), '''pitch''', 'diameter 2');
+%! says(@() kavro.bowl_array(kavro.linear_array(3, 2, 1), 2), '''rad_curvature''', 'larger than 2');
+%! tilted = kavro.disc(1, 'euler', [0.1 0 0]);
+%! says(@() kavro.bowl_array([kavro.disc(1), tilted], 9), '''elements(2).euler''');
+%! says(@() kavro.bowl_array(kavro.disc(1, 'center', [0 0 1]), 9), '''elements(1).center''');
+%! says(@() kavro.focus_delays(5, [0 0 1], kavro.set_medium()), '''elements''', 'it is 5');
+%! says(@() kavro.focus_delays(tilted, [0 1], kavro.set_medium()), '''point''', '[0 1]');
+%! says(@() kavro.focus_delays(tilted, [0 0 1], 1500), '''medium''', 'soundspeed', '1500');

@@ -1,0 +1,155 @@
+% Tests of the toolbox's makers of grids, time axes, waveforms and media.
+
+%!function [id, text] = fault(f)
+%! id = '';
+%! text = '';
+%! try
+%!   f();
+%! catch e
+%!   id = e.identifier;
+%!   text = e.message;
+%! end
+%!endfunction
+
+%!function says(f, varargin)
+%! [id, text] = fault(f);
+%! assert(id, 'kavro:argument');
+%! for i = 1:numel(varargin)
+%!   assert(! isempty(strfind(text, varargin{i})), '%s: lacks "%s"', text, varargin{i});
+%! end
+%!endfunction
+
+%!test  % regular grids: the fields the module reads, and the module's own count of samples
+%! g = kavro.set_coordinate_grid(0.1, 0, 1, -1, -1, 0, 0.25);
+%! assert(g.delta, [0.1 0.1 0.1]);
+%! assert([g.xmin g.xmax g.ymin g.ymax g.zmin g.zmax], [0 1 -1 -1 0 0.25]);
+%! [x, y, z] = kavro.grid_axes(g);
+%! assert(x, (0:10) * 0.1);
+%! assert(y, -1);
+%! assert(z, [0 0.1 0.2]);
+%! g = kavro.set_coordinate_grid(single([1; 0; 2]), 0, 3, 5, 5, 0, 4);
+%! assert(class(g.delta), 'double');
+%! assert(g.delta, [1 0 2]);
+
+%!test  % lists of points keep their order, and come back as columns
+%! points = [1 2 3; 4 5 6];
+%! g = kavro.set_coordinate_grid(int32(points));
+%! assert(class(g.coordinates), 'double');
+%! [x, y, z] = kavro.grid_axes(g);
+%! assert([x y z], points);
+
+%!test  % time axes
+%! t = kavro.time_axis(kavro.set_time_samples(1e-8, 0, 1e-6));
+%! assert(numel(t), 101);
+%! assert(t(end), 100 * 1e-8);
+%! assert(kavro.time_axis(kavro.set_time_samples(0, 2, 2)), 2);
+%! assert(kavro.time_axis(kavro.set_time_samples([3; 1; 2])), [3 1 2]);
+
+%!test  % faults of grids and times name the function, the argument, what was expected and came
+%! says(@() kavro.set_coordinate_grid(1, 0, 1, 0, 1, 3, 2), 'set_coordinate_grid', '''zmax''', ...
+%!      'at least zmin, which is 3', 'it is 2');
+%! says(@() kavro.set_coordinate_grid([1 0 1], 0, 0, 0, 1, 0, 0), '''delta''', 'positive for y');
+%! says(@() kavro.set_coordinate_grid(-1, 0, 0, 0, 0, 0, 0), '''delta''', '[-1 -1 -1]');
+%! says(@() kavro.set_coordinate_grid([1 1], 0, 1, 0, 1, 0, 1), '''delta''', '1 x 2 double');
+%! says(@() kavro.set_coordinate_grid(1, NaN, 1, 0, 1, 0, 1), '''xmin''', 'it is NaN');
+%! says(@() kavro.set_coordinate_grid(1, 0, 1, 0, 1, 0), 'it got 6');
+%! says(@() kavro.set_coordinate_grid(ones(3, 2)), '''points''', 'n x 3', '3 x 2 double');
+%! says(@() kavro.set_time_samples('ab', 0, 1), '''deltat''', 'positive', '''ab''');
+%! says(@() kavro.set_time_samples(0, 0, 1), '''deltat''', 'it is 0');
+%! says(@() kavro.set_time_samples(1, 2, 1), '''tmax''', 'tmin, which is 2');
+%! says(@() kavro.set_time_samples(1, 1i, 2), '''tmin''', 'complex');
+%! says(@() kavro.set_time_samples({}), '''instants''', 'empty 0 x 0 cell');
+%! says(@() kavro.grid_axes(struct('xmin', 0)), '''grid''', 'set_coordinate_grid');
+%! says(@() kavro.time_axis(3), '''times''', 'set_time_samples');
+
+%!test  % analytic waveforms carry the module's type numbers and share one list of fields
+%! a = kavro.set_excitation_function('tone burst', 1e6, 2e-6);
+%! b = kavro.set_excitation_function('Hanning PULSE', 2e6, 3e-6);
+%! c = kavro.set_excitation_function('t cubed pulse', 3e6, 4e-6, 5e6, ...
+%!                                   'decomposition', 'Reference');
+%! all_three = [a b c];
+%! assert([all_three.type], [1 2 3]);
+%! assert([all_three.f0], [1e6 2e6 3e6]);
+%! assert([all_three.pulse_width], [2e-6 3e-6 4e-6]);
+%! assert([all_three.B], [0 0 5e6]);
+%! assert({all_three.decomposition}, {'exact', 'exact', 'reference'});
+
+%!test  % a sampled waveform ends with its last sample unless told otherwise
+%! e = kavro.set_excitation_function('sampled', single([0; 1; -1; 0]), 0.5);
+%! assert(e, struct('signal', [0 1 -1 0], 'ts', 0.5, 'w', 1.5, 'clip_threshold', 0, ...
+%!                  'decomposition', 'exact'));
+%! e = kavro.set_excitation_function('sampled', 1:4, 0.5, 1, -40, 'decomposition', 'reference');
+%! assert({e.w, e.clip_threshold, e.decomposition}, {1, -40, 'reference'});
+
+%!test  % faults of waveforms
+%! make = @kavro.set_excitation_function;
+%! says(@() make('gauss', 1), '''kind''', '''tone burst'', ''hanning pulse''', '''sampled''', ...
+%!      'it is ''gauss''');
+%! says(@() make('tone burst', 1e6), '''pulse_width''', 'tone burst');
+%! says(@() make('hanning pulse', 1e6, 1e-6, 3), 'takes 2 values (f0, pulse_width)', 'got 3');
+%! says(@() make('t cubed pulse', 1e6, 1e-6), '''B''');
+%! says(@() make('t cubed pulse', 1e6, 1e-6, -1), '''B''', 'zero or positive', 'it is -1');
+%! says(@() make('tone burst', 0, 1), '''f0''', 'it is 0');
+%! says(@() make('sampled', ones(2), 1), '''signal''', '2 x 2 double');
+%! says(@() make('sampled', [1 NaN], 1), '''signal''', 'not finite');
+%! says(@() make('sampled', [1 2], 0), '''ts''');
+%! says(@() make('sampled', [1 2], 1, 1, 1), '''clip_threshold''', 'below 1');
+%! says(@() make('tone burst', 1, 1, 'decompositions', 'exact'), 'decompositions');
+%! says(@() make('tone burst', 1, 1, 'decomposition', 'fast'), '''reference''', '''fast''');
+%! says(@() make('tone burst', 1, 1, 'decomposition'), '''decomposition'' has no value');
+
+%!test  % water by default, close to the textbook's figures, over the range of temperatures
+%! water = kavro.set_medium();
+%! assert(water, kavro.set_medium('Water', 'temperature', 20));
+%! assert(water.soundspeed, 1482.3, 0.2);
+%! assert(water.density, 998.2, 0.1);
+%! assert(water.attenuationdBcmMHz, 0);
+%! at = @(T) kavro.set_medium('temperature', T);
+%! assert([at(0).soundspeed, at(37).soundspeed, at(74).soundspeed], [1402.4 1523.7 1555.1], 0.2);
+%! assert([at(4).density, at(37).density, at(95).density], [999.97 993.33 961.9], 0.1);
+
+%!test  % every named medium has the nine fields the module asks for; overrides win
+%! fields = {'soundspeed', 'density', 'attenuationdBcmMHz', 'bloodperfusion', ...
+%!           'specificheat', 'specificheatofblood', 'thermalconductivity', ...
+%!           'nonlinearityparameter', 'powerlawexponent'};
+%! for name = {'water', 'blood', 'fat', 'liver', 'muscle'}
+%!   m = kavro.set_medium(name{1});
+%!   assert(sort(fieldnames(m))', sort(fields));
+%!   assert(m.soundspeed > 1400 && m.soundspeed < 1600 && m.density > 900 && m.density < 1100);
+%! end
+%! m = kavro.set_medium('liver', 'SoundSpeed', int16(1600), 'attenuationdBcmMHz', 0);
+%! assert([m.soundspeed m.attenuationdBcmMHz m.density], [1600 0 1050]);
+%! assert(class(m.soundspeed), 'double');
+%! m = kavro.set_medium('temperature', 37, 'soundspeed', 1500);
+%! assert(m.soundspeed, 1500);
+%! assert(m.density, 993.33, 0.01);
+
+%!test  % faults of media
+%! says(@() kavro.set_medium('watr'), '''name''', '''liver''', '''watr''');
+%! says(@() kavro.set_medium('sound', 3), '''soundspeed''', '''sound''');
+%! says(@() kavro.set_medium('soundspeed', -3), '''soundspeed''', 'positive', '-3');
+%! says(@() kavro.set_medium('density', 'x'), '''density''', '''x''');
+%! says(@() kavro.set_medium('temperature', 120), '''temperature''', '0 to 95', '120');
+%! says(@() kavro.set_medium('fat', 'temperature', 20), '''temperature''');
+
+%!test  % progress: the variable that the module reads, and the state before
+%! before = getenv('KAVRO_PROGRESS');
+%! restore = onCleanup(@() setenv('KAVRO_PROGRESS', before));
+%! kavro.progress(false);
+%! assert(kavro.progress(true), false);
+%! assert(getenv('KAVRO_PROGRESS'), '1');
+%! assert(kavro.progress(), true);
+%! assert(kavro.progress(0), true);
+%! assert(getenv('KAVRO_PROGRESS'), '');
+%! says(@() kavro.progress('on'), '''on''', 'true or false');
+
+%!test  % beam width against the closed form of a Gaussian, and profiles that end too early
+%! x = linspace(-5, 5, 2001);
+%! [width, left, right] = kavro.beam_width(x, -3 * exp(-(x - 1) .^ 2), -6);
+%! assert(width, 2 * sqrt(log(10 ^ (6 / 20))), 1e-4);
+%! assert((left + right) / 2, 1, 1e-4);
+%! [width, left, right] = kavro.beam_width(x', exp(-(x' + 4.9) .^ 2));
+%! assert([isnan(width), isnan(left), isnan(right)], [true true false]);
+%! says(@() kavro.beam_width([1 1 2], 1:3), '''positions''', 'increasing');
+%! says(@() kavro.beam_width(1:3, 1:2), '''values''', 'vector of 3');
+%! says(@() kavro.beam_width(1:3, 1:3, 6), '''level''', 'negative');

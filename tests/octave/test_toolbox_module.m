@@ -1,0 +1,110 @@
+% Tests of the toolbox together with the compiled module: what the makers make, the module
+% takes as it is, and the field that comes out is the one that the makers' help promises.
+
+%!function [medium, times, pulse] = scene()
+%! medium = kavro.set_medium();
+%! times = kavro.set_time_samples(20e-9, 0, 40e-6);
+%! pulse = kavro.set_excitation_function('hanning pulse', 1e6, 3e-6);
+%!endfunction
+
+%!function v = hanning_rate(t, f0, w)
+%! % time derivative of the Hanning pulse
+%! v = pi / w * sin(2 * pi * t / w) .* sin(2 * pi * f0 * t) ...
+%!     + pi * f0 * (1 - cos(2 * pi * t / w)) .* cos(2 * pi * f0 * t);
+%! v(t <= 0 | t >= w) = 0;
+%!endfunction
+
+%!test  % grids and lists of points give the same field, in the shapes that the help states
+%! [medium, times, pulse] = scene();
+%! e = kavro.ring_array(5, 4e-3, 1e-3);
+%! box = kavro.set_coordinate_grid([3e-3 4e-3 9e-3], -3e-3, 3e-3, 0, 4e-3, 2e-3, 20e-3);
+%! lastwarn('');
+%! p = kavro.transient_pressure(e, box, medium, times, 16, pulse);
+%! assert(lastwarn(), '');  % water is lossless by default: nothing to warn of
+%! [x, y, z] = kavro.grid_axes(box);
+%! assert(size(p), [numel(x), numel(y), numel(z), numel(kavro.time_axis(times))]);
+%! [X, Y, Z] = ndgrid(x, y, z);
+%! points = kavro.set_coordinate_grid([X(:), Y(:), Z(:)]);
+%! q = kavro.transient_pressure(e, points, medium, times, 16, pulse);
+%! assert(max(abs(q(:))) > 0);
+%! assert(q, reshape(p, size(q)));
+
+%!test  % a disc small against the wavelength is a point source in a rigid baffle
+%! [medium, times, pulse] = scene();
+%! radius = 0.1e-3;
+%! e = kavro.disc(radius, 'center', [1e-3 0 0], 'amplitude', 0.2, 'time_delay', 2e-6);
+%! points = kavro.set_coordinate_grid([1e-3 0 30e-3; 11e-3 5e-3 20e-3]);
+%! p = kavro.transient_pressure(e, points, medium, times, 32, pulse);
+%! t = kavro.time_axis(times);
+%! for i = 1:2
+%!   R = norm(points.coordinates(i, :) - e.center);
+%!   rate = 0.2 * hanning_rate(t - 2e-6 - R / medium.soundspeed, 1e6, 3e-6);
+%!   expected = medium.density * pi * radius ^ 2 / (2 * pi * R) * rate;
+%!   assert(p(i, :), expected, 0.02 * max(abs(expected)));
+%! end
+
+%!test  % a turned disc radiates where its help says: the same field in its own frame
+%! [medium, times, pulse] = scene();
+%! a = 0.4;
+%! b = -0.7;
+%! out = [sin(a), -cos(a) * sin(b), cos(a) * cos(b)];
+%! side = cross(out, [1 0 0]) / norm(cross(out, [1 0 0]));
+%! center = [3e-3 -2e-3 1e-3];
+%! at = [20e-3 0; 25e-3 4e-3];
+%! straight = kavro.set_coordinate_grid([at(:, 2), 0 * at(:, 1), at(:, 1)]);
+%! turned = kavro.set_coordinate_grid(at(:, 1) * out + at(:, 2) * side + center);
+%! p = kavro.transient_pressure(kavro.disc(4e-3), straight, medium, times, 64, pulse);
+%! q = kavro.transient_pressure(kavro.disc(4e-3, 'center', center, 'euler', [a b 0]), ...
+%!                              turned, medium, times, 64, pulse);
+%! assert(q, p, 1e-4 * max(abs(p(:))));
+
+%!test  % delays and a bowl both bring the waves of all elements together at the focus
+%! [medium, times, pulse] = scene();
+%! flat = kavro.planar_array([6 6], 3e-3, 1e-3);
+%! focus = [4e-3 -3e-3 30e-3];
+%! aimed = kavro.set_delays(flat, kavro.focus_delays(flat, focus, medium));
+%! bowl = kavro.bowl_array(flat, 30e-3);
+%! for scene_of = {{aimed, focus}, {bowl, [0 0 30e-3]}}
+%!   e = scene_of{1}{1};
+%!   points = kavro.set_coordinate_grid(scene_of{1}{2});
+%!   together = max(abs(kavro.transient_pressure(e, points, medium, times, 16, pulse)));
+%!   one_by_one = 0;
+%!   for i = 1:numel(e)
+%!     p = kavro.transient_pressure(e(i), points, medium, times, 16, pulse);
+%!     one_by_one = one_by_one + max(abs(p));
+%!   end
+%!   assert(together, one_by_one, 0.01 * one_by_one);
+%! end
+
+%!test  % a sampled pulse gives the field of the pulse that it was sampled from
+%! [medium, times, pulse] = scene();
+%! ts = 50e-9;
+%! t = (0:60) * ts;
+%! signal = sin(2 * pi * 1e6 * t) .* (1 - cos(2 * pi * t / 3e-6)) / 2;
+%! sampled = kavro.set_excitation_function('sampled', signal, ts);
+%! points = kavro.set_coordinate_grid([0 0 10e-3; 5e-3 0 25e-3; 12e-3 0 5e-3]);
+%! p = kavro.transient_pressure(kavro.disc(4e-3), points, medium, times, 64, pulse);
+%! q = kavro.transient_pressure(kavro.disc(4e-3), points, medium, times, 64, sampled);
+%! assert(q, p, 5e-3 * max(abs(p(:))));
+
+%!test  % one waveform for each element; an element of amplitude 0 is silent
+%! [medium, times, pulse] = scene();
+%! pulses = [pulse, kavro.set_excitation_function('tone burst', 1e6, 2e-6)];
+%! e = kavro.linear_array(2, 5e-3, 1e-3);
+%! points = kavro.set_coordinate_grid([0 0 20e-3]);
+%! run = @(e, x) kavro.transient_pressure(e, points, medium, times, 16, x);
+%! both = run(e, pulses);
+%! assert(both, run(e(1), pulses(1)) + run(e(2), pulses(2)), 1e-6 * max(abs(both)));
+%! assert(run(kavro.set_amplitudes(e, [1 0]), pulses), run(e(1), pulses(1)));
+
+%!test  % progress reports come when they are asked for, and only then
+%! [medium, times, pulse] = scene();
+%! was_on = kavro.progress();
+%! restore = onCleanup(@() kavro.progress(was_on));
+%! e = kavro.linear_array(8, 1e-3, 0.4e-3);
+%! plane = kavro.set_coordinate_grid(2e-3, -10e-3, 10e-3, 0, 0, 1e-3, 30e-3);
+%! work = @() kavro.transient_pressure(e, plane, medium, times, 16, pulse);
+%! kavro.progress(false);
+%! assert(evalc("p = work();"), "");
+%! kavro.progress(true);
+%! assert(! isempty(strfind(evalc('p = work();'), '100 % done')));

@@ -1,0 +1,111 @@
+% Tests of the toolbox's drawings: what is drawn is what was given.
+
+%!function says(f, varargin)
+%! text = '';
+%! try
+%!   f();
+%! catch e
+%!   text = e.message;
+%!   assert(e.identifier, 'kavro:argument');
+%! end
+%! for i = 1:numel(varargin)
+%!   assert(! isempty(strfind(text, varargin{i})), '%s: lacks "%s"', text, varargin{i});
+%! end
+%!endfunction
+
+%!function [fig, cleanup] = hidden_figure()
+%! warning('off', 'Octave:gnuplot-graphics', 'local');
+%! fig = figure('visible', 'off');
+%! cleanup = onCleanup(@() close(fig));
+%!endfunction
+
+%!function v = picture(ax)
+%! v = get(findobj(ax, 'type', 'image'), 'cdata');
+%!endfunction
+
+%!test  % an array is drawn in millimetres, each disc where it is and as large as it is
+%! [fig, cleanup] = hidden_figure();
+%! e = kavro.linear_array(3, 2e-3, 0.5e-3);
+%! ax = kavro.show_array(kavro.set_delays(e, [0 1e-6 3e-6]));
+%! faces = findobj(ax, 'type', 'patch');
+%! assert(numel(faces), 3);
+%! x = sort(cellfun(@(v) (min(v) + max(v)) / 2, get(faces, 'xdata')));
+%! assert(x, [-2; 0; 2], 1e-9);
+%! assert(max(get(faces(1), 'ydata')), 0.5, 1e-9);
+%! assert(caxis(ax), [0 3], 1e-9);
+%! colors = cell2mat(get(faces, 'facecolor'));
+%! assert(rows(unique(colors, 'rows')), 3);
+%! assert(get(get(ax, 'xlabel'), 'string'), 'x (mm)');
+
+%!test  % a tilted disc is drawn tilted
+%! [fig, cleanup] = hidden_figure();
+%! ax = kavro.show_array(kavro.disc(1e-3, 'euler', [pi / 6 0 0]), 'title', 'one');
+%! v = get(findobj(ax, 'type', 'patch'), 'vertices');
+%! assert([max(v(:, 1)), max(v(:, 2)), max(v(:, 3))], [cos(pi / 6), 1, 0.5], 1e-9);
+%! [~, lowest] = min(v(:, 3));
+%! assert(v(lowest, 1) > 0);  % facing +x as well, its lower rim is on that side
+%! assert(get(get(ax, 'title'), 'string'), 'one');
+
+%!test  % peak and snapshots of a plane: values, axes, units, orientation
+%! [fig, cleanup] = hidden_figure();
+%! grid = kavro.set_coordinate_grid(1e-3, 0, 2e-3, 0, 0, 5e-3, 6e-3);
+%! times = kavro.set_time_samples(1e-6, 0, 2e-6);
+%! p = reshape(1:18, 3, 1, 2, 3) - 15;
+%! ax = kavro.show_field(p, grid);
+%! assert(picture(ax), [14 13 12; 11 10 9]);
+%! assert(caxis(ax), [0 14]);
+%! assert(get(ax, 'ydir'), 'reverse');
+%! assert([xlim(ax), ylim(ax)], [-0.5 2.5 4.5 6.5], 1e-9);
+%! assert({get(get(ax, 'xlabel'), 'string'), get(get(ax, 'ylabel'), 'string')}, ...
+%!        {'x (mm)', 'z (mm)'});
+%! for option = {{'sample', 3}, {'time', 1.8e-6, 'time_samples', times}}
+%!   clf;
+%!   ax = kavro.show_field(1e3 * p, grid, option{1}{:});
+%!   assert(picture(ax), [-2 -1 0; 1 2 3], 1e-9);  % in kPa
+%!   assert(caxis(ax), [-3 3], 1e-9);
+%! end
+%! assert(get(get(ax, 'title'), 'string'), 'Pressure at 2 \mus');
+%! clf;
+%! ax = kavro.show_field(p, grid, 'scale', 'db', 'dynamic_range', 20, 'reference', 140);
+%! assert(caxis(ax), [-20 0]);
+%! assert(picture(ax)(1, 1), -20, 1e-9);
+
+%!test  % lines, lists of points, and silence
+%! [fig, cleanup] = hidden_figure();
+%! line_grid = kavro.set_coordinate_grid(1e-3, 0, 0, 0, 0, 0, 3e-3);
+%! ax = kavro.show_field(reshape([1 2 4 3], 1, 1, 4), line_grid);
+%! curve = findobj(ax, 'type', 'line');
+%! assert({get(curve, 'xdata'), get(curve, 'ydata')}, {0:3, [1 2 4 3]});
+%! clf;
+%! points = kavro.set_coordinate_grid([3e-3 0 1; 1e-3 0 1; 2e-3 0 1]);
+%! ax = kavro.show_field([3 0; 1 0; 2 -5], points);
+%! curve = findobj(ax, 'type', 'line');
+%! assert({get(curve, 'xdata'), get(curve, 'ydata')}, {1:3, [1 5 3]});
+%! clf;
+%! points = kavro.set_coordinate_grid([0 0 1; 1 0 2; 1 0 3] * 1e-3);
+%! ax = kavro.show_field([1; 2; 3], points, 'color_bar', false);
+%! dots = get(ax, 'children');
+%! assert(get(dots, 'cdata')(:), [1; 2; 3]);
+%! clf;
+%! ax = kavro.show_field(zeros(1, 1, 4), line_grid, 'scale', 'dB');
+%! assert(get(findobj(ax, 'type', 'line'), 'ydata'), -40 * ones(1, 4));
+
+%!test  % faults of drawings
+%! grid = kavro.set_coordinate_grid(1, 0, 2, 0, 0, 0, 1);
+%! p = zeros(3, 1, 2, 4);
+%! show = @kavro.show_field;
+%! says(@() show(zeros(2, 1, 3, 4), grid), '''p''', '3 x 1 x 2 x ntimes', '2 x 1 x 3 x 4 double');
+%! says(@() show(p, 5), '''grid''', 'set_coordinate_grid');
+%! says(@() show(p, grid, 'sample', 5), '''sample''', 'from 1 to 4', 'it is 5');
+%! says(@() show(p, grid, 'time', 1), '''time_samples''', 'set_time_samples');
+%! says(@() show(p, grid, 'time', 1, 'time_samples', kavro.set_time_samples(1, 0, 9)), ...
+%!      '''time_samples''', '4 instants', 'has 10');
+%! times = kavro.set_time_samples(1, 0, 3);
+%! says(@() show(p, grid, 'time', 3.6, 'time_samples', times), '''time''', 'from 0 to 3', '3.6');
+%! says(@() show(p, grid, 'time', 1, 'sample', 1, 'time_samples', times), '''time''', '''sample''');
+%! says(@() show(p, grid, 'show', 'snapshot'), '''show''', '''sample'' or ''time''');
+%! says(@() show(p, grid, 'scale', 'log'), '''scale''', '''dB''', '''log''');
+%! says(@() show(zeros(2, 2, 2), kavro.set_coordinate_grid(1, 0, 1, 0, 1, 0, 1)), '''grid''', ...
+%!      'differ in 3 coordinates');
+%! says(@() kavro.show_array(3), 'show_array', '''elements''');
+%! says(@() kavro.show_array(kavro.disc(1), 'color', 'red'), '''color''', '''delay''', '''red''');

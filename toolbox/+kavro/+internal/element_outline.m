@@ -1,0 +1,15 @@
+function outline = element_outline(caller, element)
+% ELEMENT_OUTLINE  The rim of an element as a closed polygon, n x 3, in metres (global).
+switch element.shape
+    case 'circ'
+        phi = (0:47)' * (2 * pi / 48);
+        local = element.radius * [cos(phi), sin(phi), zeros(size(phi))];
+    otherwise
+        error('kavro:argument', ...
+              '%s: elements of shape ''%s'' cannot be drawn, only ''circ'' (discs).', ...
+              caller, element.shape);
+end
+% Rows of the rotation matrix are local axes: local coordinates times the matrix are global.
+outline = local * kavro.internal.rotation_matrix(element.euler) ...
+          + repmat(element.center(:).', size(local, 1), 1);
+end

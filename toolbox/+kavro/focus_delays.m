@@ -1,0 +1,37 @@
+function delays = focus_delays(elements, point, medium)
+% FOCUS_DELAYS  Time delays that let the waves of all elements arrive at a point together.
+%
+%   delays = kavro.focus_delays(elements, point, medium)
+%
+%   The element farthest from the point fires at time 0 and the nearest last, so no delay is
+%   negative. Distances are taken from the elements' centres. The wave then arrives at the
+%   point at max(distance) / soundspeed.
+%
+%   Arguments
+%     elements  structure array of n elements
+%     point     the focus in m, three numbers x, y, z
+%     medium    structure with the field soundspeed (m/s), as kavro.set_medium makes it
+%
+%   Result
+%     delays    1 x n row of delays in s, zero or positive; give them to kavro.set_delays
+%
+%   Example: steered by about 13 degrees and focused
+%     medium = kavro.set_medium('water');
+%     elements = kavro.linear_array(64, 0.6e-3, 0.25e-3);
+%     delays = kavro.focus_delays(elements, [8e-3 0 35e-3], medium);
+%     elements = kavro.set_delays(elements, delays);
+%
+%   See also kavro.set_delays, kavro.set_amplitudes, kavro.set_medium, kavro.show_array
+
+me = 'focus_delays';
+kavro.internal.check_count(me, nargin, 3, 'elements, point, medium');
+kavro.internal.check_elements(me, elements);
+point = kavro.internal.three_numbers(me, 'point', point, 'm');
+ok = isstruct(medium) && isscalar(medium) && isfield(medium, 'soundspeed');
+kavro.internal.check(ok, me, 'medium', medium, ...
+                     'a structure with the field ''soundspeed'', as set_medium makes it');
+c = kavro.internal.real_number(me, 'medium.soundspeed', medium.soundspeed, 'positive', 'm/s');
+away = kavro.internal.element_centers(elements) - repmat(point, numel(elements), 1);
+distance = sqrt(sum(away .^ 2, 2)).';
+delays = (max(distance) - distance) / c;
+end

@@ -1,0 +1,46 @@
+// A flat disc.
+#pragma once
+
+#include "transducers/transducer.h"
+
+namespace kavro {
+
+// A disc of the given radius in the plane z = 0 of its own frame, radiating towards +z. Lengths in
+// metres.
+class CircularTransducer : public Transducer {
+public:
+    double radius = 0.0;
+
+    CircularTransducer() = default;
+    explicit CircularTransducer(double radius);
+    CircularTransducer(double radius, double time_delay);
+    CircularTransducer(double radius, double amplitude, double phase);
+
+    void debug(int level) override;
+    void mex_debug(int level) override;
+
+    TransducerStatus farfield_cw() override { return not_implemented(); }
+    TransducerStatus fnm_cw() override { return not_implemented(); }
+    TransducerStatus fnm_cw_apodized() override { return not_implemented(); }
+    TransducerStatus fnm_cw_single() override { return not_implemented(); }
+    TransducerStatus fnm_cw_sse() override { return not_implemented(); }
+    TransducerStatus fnm_cw_sse2() override { return not_implemented(); }
+    TransducerStatus radiator_cw() override { return not_implemented(); }
+    TransducerStatus rayleigh_cw() override { return not_implemented(); }
+    TransducerStatus rayleigh_cw_apodized() override { return not_implemented(); }
+    TransducerStatus rayleigh_cw_sse() override { return not_implemented(); }
+    TransducerStatus impulse_begin_and_end_times() override;
+    TransducerStatus impulse_response() override { return not_implemented(); }
+    TransducerStatus fnm_transient() override { return not_implemented(); }
+    TransducerStatus fnm_transient_behind_source() override { return not_implemented(); }
+    TransducerStatus fnm_fdtsd() override;
+    TransducerStatus fnm_tsd() override;
+    TransducerStatus fnm_tsd_behind_source() override { return not_implemented(); }
+    TransducerStatus fnm_tsd_low_precision() override;
+    TransducerStatus fnm_tsd_sse() override;
+    TransducerStatus rayleigh_transient() override { return not_implemented(); }
+    TransducerStatus kzk_transient() override { return not_implemented(); }
+    TransducerStatus kzk_cw() override { return not_implemented(); }
+};
+
+}  // namespace kavro

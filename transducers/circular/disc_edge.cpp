@@ -1,0 +1,162 @@
+#include "transducers/circular/disc_edge.h"
+
+#include <cmath>
+#include <cstddef>
+#include <type_traits>
+
+#include "core/constants.h"
+#include "core/vector_dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "transducers/circular/disc_edge.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+#ifndef KAVRO_DISC_EDGE_TABLES
+#define KAVRO_DISC_EDGE_TABLES
+namespace kavro {
+
+template <class Real>
+struct DiscTables {
+    Real radius, speed;
+    DelayBy delay_by;
+    const Real* cosine;
+    const Real* two_a_cosine;
+    const Real* weight;
+};
+
+}  // namespace kavro
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace kavro {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class V, class Real>
+HWY_INLINE V AsDelay(V distance, const DiscTables<Real>& disc) {
+    const hn::DFromV<V> d;
+    return disc.delay_by == DelayBy::quotient ? hn::Div(distance, hn::Set(d, disc.speed))
+                                              : hn::Mul(distance, hn::Set(d, Real(1) / disc.speed));
+}
+
+// In double and by division in every variant.
+template <class V>
+HWY_INLINE V NearestRimDelay(V gap, V z_squared, double speed) {
+    const hn::DFromV<V> d;
+    return hn::Div(hn::Sqrt(hn::Add(hn::Mul(gap, gap), z_squared)), hn::Set(d, speed));
+}
+
+HWY_INLINE void StoreRimDelay(const float* gap, const float* z_squared, float speed, float* out) {
+    const hn::CappedTag<double, block_lanes> d;
+    const hn::Rebind<float, decltype(d)> df;
+    for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
+        const auto wide_gap = hn::PromoteTo(d, hn::Load(df, gap + lane));
+        const auto wide_z = hn::PromoteTo(d, hn::Load(df, z_squared + lane));
+        const auto delay = NearestRimDelay(wide_gap, wide_z, static_cast<double>(speed));
+        hn::Store(hn::DemoteTo(df, delay), df, out + lane);
+    }
+}
+
+HWY_INLINE void StoreRimDelay(const double* gap, const double* z_squared, double speed,
+                              double* out) {
+    const hn::CappedTag<double, block_lanes> d;
+    for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
+        const auto delay =
+            NearestRimDelay(hn::Load(d, gap + lane), hn::Load(d, z_squared + lane), speed);
+        hn::Store(delay, d, out + lane);
+    }
+}
+
+template <class Real>
+HWY_INLINE void SampleDisc(const DiscTables<Real>& disc, EdgeBlock<Real>& block) {
+    const hn::CappedTag<Real, block_lanes> d;
+    const int step = static_cast<int>(hn::Lanes(d));
+    const auto a = hn::Set(d, disc.radius);
+    const auto a_squared = hn::Mul(a, a);
+    Lanes<Real> gap, height_squared, rim_delay;
+    for (int lane = 0; lane < block_lanes; lane += step) {
+        const auto x = hn::Load(d, block.x.data() + lane);
+        const auto y = hn::Load(d, block.y.data() + lane);
+        const auto z = hn::Load(d, block.z.data() + lane);
+        const auto r_squared = hn::Add(hn::Mul(y, y), hn::Mul(x, x));
+        const auto r = hn::Sqrt(r_squared);
+        const auto z_squared = hn::Mul(z, z);
+        auto sum = hn::Zero(d);
+        Real* coefficient = block.coefficient.data() + lane;
+        Real* delay = block.delay.data() + lane;
+        for (int i = 0; i < block.size; ++i) {
+            const auto D = hn::Sub(hn::Add(r_squared, a_squared),
+                                   hn::Mul(hn::Set(d, disc.two_a_cosine[i]), r));
+            const auto along = hn::Sub(hn::Mul(hn::Set(d, disc.cosine[i]), r), a);
+            const auto g = hn::Mul(hn::Div(along, D), hn::Set(d, disc.weight[i]));
+            hn::Store(g, d, coefficient + i * block_lanes);
+            hn::Store(AsDelay(hn::Sqrt(hn::Add(D, z_squared)), disc), d, delay + i * block_lanes);
+            sum = hn::Add(sum, g);
+        }
+        hn::Store(sum, d, block.coefficient_sum.data() + lane);
+        hn::Store(AsDelay(z, disc), d, block.direct_delay.data() + lane);
+        hn::Store(hn::Sub(r, a), d, gap.data() + lane);
+        hn::Store(z_squared, d, height_squared.data() + lane);
+    }
+    StoreRimDelay(gap.data(), height_squared.data(), disc.speed, rim_delay.data());
+    for (int lane = 0; lane < block_lanes; lane += step) {
+        const auto on_or_outside_rim = hn::Ge(hn::Load(d, gap.data() + lane), hn::Zero(d));
+        hn::Store(hn::IfThenElse(on_or_outside_rim, hn::Load(d, rim_delay.data() + lane),
+                                 hn::Load(d, block.direct_delay.data() + lane)),
+                  d, block.direct_begin.data() + lane);
+    }
+    for (int lane = 0; lane < block_lanes; ++lane) {
+        const auto k = static_cast<size_t>(lane);
+        block.reached[k] = block.z[k] < 0 ? 0 : 1;
+    }
+}
+
+void SampleDiscSingle(const DiscTables<float>& disc, EdgeBlock<float>& block) {
+    SampleDisc(disc, block);
+}
+
+void SampleDiscDouble(const DiscTables<double>& disc, EdgeBlock<double>& block) {
+    SampleDisc(disc, block);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace kavro
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kavro {
+
+template <class Real>
+DiscEdge<Real>::DiscEdge(const CircularTransducer& element, DelayBy delay_by)
+    : radius_(static_cast<Real>(element.radius)),
+      speed_(static_cast<Real>(element.medium->_soundspeed)),
+      delay_by_(delay_by) {
+    NumericalIntegration& rule = *element.integral;
+    rule.gauss_quadrature(0, pi);
+    const auto density = static_cast<Real>(element.medium->_rho_density);
+    const double scale = static_cast<double>(density * speed_ * radius_) / pi;
+    for (int i = 0; i < rule.get_npoints(); ++i) {
+        const auto cosine = static_cast<Real>(std::cos(rule.get_abscissa(i)));
+        cosine_.push_back(cosine);
+        two_a_cosine_.push_back(cosine * (2 * radius_));
+        weight_.push_back(static_cast<Real>(rule.get_weight(i) * scale));
+    }
+}
+
+template <class Real>
+void DiscEdge<Real>::sample(EdgeBlock<Real>& block) const {
+    const DiscTables<Real> tables{
+        radius_, speed_, delay_by_, cosine_.data(), two_a_cosine_.data(), weight_.data()};
+    if constexpr (std::is_same_v<Real, float>) {
+        KAVRO_KERNEL(SampleDiscSingle)(tables, block);
+    } else {
+        KAVRO_KERNEL(SampleDiscDouble)(tables, block);
+    }
+}
+
+template class DiscEdge<float>;
+template class DiscEdge<double>;
+
+}  // namespace kavro
+#endif  // HWY_ONCE

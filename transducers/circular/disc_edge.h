@@ -1,0 +1,46 @@
+// The disc's edge generator.
+#pragma once
+
+#include "core/aligned_vector.h"
+#include "transducers/circular/circular_transducer.h"
+#include "transducers/methods/edge_block.h"
+
+namespace kavro {
+
+// How a distance becomes a delay: by division by the speed of sound, or by a product with its
+// reciprocal, which rounds differently.
+enum class DelayBy { quotient, product };
+
+// Samples of the rim at the abscissas phi_i of a Gauss rule on [0, pi]:
+//
+//     g_i = w_i (rho c a / pi) (r cos phi_i - a) / D_i,   D_i = r^2 + a^2 - 2 a r cos phi_i,
+//     tau_i = sqrt(D_i + z^2) / c,   zeta = z / c
+//
+// for a point at distance r from the axis and height z over the face. Points behind the face
+// (z < 0) receive nothing. The direct wave's window begins with the nearest rim point's delay where
+// the foot of the point is on or outside the rim, so that it may be empty, and ends by the axial
+// delay in both cases: deliberate.
+//
+// Everything is rounded to Real where it is stored. Construction refills the element's quadrature
+// rule and leaves it on [0, pi].
+template <class Real>
+class DiscEdge : public EdgeGenerator<Real> {
+public:
+    DiscEdge(const CircularTransducer& element, DelayBy delay_by);
+
+    int size() const override { return static_cast<int>(cosine_.size()); }
+    void sample(EdgeBlock<Real>& block) const override;
+
+private:
+    Real radius_;
+    Real speed_;
+    DelayBy delay_by_;
+    AlignedVector<Real> cosine_;        // cos phi_i
+    AlignedVector<Real> two_a_cosine_;  // 2 a cos phi_i
+    AlignedVector<Real> weight_;        // w_i rho c a / pi
+};
+
+extern template class DiscEdge<float>;
+extern template class DiscEdge<double>;
+
+}  // namespace kavro

@@ -1,0 +1,74 @@
+// The disc's transient pressure by time-space decomposition, in its precisions and variants.
+#include "transducers/circular/time_space_decomposition.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "transducers/circular/circular_transducer.h"
+#include "transducers/circular/disc_edge.h"
+#include "transducers/methods/time_space_decomposition.h"
+#include "transducers/methods/widened_edge.h"
+
+namespace kavro {
+namespace {
+
+template <class Real>
+std::unique_ptr<EdgeGenerator<Real>> disc_edge(const Transducer& element, DelayBy delay_by) {
+    return std::make_unique<DiscEdge<Real>>(static_cast<const CircularTransducer&>(element),
+                                            delay_by);
+}
+
+TransducerStatus solve_double(std::span<Transducer* const> discs, Decomposition kind) {
+    const DecompositionMethod<double> method{
+        kind,
+        [](const Transducer& element) { return disc_edge<double>(element, DelayBy::quotient); }};
+    return solve_by_decomposition(discs, method);
+}
+
+// Geometry and windows in single precision; the sums in double where the waveform's factors need
+// it.
+TransducerStatus solve_single(std::span<Transducer* const> discs, DelayBy delay_by, Output output) {
+    const auto single = [delay_by](const Transducer& element) {
+        return disc_edge<float>(element, delay_by);
+    };
+    const bool suffices = std::all_of(discs.begin(), discs.end(), [](const Transducer* disc) {
+        return disc == nullptr || disc->excitation == nullptr ||
+               disc->excitation->single_precision_suffices();
+    });
+    if (suffices) {
+        return solve_by_decomposition<float>(discs, {Decomposition::real, single}, output);
+    }
+    const auto widened = [single](const Transducer& element) {
+        return std::make_unique<WidenedEdge>(single(element));
+    };
+    return solve_by_decomposition<double>(
+        discs, {Decomposition::real, widened, WindowRule::rounded_to<float>}, output);
+}
+
+}  // namespace
+
+TransducerStatus CircularTransducer::fnm_tsd_sse() {
+    Transducer* const element = this;
+    return solve_single({&element, 1}, DelayBy::quotient, Output::accumulate);
+}
+
+TransducerStatus CircularTransducer::fnm_tsd_low_precision() {
+    Transducer* const element = this;
+    return solve_single({&element, 1}, DelayBy::product, Output::accumulate);
+}
+
+TransducerStatus CircularTransducer::fnm_tsd() {
+    Transducer* const element = this;
+    return solve_double({&element, 1}, Decomposition::real);
+}
+
+TransducerStatus CircularTransducer::fnm_fdtsd() {
+    Transducer* const element = this;
+    return solve_double({&element, 1}, Decomposition::complex);
+}
+
+TransducerStatus fnm_tsd_sse_of_discs(std::span<Transducer* const> discs, Output output) {
+    return solve_single(discs, DelayBy::quotient, output);
+}
+
+}  // namespace kavro

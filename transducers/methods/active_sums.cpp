@@ -1,0 +1,537 @@
+#include "transducers/methods/active_sums.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+#include "core/vector_dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "transducers/methods/active_sums.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+#ifndef KAVRO_ACTIVE_SUMS_CHUNK
+#define KAVRO_ACTIVE_SUMS_CHUNK
+namespace kavro {
+
+// Samples that the sweep takes at a time at the least: enough to pay for its start, few enough that
+// the changes ahead stay in the nearest cache.
+constexpr std::int32_t sweep_chunk = 32;
+
+// Terms whose sums are kept running at a time.
+constexpr int most_terms_at_a_time = 8;
+
+}  // namespace kavro
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace kavro {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Doubles = hn::CappedTag<double, block_lanes>;
+
+template <class Real>
+using Reals = hn::CappedTag<Real, block_lanes>;
+template <class Real>
+using Integers = hn::RebindToSigned<Reals<Real>>;
+
+// Limits of the scaling: a bound with biased exponent e is scaled by two to the power
+// (headroom - e), so that no sum leaves the integer.
+template <class Real>
+struct Scaling;
+template <>
+struct Scaling<float> {
+    static constexpr int mantissa_bits = 23;
+    static constexpr int highest_exponent = 255;  // infinity and not-a-number
+    static constexpr int headroom = 283;          // bound 2^(e - 126) to 2^30
+    static constexpr int lowest_exponent = 30;
+};
+template <>
+struct Scaling<double> {
+    static constexpr int mantissa_bits = 52;
+    static constexpr int highest_exponent = 2047;
+    static constexpr int headroom = 2047 + 60;  // bound 2^(e - 1022) to 2^62
+    static constexpr int lowest_exponent = 62;
+};
+
+HWY_INLINE hn::Vec<Integers<float>> ToInteger(hn::Vec<Reals<float>> v) {
+    return hn::NearestInt(v);
+}
+
+HWY_INLINE hn::Vec<Integers<double>> ToInteger(hn::Vec<Reals<double>> v) {
+    return hn::ConvertTo(Integers<double>(), hn::Round(v));
+}
+
+// Writes g_i S_k as scaled integers and the factors that undo the scaling. Returns the lanes with a
+// value that is not finite; theirs are zero.
+template <class Real>
+HWY_INLINE LaneSet Scale(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
+    using Limits = Scaling<Real>;
+    const Reals<Real> d;
+    const Integers<Real> di;
+    const int step = static_cast<int>(hn::Lanes(d));
+    const int n = block.samples;
+    const int K = block.terms;
+    LaneSet not_finite = 0;
+    for (int k = 0; k < K; ++k) {
+        for (int lane = 0; lane < block_lanes; lane += step) {
+            const Real* g = block.edge->coefficient.data() + lane;
+            const Real* S = block.spatial + k * n * block_lanes + lane;
+            auto bound = hn::Zero(d);
+            for (int i = 0; i < n; ++i) {
+                const auto product =
+                    hn::Mul(hn::Load(d, g + i * block_lanes), hn::Load(d, S + i * block_lanes));
+                bound = hn::Add(bound, hn::Abs(product));
+            }
+            const auto exponent = hn::ShiftRight<Limits::mantissa_bits>(hn::BitCast(di, bound));
+            const auto finite = hn::Lt(exponent, hn::Set(di, Limits::highest_exponent));
+            const auto clamped = hn::Max(exponent, hn::Set(di, Limits::lowest_exponent));
+            const auto finite_real = hn::RebindMask(d, finite);
+            const auto scale = hn::IfThenElseZero(
+                finite_real, hn::BitCast(d, hn::ShiftLeft<Limits::mantissa_bits>(
+                                                hn::Sub(hn::Set(di, Limits::headroom), clamped))));
+            constexpr int undo = Limits::highest_exponent - 1 - Limits::headroom;
+            const auto unscale = hn::BitCast(
+                d, hn::ShiftLeft<Limits::mantissa_bits>(hn::Add(hn::Set(di, undo), clamped)));
+            hn::Store(unscale, d, scratch.unscale.data() + k * block_lanes + lane);
+            uint8_t bits[8] = {};
+            hn::StoreMaskBits(di, hn::Not(finite), bits);
+            not_finite |= static_cast<LaneSet>(bits[0] | bits[1] << 8) << lane;
+            auto* scaled = scratch.scaled.data() + k * block_lanes + lane;
+            for (int i = 0; i < n; ++i) {
+                auto product =
+                    hn::Mul(hn::Load(d, g + i * block_lanes), hn::Load(d, S + i * block_lanes));
+                product = hn::IfThenElseZero(finite_real, hn::Mul(product, scale));
+                hn::Store(ToInteger(product), di, scaled + i * K * block_lanes);
+            }
+        }
+    }
+    return not_finite;
+}
+
+// The changes of the sums at the samples ahead of the sweep.
+template <class Real>
+struct Ring {
+    using Integer = typename ActiveSumsScratch<Real>::Integer;
+    Integer* rows;
+    int32_t mask;  // number of rows less one
+    int K;
+
+    Integer* row(int32_t j) const {
+        return rows + static_cast<size_t>(j & mask) * static_cast<size_t>(K * block_lanes);
+    }
+};
+
+// Adds (Begins) or takes off edge sample i's values at the samples where its windows begin (end):
+// lane by lane where those are far apart, sample by sample where they are close.
+template <bool Begins, class Real>
+HWY_INLINE void Scatter(const Ring<Real>& ring, int terms,
+                        const typename Ring<Real>::Integer* values, const int32_t* at,
+                        int32_t lowest, int32_t highest, int32_t past_last) {
+    using Integer = typename Ring<Real>::Integer;
+    const Integers<Real> di;
+    const int step = static_cast<int>(hn::Lanes(di));
+    highest = std::min(highest, past_last - 1);
+    if ((highest - lowest + 1) * (block_lanes / step) <= 10) {
+        Integer wide_at[block_lanes];
+        for (int lane = 0; lane < block_lanes; ++lane) {
+            wide_at[lane] = at[lane];
+        }
+        for (int32_t j = lowest; j <= highest; ++j) {
+            Integer* row = ring.row(j);
+            for (int lane = 0; lane < block_lanes; lane += step) {
+                const auto here =
+                    hn::Eq(hn::LoadU(di, wide_at + lane), hn::Set(di, static_cast<Integer>(j)));
+                for (int k = 0; k < terms; ++k) {
+                    Integer* cell = row + k * block_lanes + lane;
+                    const auto change =
+                        hn::IfThenElseZero(here, hn::Load(di, values + k * block_lanes + lane));
+                    const auto before = hn::Load(di, cell);
+                    hn::Store(Begins ? hn::Add(before, change) : hn::Sub(before, change), di, cell);
+                }
+            }
+        }
+        return;
+    }
+    for (int lane = 0; lane < block_lanes; ++lane) {
+        const int32_t j = at[lane];
+        if (j < 0 || j >= past_last) {
+            continue;
+        }
+        Integer* cell = ring.row(j) + lane;
+        const Integer* value = values + lane;
+        for (int k = 0; k < terms; ++k) {
+            cell[k * block_lanes] = Begins ? cell[k * block_lanes] + value[k * block_lanes]
+                                           : cell[k * block_lanes] - value[k * block_lanes];
+        }
+    }
+}
+
+// A series value to the output: the direct wave's value off, the amplitude applied, each rounded as
+// in the method's precision.
+HWY_INLINE void Deliver(hn::Vec<Reals<float>> v, const double* direct, double amplitude,
+                        double* output) {
+    const Reals<float> d;
+    const Doubles wide;
+    const hn::Rebind<float, Doubles> part;
+    HWY_ALIGN float lanes[HWY_MAX_BYTES / sizeof(float)];
+    hn::Store(v, d, lanes);
+    for (size_t lane = 0; lane < hn::Lanes(d); lane += hn::Lanes(wide)) {
+        auto p = hn::PromoteTo(wide, hn::Load(part, lanes + lane));
+        if (direct != nullptr) {
+            p = hn::Sub(p, hn::Load(wide, direct + lane));
+            p = hn::PromoteTo(wide, hn::DemoteTo(part, p));
+        }
+        if (amplitude != 1.0) {
+            p = hn::Mul(p, hn::Set(wide, amplitude));
+            p = hn::PromoteTo(wide, hn::DemoteTo(part, p));
+        }
+        hn::StoreU(hn::Add(hn::LoadU(wide, output + lane), p), wide, output + lane);
+    }
+}
+
+HWY_INLINE void Deliver(hn::Vec<Reals<double>> p, const double* direct, double amplitude,
+                        double* output) {
+    const Reals<double> d;
+    if (direct != nullptr) {
+        p = hn::Sub(p, hn::Load(d, direct));
+    }
+    p = hn::Mul(p, hn::Set(d, amplitude));
+    hn::StoreU(hn::Add(hn::LoadU(d, output), p), d, output);
+}
+
+// Part of the terms of a block, few enough that their sums stay in registers.
+struct TermGroup {
+    int first;  // term
+    int count;  // at most kTerms of the sweep; the rest are empty
+};
+
+// A group of terms of the direct wave through its own decomposition, for the lanes from `lane` on.
+template <int kTerms, class Real>
+struct DirectTerms {
+    using Integer = typename ActiveSumsScratch<Real>::Integer;
+
+    int32_t first = 0;  // samples of any lane
+    int32_t last = 0;
+    int count = 0;
+    size_t stride = 0;
+    const Real* temporal = nullptr;
+    hn::Vec<Integers<Real>> begin, end;
+    hn::Vec<Reals<Real>> P[kTerms];
+
+    DirectTerms() = default;
+    HWY_INLINE DirectTerms(const WaveBlock<Real>& block, int lane, TermGroup group) {
+        if (block.direct_spatial == nullptr) {
+            return;
+        }
+        const Reals<Real> d;
+        const Integers<Real> di;
+        HWY_ALIGN Integer begin_lanes[block_lanes] = {};
+        HWY_ALIGN Integer end_lanes[block_lanes] = {};
+        first = std::numeric_limits<int32_t>::max();
+        for (size_t l = 0; l < hn::Lanes(d); ++l) {
+            begin_lanes[l] = block.direct_begin[static_cast<size_t>(lane) + l];
+            end_lanes[l] = block.direct_end[static_cast<size_t>(lane) + l];
+            if (begin_lanes[l] < end_lanes[l]) {
+                first = std::min(first, static_cast<int32_t>(begin_lanes[l]));
+                last = std::max(last, static_cast<int32_t>(end_lanes[l]));
+            }
+        }
+        begin = hn::Load(di, begin_lanes);
+        end = hn::Load(di, end_lanes);
+        count = group.count;
+        stride = static_cast<size_t>(block.direct_terms);
+        temporal = block.direct_temporal + group.first;
+        for (int k = 0; k < count; ++k) {
+            P[k] = hn::Load(d, block.direct_spatial + (group.first + k) * block_lanes + lane);
+        }
+    }
+
+    HWY_INLINE hn::Vec<Reals<Real>> At(int32_t j) const {
+        const Reals<Real> d;
+        const Integers<Real> di;
+        auto sum = hn::Zero(d);
+        if (j < first || j >= last) {
+            return sum;
+        }
+        const Real* U = temporal + static_cast<size_t>(j) * stride;
+        for (int k = 0; k < kTerms; ++k) {
+            if (k < count) {
+                sum = hn::Add(sum, hn::Mul(P[k], hn::Set(d, U[k])));
+            }
+        }
+        const auto now = hn::Set(di, static_cast<Integer>(j));
+        const auto before = hn::VecFromMask(di, hn::Gt(begin, now));
+        const auto inside = hn::AndNot(before, hn::VecFromMask(di, hn::Lt(now, end)));
+        return hn::And(sum, hn::BitCast(d, inside));
+    }
+};
+
+// Pairs first: neighbouring terms are the sine and cosine part of one wave and nearly cancel.
+template <int kTerms, class D, class V = hn::Vec<D>>
+HWY_INLINE V SumOfPairs(D, const V* products) {
+    V sum = hn::Add(products[0], products[1]);
+    for (int k = 2; k < kTerms; k += 2) {
+        sum = hn::Add(sum, hn::Add(products[k], products[k + 1]));
+    }
+    return sum;
+}
+
+// Samples [first, last) of the block for one group of terms. Blocks of one group take the direct
+// wave along and deliver; those of several collect in scratch.partial.
+template <int kTerms, bool kCollect, class Real>
+HWY_INLINE void Sweep(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
+                      const Ring<Real>& ring, TermGroup group, int32_t first, int32_t last) {
+    using Integer = typename Ring<Real>::Integer;
+    const Reals<Real> d;
+    const Integers<Real> di;
+    const int step = static_cast<int>(hn::Lanes(d));
+    const auto stride = static_cast<size_t>(block.terms);
+    const int32_t base = block.windows->rows.begin;
+    for (int lane = 0; lane < block_lanes; lane += step) {
+        Integer* sums = scratch.sums.data() + lane;
+        DirectTerms<kTerms, Real> direct;
+        if constexpr (!kCollect) {
+            direct = DirectTerms<kTerms, Real>(block, lane, {0, kTerms});
+        }
+        hn::Vec<Integers<Real>> A[kTerms];
+        hn::Vec<Reals<Real>> unscale[kTerms];
+        for (int k = 0; k < kTerms; ++k) {
+            A[k] = hn::Load(di, sums + k * block_lanes);
+            unscale[k] =
+                k < group.count
+                    ? hn::Load(d, scratch.unscale.data() + (group.first + k) * block_lanes + lane)
+                    : hn::Zero(d);
+        }
+        const Real* T = block.temporal + static_cast<size_t>(first) * stride + group.first;
+        for (int32_t j = first; j < last; ++j, T += stride) {
+            Integer* change = ring.row(j) + lane;
+            hn::Vec<Reals<Real>> products[kTerms];
+            for (int k = 0; k < kTerms; ++k) {
+                A[k] = hn::Add(A[k], hn::Load(di, change + k * block_lanes));
+                hn::Store(hn::Zero(di), di, change + k * block_lanes);
+                const auto sum = hn::Mul(hn::ConvertTo(d, A[k]), unscale[k]);
+                products[k] =
+                    !kCollect || k < group.count ? hn::Mul(sum, hn::Set(d, T[k])) : hn::Zero(d);
+            }
+            auto v = SumOfPairs<kTerms>(d, products);
+            const auto row =
+                static_cast<size_t>(j - base) * block_lanes + static_cast<size_t>(lane);
+            if constexpr (kCollect) {
+                Real* partial = scratch.partial.data() + row;
+                hn::Store(hn::Add(hn::Load(d, partial), v), d, partial);
+            } else {
+                v = hn::Sub(v, direct.At(j));
+                Deliver(v, block.direct_values == nullptr ? nullptr : block.direct_values + row,
+                        block.amplitude,
+                        block.output + static_cast<size_t>(j) * block.stride + lane);
+            }
+        }
+        for (int k = 0; k < kTerms; ++k) {
+            hn::Store(A[k], di, sums + k * block_lanes);
+        }
+    }
+}
+
+// The edge waves of one group of terms over all samples of the block.
+template <int kTerms, bool kCollect, class Real>
+HWY_INLINE void AddEdgeWaves(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
+                             TermGroup group) {
+    const WindowBlock& windows = *block.windows;
+    const int n = block.samples;
+    const auto values_of = static_cast<size_t>(block.terms * block_lanes);
+    const Ring<Real> ring{scratch.changes.data(), scratch.ring_rows - 1, kTerms};
+    std::fill_n(scratch.sums.data(), kTerms * block_lanes, 0);
+
+    int32_t frontier = windows.rows.begin;
+    const int32_t past_last = windows.rows.end;
+    int next_begin = 0;
+    int next_end = 0;
+    while (next_begin < n || next_end < n) {
+        constexpr int32_t never = std::numeric_limits<int32_t>::max();
+        const int32_t begin_at =
+            next_begin < n
+                ? windows.begin_min[static_cast<size_t>(scratch.begin_order.data()[next_begin])]
+                : never;
+        const int32_t end_at =
+            next_end < n ? windows.end_min[static_cast<size_t>(scratch.end_order.data()[next_end])]
+                         : never;
+        const int32_t at = std::min(begin_at, end_at);
+        if (at >= past_last) {
+            break;
+        }
+        if (at - frontier >= sweep_chunk) {
+            Sweep<kTerms, kCollect>(block, scratch, ring, group, frontier, at);
+            frontier = at;
+        }
+        const bool begins = begin_at <= end_at;
+        const auto i = static_cast<size_t>(begins ? scratch.begin_order.data()[next_begin++]
+                                                  : scratch.end_order.data()[next_end++]);
+        const auto* scaled = scratch.scaled.data() + i * values_of + group.first * block_lanes;
+        if (begins) {
+            Scatter<true>(ring, group.count, scaled, windows.begin.data() + i * block_lanes,
+                          windows.begin_min[i], windows.begin_max[i], past_last);
+        } else {
+            Scatter<false>(ring, group.count, scaled, windows.end.data() + i * block_lanes,
+                           windows.end_min[i], windows.end_max[i], past_last);
+        }
+    }
+    Sweep<kTerms, kCollect>(block, scratch, ring, group, frontier, past_last);
+}
+
+// Terms beyond a group of eight: all groups are collected, then delivered.
+template <class Real>
+HWY_INLINE void AddManyTerms(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
+    constexpr int group_size = most_terms_at_a_time;
+    const Reals<Real> d;
+    const int step = static_cast<int>(hn::Lanes(d));
+    const int32_t base = block.windows->rows.begin;
+    const int32_t rows = block.windows->rows.end - base;
+    std::fill_n(scratch.partial.data(), static_cast<size_t>(rows) * block_lanes, Real(0));
+    for (int k = 0; k < block.terms; k += group_size) {
+        AddEdgeWaves<group_size, true>(block, scratch, {k, std::min(group_size, block.terms - k)});
+    }
+    for (int lane = 0; lane < block_lanes; lane += step) {
+        for (int k = 0; block.direct_spatial != nullptr && k < block.direct_terms;
+             k += group_size) {
+            const DirectTerms<group_size, Real> direct(
+                block, lane, {k, std::min(group_size, block.direct_terms - k)});
+            for (int32_t j = direct.first; j < direct.last; ++j) {
+                Real* partial =
+                    scratch.partial.data() + static_cast<size_t>(j - base) * block_lanes + lane;
+                hn::Store(hn::Sub(hn::Load(d, partial), direct.At(j)), d, partial);
+            }
+        }
+        for (int32_t j = 0; j < rows; ++j) {
+            const auto row = static_cast<size_t>(j) * block_lanes + static_cast<size_t>(lane);
+            Deliver(hn::Load(d, scratch.partial.data() + row),
+                    block.direct_values == nullptr ? nullptr : block.direct_values + row,
+                    block.amplitude,
+                    block.output + static_cast<size_t>(base + j) * block.stride + lane);
+        }
+    }
+}
+
+template <class Real>
+HWY_INLINE void AddByTerms(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
+    const bool alike = block.direct_spatial == nullptr || block.direct_terms == block.terms;
+    if (alike && block.terms == 2) {
+        AddEdgeWaves<2, false>(block, scratch, {0, 2});
+    } else if (alike && block.terms == 6) {
+        AddEdgeWaves<6, false>(block, scratch, {0, 6});
+    } else if (alike && block.terms == 8) {
+        AddEdgeWaves<8, false>(block, scratch, {0, 8});
+    } else {
+        AddManyTerms(block, scratch);
+    }
+}
+
+LaneSet ScaleSingle(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch) {
+    return Scale(block, scratch);
+}
+
+LaneSet ScaleDouble(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch) {
+    return Scale(block, scratch);
+}
+
+void AddWaveBlockSingle(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch) {
+    AddByTerms(block, scratch);
+}
+
+void AddWaveBlockDouble(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch) {
+    AddByTerms(block, scratch);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace kavro
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kavro {
+namespace {
+
+// Edge samples in the order of their first events; shapes give them sorted or nearly so.
+void sort_by_row(const std::vector<std::int32_t>& rows, int samples,
+                 AlignedVector<std::int32_t>& order) {
+    order.resize(static_cast<std::size_t>(samples));
+    for (int i = 0; i < samples; ++i) {
+        order[static_cast<std::size_t>(i)] = samples - 1 - i;
+    }
+    const auto earlier = [&rows](std::int32_t a, std::int32_t b) {
+        return rows[static_cast<std::size_t>(a)] < rows[static_cast<std::size_t>(b)];
+    };
+    // Insertion: the direct wave, last of the samples and first in the order, is often all that is
+    // out of place.
+    constexpr int few = 64;
+    if (samples > few && !std::is_sorted(order.begin() + 1, order.end(), earlier)) {
+        std::sort(order.begin(), order.end(), earlier);
+        return;
+    }
+    for (auto item = order.begin(); item != order.end(); ++item) {
+        std::rotate(std::upper_bound(order.begin(), item, *item, earlier), item, item + 1);
+    }
+}
+
+// The widest spread of one edge sample's windows over the lanes, in samples.
+std::int32_t spread_of(const WindowBlock& windows, int samples) {
+    std::int32_t spread = 0;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(samples); ++i) {
+        if (windows.begin_max[i] >= 0) {
+            spread = std::max({spread, windows.begin_max[i] - windows.begin_min[i],
+                               windows.end_max[i] - windows.end_min[i]});
+        }
+    }
+    return spread;
+}
+
+// Sizes the scratch; false where it would need more than it may hold.
+template <class Real>
+bool prepare(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
+    constexpr std::size_t largest_ring = std::size_t{16} << 20;
+    constexpr auto row = static_cast<std::size_t>(most_terms_at_a_time) * block_lanes;
+    const std::int32_t ahead = spread_of(*block.windows, block.samples) + sweep_chunk + 2;
+    scratch.ring_rows = static_cast<std::int32_t>(std::bit_ceil(static_cast<std::uint32_t>(ahead)));
+    const std::size_t cells = static_cast<std::size_t>(scratch.ring_rows) * row;
+    if (cells * sizeof(scratch.changes[0]) > largest_ring) {
+        return false;
+    }
+    if (scratch.changes.size() < cells) {
+        scratch.changes.assign(cells, 0);
+    }
+    scratch.scaled.resize(
+        std::max(scratch.scaled.size(), static_cast<std::size_t>(block.samples) * block_lanes *
+                                            static_cast<std::size_t>(block.terms)));
+    scratch.unscale.resize(static_cast<std::size_t>(block.terms) * block_lanes);
+    scratch.sums.resize(row);
+    const auto samples =
+        static_cast<std::size_t>(block.windows->rows.end - block.windows->rows.begin);
+    scratch.partial.resize(std::max(scratch.partial.size(), samples * block_lanes));
+    sort_by_row(block.windows->begin_min, block.samples, scratch.begin_order);
+    sort_by_row(block.windows->end_min, block.samples, scratch.end_order);
+    return true;
+}
+
+}  // namespace
+
+LaneSet scale_edge_waves(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch) {
+    return prepare(block, scratch) ? KAVRO_KERNEL(ScaleSingle)(block, scratch) : all_lanes;
+}
+
+LaneSet scale_edge_waves(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch) {
+    return prepare(block, scratch) ? KAVRO_KERNEL(ScaleDouble)(block, scratch) : all_lanes;
+}
+
+void add_wave_block(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch) {
+    KAVRO_KERNEL(AddWaveBlockSingle)(block, scratch);
+}
+
+void add_wave_block(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch) {
+    KAVRO_KERNEL(AddWaveBlockDouble)(block, scratch);
+}
+
+}  // namespace kavro
+#endif  // HWY_ONCE

@@ -1,0 +1,79 @@
+// The time-space decomposition of one waveform at one delay, as the transient consumer needs it.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "core/aligned_vector.h"
+#include "core/time_samples.h"
+#include "excitation/excitation_function.h"
+
+namespace kavro {
+
+// Which decomposition of the waveform a method uses.
+enum class Decomposition { real, complex };
+
+// Temporal factors over a time axis, and the waveform's spatial factors as real numbers: the
+// complex decomposition counts as twice as many real terms.
+template <class Real>
+class DecompositionFactors {
+public:
+    DecompositionFactors(const ExcitationFunction& waveform, Decomposition kind,
+                         const TimeSamples& times, double time_delay);
+
+    int terms() const { return terms_; }
+    const ExcitationFunction& waveform() const { return *waveform_; }
+    double time_delay() const { return time_delay_; }
+
+    // Entry (sample j, term k) at j * terms + k.
+    const Real* temporal() const { return temporal_.data(); }
+
+    // The decomposition of the waveform's value, for the direct wave: its terms (0 where there is
+    // none) and its spatial factors. Its temporal factors are taken at the sample times as the
+    // direct wave's step rounds them, entry (j, k) at j * direct_terms + k; where the spatial
+    // factors are those of the real decomposition, as the difference from that one's temporal
+    // factors.
+    int direct_terms() const { return direct_terms_; }
+    bool direct_is_edge_wave() const { return direct_is_edge_wave_; }
+    const Real* direct_temporal() const { return direct_temporal_.data(); }
+    void direct_spatial(Real* out, const Real* tau, int count) const;
+
+    // All temporal factors are finite.
+    bool finite() const { return finite_; }
+
+    // Factor k of delay m at out[k * count + m].
+    void spatial(Real* out, const Real* tau, int count) const;
+
+    // The same one delay at a time, by the waveform's scalar operations.
+    void spatial_one(Real* out, Real tau) const;
+
+    // Whether these factors serve a waveform and delay as well.
+    bool serves(const ExcitationFunction& waveform, double time_delay) const {
+        return time_delay == time_delay_ && waveform_->same_waveform(waveform);
+    }
+
+    // Memory that the temporal factors take.
+    std::size_t bytes() const {
+        return sizeof(Real) * (temporal_.size() + direct_temporal_.size());
+    }
+
+private:
+    const ExcitationFunction* waveform_;
+    Decomposition kind_;
+    double time_delay_;
+    int terms_;
+    int direct_terms_ = 0;
+    bool direct_is_edge_wave_ = false;
+    bool finite_;
+    AlignedVector<Real> temporal_;
+    AlignedVector<Real> direct_temporal_;
+};
+
+// Number of real terms of a waveform's decomposition.
+int real_terms(const ExcitationFunction& waveform, Decomposition kind);
+
+extern template class DecompositionFactors<float>;
+extern template class DecompositionFactors<double>;
+
+}  // namespace kavro

@@ -1,0 +1,94 @@
+#include "transducers/methods/point_decomposition.h"
+
+#include <cmath>
+
+#include "core/counts.h"
+
+namespace kavro {
+
+template <class Real>
+const std::vector<Real>& PointDecomposition<Real>::series(const DecompositionFactors<Real>& factors,
+                                                          const WindowRule& rule,
+                                                          const EdgeBlock<Real>& edge, int lane,
+                                                          double amplitude) {
+    factors_ = &factors;
+    series_.assign(static_cast<std::size_t>(times_.ntimes), Real(0));
+    spatial_.resize(static_cast<std::size_t>(factors.terms()));
+    add_edge_waves(rule, edge, static_cast<std::size_t>(lane));
+    subtract_direct_wave(rule, edge, static_cast<std::size_t>(lane));
+    for (Real& value : series_) {
+        value = static_cast<Real>(static_cast<double>(value) * amplitude);
+    }
+    return series_;
+}
+
+// begin, end: seconds from the first sample. All samples of a list, whose own are compared
+// directly.
+template <class Real>
+SampleWindow PointDecomposition<Real>::window(const WindowRule& rule, double begin,
+                                              double end) const {
+    if (times_.deltat() == 0.0) {
+        return {0, times_.ntimes};
+    }
+    return {clamped_index(std::ceil(begin * rule.inverse_step), times_.ntimes),
+            clamped_index(std::floor(end * rule.inverse_step) + 1.0, times_.ntimes)};
+}
+
+template <class Real>
+bool PointDecomposition<Real>::belongs(int j, Real begin, Real end) const {
+    const double t = times_.time_index_value(j) - factors_->time_delay();
+    return times_.deltat() != 0.0 || (t - static_cast<double>(begin) >= 0.0 &&
+                                      t - static_cast<double>(end) <= factors_->waveform().w);
+}
+
+template <class Real>
+void PointDecomposition<Real>::add_edge_waves(const WindowRule& rule, const EdgeBlock<Real>& edge,
+                                              std::size_t lane) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(edge.size); ++i) {
+        const Real tau = edge.delay[i * block_lanes + lane];
+        const Real g = edge.coefficient[i * block_lanes + lane];
+        const double u = static_cast<double>(tau) + rule.time_delay - rule.first_time;
+        const SampleWindow samples = window(rule, u, u + rule.duration);
+        if (samples.begin >= samples.end) {
+            continue;
+        }
+        factors_->spatial_one(spatial_.data(), tau);
+        for (int j = samples.begin; j < samples.end; ++j) {
+            if (!belongs(j, tau, tau)) {
+                continue;
+            }
+            const Real* temporal =
+                factors_->temporal() + static_cast<std::size_t>(j) * spatial_.size();
+            Real sum = 0;
+            for (std::size_t k = 0; k < spatial_.size(); ++k) {
+                sum += spatial_[k] * g * temporal[k];
+            }
+            series_[static_cast<std::size_t>(j)] += sum;
+        }
+    }
+}
+
+template <class Real>
+void PointDecomposition<Real>::subtract_direct_wave(const WindowRule& rule,
+                                                    const EdgeBlock<Real>& edge, std::size_t lane) {
+    const Real zeta = edge.direct_delay[lane];
+    const Real begin = edge.direct_begin[lane];
+    const auto weight = static_cast<double>(edge.coefficient_sum[lane]);
+    const SampleWindow samples =
+        window(rule, static_cast<double>(begin) + rule.time_delay - rule.first_time,
+               rule.time_delay + static_cast<double>(zeta) + rule.duration - rule.first_time);
+    for (int j = samples.begin; j < samples.end; ++j) {
+        if (belongs(j, begin, zeta)) {
+            const auto t = static_cast<Real>(times_.time_index_value(j));
+            const double value =
+                factors_->waveform().at(static_cast<double>(t - zeta) - rule.time_delay);
+            Real& sum = series_[static_cast<std::size_t>(j)];
+            sum = static_cast<Real>(static_cast<double>(sum) - value * weight);
+        }
+    }
+}
+
+template class PointDecomposition<float>;
+template class PointDecomposition<double>;
+
+}  // namespace kavro

@@ -1,0 +1,42 @@
+// One point's decomposed waves by the scalar operations.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "core/time_samples.h"
+#include "transducers/methods/decomposition_factors.h"
+#include "transducers/methods/edge_block.h"
+#include "transducers/methods/sample_window.h"
+
+namespace kavro {
+
+// What the vector kernels leave out: explicit lists of times, values that are not finite, very long
+// windows. Slow and plain; the windows are the same.
+template <class Real>
+class PointDecomposition {
+public:
+    explicit PointDecomposition(const TimeSamples& times) : times_(times) {}
+
+    // The series of a lane of the block: ntimes values, valid until the next call.
+    const std::vector<Real>& series(const DecompositionFactors<Real>& factors,
+                                    const WindowRule& rule, const EdgeBlock<Real>& edge, int lane,
+                                    double amplitude);
+
+private:
+    SampleWindow window(const WindowRule& rule, double begin, double end) const;
+    bool belongs(int j, Real begin, Real end) const;
+    void add_edge_waves(const WindowRule& rule, const EdgeBlock<Real>& edge, std::size_t lane);
+    void subtract_direct_wave(const WindowRule& rule, const EdgeBlock<Real>& edge,
+                              std::size_t lane);
+
+    const TimeSamples& times_;
+    const DecompositionFactors<Real>* factors_ = nullptr;
+    std::vector<Real> spatial_;
+    std::vector<Real> series_;
+};
+
+extern template class PointDecomposition<float>;
+extern template class PointDecomposition<double>;
+
+}  // namespace kavro

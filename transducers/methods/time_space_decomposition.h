@@ -1,0 +1,43 @@
+// Transient pressure by the fast nearfield method with time-space decomposition: the consumer of
+// edge blocks that `fnm_tsd` and its variants share.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <span>
+
+#include "transducers/methods/decomposition_factors.h"
+#include "transducers/methods/edge_block.h"
+#include "transducers/methods/sample_window.h"
+#include "transducers/output.h"
+#include "transducers/transducer.h"
+
+namespace kavro {
+
+template <class Real>
+struct DecompositionMethod {
+    Decomposition kind;
+    // The edge generator of an element whose records are set.
+    std::function<std::unique_ptr<EdgeGenerator<Real>>(const Transducer&)> edge_of;
+    // Rounds what the windows are made of: WindowRule::rounded_to<Real> unless the geometry's
+    // precision is not that of the sums.
+    WindowRule (*window_rule)(const TimeSamples&, double, double) = WindowRule::rounded_to<Real>;
+};
+
+// Adds the pressure of all elements, in order, to every point. The elements share grid, time axis
+// and output. Bit for bit the result of solving them one after another, for any number of threads.
+// Returns status_failure where a record is missing, status_not_implemented where the method needs a
+// complex decomposition and a waveform has none (no element is solved then).
+template <class Real>
+TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
+                                        const DecompositionMethod<Real>& method,
+                                        Output output = Output::accumulate);
+
+extern template TransducerStatus solve_by_decomposition<float>(std::span<Transducer* const>,
+                                                               const DecompositionMethod<float>&,
+                                                               Output);
+extern template TransducerStatus solve_by_decomposition<double>(std::span<Transducer* const>,
+                                                                const DecompositionMethod<double>&,
+                                                                Output);
+
+}  // namespace kavro

@@ -1,0 +1,49 @@
+// A flat rectangle.
+#pragma once
+
+#include "transducers/transducer.h"
+
+namespace kavro {
+
+// A rectangle in the plane z = 0 of its own frame, `width` along x and `height` along y, radiating
+// towards +z. Lengths in metres.
+class RectangularTransducer : public Transducer {
+public:
+    double width = 0.0;
+    double height = 0.0;
+
+    RectangularTransducer() = default;
+    RectangularTransducer(double width, double height);
+    RectangularTransducer(double width, double height, double time_delay);
+    RectangularTransducer(double width, double height, double amplitude, double phase);
+
+    void debug(int level) override;
+    void mex_debug(int level) override;
+
+    TransducerStatus farfield_cw() override { return not_implemented(); }
+    TransducerStatus fnm_cw() override { return not_implemented(); }
+    TransducerStatus fnm_cw_apodized() override { return not_implemented(); }
+    TransducerStatus fnm_cw_single() override { return not_implemented(); }
+    TransducerStatus fnm_cw_sse() override { return not_implemented(); }
+    TransducerStatus fnm_cw_sse2() override { return not_implemented(); }
+    TransducerStatus radiator_cw() override { return not_implemented(); }
+    TransducerStatus rayleigh_cw() override { return not_implemented(); }
+    TransducerStatus rayleigh_cw_apodized() override { return not_implemented(); }
+    TransducerStatus rayleigh_cw_sse() override { return not_implemented(); }
+    TransducerStatus impulse_begin_and_end_times() override { return not_implemented(); }
+    TransducerStatus impulse_response() override { return not_implemented(); }
+    TransducerStatus fnm_transient() override { return not_implemented(); }
+    TransducerStatus fnm_transient_behind_source() override { return not_implemented(); }
+    TransducerStatus fnm_fdtsd() override { return not_implemented(); }
+    TransducerStatus fnm_tsd() override { return not_implemented(); }
+    TransducerStatus fnm_tsd_behind_source() override { return not_implemented(); }
+    TransducerStatus fnm_tsd_low_precision() override { return not_implemented(); }
+    TransducerStatus fnm_tsd_sse() override { return not_implemented(); }
+    TransducerStatus rayleigh_transient() override { return not_implemented(); }
+    TransducerStatus kzk_transient() override { return not_implemented(); }
+    TransducerStatus kzk_cw() override { return not_implemented(); }
+
+    virtual TransducerStatus farfield_cw_lossless() { return not_implemented(); }
+};
+
+}  // namespace kavro

@@ -1,0 +1,47 @@
+// A flat annulus.
+#pragma once
+
+#include "transducers/transducer.h"
+
+namespace kavro {
+
+// The part of the plane z = 0 of its own frame between two radii, radiating towards +z. Lengths in
+// metres.
+class RingTransducer : public Transducer {
+public:
+    double inner_radius = 0.0;
+    double outer_radius = 0.0;
+
+    RingTransducer() = default;
+    RingTransducer(double inner_radius, double outer_radius);
+    RingTransducer(double inner_radius, double outer_radius, double time_delay);
+    RingTransducer(double inner_radius, double outer_radius, double amplitude, double phase);
+
+    void debug(int level) override;
+    void mex_debug(int level) override;
+
+    TransducerStatus farfield_cw() override { return not_implemented(); }
+    TransducerStatus fnm_cw() override { return not_implemented(); }
+    TransducerStatus fnm_cw_apodized() override { return not_implemented(); }
+    TransducerStatus fnm_cw_single() override { return not_implemented(); }
+    TransducerStatus fnm_cw_sse() override { return not_implemented(); }
+    TransducerStatus fnm_cw_sse2() override { return not_implemented(); }
+    TransducerStatus radiator_cw() override { return not_implemented(); }
+    TransducerStatus rayleigh_cw() override { return not_implemented(); }
+    TransducerStatus rayleigh_cw_apodized() override { return not_implemented(); }
+    TransducerStatus rayleigh_cw_sse() override { return not_implemented(); }
+    TransducerStatus impulse_begin_and_end_times() override { return not_implemented(); }
+    TransducerStatus impulse_response() override { return not_implemented(); }
+    TransducerStatus fnm_transient() override { return not_implemented(); }
+    TransducerStatus fnm_transient_behind_source() override { return not_implemented(); }
+    TransducerStatus fnm_fdtsd() override { return not_implemented(); }
+    TransducerStatus fnm_tsd() override { return not_implemented(); }
+    TransducerStatus fnm_tsd_behind_source() override { return not_implemented(); }
+    TransducerStatus fnm_tsd_low_precision() override { return not_implemented(); }
+    TransducerStatus fnm_tsd_sse() override { return not_implemented(); }
+    TransducerStatus rayleigh_transient() override { return not_implemented(); }
+    TransducerStatus kzk_transient() override { return not_implemented(); }
+    TransducerStatus kzk_cw() override { return not_implemented(); }
+};
+
+}  // namespace kavro

@@ -1,0 +1,138 @@
+// The base of every radiating element.
+#pragma once
+
+#include <array>
+#include <complex>
+#include <cstdint>
+
+#include "core/cartesian_coordinate.h"
+#include "core/coordinate_grid.h"
+#include "core/medium.h"
+#include "core/numeric_kernels.h"
+#include "core/numerical_integration.h"
+#include "core/time_samples.h"
+#include "excitation/excitation_function.h"
+#include "transducers/transducer_status.h"
+
+namespace kavro {
+
+// Placement, weighting and records of an element, and one virtual operation per solution method.
+//
+// An element owns nothing it points to: grid, medium, quadrature, time axis, excitation and outputs
+// belong to the caller and must outlive the solver calls. Results are added into the outputs, never
+// assigned, so elements that share an output give the summed field; the caller clears it once.
+//
+// Transient output: npoints x ntimes values, entry i + t * npoints (the point index is fastest).
+// Continuous-wave output: npoints real and npoints imaginary parts.
+class Transducer {
+public:
+    ExcitationFunction* excitation = nullptr;
+    CartesianCoordinate center;  // reference point, m
+    CartesianCoordinate euler;   // angles of the three rotations, rad
+    // amplitude e^(j phase). Zero until set_amplitude or set_phase is called, although the
+    // amplitude starts at 1, on purpose.
+    std::complex<double> complex_weight{0.0, 0.0};
+    double amplitude = 1.0;
+    double phase = 0.0;                // rad, continuous-wave methods
+    double time_delay = 0.0;           // s, transient methods
+    double impulse_begin_time = -1.0;  // s; negative until impulse_begin_and_end_times is called
+    double impulse_end_time = -1.0;
+    std::int32_t piston_apodization_index = 0;
+    CoordinateGrid* coordinate_grid = nullptr;
+    Medium* medium = nullptr;
+    NumericalIntegration* integral = nullptr;
+    TimeSamples* time_samples = nullptr;
+    double* pressure_real = nullptr;
+    double* pressure_imag = nullptr;
+    double* transient_pressure = nullptr;
+    std::array<double, 9> rotation_matrix{};  // row by row, global to element frame
+
+    Transducer() = default;
+    virtual ~Transducer() = default;
+
+    virtual void debug(int level);      // writes the element to the standard output stream
+    virtual void mex_debug(int level);  // prints the element to the console; level 2: records too
+
+    // Three doubles each; the rotation matrix is not recomputed.
+    virtual void set_center(CartesianCoordinate value);
+    virtual void set_center(double* xyz);
+    virtual void set_center(double x, double y, double z);
+    virtual void set_euler(CartesianCoordinate value);
+    virtual void set_euler(double* angles);
+    virtual void set_euler(double a, double b, double c);
+
+    virtual void set_amplitude(double value);                 // keeps complex_weight in step
+    virtual void set_phase(double value);                     // keeps complex_weight in step
+    virtual void set_complex_weight(double* re, double* im);  // im may be null; warns
+    virtual void set_time_delay(double value);
+    virtual void set_piston_apodization_index(int index);
+    virtual double get_amplitude() const;
+    virtual double get_phase() const;
+    virtual int get_piston_apodization_index() const;
+
+    virtual void set_global_coordinate_grid(CoordinateGrid* grid);
+    virtual void set_integral_pointer(NumericalIntegration* rule);
+    virtual void set_medium(Medium* value);
+    virtual void set_time_vector(TimeSamples* times);
+    // An element is in continuous-wave or in transient mode: each of these clears the other's.
+    virtual void set_complex_pressure_pointers(double* re, double* im);
+    virtual void set_transient_pressure_pointer(double* pressure);
+
+    // The solution methods. Each answers status_not_implemented where the shape does not offer it.
+    virtual TransducerStatus farfield_cw() = 0;
+    virtual TransducerStatus fnm_cw() = 0;
+    virtual TransducerStatus fnm_cw_apodized() = 0;
+    virtual TransducerStatus fnm_cw_single() = 0;
+    virtual TransducerStatus fnm_cw_sse() = 0;
+    virtual TransducerStatus fnm_cw_sse2() = 0;
+    virtual TransducerStatus radiator_cw() = 0;
+    virtual TransducerStatus rayleigh_cw() = 0;
+    virtual TransducerStatus rayleigh_cw_apodized() = 0;
+    virtual TransducerStatus rayleigh_cw_sse() = 0;
+    virtual TransducerStatus impulse_begin_and_end_times() = 0;
+    virtual TransducerStatus impulse_response() = 0;
+    virtual TransducerStatus fnm_transient() = 0;
+    virtual TransducerStatus fnm_transient_behind_source() = 0;
+    virtual TransducerStatus fnm_fdtsd() = 0;
+    virtual TransducerStatus fnm_tsd() = 0;
+    virtual TransducerStatus fnm_tsd_behind_source() = 0;
+    virtual TransducerStatus fnm_tsd_low_precision() = 0;
+    virtual TransducerStatus fnm_tsd_sse() = 0;
+    virtual TransducerStatus rayleigh_transient() = 0;
+    virtual TransducerStatus kzk_transient() = 0;
+    virtual TransducerStatus kzk_cw() = 0;
+
+    // A global point in the element's own frame. Needs InitializeRotationMatrix.
+    virtual CartesianCoordinate rotateTranslate(const CartesianCoordinate& point) const;
+
+    // Computes the rotation matrix from the Euler angles; every solver calls it first.
+    void InitializeRotationMatrix();
+
+    double get_time_delay() const { return time_delay; }
+    CartesianCoordinate get_center() const { return center; }
+    double get_impulse_begin_time() const { return impulse_begin_time; }
+    double get_impulse_end_time() const;  // warns where it has not been computed
+
+    void superpose_complex_pressure(const int& i, const std::complex<double>& pressure);
+    void superpose_transient_pressure(const int& i, const double* series);  // ntimes values
+    void superpose_transient_pressure(const int& i, const float* series);   // ntimes values
+    void zerofill_complex_pressure();
+    void zerofill_transient_pressure();
+
+    // Reference behaviour (false, the default), or the physically exact sibling of every departure
+    // that the shape states (true).
+    void set_exact(bool exact) { exact_ = exact; }
+    bool exact() const { return exact_; }
+
+protected:
+    // The answer of every method that a shape does not offer.
+    static TransducerStatus not_implemented() { return status_not_implemented; }
+
+private:
+    template <class Real>
+    void add_series(int i, const Real* series);
+
+    bool exact_ = false;
+};
+
+}  // namespace kavro
