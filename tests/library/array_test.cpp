@@ -167,9 +167,9 @@ TEST(Array, AddsToWhatIsThere) {
 
 // So many samples that the factors of all elements together are not kept at once.
 TEST(Array, LongAxesAreSolvedInSeveralGoes) {
-    Scene scene = crowded_scene(2);
+    Scene scene = plain_scene();
     scene.ndiv = 4;
-    scene.discs.resize(1);
+    scene.points.resize(2);
     for (int i = 1; i < 8; ++i) {
         scene.discs.push_back(scene.discs[0]);
         scene.discs.back().time_delay += 1e-7 * i;
@@ -178,6 +178,7 @@ TEST(Array, LongAxesAreSolvedInSeveralGoes) {
     const std::vector<Waveform> drives = {std::make_shared<Ramp>(1.1e-6)};
     Elements one_by_one(scene, drives), together(scene, drives), onto_zeros(scene, drives);
     const auto expected = bits_of(one_by_one.one_by_one());
+    EXPECT_NE(one_by_one.records.pressure, kavro_oracle::silence(scene));
     EXPECT_TRUE(bits_of(together.together()) == expected);
     EXPECT_TRUE(bits_of(onto_zeros.together(kavro::Output::all_zero)) == expected);
 }
