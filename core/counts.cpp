@@ -39,19 +39,21 @@ std::int32_t checked_product(std::int32_t a, std::int32_t b, const char* what) {
     return static_cast<std::int32_t>(product);
 }
 
-void require_memory(std::size_t count, std::size_t bytes, const char* what) {
+bool fits_into_memory(std::size_t count, std::size_t bytes) {
     if (count > std::numeric_limits<std::size_t>::max() / bytes) {
-        too_large(what);
+        return false;
     }
     const std::optional<std::uint64_t> available = available_memory();
-    if (available && count * bytes > *available) {
+    return !available || count * bytes <= *available;
+}
+
+void require_memory(std::size_t count, std::size_t bytes, const char* what) {
+    if (!fits_into_memory(count, bytes)) {
         too_large(what);
     }
 }
 
 std::optional<std::uint64_t> available_memory() {
-    // Systems that overcommit grant any request and kill the process once the pages are touched, so
-    // a failed allocation cannot be waited for.
     std::ifstream table("/proc/meminfo");
     std::string key;
     std::string unit;

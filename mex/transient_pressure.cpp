@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <limits>
 #include <new>
 #include <optional>
@@ -9,6 +10,7 @@
 #include "core/console.h"
 #include "core/counts.h"
 #include "core/input_error.h"
+#include "core/threads.h"
 #include "mex/coordinate_grid_from_host.h"
 #include "mex/excitation_from_host.h"
 #include "mex/host_values.h"
@@ -70,6 +72,13 @@ void warn_of_display_flag(const mxArray* flag) {
     if (mxGetScalar(flag) != 0.0) {
         console::warn("The use of the display flag was deprecated.\n");
     }
+}
+
+// The number of threads, from an environment variable of our own: the host's OpenMP runtime has read
+// its variables when it was loaded.
+void apply_thread_setting() {
+    const char* setting = std::getenv("KAVRO_THREADS");
+    set_thread_count(setting != nullptr ? static_cast<int>(std::strtol(setting, nullptr, 10)) : 0);
 }
 
 void check_status(TransducerStatus status) {
@@ -161,6 +170,7 @@ void TransientPressure::solve() {
     for (const std::unique_ptr<Transducer>& element : elements_) {
         elements.push_back(element.get());
     }
+    apply_thread_setting();
     const TransducerStatus status = fnm_tsd_sse(elements, Output::all_zero);
     console_.end_progress(status == status_success);
     check_status(status);

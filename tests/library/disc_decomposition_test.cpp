@@ -63,7 +63,9 @@ std::vector<Kind> kinds() {
         sampled_kind("odd signal", odd, 0.0),
         sampled_kind("signal without mean", zero_mean, 0.0),
         sampled_kind("clipped signal", even, 0.2),
-        sampled_kind("signal clipped in dB", odd, -4.0)};
+        sampled_kind("signal clipped in dB", odd, -4.0),
+        sampled_kind("constant signal", std::vector<double>(6, 2.5), 0.1),  // one term
+        sampled_kind("silent signal", std::vector<double>(6, 0.0), 0.1)};   // none
     for (std::size_t i = 0, references = all.size(); i < references; ++i) {
         all.push_back(exact_sibling(all[i]));
     }

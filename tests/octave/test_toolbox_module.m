@@ -108,3 +108,17 @@
 %! assert(evalc("p = work();"), "");
 %! kavro.progress(true);
 %! assert(! isempty(strfind(evalc('p = work();'), '100 % done')));
+
+%!test  % any number of threads, the same bits; the setting before
+%! [medium, times, pulse] = scene();
+%! before = kavro.threads('default');
+%! restore = onCleanup(@() kavro.threads(before));
+%! assert(kavro.threads(3), 'default');
+%! assert(kavro.threads(), 3);
+%! e = kavro.linear_array(8, 1e-3, 0.4e-3);
+%! plane = kavro.set_coordinate_grid(0.5e-3, -10e-3, 10e-3, 0, 0, 1e-3, 30e-3);
+%! work = @() kavro.transient_pressure(e, plane, medium, times, 16, pulse);
+%! three = work();
+%! kavro.threads(1);
+%! assert(isequal(three, work()));
+%! fail('kavro.threads(1.5)', 'whole number');

@@ -6,7 +6,7 @@ function was_on = progress(on)
 %   on = kavro.progress()
 %   was_on = kavro.progress(on)
 %
-%   When they are on, a long computation prints how many of its elements are done. They are
+%   When they are on, a long computation prints how much of it is done. They are
 %   off unless asked for. The switch is the environment variable KAVRO_PROGRESS ('1' is on,
 %   empty is off), which the module reads at each call; it can be set before the host starts.
 %

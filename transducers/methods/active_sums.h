@@ -50,6 +50,13 @@ struct WaveBlock {
     std::size_t stride;  // from one sample to the next
 };
 
+// Samples that the sums are swept at a time at the least: enough to pay for the start of a sweep,
+// few enough that the changes ahead stay in the nearest cache.
+inline constexpr std::int32_t sweep_chunk = 32;
+
+// Terms whose sums are kept running at a time, in registers.
+inline constexpr int most_terms_at_a_time = 8;
+
 // Scratch of add_wave_block, one per thread.
 template <class Real>
 struct ActiveSumsScratch {

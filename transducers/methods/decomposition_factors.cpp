@@ -4,7 +4,10 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <new>
 #include <type_traits>
+
+#include "core/counts.h"
 
 namespace kavro {
 namespace {
@@ -65,6 +68,13 @@ DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& wavef
       time_delay_(time_delay),
       terms_(real_terms(waveform, kind)) {
     const auto terms = static_cast<std::size_t>(terms_);
+    // The factors by term, in double, and by sample; those of the direct wave too.
+    const std::size_t values =
+        (terms + static_cast<std::size_t>(waveform.number_of_value_terms())) *
+        static_cast<std::size_t>(times.ntimes);
+    if (!fits_into_memory(values, 2 * sizeof(double))) {
+        throw std::bad_alloc();
+    }
     if constexpr (std::is_same_v<Real, double>) {
         temporal_ = kind == Decomposition::complex
                         ? complex_factors(waveform, times, time_delay)
