@@ -9,21 +9,21 @@
 namespace kavro {
 namespace {
 
-bool is_disc(const Transducer* element) {
-    return dynamic_cast<const CircularTransducer*>(element) != nullptr;
+bool is_ready_disc(const Transducer* element) {
+    return dynamic_cast<const CircularTransducer*>(element) != nullptr &&
+           element->has_transient_records();
 }
 
 bool solved_alike(const Transducer& a, const Transducer& b) {
     return a.coordinate_grid == b.coordinate_grid && a.time_samples == b.time_samples &&
-           a.transient_pressure == b.transient_pressure && a.excitation != nullptr &&
-           b.excitation != nullptr &&
+           a.transient_pressure == b.transient_pressure &&
            a.excitation->single_precision_suffices() == b.excitation->single_precision_suffices();
 }
 
 // How many elements from the first on can be solved together.
 std::size_t leading_run(std::span<Transducer* const> elements) {
     std::size_t count = 0;
-    while (count < elements.size() && is_disc(elements[count]) &&
+    while (count < elements.size() && is_ready_disc(elements[count]) &&
            (count == 0 || solved_alike(*elements[0], *elements[count]))) {
         ++count;
     }

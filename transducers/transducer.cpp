@@ -133,6 +133,11 @@ CartesianCoordinate Transducer::rotateTranslate(const CartesianCoordinate& point
             m[6] * dx + m[7] * dy + m[8] * dz};
 }
 
+bool Transducer::has_transient_records() const {
+    return excitation != nullptr && coordinate_grid != nullptr && medium != nullptr &&
+           integral != nullptr && time_samples != nullptr && transient_pressure != nullptr;
+}
+
 void Transducer::superpose_complex_pressure(const int& i, const std::complex<double>& pressure) {
     pressure_real[i] += pressure.real();
     pressure_imag[i] += pressure.imag();

@@ -113,6 +113,9 @@ public:
     double get_impulse_begin_time() const { return impulse_begin_time; }
     double get_impulse_end_time() const;  // warns where it has not been computed
 
+    // Whether everything that the transient methods need is set.
+    bool has_transient_records() const;
+
     void superpose_complex_pressure(const int& i, const std::complex<double>& pressure);
     void superpose_transient_pressure(const int& i, const double* series);  // ntimes values
     void superpose_transient_pressure(const int& i, const float* series);   // ntimes values

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <bit>
 #include <deque>
+#include <utility>
 
 #include "support.h"
 
@@ -110,11 +111,13 @@ TEST(Tiles, APointKnowsNothingOfTheOthers) {
 
 // The discs of a scene as elements that share one set of records.
 struct Elements {
+    std::vector<Waveform> drives;  // kept alive
     Records records;
     std::deque<CircularTransducer> discs;
     std::vector<kavro::Transducer*> pointers;
 
-    Elements(const Scene& scene, const std::vector<Waveform>& drives) : records(scene) {
+    Elements(const Scene& scene, std::vector<Waveform> waveforms_of_discs)
+        : drives(std::move(waveforms_of_discs)), records(scene) {
         for (std::size_t i = 0; i < scene.discs.size(); ++i) {
             discs.push_back(element_of(scene.discs[i], *drives[i % drives.size()]));
             records.connect(discs.back());
@@ -239,6 +242,15 @@ TEST(Array, StopsAtTheFirstElementThatCannotBeSolved) {
     EXPECT_EQ(untouched.pressure, kavro_oracle::silence(scene));
     EXPECT_NE(records.pressure, kavro_oracle::silence(scene));
     EXPECT_EQ(kavro::fnm_tsd_sse({}), kavro::status_success);
+
+    Records again(scene);
+    again.connect(solved);
+    again.connect(late);
+    late.set_medium(nullptr);
+    kavro::Transducer* const incomplete[] = {&solved, &late};
+    EXPECT_EQ(kavro::fnm_tsd_sse(incomplete), kavro::status_failure);
+    EXPECT_EQ(bits_of(again.pressure), bits_of(records.pressure));
+
     kavro::Transducer* const nobody[] = {nullptr};
     EXPECT_EQ(kavro::fnm_tsd_sse(nobody), kavro::status_failure);
 }

@@ -131,6 +131,21 @@ TEST_P(Batch, SpatialFactorsAreTheScalarOnes) {
     }
 }
 
+// Neighbouring frequencies come by rotation: a thousand of them keep their digits.
+TEST_P(Batch, ManyFrequenciesKeepTheirDigits) {
+    const Waveform f = sampled(noise(2000, 66), 1e-7, 2e-4, 0.0);
+    const std::vector<double> tau = {0.0, 1.3e-7, 7.7e-7, 1.9e-6};
+    const auto terms = static_cast<std::size_t>(f->number_of_tsd_terms());
+    std::vector<double> factors(terms * tau.size()), expected(terms);
+    f->spatial_tsd_batch(factors.data(), tau.data(), 4);
+    for (std::size_t m = 0; m < tau.size(); ++m) {
+        f->spatial_tsd(expected.data(), tau[m]);
+        for (std::size_t k = 0; k < terms; ++k) {
+            ASSERT_NEAR(factors[k * 4 + m], expected[k], 4e-14) << k;
+        }
+    }
+}
+
 TEST_P(Batch, ComplexFactorsAreCosineAndSine) {
     for (const Waveform& f : waveforms()) {
         if (!f->has_complex_decomposition()) {

@@ -238,6 +238,62 @@ TEST(DiscDecomposition, AgreesForNeighboursFarApart) {
     }
 }
 
+// One where it is not zero, so that with one abscissa every pressure is a coefficient.
+class Step : public Ramp {
+public:
+    using Ramp::Ramp;
+    using Ramp::spatial_tsd;
+    using Ramp::temporal_tsd;
+    void spatial_tsd(float* out, float const&) const override { out[0] = 1.0f; }
+    void temporal_tsd(float* out, kavro::TimeSamples const*, int const& ntimes,
+                      float const&) const override {
+        std::fill_n(out, ntimes, 1.0f);
+    }
+    double at(double const&) const override { return 1.0; }
+    int number_of_tsd_terms() const override { return 1; }
+};
+
+TEST(DiscDecomposition, CoefficientsHaveTheBitsOfTheOracle) {
+    Scene scene = crowded_scene(60);
+    scene.discs.resize(1);
+    scene.ndiv = 1;
+    for (const double radius : {2e-3, 1.1e-3, 2.7e-4}) {
+        scene.discs[0].radius = radius;
+        scene.speed += 13.3;
+        scene.density -= 7.7;
+        const Stage stage(scene, std::make_shared<Step>(9e-7));
+        for (const Method& method : real_methods()) {
+            if (method.single) {
+                EXPECT_EQ(stage.by_library(method.solve), yardstick_of(stage, method).field);
+            }
+        }
+    }
+}
+
+// The edge wave of the second point leaves the range of single precision before it arrives, which
+// must not touch its direct wave nor its neighbour.
+TEST(DiscDecomposition, OverflowStaysWithWhatOverflows) {
+    Scene scene = plain_scene();
+    scene.discs[0].radius = 3e-4;
+    scene.points = {{0, 0, 0}, {0, 0, 6e-4}};
+    set_axis(scene, 4e-9, 0, 111);
+    const Waveform pulse = std::make_shared<kavro::TCubedPulse>(1e6, 2e-6, 2e8);
+    const Stage stage(scene, pulse);
+    Scene alone = scene;
+    alone.points.pop_back();
+    for (const Method& method : real_methods()) {
+        SCOPED_TRACE(method.name);
+        const Field field = stage.by_library(method.solve);
+        const Field single = Stage(alone, pulse).by_library(method.solve);
+        const Yardstick yardstick = yardstick_of(stage, method);
+        EXPECT_GT(yardstick.scale[1], 0.0);
+        for (std::size_t j = 0; j < single.size(); ++j) {
+            EXPECT_EQ(field[2 * j], single[j]);
+            EXPECT_NEAR(field[2 * j + 1], yardstick.field[2 * j + 1], 1e-6 * yardstick.scale[1]);
+        }
+    }
+}
+
 // The ramp is nowhere near zero inside its window, so the zeros of its field are the windows.
 TEST(DiscDecomposition, SilenceIsExactlyWhereNoWaveIs) {
     const Scene scene = plain_scene();

@@ -40,8 +40,8 @@ Field silence(const Scene& scene);
 // reciprocal (`fnm_tsd_low_precision`).
 void add_single(const Scene& scene, DelayBy delay_by, Field& field, WindowLog* log = nullptr);
 
-// The single-precision sum (`fnm_tsd_sse`) of the same rounded geometry, factors and times, but with
-// every product and sum in double: what rounding in the sums costs is the distance from it.
+// The single-precision sum (`fnm_tsd_sse`) of the same rounded geometry, factors and times, but
+// with every product and sum in double: what rounding in the sums costs is the distance from it.
 void add_single_unrounded(const Scene& scene, DelayBy delay_by, Field& field);
 
 // Double precision, with the real (`fnm_tsd`) or the complex (`fnm_fdtsd`) decomposition.

@@ -8,8 +8,8 @@
 namespace kavro_oracle {
 namespace {
 
-// Sum is the precision of the products and sums over abscissas, terms and waves: float as described, or
-// double for a sum without rounding.
+// Sum is the precision of the products and sums over abscissas, terms and waves: float as
+// described, or double for a sum without rounding.
 template <class Sum>
 class SingleDisc {
 public:
@@ -114,7 +114,7 @@ private:
             const auto since = static_cast<double>(static_cast<float>(scene_.times[j]) - zeta);
             const double v = disc_.waveform->at(since - disc_.time_delay);
             accumulator[j] = static_cast<Sum>(static_cast<double>(accumulator[j]) -
-                                                v * static_cast<double>(sum));
+                                              v * static_cast<double>(sum));
         });
     }
 

@@ -9,6 +9,9 @@ namespace {
 // Blocks whose windows spread over more samples than this go point by point.
 constexpr std::int32_t most_block_rows = 1 << 16;
 
+// And so do blocks with more spatial factors than this.
+constexpr std::size_t most_block_factors = std::size_t{1} << 22;
+
 std::size_t at(int row, int width) {
     return static_cast<std::size_t>(row) * static_cast<std::size_t>(width);
 }
@@ -110,40 +113,52 @@ void DecompositionTile<Real>::add_block(const DecompositionElement<Real>& elemen
     const int present = std::min(count_ - block * block_lanes, block_lanes);
     std::fill(edge.reached.begin() + present, edge.reached.end(), 0);
 
-    LaneSet point_by_point = all_lanes;
-    const DecompositionFactors<Real>& factors = *element.factors;
-    if (times_.deltat() != 0.0 && factors.finite() && factors.terms() > 0 && edge.size > 0) {
-        find_windows(element.rule, edge, *windows_);
-        const SampleWindow rows = windows_->rows;
-        if (rows.begin >= rows.end) {
-            return;
-        }
-        if (rows.end - rows.begin <= most_block_rows) {
-            WaveBlock<Real> wave{};
-            wave.terms = factors.terms();
-            wave.edge = &edge;
-            wave.windows = windows_.get();
-            wave.temporal = factors.temporal();
-            wave.amplitude = element.element->amplitude;
-            wave.output = series_.data() + block * block_lanes;
-            wave.stride = static_cast<std::size_t>(width_);
-            direct_wave_.prepare(factors, edge, *windows_, wave);
-            fill_spatial_factors(factors, wave);
-            direct_wave_.fill_factors(factors, wave);
-            point_by_point = scale_edge_waves(wave, sums_);
-            if (point_by_point != all_lanes) {
-                direct_wave_.exclude(point_by_point);
-                load_rows(rows);
-                add_wave_block(wave, sums_);
-            }
-        }
-    }
+    const LaneSet point_by_point = add_vectorised(element, block);
     for (int lane = 0; point_by_point != 0 && lane < present; ++lane) {
         if ((point_by_point >> lane & 1) != 0 &&
             edge.reached[static_cast<std::size_t>(lane)] != 0) {
             add_point(element, block * block_lanes + lane, lane);
         }
     }
+}
+
+// Returns the lanes that the vector kernels leave out.
+template <class Real>
+LaneSet DecompositionTile<Real>::add_vectorised(const DecompositionElement<Real>& element,
+                                                int block) {
+    EdgeBlock<Real>& edge = *edge_;
+    const DecompositionFactors<Real>& factors = *element.factors;
+    const std::size_t block_factors = edge.delay.size() * static_cast<std::size_t>(factors.terms());
+    if (times_.deltat() == 0.0 || !factors.finite() || factors.terms() == 0 || edge.size == 0 ||
+        block_factors > most_block_factors) {
+        return all_lanes;
+    }
+    find_windows(element.rule, edge, *windows_);
+    const SampleWindow rows = windows_->rows;
+    if (rows.begin >= rows.end) {
+        return 0;
+    }
+    if (rows.end - rows.begin > most_block_rows) {
+        return all_lanes;
+    }
+    WaveBlock<Real> wave{};
+    wave.terms = factors.terms();
+    wave.edge = &edge;
+    wave.windows = windows_.get();
+    wave.temporal = factors.temporal();
+    wave.amplitude = element.element->amplitude;
+    wave.output = series_.data() + block * block_lanes;
+    wave.stride = static_cast<std::size_t>(width_);
+    direct_wave_.prepare(factors, edge, *windows_, wave);
+    fill_spatial_factors(factors, wave);
+    direct_wave_.fill_factors(factors, wave);
+    const LaneSet left_out = scale_edge_waves(wave, sums_);
+    if (left_out != all_lanes) {
+        direct_wave_.exclude(left_out);
+        load_rows(rows);
+        add_wave_block(wave, sums_);
+    }
+    return left_out;
 }
 
 template <class Real>

@@ -25,12 +25,6 @@ constexpr double smallest_amplitude = 1e-10;
 // Temporal factors kept at a time; larger arrays are solved in blocks of elements.
 constexpr std::size_t factor_memory = std::size_t{32} << 20;
 
-bool has_records(const Transducer& element) {
-    return element.excitation != nullptr && element.coordinate_grid != nullptr &&
-           element.medium != nullptr && element.integral != nullptr &&
-           element.time_samples != nullptr && element.transient_pressure != nullptr;
-}
-
 template <class Real>
 using Elements = std::vector<DecompositionElement<Real>>;
 
@@ -128,7 +122,7 @@ template <class Real>
 TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
                                         const DecompositionMethod<Real>& method, Output output) {
     for (const Transducer* element : elements) {
-        if (element == nullptr || !has_records(*element)) {
+        if (element == nullptr || !element->has_transient_records()) {
             return status_failure;
         }
         if (method.kind == Decomposition::complex &&
