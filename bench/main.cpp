@@ -1,16 +1,22 @@
 // Times the transient decomposition against its literal transcription. See --help.
 #include <getopt.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <fstream>
+#include <limits>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "machine.h"
 #include "measure.h"
+#include "memory.h"
+#include "scaling.h"
 
 namespace {
 
@@ -19,11 +25,22 @@ using namespace kavro_bench;
 constexpr const char* usage =
     "kavro_bench [--scenes S1,S2,...] [--threads N] [--vectors scalar|sse4|avx2|avx512]\n"
     "            [--repeat N] [--json FILE] [--no-literal]\n"
+    "kavro_bench --with-output [--scenes ...] [--threads N] [--vectors ...] [--repeat N]\n"
+    "kavro_bench --speed-up --threads N [--scenes ...] [--vectors ...] [--repeat N]\n"
+    "kavro_bench --scaling [--vectors ...] [--repeat N] [--json FILE]\n"
+    "kavro_bench --memory [--threads N]\n"
     "\n"
     "Solves each scene with the library and with the literal transcription in one run. Times are\n"
-    "CPU times for one thread and wall times for more, medians over the repetitions.\n";
+    "CPU times for one thread and wall times for more, medians over the repetitions.\n"
+    "--with-output: times of a call that makes its output as well, in ms.\n"
+    "--speed-up: wall time of one thread over that of N, by turns.\n"
+    "--scaling: CPU time of one thread against each quantity in turn.\n"
+    "--memory: what a call takes beside its output.\n";
+
+enum class Mode { scenes, with_output, speed_up, scaling, memory };
 
 struct Options {
+    Mode mode = Mode::scenes;
     std::vector<std::string> scenes = {"S1", "S2", "S3", "S4"};
     int threads = 1;
     int repeat = 5;
@@ -31,26 +48,13 @@ struct Options {
     std::string json;
 };
 
-const char* name_of(kavro::VectorTarget target) {
-    constexpr const char* names[] = {"scalar", "sse4", "avx2", "avx512"};
-    return names[static_cast<int>(target)];
-}
-
-std::string processor() {
-    std::ifstream table("/proc/cpuinfo");
-    for (std::string line; std::getline(table, line);) {
-        if (line.starts_with("model name")) {
-            return line.substr(line.find(':') + 2);
-        }
-    }
-    return "unknown processor";
-}
-
 Options parse(int argc, char** argv) {
     const option table[] = {
         {"scenes", required_argument, nullptr, 's'},  {"threads", required_argument, nullptr, 't'},
         {"vectors", required_argument, nullptr, 'v'}, {"repeat", required_argument, nullptr, 'r'},
         {"json", required_argument, nullptr, 'j'},    {"no-literal", no_argument, nullptr, 'n'},
+        {"with-output", no_argument, nullptr, 'o'},   {"scaling", no_argument, nullptr, 'c'},
+        {"speed-up", no_argument, nullptr, 'u'},      {"memory", no_argument, nullptr, 'm'},
         {"help", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
     Options options;
     for (int choice = 0; (choice = getopt_long(argc, argv, "", table, nullptr)) != -1;) {
@@ -75,6 +79,14 @@ Options parse(int argc, char** argv) {
             options.json = value;
         } else if (choice == 'n') {
             options.literal = false;
+        } else if (choice == 'o') {
+            options.mode = Mode::with_output;
+        } else if (choice == 'u') {
+            options.mode = Mode::speed_up;
+        } else if (choice == 'c') {
+            options.mode = Mode::scaling;
+        } else if (choice == 'm') {
+            options.mode = Mode::memory;
         } else {
             std::fputs(usage, stdout);
             std::exit(choice == 'h' ? 0 : 2);
@@ -115,29 +127,29 @@ Row measure(const std::string& name, const Options& options) {
 }
 
 void print_heading(const Options& options) {
-    std::printf("%s, %d thread(s), %s vectors, medians of %d\n", processor().c_str(),
-                options.threads, name_of(kavro::vector_target()), options.repeat);
+    std::printf("%s, %s, %d thread(s), %s vectors, medians of %d\n", processor().c_str(),
+                compiler().c_str(), options.threads, vectors().c_str(), options.repeat);
     std::printf(
-        "us per point and element; errors: largest, of the field's peak, against the sum "
-        "without rounding\n\n");
-    std::printf("%-4s %9s %9s %9s %7s %11s %11s %11s %8s %11s %7s  %s\n", "", "adding", "storing",
-                "literal", "ratio", "err adding", "err literal", "double var.", "zeros", "absc./s",
-                "MB", "scene");
+        "us per point and element; errors: largest, of the field's peak: of the library and of\n"
+        "the literal transcription against the sum without rounding, of one against the other,\n"
+        "and of the variants in double; zeros: samples that are zero in one of the two only\n\n");
+    std::printf("%-4s %8s %8s %8s %6s %8s %8s %8s %8s %6s %8s %6s  %s\n", "", "adding", "storing",
+                "literal", "ratio", "err", "err lit.", "differ", "double", "zeros", "absc./s", "MB",
+                "scene");
 }
 
 void print(const Row& row) {
     const Errors errors = row.errors.value_or(Errors{});
-    std::printf("%-4s %9.3f %9.3f %9.2f %7.1f %11.2e %11.2e %11.2e %8zu %11.3g %7.0f  %s\n",
+    std::printf("%-4s %8.3f %8.3f %8.2f %6.1f %8.1e %8.1e %8.1e %8.1e %6zu %8.2g %6.0f  %s\n",
                 row.name.c_str(), row.product, row.storing, row.literal, row.literal / row.product,
-                errors.product, errors.literal, errors.double_variant, errors.other_zeros,
-                row.abscissas_per_second, row.megabytes, row.what.c_str());
+                errors.product, errors.literal, errors.difference, errors.double_variant,
+                errors.other_zeros, row.abscissas_per_second, row.megabytes, row.what.c_str());
     std::fflush(stdout);
 }
 
 void write_json(const std::vector<Row>& rows, const Options& options) {
     std::ofstream out(options.json);
-    out << "{\"machine\": \"" << processor() << "\", \"threads\": " << options.threads
-        << ", \"vectors\": \"" << name_of(kavro::vector_target()) << "\", \"scenes\": [";
+    out << "{" << machine_as_json(options.threads) << ", \"scenes\": [";
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const Row& row = rows[i];
         out << (i > 0 ? ",\n" : "\n") << "  {\"name\": \"" << row.name << "\", \"scene\": \""
@@ -160,20 +172,80 @@ void write_json(const std::vector<Row>& rows, const Options& options) {
     out << "\n]}\n";
 }
 
+void run_scenes(const Options& options) {
+    print_heading(options);
+    std::vector<Row> rows;
+    for (const std::string& name : options.scenes) {
+        rows.push_back(measure(name, options));
+        print(rows.back());
+    }
+    if (!options.json.empty()) {
+        write_json(rows, options);
+    }
+}
+
+void print_with_output(const Options& options) {
+    std::printf("%s, %s, %d thread(s), %s vectors\n", processor().c_str(), compiler().c_str(),
+                options.threads, vectors().c_str());
+    std::printf("ms of CPU, fastest and median of %d\n\n", options.repeat);
+    for (const std::string& name : options.scenes) {
+        const std::unique_ptr<BenchScene> scene = make_scene(name);
+        const Timing there = time_product(*scene, kavro::Output::all_zero, options.repeat);
+        const Timing untouched = time_with_output(*scene, OutputMaking::untouched, options.repeat);
+        const Timing touched = time_with_output(*scene, OutputMaking::touched, options.repeat);
+        const auto line = [&](const char* what, const Timing& timing) {
+            std::printf("%-4s %9.2f %9.2f  %s\n", name.c_str(), timing.least_cpu * 1e3,
+                        timing.cpu * 1e3, what);
+        };
+        line("into an output that is there", there);
+        line("output made by calloc: memory comes as it is written", untouched);
+        line("output made and filled with zeros", touched);
+    }
+}
+
+// Other work on the machine takes processors away for a while; the fastest repetitions are those
+// that had all they needed, and one thread and several take turns so that both meet the same.
+void print_speed_up(const Options& options) {
+    std::printf("%s, %s, %s vectors; ms of wall time, fastest of %d\n\n", processor().c_str(),
+                compiler().c_str(), vectors().c_str(), options.repeat);
+    std::printf("%-4s %10s %7d threads %8s\n", "", "1 thread", options.threads, "ratio");
+    for (const std::string& name : options.scenes) {
+        const std::unique_ptr<BenchScene> scene = make_scene(name);
+        double one = std::numeric_limits<double>::infinity();
+        double several = one;
+        for (int i = 0; i < options.repeat; ++i) {
+            for (const int threads : {1, options.threads}) {
+                kavro::set_thread_count(threads);
+                const Timing timing = time_product(*scene, kavro::Output::accumulate, 2);
+                double& least = threads == 1 ? one : several;
+                least = std::min(least, timing.least_wall);
+            }
+        }
+        std::printf("%-4s %10.2f %15.2f %8.2f\n", name.c_str(), one * 1e3, several * 1e3,
+                    one / several);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     try {
         const Options options = parse(argc, argv);
         kavro::set_thread_count(options.threads);
-        print_heading(options);
-        std::vector<Row> rows;
-        for (const std::string& name : options.scenes) {
-            rows.push_back(measure(name, options));
-            print(rows.back());
-        }
-        if (!options.json.empty()) {
-            write_json(rows, options);
+        if (options.mode == Mode::scaling) {
+            kavro::set_thread_count(1);
+            const std::vector<ScalingSeries> all = measure_scaling(options.repeat);
+            if (!options.json.empty()) {
+                write_scaling(all, options.json);
+            }
+        } else if (options.mode == Mode::memory) {
+            print_memory(options.threads);
+        } else if (options.mode == Mode::speed_up) {
+            print_speed_up(options);
+        } else if (options.mode == Mode::with_output) {
+            print_with_output(options);
+        } else {
+            run_scenes(options);
         }
         return 0;
     } catch (const std::exception& error) {

@@ -5,7 +5,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <ctime>
+#include <memory>
+#include <new>
 #include <stdexcept>
 #include <vector>
 
@@ -43,7 +46,8 @@ Timing time_of(int repetitions, Prepare prepare, Work work) {
         cpu.push_back(cpu_seconds() - cpu_start);
         wall.push_back(wall_seconds() - wall_start);
     }
-    return {median(wall), median(cpu)};
+    return {median(wall), median(cpu), *std::min_element(wall.begin(), wall.end()),
+            *std::min_element(cpu.begin(), cpu.end())};
 }
 
 void solve(std::span<kavro::Transducer* const> elements, kavro::Output output) {
@@ -114,6 +118,38 @@ Timing time_product(BenchScene& scene, kavro::Output output, int repetitions) {
     return time_of(
         repetitions, [&] { std::fill(field.begin(), field.end(), 0.0); },
         [&] { solve(scene.elements, output); });
+}
+
+Timing time_with_output(BenchScene& scene, OutputMaking making, int repetitions) {
+    struct Free {
+        void operator()(double* memory) const { std::free(memory); }
+    };
+    const std::size_t n = scene.output_values();
+    std::unique_ptr<double[], Free> untouched;
+    std::vector<double> touched;
+    return time_of(
+        repetitions,
+        [&] {
+            untouched.reset();
+            touched = std::vector<double>();
+        },
+        [&] {
+            double* field = nullptr;
+            if (making == OutputMaking::touched) {
+                touched.resize(n);
+                field = touched.data();
+            } else {
+                untouched.reset(static_cast<double*>(std::calloc(n, sizeof(double))));
+                field = untouched.get();
+            }
+            if (field == nullptr) {
+                throw std::bad_alloc();
+            }
+            for (kavro::Transducer* element : scene.elements) {
+                element->set_transient_pressure_pointer(field);
+            }
+            solve(scene.elements, kavro::Output::all_zero);
+        });
 }
 
 Timing time_literal(const BenchScene& scene, int repetitions) {

@@ -8,8 +8,10 @@
 namespace kavro_bench {
 
 struct Timing {
-    double wall = 0.0;  // s, median over the repetitions
-    double cpu = 0.0;   // s, of all threads
+    double wall = 0.0;        // s, median over the repetitions
+    double cpu = 0.0;         // s, of all threads
+    double least_wall = 0.0;  // of the fastest repetition
+    double least_cpu = 0.0;
 };
 
 struct Errors {
@@ -25,6 +27,11 @@ struct Errors {
 
 // The library's array call over the whole scene; the output is in memory before the clock starts.
 Timing time_product(BenchScene& scene, kavro::Output output, int repetitions);
+
+enum class OutputMaking { untouched, touched };
+
+// The same, with the making of the output in the time: by calloc, or filled with zeros.
+Timing time_with_output(BenchScene& scene, OutputMaking making, int repetitions);
 
 // The literal transcription over its part of the scene, scaled to the whole.
 Timing time_literal(const BenchScene& scene, int repetitions);

@@ -113,14 +113,26 @@ std::unique_ptr<BenchScene> s2() {
     return finish(std::move(scene));
 }
 
-std::unique_ptr<BenchScene> s3() {
-    auto scene = start("S3", "64 discs, Hanning, 64 x 64 points",
-                       {-10 * mm, 10 * mm, 64, 5 * mm, 60 * mm, 64}, 20 * MHz, 1000, 16);
+std::unique_ptr<BenchScene> sixty_four_discs(const std::string& name, const std::string& what,
+                                             int nx, int nz, int literal_stride) {
+    auto scene =
+        start(name, what, {-10 * mm, 10 * mm, nx, 5 * mm, 60 * mm, nz}, 20 * MHz, 1000, 16);
     add_row(*scene, 64, 0.25 * mm, 0.6 * mm, 3 * mm, 35 * mm);
     drive<kavro::HanningPulse, kavro_oracle::HanningPulse>(*scene, 3 * MHz, 1.5 * us);
     scene->literal_discs = 64;
-    scene->literal_stride = 4;
+    scene->literal_stride = literal_stride;
     return finish(std::move(scene));
+}
+
+// The points are a power of two, and so are those that the literal transcription sees: in both, the
+// samples of a point fall on the same few cache lines.
+std::unique_ptr<BenchScene> s3() {
+    return sixty_four_discs("S3", "64 discs, Hanning, 64 x 64 points", 64, 64, 4);
+}
+
+// The same without that: what is left is the difference in arithmetic.
+std::unique_ptr<BenchScene> s3b() {
+    return sixty_four_discs("S3b", "64 discs, Hanning, 63 x 65 points", 63, 65, 5);
 }
 
 std::unique_ptr<BenchScene> s4() {
@@ -159,6 +171,25 @@ std::unique_ptr<BenchScene> s6() {
     return finish(std::move(scene));
 }
 
+// A waveform of which `count` frequencies are kept: as many cosines of equal weight, with phases
+// that keep them from piling up.
+std::unique_ptr<kavro::ExcitationFunction> cosines(int count, double w) {
+    constexpr int n = 1024;
+    std::vector<double> signal(n);
+    for (int i = 0; i < n; ++i) {
+        for (int k = 1; k <= count; ++k) {
+            signal[static_cast<std::size_t>(i)] +=
+                std::cos(2 * kavro::pi * k * i / n + kavro::pi * k * k / count);
+        }
+    }
+    auto waveform = std::make_unique<kavro::ExcitationFunction>(signal, w / n, w, 1e-6);
+    waveform->set_exact(true);
+    if (waveform->n_terms != count) {
+        throw std::logic_error("the sampled waveform keeps another number of frequencies");
+    }
+    return waveform;
+}
+
 }  // namespace
 
 std::size_t BenchScene::output_values() const {
@@ -166,18 +197,39 @@ std::size_t BenchScene::output_values() const {
 }
 
 std::vector<std::string> scene_names() {
-    return {"S1", "S2", "S3", "S4", "S5", "S6"};
+    return {"S1", "S2", "S3", "S3b", "S4", "S5", "S6"};
 }
 
 std::unique_ptr<BenchScene> make_scene(const std::string& name) {
     using Maker = std::unique_ptr<BenchScene> (*)();
-    constexpr Maker makers[] = {s1, s2, s3, s4, s5, s6};
+    constexpr Maker makers[] = {s1, s2, s3, s3b, s4, s5, s6};
     const std::vector<std::string> names = scene_names();
     const auto found = std::find(names.begin(), names.end(), name);
     if (found == names.end()) {
         throw std::invalid_argument("no scene " + name);
     }
     return makers[found - names.begin()]();
+}
+
+std::unique_ptr<BenchScene> make_scaling_scene(const ScalingScene& design) {
+    constexpr double length = 40 * mm;
+    constexpr double w = 3 * us;
+    auto scene =
+        start("", "", {-20 * mm, 20 * mm, design.side, 5 * mm, 60 * mm, design.side}, design.rate,
+              static_cast<int>(std::lround(design.duration * design.rate)) + 1, design.ndiv);
+    // The focus lies off the axis, so that no two delays agree.
+    add_row(*scene, design.elements, 0.5 * mm, length / design.elements, 7.3 * mm, 35 * mm);
+    for (const auto& disc : scene->discs) {
+        if (!design.focused) {
+            disc->set_time_delay(0.0);
+        }
+    }
+    if (design.frequencies > 0) {
+        scene->waveforms.push_back(cosines(design.frequencies, w));
+    } else {
+        scene->waveforms.push_back(std::make_unique<kavro::HanningPulse>(1 * MHz, w, 0.0));
+    }
+    return finish(std::move(scene));
 }
 
 }  // namespace kavro_bench

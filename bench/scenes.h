@@ -41,4 +41,19 @@ std::vector<std::string> scene_names();
 
 std::unique_ptr<BenchScene> make_scene(const std::string& name);
 
+// The scene of which the scaling and memory modes vary one quantity at a time: discs in a row
+// of fixed length. Beyond 40 they overlap, which the cost does not notice.
+struct ScalingScene {
+    int elements = 16;
+    bool focused = true;  // each disc has a delay of its own; else none has
+    int side = 60;        // points along either side of the plane
+    double rate = 32e6;   // Hz
+    double duration = 60e-6;
+    int ndiv = 32;
+    int frequencies = 0;  // of a sampled waveform, exact; 0: a Hanning pulse
+};
+
+// For the library alone: the literal transcription is not given the waveform.
+std::unique_ptr<BenchScene> make_scaling_scene(const ScalingScene& design);
+
 }  // namespace kavro_bench
