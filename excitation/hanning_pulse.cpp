@@ -1,6 +1,8 @@
 #include "excitation/hanning_pulse.h"
 
 #include <cmath>
+#include <cstddef>
+#include <vector>
 
 #include "core/constants.h"
 #include "excitation/waveform_kernels.h"
@@ -26,19 +28,22 @@ template <class Real>
 void write_temporal_factors(const HanningPulse& pulse, Real* out, TimeSamples const& times,
                             int ntimes, double delay) {
     const auto row = static_cast<std::size_t>(ntimes);
-    for (int i = 0; i < ntimes; ++i) {
-        const double t = times.time_index_value(i) - delay;
-        const double c1 = std::cos(pulse.omega0 * t);
-        const double s1 = std::sin(pulse.omega0 * t);
-        const double c2 = std::cos(pulse.omega_w * t);
-        const double s2 = std::sin(pulse.omega_w * t);
+    std::vector<double> carrier(row), window(row), s1(row), c1(row), s2(row), c2(row);
+    for (std::size_t i = 0; i < row; ++i) {
+        const double t = times.time_index_value(static_cast<int>(i)) - delay;
+        carrier[i] = pulse.omega0 * t;
+        window[i] = pulse.omega_w * t;
+    }
+    sine_and_cosine(carrier.data(), ntimes, s1.data(), c1.data());
+    sine_and_cosine(window.data(), ntimes, s2.data(), c2.data());
+    for (std::size_t i = 0; i < row; ++i) {
         Real* sample = out + i;
-        sample[0] = static_cast<Real>(0.5 * s1);
-        sample[row] = static_cast<Real>(-0.5 * c1);
-        sample[2 * row] = static_cast<Real>(-0.5 * c2 * s1);
-        sample[3 * row] = static_cast<Real>(0.5 * c2 * c1);
-        sample[4 * row] = static_cast<Real>(-0.5 * s2 * s1);
-        sample[5 * row] = static_cast<Real>(0.5 * s2 * c1);
+        sample[0] = static_cast<Real>(0.5 * s1[i]);
+        sample[row] = static_cast<Real>(-0.5 * c1[i]);
+        sample[2 * row] = static_cast<Real>(-0.5 * c2[i] * s1[i]);
+        sample[3 * row] = static_cast<Real>(0.5 * c2[i] * c1[i]);
+        sample[4 * row] = static_cast<Real>(-0.5 * s2[i] * s1[i]);
+        sample[5 * row] = static_cast<Real>(0.5 * s2[i] * c1[i]);
     }
 }
 
