@@ -20,7 +20,7 @@ struct Port {
     std::function<void(const char* text)> print = {};    // ordinary output, text as it stands
     std::function<void(const char* text)> warn = {};     // a warning; the work goes on
     std::function<void(double fraction)> progress = {};  // share of the work done, 0 to 1
-    std::function<bool()> interrupted = {};  // whether the user wants the work to stop
+    std::function<bool()> interrupted = {};              // whether the user wants the work to stop
 };
 
 // Connects the given functions; an empty one restores the quiet default of that hook.
@@ -38,10 +38,11 @@ private:
     Port former_;
 };
 
+// What the library calls: each hands on to the connected port. Text may be of any length.
 void print(const char* format, ...) KAVRO_PRINTF_FORMAT(1, 2);
 void warn(const char* text);
 void progress(double fraction);
-bool interrupted();
+bool interrupted();  // false where nothing is connected
 
 // While it lives, the progress 0 to 1 of what is called counts as begin to end of the whole.
 class ProgressPart {

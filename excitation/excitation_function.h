@@ -23,14 +23,12 @@ namespace kavro {
 //
 // The sampled form expands the signal by a discrete Fourier transform. Its reference behaviour
 // keeps these departures from the waveform on purpose; `set_exact(true)` turns them off:
-//   - one product (cos + sin)(Re + Im) per frequency, which adds an advanced wave to the delayed
-//   one;
-//   - an odd length loses its last bin;
-//   - zero and Nyquist frequency count double in `at`, and zero frequency also in the spatial
-//   factors
-//     unless the clip threshold is 0; a zero-frequency bin that is exactly 0 then leaves its place,
-//     and its weight, to the next kept term;
-//   - `derivative` lacks the factor of the frequency.
+// - one product (cos + sin)(Re + Im) per frequency, which adds an advanced wave to the delayed one;
+// - an odd length loses its last bin;
+// - zero and Nyquist frequency count double in `at`;
+// - zero frequency counts double in the spatial factors, too, unless the clip threshold is 0;
+// - with threshold 0, a zero-frequency bin that is exactly 0 leaves its weight to the next term;
+// - `derivative` lacks the factor of the frequency.
 class ExcitationFunction {
 public:
     double f0 = 0.0;       // centre frequency, Hz (analytic pulses)

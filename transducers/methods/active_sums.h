@@ -18,14 +18,11 @@ namespace kavro {
 // The sums A_k change only where a window begins or ends, so they are kept running instead of being
 // formed anew at every sample: n K + W K operations instead of n W K for windows of W samples.
 //
-// The direct wave is subtracted in one of three ways, per lane:
-//   - as a last edge sample of coefficient -(coefficient sum), where its waveform has the same
-//   spatial
-//     factors: the two waves nearly cancel far from a small element, and so they do so exactly. Its
-//     temporal factors differ a little, by the rounding of the sample times; that difference goes
-//     with the direct factors below.
-//   - through a decomposition of its own (direct factors);
-//   - by value.
+// The direct wave is subtracted in one of three ways, per lane. First, as a last edge sample of
+// coefficient -(coefficient sum), where its waveform has the same spatial factors: the two waves
+// nearly cancel far from a small element, and so they do so exactly. Its temporal factors differ a
+// little, by the rounding of the sample times; that difference goes with the direct factors below.
+// Second, through a decomposition of its own (direct factors). Third, by value.
 template <class Real>
 struct WaveBlock {
     int terms;    // K
