@@ -68,6 +68,46 @@ HWY_INLINE void StoreRimDelay(const double* gap, const double* z_squared, double
     }
 }
 
+// R_i - R_0 = D_i / (R_i + z).
+template <class Real>
+HWY_INLINE void StoreExcess(EdgeBlock<Real>& block, const DiscTables<Real>& disc) {
+    const hn::CappedTag<Real, block_lanes> d;
+    const auto a_squared = hn::Set(d, disc.radius * disc.radius);
+    for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
+        const auto x = hn::Load(d, block.x.data() + lane);
+        const auto y = hn::Load(d, block.y.data() + lane);
+        const auto z = hn::Load(d, block.z.data() + lane);
+        const auto r_squared = hn::Add(hn::Mul(y, y), hn::Mul(x, x));
+        const auto r = hn::Sqrt(r_squared);
+        for (int i = 0; i < block.size; ++i) {
+            const auto D = hn::Sub(hn::Add(r_squared, a_squared),
+                                   hn::Mul(hn::Set(d, disc.two_a_cosine[i]), r));
+            const auto R = hn::Load(d, block.delay.data() + i * block_lanes + lane);
+            hn::Store(hn::Div(D, hn::Add(R, z)), d, block.excess.data() + i * block_lanes + lane);
+        }
+    }
+}
+
+template <class Real>
+HWY_INLINE void StoreArrivals(EdgeBlock<Real>& block, const DiscTables<Real>& disc) {
+    const hn::CappedTag<Real, block_lanes> d;
+    const auto a = hn::Set(d, disc.radius);
+    for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
+        const auto x = hn::Load(d, block.x.data() + lane);
+        const auto y = hn::Load(d, block.y.data() + lane);
+        const auto z = hn::Load(d, block.z.data() + lane);
+        const auto r = hn::Sqrt(hn::Add(hn::Mul(y, y), hn::Mul(x, x)));
+        const auto near = hn::Sub(r, a);
+        const auto far = hn::Add(a, r);
+        const auto z_squared = hn::Mul(z, z);
+        const auto rim = hn::Sqrt(hn::Add(z_squared, hn::Mul(near, near)));
+        const auto first = hn::IfThenElse(hn::Gt(r, a), rim, z);
+        const auto last = hn::Sqrt(hn::Add(hn::Mul(far, far), z_squared));
+        hn::Store(AsDelay(first, disc), d, block.first_arrival.data() + lane);
+        hn::Store(AsDelay(last, disc), d, block.last_arrival.data() + lane);
+    }
+}
+
 template <class Real>
 HWY_INLINE void SampleDisc(const DiscTables<Real>& disc, EdgeBlock<Real>& block) {
     const hn::CappedTag<Real, block_lanes> d;
@@ -110,6 +150,11 @@ HWY_INLINE void SampleDisc(const DiscTables<Real>& disc, EdgeBlock<Real>& block)
         const auto k = static_cast<size_t>(lane);
         block.reached[k] = block.z[k] < 0 ? 0 : 1;
     }
+    if (block.detail == EdgeDetail::excess) {
+        StoreExcess(block, disc);
+    } else if (block.detail == EdgeDetail::arrivals) {
+        StoreArrivals(block, disc);
+    }
 }
 
 void SampleDiscSingle(const DiscTables<float>& disc, EdgeBlock<float>& block) {
@@ -128,14 +173,16 @@ HWY_AFTER_NAMESPACE();
 namespace kavro {
 
 template <class Real>
-DiscEdge<Real>::DiscEdge(const CircularTransducer& element, DelayBy delay_by)
-    : radius_(static_cast<Real>(element.radius)),
-      speed_(static_cast<Real>(element.medium->_soundspeed)),
-      delay_by_(delay_by) {
+DiscEdge<Real>::DiscEdge(const CircularTransducer& element, DelayBy delay_by, EdgeUnits units)
+    : radius_(static_cast<Real>(element.radius)), speed_(1), delay_by_(delay_by) {
     NumericalIntegration& rule = *element.integral;
     rule.gauss_quadrature(0, pi);
-    const auto density = static_cast<Real>(element.medium->_rho_density);
-    const double scale = static_cast<double>(density * speed_ * radius_) / pi;
+    double scale = 1.0;
+    if (units == EdgeUnits::times) {
+        speed_ = static_cast<Real>(element.medium->_soundspeed);
+        const auto density = static_cast<Real>(element.medium->_rho_density);
+        scale = static_cast<double>(density * speed_ * radius_) / pi;
+    }
     for (int i = 0; i < rule.get_npoints(); ++i) {
         const auto cosine = static_cast<Real>(std::cos(rule.get_abscissa(i)));
         cosine_.push_back(cosine);
@@ -145,7 +192,7 @@ DiscEdge<Real>::DiscEdge(const CircularTransducer& element, DelayBy delay_by)
 }
 
 template <class Real>
-void DiscEdge<Real>::sample(EdgeBlock<Real>& block) const {
+void DiscEdge<Real>::sample(EdgeBlock<Real>& block, int /* the only pass */) const {
     const DiscTables<Real> tables{
         radius_, speed_, delay_by_, cosine_.data(), two_a_cosine_.data(), weight_.data()};
     if constexpr (std::is_same_v<Real, float>) {

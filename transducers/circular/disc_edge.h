@@ -21,15 +21,18 @@ enum class DelayBy { quotient, product };
 // the foot of the point is on or outside the rim, so that it may be empty, and ends by the axial
 // delay in both cases: deliberate.
 //
+// Arrivals: the nearest point of the face is the foot for r <= a, else the nearest rim point. In
+// lengths, g_i lacks rho c and is a / pi short of it: w_i (r cos phi_i - a) / D_i.
+//
 // Everything is rounded to Real where it is stored. Construction refills the element's quadrature
 // rule and leaves it on [0, pi].
 template <class Real>
 class DiscEdge : public EdgeGenerator<Real> {
 public:
-    DiscEdge(const CircularTransducer& element, DelayBy delay_by);
+    DiscEdge(const CircularTransducer& element, DelayBy delay_by, EdgeUnits units = EdgeUnits::times);
 
     int size() const override { return static_cast<int>(cosine_.size()); }
-    void sample(EdgeBlock<Real>& block) const override;
+    void sample(EdgeBlock<Real>& block, int pass) const override;
 
 private:
     Real radius_;

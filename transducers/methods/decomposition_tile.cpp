@@ -109,7 +109,17 @@ template <class Real>
 void DecompositionTile<Real>::add_block(const DecompositionElement<Real>& element, int block) {
     EdgeBlock<Real>& edge = *edge_;
     place(*element.element, block, edge);
-    element.edge->sample(edge);
+    const int passes = element.edge->passes(edge);
+    for (int pass = 0; pass < passes; ++pass) {
+        element.edge->sample(edge, pass);
+        add_sampled_block(element, block);
+    }
+}
+
+template <class Real>
+void DecompositionTile<Real>::add_sampled_block(const DecompositionElement<Real>& element,
+                                                int block) {
+    EdgeBlock<Real>& edge = *edge_;
     const int present = std::min(count_ - block * block_lanes, block_lanes);
     std::fill(edge.reached.begin() + present, edge.reached.end(), 0);
 

@@ -48,6 +48,7 @@ public:
 private:
     void place(const Transducer& element, int block, EdgeBlock<Real>& edge) const;
     void add_block(const DecompositionElement<Real>& element, int block);
+    void add_sampled_block(const DecompositionElement<Real>& element, int block);
     LaneSet add_vectorised(const DecompositionElement<Real>& element, int block);
     void fill_spatial_factors(const DecompositionFactors<Real>& factors, WaveBlock<Real>& wave);
     void add_point(const DecompositionElement<Real>& element, int point, int lane);

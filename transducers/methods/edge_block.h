@@ -15,13 +15,18 @@ inline constexpr int block_lanes = 16;
 template <class T>
 struct alignas(64) Lanes : std::array<T, block_lanes> {};
 
+// What a method wants to know of the points beside coefficients and delays.
+enum class EdgeDetail { none, arrivals, excess };
+
 // Every fast-nearfield pressure has the form
 //
 //     p(t) = sum over i of g_i [ v(t - tau_i) - v(t - zeta) ],
 //
 // with i over samples of the aperture's edge, g_i a coefficient of the geometry (quadrature weight
 // and rho c included, Pa s/m), tau_i the delay from the edge sample and zeta that of the direct
-// wave (s). Arrays over edge samples hold entry (i, lane) at i * block_lanes + lane.
+// wave (s). Continuous wave asks for lengths instead (EdgeUnits::lengths): delays are path lengths
+// then, R_i and R_0 (m), and coefficients lack rho c. Arrays over edge samples hold entry (i, lane)
+// at i * block_lanes + lane.
 template <class Real>
 struct EdgeBlock {
     // The points, in the element's own frame, in the precision of the method (m).
@@ -37,7 +42,12 @@ struct EdgeBlock {
     Lanes<Real> direct_begin;         // delay at which the direct wave's window begins
     Lanes<std::int32_t> reached;      // 0 for a point that receives nothing from the element
 
-    explicit EdgeBlock(int edge_samples)
+    EdgeDetail detail;
+    Lanes<Real> first_arrival, last_arrival;  // EdgeDetail::arrivals: delays of the nearest and the
+                                              // farthest point of the aperture
+    AlignedVector<Real> excess;  // EdgeDetail::excess: R_i - R_0, formed without cancellation (m)
+
+    explicit EdgeBlock(int edge_samples, EdgeDetail wanted = EdgeDetail::none)
         : x{},
           y{},
           z{},
@@ -47,17 +57,29 @@ struct EdgeBlock {
           coefficient_sum{},
           direct_delay{},
           direct_begin{},
-          reached{} {}
+          reached{},
+          detail(wanted),
+          first_arrival{},
+          last_arrival{},
+          excess(wanted == EdgeDetail::excess ? coefficient.size() : 0) {}
 };
+
+// Times, for the transient methods, or lengths, for continuous wave: the speed of sound counts as 1
+// then, and rho c is left to the method.
+enum class EdgeUnits { times, lengths };
 
 // A shape is one edge generator: from points in its own frame it fills the block. A method is a
 // consumer of edge blocks. Generators are immutable and used from several threads at once.
+//
+// The field of some points is the sum of several such forms, each with a direct wave of its own. A
+// consumer adds up all passes; points that take no part in one are not reached in it.
 template <class Real>
 class EdgeGenerator {
 public:
     virtual ~EdgeGenerator() = default;
-    virtual int size() const = 0;  // edge samples per point
-    virtual void sample(EdgeBlock<Real>& block) const = 0;
+    virtual int size() const = 0;  // edge samples per point, the most of all passes
+    virtual int passes(const EdgeBlock<Real>& /* its points */) const { return 1; }
+    virtual void sample(EdgeBlock<Real>& block, int pass) const = 0;
 };
 
 }  // namespace kavro

@@ -1,20 +1,14 @@
 #include "transducers/methods/time_space_decomposition.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <new>
-#include <optional>
 #include <vector>
 
 #include "core/console.h"
-#include "core/threads.h"
 #include "transducers/methods/decomposition_tile.h"
-
-#ifdef _OPENMP
-#include <omp.h>
-#endif
+#include "transducers/methods/point_tiles.h"
 
 namespace kavro {
 namespace {
@@ -62,58 +56,39 @@ Elements<Real> next_block(std::span<Transducer* const> elements, std::size_t& ne
     return block;
 }
 
-// Solves one block of elements, tile by tile. `report` gets the share of tiles done, in the calling
-// thread.
-template <class Real, class Report>
-TransducerStatus solve_block(const Elements<Real>& block, const Transducer& first,
-                             bool output_is_zero, Report report) {
-    const CoordinateGrid& grid = *first.coordinate_grid;
-    const TimeSamples& times = *first.time_samples;
-    double* output = first.transient_pressure;
-    const int width = DecompositionTile<Real>::suitable_width(times.ntimes);
-    const int tiles = (grid.npoints + width - 1) / width;
-    const int threads = std::clamp(thread_count(), 1, std::max(tiles, 1));
-    std::atomic<int> done{0};
-    std::atomic<TransducerStatus> status{status_success};
+// Adds one block of elements to tiles of points.
+template <class Real>
+class BlockWorker : public TileWorker {
+public:
+    BlockWorker(const Elements<Real>& block, const Transducer& first, int width,
+                bool output_is_zero)
+        : block_(block),
+          tile_(*first.coordinate_grid, *first.time_samples, width),
+          output_(first.transient_pressure),
+          output_is_zero_(output_is_zero) {}
 
-#pragma omp parallel num_threads(threads)
-    {
-        std::optional<DecompositionTile<Real>> tile;
-#pragma omp for schedule(dynamic)
-        for (int t = 0; t < tiles; ++t) {
-            if (status != status_success) {
-                continue;
-            }
-            try {
-                if (!tile) {
-                    tile.emplace(grid, times, width);
-                }
-                const int first_point = t * width;
-                tile->begin(first_point, std::min(width, grid.npoints - first_point), output,
-                            output_is_zero);
-                for (const DecompositionElement<Real>& element : block) {
-                    tile->add(element);
-                }
-                tile->write(output);
-            } catch (const std::bad_alloc&) {
-                status = status_out_of_memory;
-            }
-            ++done;
-#ifdef _OPENMP
-            if (omp_get_thread_num() != 0) {
-                continue;
-            }
-#endif
-            report(static_cast<double>(done) / tiles);
-            if (console::interrupted()) {
-                status = status_interrupted;
-            }
+    void work(int first, int count) override {
+        tile_.begin(first, count, output_, output_is_zero_);
+        for (const DecompositionElement<Real>& element : block_) {
+            tile_.add(element);
         }
+        tile_.write(output_);
     }
-    if (status == status_success) {
-        report(1.0);  // another thread may have finished the last tile
-    }
-    return status;
+
+private:
+    const Elements<Real>& block_;
+    DecompositionTile<Real> tile_;
+    double* output_;
+    bool output_is_zero_;
+};
+
+template <class Real>
+TransducerStatus solve_block(const Elements<Real>& block, const Transducer& first,
+                             bool output_is_zero) {
+    const int width = DecompositionTile<Real>::suitable_width(first.time_samples->ntimes);
+    return work_in_tiles(first.coordinate_grid->npoints, width, [&] {
+        return std::make_unique<BlockWorker<Real>>(block, first, width, output_is_zero);
+    });
 }
 
 }  // namespace
@@ -139,12 +114,9 @@ TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
                 continue;
             }
             const auto all = static_cast<double>(elements.size());
-            const auto report = [&](double share) {
-                console::progress(
-                    (static_cast<double>(begin) + share * static_cast<double>(next - begin)) / all);
-            };
-            const TransducerStatus status =
-                solve_block(block, *elements[begin], output_is_zero, report);
+            const console::ProgressPart part(static_cast<double>(begin) / all,
+                                             static_cast<double>(next) / all);
+            const TransducerStatus status = solve_block(block, *elements[begin], output_is_zero);
             if (status != status_success) {
                 return status;
             }

@@ -17,13 +17,13 @@ public:
 
     int size() const override { return inner_->size(); }
 
-    void sample(EdgeBlock<double>& block) const override {
+    void sample(EdgeBlock<double>& block, int pass) const override {
         EdgeBlock<float> narrow(size());
         const auto round = [](double value) { return static_cast<float>(value); };
         std::transform(block.x.begin(), block.x.end(), narrow.x.begin(), round);
         std::transform(block.y.begin(), block.y.end(), narrow.y.begin(), round);
         std::transform(block.z.begin(), block.z.end(), narrow.z.begin(), round);
-        inner_->sample(narrow);
+        inner_->sample(narrow, pass);
         std::copy(narrow.coefficient.begin(), narrow.coefficient.end(), block.coefficient.begin());
         std::copy(narrow.delay.begin(), narrow.delay.end(), block.delay.begin());
         std::copy(narrow.coefficient_sum.begin(), narrow.coefficient_sum.end(),

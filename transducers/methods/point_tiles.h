@@ -1,0 +1,25 @@
+// Work over all observation points, in tiles and on several threads.
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "transducers/transducer_status.h"
+
+namespace kavro {
+
+// Adds what a method computes for some of the points into the outputs. A point knows nothing of the
+// other points, so any division gives the same result.
+class TileWorker {
+public:
+    virtual ~TileWorker() = default;
+    virtual void work(int first, int count) = 0;  // for points first <= i < first + count
+};
+
+// Shares tiles of `width` points out among the threads, each with a worker of its own. Reports
+// progress, and polls for an interrupt, from the calling thread between tiles. Returns
+// status_success, status_interrupted or, for a std::bad_alloc in a worker, status_out_of_memory.
+TransducerStatus work_in_tiles(int npoints, int width,
+                               const std::function<std::unique_ptr<TileWorker>()>& make_worker);
+
+}  // namespace kavro
