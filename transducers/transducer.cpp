@@ -134,8 +134,21 @@ CartesianCoordinate Transducer::rotateTranslate(const CartesianCoordinate& point
 }
 
 bool Transducer::has_transient_records() const {
-    return excitation != nullptr && coordinate_grid != nullptr && medium != nullptr &&
-           integral != nullptr && time_samples != nullptr && transient_pressure != nullptr;
+    return excitation != nullptr && integral != nullptr && has_impulse_response_records();
+}
+
+bool Transducer::has_impulse_response_records() const {
+    return coordinate_grid != nullptr && medium != nullptr && time_samples != nullptr &&
+           transient_pressure != nullptr;
+}
+
+bool Transducer::has_continuous_wave_records() const {
+    return coordinate_grid != nullptr && medium != nullptr && integral != nullptr &&
+           pressure_real != nullptr && pressure_imag != nullptr;
+}
+
+bool Transducer::is_silent() const {
+    return std::abs(amplitude) <= 1e-10;
 }
 
 void Transducer::superpose_complex_pressure(const int& i, const std::complex<double>& pressure) {

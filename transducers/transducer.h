@@ -113,8 +113,11 @@ public:
     double get_impulse_begin_time() const { return impulse_begin_time; }
     double get_impulse_end_time() const;  // warns where it has not been computed
 
-    // Whether everything that the transient methods need is set.
+    // Whether everything that the transient methods, an impulse response and the continuous-wave
+    // methods need is set.
     bool has_transient_records() const;
+    bool has_impulse_response_records() const;
+    bool has_continuous_wave_records() const;
 
     void superpose_complex_pressure(const int& i, const std::complex<double>& pressure);
     void superpose_transient_pressure(const int& i, const double* series);  // ntimes values
@@ -126,6 +129,9 @@ public:
     // that the shape states (true).
     void set_exact(bool exact) { exact_ = exact; }
     bool exact() const { return exact_; }
+
+    // Elements whose amplitude is not above 1e-10 are skipped by most methods.
+    bool is_silent() const;
 
 protected:
     // The answer of every method that a shape does not offer.

@@ -218,8 +218,10 @@ void expect_offers(Transducer& element, const std::set<std::string>& offered) {
 TEST(Shapes, AnswerTheMethodsThatTheyOffer) {
     const Recorder console;
     CircularTransducer disc(3e-3);
-    expect_offers(disc, {"fnm_tsd", "fnm_tsd_sse", "fnm_tsd_low_precision", "fnm_fdtsd",
-                         "impulse_begin_and_end_times"});
+    expect_offers(disc, {"fnm_cw", "fnm_cw_apodized", "fnm_cw_sse", "rayleigh_cw",
+                         "rayleigh_cw_apodized", "rayleigh_cw_sse", "impulse_begin_and_end_times",
+                         "impulse_response", "fnm_transient", "fnm_fdtsd", "fnm_tsd",
+                         "fnm_tsd_low_precision", "fnm_tsd_sse", "rayleigh_transient"});
     kavro::RectangularTransducer rectangle(3e-3, 2e-3);
     expect_offers(rectangle, {});
     EXPECT_EQ(rectangle.farfield_cw_lossless(), 1);

@@ -183,6 +183,17 @@ DiscEdge<Real>::DiscEdge(const CircularTransducer& element, DelayBy delay_by, Ed
         const auto density = static_cast<Real>(element.medium->_rho_density);
         scale = static_cast<double>(density * speed_ * radius_) / pi;
     }
+    add_abscissas(rule, scale);
+}
+
+template <class Real>
+DiscEdge<Real>::DiscEdge(const NumericalIntegration& rule, double radius, double weight)
+    : radius_(static_cast<Real>(radius)), speed_(1), delay_by_(DelayBy::quotient) {
+    add_abscissas(rule, weight);
+}
+
+template <class Real>
+void DiscEdge<Real>::add_abscissas(const NumericalIntegration& rule, double scale) {
     for (int i = 0; i < rule.get_npoints(); ++i) {
         const auto cosine = static_cast<Real>(std::cos(rule.get_abscissa(i)));
         cosine_.push_back(cosine);

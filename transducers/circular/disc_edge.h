@@ -31,10 +31,16 @@ class DiscEdge : public EdgeGenerator<Real> {
 public:
     DiscEdge(const CircularTransducer& element, DelayBy delay_by, EdgeUnits units = EdgeUnits::times);
 
+    // One rim of a radius (m), in lengths, with coefficients weight * w_i (r cos phi_i - a) / D_i.
+    // The rule lies on [0, pi].
+    DiscEdge(const NumericalIntegration& rule, double radius, double weight);
+
     int size() const override { return static_cast<int>(cosine_.size()); }
     void sample(EdgeBlock<Real>& block, int pass) const override;
 
 private:
+    void add_abscissas(const NumericalIntegration& rule, double scale);
+
     Real radius_;
     Real speed_;
     DelayBy delay_by_;

@@ -1,4 +1,5 @@
-// The disc's transient pressure by time-space decomposition, in its precisions and variants.
+// The disc's transient pressure: by time-space decomposition, in its precisions and variants, and
+// with the waveform evaluated directly.
 #include "transducers/circular/time_space_decomposition.h"
 
 #include <algorithm>
@@ -6,6 +7,8 @@
 
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/circular/disc_edge.h"
+#include "transducers/methods/direct_transient.h"
+#include "transducers/methods/guarded.h"
 #include "transducers/methods/time_space_decomposition.h"
 #include "transducers/methods/widened_edge.h"
 
@@ -65,6 +68,21 @@ TransducerStatus CircularTransducer::fnm_tsd() {
 TransducerStatus CircularTransducer::fnm_fdtsd() {
     Transducer* const element = this;
     return solve_double({&element, 1}, Decomposition::complex);
+}
+
+// The start is rounded down, where the decomposition rounds it up: deliberate.
+TransducerStatus CircularTransducer::fnm_transient() {
+    if (!has_transient_records()) {
+        return status_failure;
+    }
+    if (is_silent()) {
+        return status_success;
+    }
+    InitializeRotationMatrix();
+    return guarded([this] {
+        return solve_direct_transient(*this, DiscEdge<double>(*this, DelayBy::quotient),
+                                      ArrivalWindow::outward);
+    });
 }
 
 TransducerStatus fnm_tsd_sse_of_discs(std::span<Transducer* const> discs, Output output) {

@@ -1,7 +1,6 @@
 #include "transducers/methods/time_space_decomposition.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <new>
 #include <vector>
@@ -12,9 +11,6 @@
 
 namespace kavro {
 namespace {
-
-// Elements whose amplitude is not above this are skipped.
-constexpr double smallest_amplitude = 1e-10;
 
 // Temporal factors kept at a time; larger arrays are solved in blocks of elements.
 constexpr std::size_t factor_memory = std::size_t{32} << 20;
@@ -32,7 +28,7 @@ Elements<Real> next_block(std::span<Transducer* const> elements, std::size_t& ne
     std::size_t used = 0;
     for (; next < elements.size() && (used < factor_memory || block.empty()); ++next) {
         Transducer& element = *elements[next];
-        if (std::abs(element.amplitude) <= smallest_amplitude) {
+        if (element.is_silent()) {
             continue;
         }
         const ExcitationFunction& waveform = *element.excitation;

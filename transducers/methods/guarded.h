@@ -1,0 +1,23 @@
+// Solvers return a status and throw nothing.
+#pragma once
+
+#include <new>
+#include <stdexcept>
+
+#include "transducers/transducer_status.h"
+
+namespace kavro {
+
+// What `solve` returns, or status_out_of_memory where it runs out of memory.
+template <class Solve>
+TransducerStatus guarded(Solve solve) {
+    try {
+        return solve();
+    } catch (const std::bad_alloc&) {
+        return status_out_of_memory;
+    } catch (const std::length_error&) {
+        return status_out_of_memory;
+    }
+}
+
+}  // namespace kavro

@@ -1,0 +1,69 @@
+// The time series of a few points on their way into the output.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <vector>
+
+#include "transducers/methods/edge_block.h"
+#include "transducers/methods/sample_window.h"
+#include "transducers/transducer.h"
+
+namespace kavro {
+
+// Series of a tile of up to block_lanes points with successive indices. The output's point index
+// runs fastest, so a tile's series are added sample by sample.
+class PointSeries {
+public:
+    explicit PointSeries(const TimeSamples& times)
+        : ntimes_(times.ntimes), values_(static_cast<std::size_t>(ntimes_) * block_lanes) {}
+
+    // Forgets the samples of the tile before.
+    void begin() {
+        for (int lane = 0; lane < block_lanes; ++lane) {
+            std::fill(of(lane) + touched_.begin, of(lane) + std::max(touched_.begin, touched_.end),
+                      0.0);
+        }
+        touched_ = {ntimes_, 0};
+    }
+
+    // The series of a lane, ntimes values, to be changed within the window only.
+    double* touch(int lane, SampleWindow window) {
+        if (window.begin < window.end) {
+            touched_ = {std::min(touched_.begin, window.begin),
+                        std::max(touched_.end, window.end)};
+        }
+        return of(lane);
+    }
+
+    // Adds factor times the series to points first <= i < first + count of a transient output.
+    void add_to(double* output, int npoints, int first, int count, double factor) const {
+        for (int j = touched_.begin; j < touched_.end; ++j) {
+            double* out = output + static_cast<std::size_t>(j) * static_cast<std::size_t>(npoints) +
+                          static_cast<std::size_t>(first);
+            const double* in = values_.data() + j;
+            for (int lane = 0; lane < count; ++lane, in += ntimes_) {
+                out[lane] += *in * factor;
+            }
+        }
+    }
+
+private:
+    double* of(int lane) {
+        return values_.data() + static_cast<std::size_t>(lane) * static_cast<std::size_t>(ntimes_);
+    }
+
+    int ntimes_;
+    SampleWindow touched_{0, 0};
+    std::vector<double> values_;
+};
+
+// Adds amplitude times a series of its own to every point of the element's grid. `fill` gets the
+// point in the element's frame and a series of ntimes zeros; it is called from several threads. The
+// element's records are set.
+TransducerStatus add_point_series(
+    Transducer& element,
+    const std::function<void(const CartesianCoordinate& point, double* series)>& fill);
+
+}  // namespace kavro

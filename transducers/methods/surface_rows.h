@@ -1,0 +1,61 @@
+// Rayleigh integrals: sums over samples of an aperture's surface.
+#pragma once
+
+#include <complex>
+#include <cstddef>
+
+#include "core/aligned_vector.h"
+#include "core/cartesian_coordinate.h"
+#include "transducers/methods/wave_parameters.h"
+#include "transducers/transducer.h"
+
+namespace kavro {
+
+// One row of surface samples in the element's frame (m). The area of a sample is its weight times
+// the row's (m^2 in all).
+template <class Real>
+struct SurfaceRow {
+    AlignedVector<Real> x, y, z, weight;
+    double row_weight = 0.0;
+
+    explicit SurfaceRow(int samples)
+        : x(static_cast<std::size_t>(samples)), y(x.size()), z(x.size()), weight(x.size()) {}
+};
+
+// A shape supplies its surface row by row; read by several threads at once.
+template <class Real>
+class SurfaceRows {
+public:
+    virtual ~SurfaceRows() = default;
+    virtual int rows() const = 0;
+    virtual int samples_per_row() const = 0;
+    virtual void fill(int row, SurfaceRow<Real>& samples) const = 0;
+
+    // Whether the rows hold only the half y >= 0 of an aperture that is symmetric about its axis:
+    // points are then turned to (r, 0, z), and the method's prefactor counts the other half.
+    virtual bool is_half_of_axisymmetric() const { return true; }
+
+    // Whether a point in the element's frame receives anything.
+    virtual bool reaches(const CartesianCoordinate& point) const { return !(point.z < 0.0); }
+};
+
+// Adds prefactor * sum over the samples of area e^(-(alpha + jk) R) / R at every point. In single
+// precision, the samples of a row are summed in four partial sums, sample j in sum j mod 4, which
+// are added and widened before the row's weight is applied; samples beyond a multiple of four are
+// left out unless the element is exact. The element's records are set.
+template <class Real>
+TransducerStatus solve_rayleigh(Transducer& element, const SurfaceRows<Real>& surface,
+                                const WaveParameters& wave, std::complex<double> prefactor);
+
+// Adds amplitude * prefactor * sum over the samples of area v'(t - R/c - delay) / R.
+TransducerStatus solve_rayleigh_transient(Transducer& element, const SurfaceRows<double>& surface,
+                                          double prefactor);
+
+extern template TransducerStatus solve_rayleigh<float>(Transducer&, const SurfaceRows<float>&,
+                                                       const WaveParameters&,
+                                                       std::complex<double>);
+extern template TransducerStatus solve_rayleigh<double>(Transducer&, const SurfaceRows<double>&,
+                                                        const WaveParameters&,
+                                                        std::complex<double>);
+
+}  // namespace kavro
