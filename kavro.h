@@ -21,6 +21,7 @@
 #include "excitation/tone_burst.h"
 #include "transducers/array.h"
 #include "transducers/circular/circular_transducer.h"
+#include "transducers/circular/piston_apodization.h"
 #include "transducers/output.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 #include "transducers/ring/ring_transducer.h"
