@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "oracle/literal_waveforms.h"
+
 namespace kavro_oracle {
 
 bool Window::contains(int j) const {
@@ -31,6 +33,22 @@ Triple rotate_translate(const Rotation& rotation, const Disc& disc, const Triple
     const double* m = rotation.m;
     return {m[0] * dx + m[1] * dy + m[2] * dz, m[3] * dx + m[4] * dy + m[5] * dz,
             m[6] * dx + m[7] * dy + m[8] * dz};
+}
+
+std::vector<double> cosines_of(const std::vector<double>& angles) {
+    std::vector<double> cosines;
+    for (const double angle : angles) {
+        cosines.push_back(std::cos(angle));
+    }
+    return cosines;
+}
+
+std::vector<double> midpoint_cosines(int n) {
+    std::vector<double> cosines;
+    for (int j = 0; j < n; ++j) {
+        cosines.push_back(std::cos((j + 0.5) * (pi / n)));
+    }
+    return cosines;
 }
 
 namespace {

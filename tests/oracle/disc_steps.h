@@ -16,6 +16,11 @@ struct Rotation {
 Rotation rotation_of(const Disc& disc);
 Triple rotate_translate(const Rotation& rotation, const Disc& disc, const Triple& point);
 
+std::vector<double> cosines_of(const std::vector<double>& angles);
+
+// Of the angles (j + 1/2) pi/n.
+std::vector<double> midpoint_cosines(int n);
+
 // [max(0, ceil(first)), min(ntimes, floor(last) + 1)); what is not a number gives no samples.
 Window regular_window(double first, double last, std::size_t ntimes);
 

@@ -18,6 +18,9 @@ struct Disc {
     double amplitude = 1.0;
     double time_delay = 0.0;             // s
     const Waveform* waveform = nullptr;  // not owned
+    double phase = 0.0;                  // rad, continuous wave
+    int apodization = 0;                 // number of the radial profile, 0 for none
+    bool exact = false;                  // instead of the reference's departures
 };
 
 struct Scene {
@@ -28,6 +31,8 @@ struct Scene {
     double speed = 1500.0;       // m/s
     double density = 1000.0;     // kg/m^3
     int ndiv = 32;
+    double f0 = 1e6;           // Hz, continuous wave
+    double attenuation = 0.0;  // dB/(cm MHz), continuous wave
 };
 
 }  // namespace kavro_oracle
