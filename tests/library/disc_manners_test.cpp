@@ -18,7 +18,9 @@ struct Named {
 const Named solvers[] = {{"fnm_tsd_sse", &CircularTransducer::fnm_tsd_sse},
                          {"fnm_tsd_low_precision", &CircularTransducer::fnm_tsd_low_precision},
                          {"fnm_tsd", &CircularTransducer::fnm_tsd},
-                         {"fnm_fdtsd", &CircularTransducer::fnm_fdtsd}};
+                         {"fnm_fdtsd", &CircularTransducer::fnm_fdtsd},
+                         {"fnm_transient", &CircularTransducer::fnm_transient},
+                         {"rayleigh_transient", &CircularTransducer::rayleigh_transient}};
 
 Waveform signal() {
     return sampled(noise(16, 21), 1e-7, 1.6e-6, 0.0);

@@ -57,7 +57,10 @@ Scene crowded_scene(std::size_t npoints) {
     return scene;
 }
 
-Records::Records(const Scene& scene) : pressure(kavro_oracle::silence(scene)) {
+Records::Records(const Scene& scene)
+    : pressure(kavro_oracle::silence(scene)),
+      pressure_real(scene.points.size()),
+      pressure_imag(scene.points.size()) {
     std::vector<double> columns;
     for (const Triple& p : scene.points) {
         columns.push_back(p.x);
@@ -74,6 +77,8 @@ Records::Records(const Scene& scene) : pressure(kavro_oracle::silence(scene)) {
     times._deltat = scene.deltat;
     medium._soundspeed = scene.speed;
     medium._rho_density = scene.density;
+    medium._f0 = scene.f0;
+    medium._dBcmMHz = scene.attenuation;
     rule.allocate_memory(scene.ndiv);
 }
 
@@ -85,12 +90,25 @@ void Records::connect(kavro::Transducer& element) {
     element.set_transient_pressure_pointer(pressure.data());
 }
 
+void Records::connect_continuous_wave(kavro::Transducer& element) {
+    connect(element);
+    element.set_complex_pressure_pointers(pressure_real.data(), pressure_imag.data());
+}
+
 kavro::CircularTransducer element_of(const Disc& disc, kavro::ExcitationFunction& waveform) {
-    kavro::CircularTransducer element(disc.radius);
+    kavro::CircularTransducer element = element_of(disc);
     element.excitation = &waveform;
+    return element;
+}
+
+kavro::CircularTransducer element_of(const Disc& disc) {
+    kavro::CircularTransducer element(disc.radius);
     element.set_center(disc.center.x, disc.center.y, disc.center.z);
     element.set_euler(disc.euler.x, disc.euler.y, disc.euler.z);
     element.set_amplitude(disc.amplitude);
+    element.set_phase(disc.phase);
+    element.set_piston_apodization_index(disc.apodization);
+    element.set_exact(disc.exact);
     element.set_time_delay(disc.time_delay);
     return element;
 }

@@ -65,14 +65,17 @@ struct Records {
 
     // Hands the records to an element.
     void connect(kavro::Transducer& element);
+    void connect_continuous_wave(kavro::Transducer& element);
 
     kavro::CoordinateGrid grid;
     kavro::TimeSamples times;
     kavro::Medium medium;
     kavro::NumericalIntegration rule;
     Field pressure;
+    Field pressure_real, pressure_imag;  // continuous wave, one value for each point
 };
 
+kavro::CircularTransducer element_of(const Disc& disc);
 kavro::CircularTransducer element_of(const Disc& disc, kavro::ExcitationFunction& waveform);
 
 // ---- methods
