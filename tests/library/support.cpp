@@ -184,17 +184,12 @@ void note(const kavro_oracle::PointWindows& windows, std::size_t p, Yardstick& y
 
 }  // namespace
 
-Yardstick yardstick_of(const Stage& stage, const Method& method,
-                       const kavro_oracle::Waveform* waveform) {
-    const Scene scene = stage.for_oracle(waveform);
-    const std::size_t npoints = scene.points.size();
+Yardstick yardstick_of(Field field, const WindowLog& log, std::size_t npoints) {
     Yardstick yardstick;
-    yardstick.field = kavro_oracle::silence(scene);
+    yardstick.field = std::move(field);
     yardstick.touched.assign(yardstick.field.size(), 0);
     yardstick.scale.assign(npoints, 0.0);
     yardstick.terms_scale.assign(npoints, 0.0);
-    WindowLog log;
-    method.oracle(scene, yardstick.field, &log);
     for (std::size_t i = 0; i < yardstick.field.size(); ++i) {
         double& scale = yardstick.scale[i % npoints];
         scale = std::fmax(scale, std::fabs(yardstick.field[i]));
@@ -203,6 +198,15 @@ Yardstick yardstick_of(const Stage& stage, const Method& method,
         note(log[entry], entry % npoints, yardstick);
     }
     return yardstick;
+}
+
+Yardstick yardstick_of(const Stage& stage, const Method& method,
+                       const kavro_oracle::Waveform* waveform) {
+    const Scene scene = stage.for_oracle(waveform);
+    Field field = kavro_oracle::silence(scene);
+    WindowLog log;
+    method.oracle(scene, field, &log);
+    return yardstick_of(std::move(field), log, scene.points.size());
 }
 
 testing::AssertionResult agrees(const Field& field, const Yardstick& yardstick, double tolerance,

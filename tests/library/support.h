@@ -119,6 +119,9 @@ struct Yardstick {
     std::vector<double> terms_scale;
 };
 
+// A field and the windows that its waves had, element after element.
+Yardstick yardstick_of(Field field, const WindowLog& log, std::size_t npoints);
+
 // The oracle's field, with the library's waveform or another in its place.
 Yardstick yardstick_of(const Stage& stage, const Method& method,
                        const kavro_oracle::Waveform* waveform = nullptr);

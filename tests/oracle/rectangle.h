@@ -72,4 +72,8 @@ void add_fnm_transient(const RectangleScene& scene, Field& field, WindowLog* log
 void add_double(const RectangleScene& scene, Terms terms, Field& field, WindowLog* log = nullptr);
 void add_single(const RectangleScene& scene, Field& field, WindowLog* log = nullptr);
 
+// The single-precision sum of the same rounded geometry and factors, but with every product and sum
+// in double: what rounding in the sums costs is the distance from it.
+void add_single_unrounded(const RectangleScene& scene, Field& field, WindowLog* log = nullptr);
+
 }  // namespace kavro_oracle

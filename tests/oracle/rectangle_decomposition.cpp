@@ -6,8 +6,9 @@
 namespace kavro_oracle {
 namespace {
 
-// Factor is Real, or complex in the complex form of the decomposition.
-template <class Real, class Factor>
+// Factor is Real, or complex in the complex form of the decomposition. Sum is the precision of the
+// products and sums over terms and waves.
+template <class Real, class Factor, class Sum>
 class Decomposed {
 public:
     Decomposed(const RectangleScene& scene, const Rectangle& rectangle)
@@ -28,8 +29,8 @@ public:
     }
 
     // False where the point is behind the face.
-    bool series(const Triple& point, std::vector<Real>& accumulator, PointWindows& windows) {
-        accumulator.assign(scene_.times.size(), Real(0));
+    bool series(const Triple& point, std::vector<Sum>& accumulator, PointWindows& windows) {
+        accumulator.assign(scene_.times.size(), Sum(0));
         const Triple local = placement_.local(point);
         const auto x = static_cast<Real>(local.x), y = static_cast<Real>(local.y);
         const auto z = static_cast<Real>(local.z);
@@ -46,20 +47,21 @@ public:
             });
         subtract_direct(nearest_distance(tables_.hw, tables_.hh, x, y, z), z, sum, accumulator,
                         windows);
-        for (Real& value : accumulator) {
-            value = static_cast<Real>(static_cast<double>(value) * rectangle_.amplitude);
+        for (Sum& value : accumulator) {
+            value = static_cast<Sum>(static_cast<double>(value) * rectangle_.amplitude);
         }
         return true;
     }
 
 private:
-    void add_edge(Real g, Real tau, std::vector<Real>& accumulator, PointWindows& windows) {
+    void add_edge(Real g, Real tau, std::vector<Sum>& accumulator, PointWindows& windows) {
         const std::size_t ntimes = scene_.times.size();
         rectangle_.waveform->spatial(tau, spatial_.data());
         const Window window = edge_window(static_cast<double>(tau));
         for_each_sample(window, [&](std::size_t j) {
             for (std::size_t k = 0; k < spatial_.size(); ++k) {
-                accumulator[j] += product(spatial_[k], temporal_[k * ntimes + j]) * g;
+                accumulator[j] +=
+                    product(spatial_[k], temporal_[k * ntimes + j]) * static_cast<Sum>(g);
             }
         });
         windows.edge.push_back(window);
@@ -67,10 +69,12 @@ private:
                    temporal_, ntimes);
     }
 
-    static Real product(Real spatial, Real temporal) { return spatial * temporal; }
-    static Real product(Complex spatial, Complex temporal) { return (spatial * temporal).real(); }
+    static Sum product(Real spatial, Real temporal) {
+        return static_cast<Sum>(spatial) * static_cast<Sum>(temporal);
+    }
+    static Sum product(Complex spatial, Complex temporal) { return (spatial * temporal).real(); }
 
-    void subtract_direct(Real dmin, Real z, Real sum, std::vector<Real>& accumulator,
+    void subtract_direct(Real dmin, Real z, Real sum, std::vector<Sum>& accumulator,
                          PointWindows& windows) {
         // Single precision knows products with the reciprocal only.
         constexpr bool divide = std::is_same_v<Real, double>;
@@ -81,14 +85,11 @@ private:
         note_terms(windows, windows.direct, spatial_,
                    static_cast<double>(sum) * rectangle_.amplitude, temporal_, scene_.times.size());
         for_each_sample(windows.direct, [&](std::size_t j) {
-            const double t = scene_.times[j];
             const double since =
-                divide ? (t - rectangle_.time_delay) - static_cast<double>(zeta)
-                       : static_cast<double>(static_cast<float>(t) - static_cast<float>(zeta)) -
-                             rectangle_.time_delay;
+                (scene_.times[j] - rectangle_.time_delay) - static_cast<double>(zeta);
             accumulator[j] =
-                static_cast<Real>(static_cast<double>(accumulator[j]) -
-                                  rectangle_.waveform->at(since) * static_cast<double>(sum));
+                static_cast<Sum>(static_cast<double>(accumulator[j]) -
+                                 rectangle_.waveform->at(since) * static_cast<double>(sum));
         });
     }
 
@@ -124,14 +125,14 @@ private:
     std::vector<Factor> spatial_, temporal_;
 };
 
-template <class Real, class Factor>
+template <class Real, class Factor, class Sum>
 void add(const RectangleScene& scene, Field& field, WindowLog* log) {
     for (const Rectangle& rectangle : scene.rectangles) {
         if (std::fabs(rectangle.amplitude) <= 1e-10) {
             continue;
         }
-        Decomposed<Real, Factor> solver(scene, rectangle);
-        std::vector<Real> accumulator;
+        Decomposed<Real, Factor, Sum> solver(scene, rectangle);
+        std::vector<Sum> accumulator;
         for (std::size_t p = 0; p < scene.points.size(); ++p) {
             PointWindows windows;
             if (solver.series(scene.points[p], accumulator, windows)) {
@@ -148,14 +149,18 @@ void add(const RectangleScene& scene, Field& field, WindowLog* log) {
 
 void add_double(const RectangleScene& scene, Terms terms, Field& field, WindowLog* log) {
     if (terms == Terms::real) {
-        add<double, double>(scene, field, log);
+        add<double, double, double>(scene, field, log);
     } else {
-        add<double, Complex>(scene, field, log);
+        add<double, Complex, double>(scene, field, log);
     }
 }
 
 void add_single(const RectangleScene& scene, Field& field, WindowLog* log) {
-    add<float, float>(scene, field, log);
+    add<float, float, float>(scene, field, log);
+}
+
+void add_single_unrounded(const RectangleScene& scene, Field& field, WindowLog* log) {
+    add<float, float, double>(scene, field, log);
 }
 
 }  // namespace kavro_oracle

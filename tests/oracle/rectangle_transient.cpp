@@ -29,10 +29,10 @@ void add_corner(const RectangleScene& scene, double delay, const Corner& corner,
             trace[i] += s * c * 0.25;
         }
         if (t1 <= tr && tr <= t3 && sigma >= a) {
-            trace[i] += s * c * (-0.5 / pi) * std::acos(a / sigma);
+            trace[i] += s * c * (-0.5 / pi) * std::acos(sigma > 0 ? a / sigma : 0.0);
         }
         if (t2 <= tr && tr <= t3 && sigma >= b) {
-            trace[i] += s * c * (-0.5 / pi) * std::acos(b / sigma);
+            trace[i] += s * c * (-0.5 / pi) * std::acos(sigma > 0 ? b / sigma : 0.0);
         }
     }
 }

@@ -62,10 +62,11 @@ int real_terms(const ExcitationFunction& waveform, Decomposition kind) {
 template <class Real>
 DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& waveform,
                                                  Decomposition kind, const TimeSamples& times,
-                                                 double time_delay)
+                                                 double time_delay, DirectArgument argument)
     : waveform_(&waveform),
       kind_(kind),
       time_delay_(time_delay),
+      argument_(argument),
       terms_(real_terms(waveform, kind)) {
     const auto terms = static_cast<std::size_t>(terms_);
     // The factors by term, in double, and by sample; those of the direct wave too.
@@ -84,8 +85,10 @@ DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& wavef
         direct_terms_ = waveform.number_of_value_terms();
         if (direct_terms_ > 0) {
             TimeSamples rounded = times;
-            for (double& t : rounded.times) {
-                t = static_cast<double>(static_cast<float>(t));
+            if (argument == DirectArgument::axial_delay_first) {
+                for (double& t : rounded.times) {
+                    t = static_cast<double>(static_cast<float>(t));
+                }
             }
             const auto ntimes = static_cast<std::size_t>(times.ntimes);
             const auto value_terms = static_cast<std::size_t>(direct_terms_);

@@ -14,13 +14,18 @@ namespace kavro {
 // Which decomposition of the waveform a method uses.
 enum class Decomposition { real, complex };
 
+// How the direct wave's argument is formed from a sample's time t, the axial delay zeta and the
+// element's delay t_d: (t - zeta) - t_d, the first difference rounded to the method's precision, or
+// (t - t_d) - zeta in double.
+enum class DirectArgument { axial_delay_first, element_delay_first };
+
 // Temporal factors over a time axis, and the waveform's spatial factors as real numbers: the
 // complex decomposition counts as twice as many real terms.
 template <class Real>
 class DecompositionFactors {
 public:
     DecompositionFactors(const ExcitationFunction& waveform, Decomposition kind,
-                         const TimeSamples& times, double time_delay);
+                         const TimeSamples& times, double time_delay, DirectArgument argument);
 
     int terms() const { return terms_; }
     const ExcitationFunction& waveform() const { return *waveform_; }
@@ -31,13 +36,21 @@ public:
 
     // The decomposition of the waveform's value, for the direct wave: its terms (0 where there is
     // none) and its spatial factors. Its temporal factors are taken at the sample times as the
-    // direct wave's step rounds them, entry (j, k) at j * direct_terms + k; where the spatial
+    // direct wave's argument rounds them, entry (j, k) at j * direct_terms + k; where the spatial
     // factors are those of the real decomposition, as the difference from that one's temporal
     // factors.
     int direct_terms() const { return direct_terms_; }
     bool direct_is_edge_wave() const { return direct_is_edge_wave_; }
     const Real* direct_temporal() const { return direct_temporal_.data(); }
     void direct_spatial(Real* out, const Real* tau, int count) const;
+
+    // The instant at which the waveform is evaluated for the direct wave.
+    double direct_argument(double t, Real zeta) const {
+        return argument_ == DirectArgument::element_delay_first
+                   ? (t - time_delay_) - static_cast<double>(zeta)
+                   : static_cast<double>(static_cast<Real>(t) - zeta) - time_delay_;
+    }
+    DirectArgument argument() const { return argument_; }
 
     // All temporal factors are finite.
     bool finite() const { return finite_; }
@@ -62,6 +75,7 @@ private:
     const ExcitationFunction* waveform_;
     Decomposition kind_;
     double time_delay_;
+    DirectArgument argument_;
     int terms_;
     int direct_terms_ = 0;
     bool direct_is_edge_wave_ = false;

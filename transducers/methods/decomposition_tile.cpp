@@ -84,7 +84,7 @@ void DecompositionTile<Real>::write(double* output) const {
 template <class Real>
 void DecompositionTile<Real>::add(const DecompositionElement<Real>& element) {
     const int size = element.edge->size();
-    if (!edge_ || edge_->size != size) {
+    if (!edge_ || edge_->room != size) {
         edge_ = std::make_unique<EdgeBlock<Real>>(size);
         windows_ = std::make_unique<WindowBlock>(size);
     }

@@ -17,7 +17,8 @@ void DirectWave<Real>::prepare(const DecompositionFactors<Real>& factors, EdgeBl
         if (window.begin >= window.end) {
             continue;
         }
-        if (factors.direct_terms() > 0 && is_exact_difference(window, edge.direct_delay[lane])) {
+        if (factors.direct_terms() > 0 &&
+            is_exact_difference(window, edge.direct_delay[lane], factors)) {
             window = inside_pulse(window, edge.direct_delay[lane], factors);
             begin_[lane] = window.begin;
             end_[lane] = window.end;
@@ -49,7 +50,11 @@ void DirectWave<Real>::prepare(const DecompositionFactors<Real>& factors, EdgeBl
 }
 
 template <class Real>
-bool DirectWave<Real>::is_exact_difference(SampleWindow window, Real zeta) const {
+bool DirectWave<Real>::is_exact_difference(SampleWindow window, Real zeta,
+                                           const DecompositionFactors<Real>& factors) const {
+    if (factors.argument() == DirectArgument::element_delay_first) {
+        return true;  // formed in double
+    }
     // Numbers within a factor of two of each other subtract without rounding.
     const auto rounded = [this](int j) { return static_cast<Real>(times_.time_index_value(j)); };
     return 2 * rounded(window.begin) >= zeta && rounded(window.end - 1) <= 2 * zeta;
@@ -60,9 +65,8 @@ template <class Real>
 SampleWindow DirectWave<Real>::inside_pulse(SampleWindow window, Real zeta,
                                             const DecompositionFactors<Real>& factors) const {
     const auto is_inside = [&](int j) {
-        const auto t = static_cast<Real>(times_.time_index_value(j));
-        return factors.waveform().is_inside_pulse(static_cast<double>(t - zeta) -
-                                                  factors.time_delay());
+        const double since = factors.direct_argument(times_.time_index_value(j), zeta);
+        return factors.waveform().is_inside_pulse(since);
     };
     while (window.begin < window.end && !is_inside(window.begin)) {
         ++window.begin;
@@ -82,8 +86,8 @@ void DirectWave<Real>::by_value(const DecompositionFactors<Real>& factors,
     values_of_lane_.resize(instants_.size());
     const Real zeta = edge.direct_delay[lane];
     for (std::size_t m = 0; m < count; ++m) {
-        const auto t = static_cast<Real>(times_.times[static_cast<std::size_t>(window.begin) + m]);
-        instants_[m] = static_cast<double>(t - zeta) - factors.time_delay();
+        const double t = times_.times[static_cast<std::size_t>(window.begin) + m];
+        instants_[m] = factors.direct_argument(t, zeta);
     }
     factors.waveform().at_batch(values_of_lane_.data(), instants_.data(), static_cast<int>(count));
     const auto weight = static_cast<double>(edge.coefficient_sum[lane]);

@@ -34,7 +34,8 @@ public:
     void exclude(LaneSet lanes);
 
 private:
-    bool is_exact_difference(SampleWindow window, Real zeta) const;
+    bool is_exact_difference(SampleWindow window, Real zeta,
+                             const DecompositionFactors<Real>& factors) const;
     SampleWindow inside_pulse(SampleWindow window, Real zeta,
                               const DecompositionFactors<Real>& factors) const;
     void by_value(const DecompositionFactors<Real>& factors, const EdgeBlock<Real>& edge,

@@ -32,7 +32,8 @@ struct EdgeBlock {
     // The points, in the element's own frame, in the precision of the method (m).
     Lanes<Real> x, y, z;
 
-    int size;  // edge samples per point
+    int room;  // most edge samples per point
+    int size;  // edge samples per point; a generator may need fewer for some blocks
     // One entry more than there are edge samples: a consumer may treat the direct wave as the last
     // one.
     AlignedVector<Real> coefficient;  // g_i
@@ -51,6 +52,7 @@ struct EdgeBlock {
         : x{},
           y{},
           z{},
+          room(edge_samples),
           size(edge_samples),
           coefficient((static_cast<std::size_t>(edge_samples) + 1) * block_lanes),
           delay(coefficient.size()),

@@ -25,12 +25,13 @@ const std::vector<Real>& PointDecomposition<Real>::series(const DecompositionFac
 // begin, end: seconds from the first sample. All samples of a list, whose own are compared
 // directly.
 template <class Real>
-SampleWindow PointDecomposition<Real>::window(const WindowRule& rule, double begin,
-                                              double end) const {
+SampleWindow PointDecomposition<Real>::window(const WindowRule& rule, double begin, double end,
+                                              bool begin_rounded_down) const {
     if (times_.deltat() == 0.0) {
         return {0, times_.ntimes};
     }
-    return {clamped_index(std::ceil(begin * rule.inverse_step), times_.ntimes),
+    const double first = begin * rule.inverse_step;
+    return {clamped_index(begin_rounded_down ? std::floor(first) : std::ceil(first), times_.ntimes),
             clamped_index(std::floor(end * rule.inverse_step) + 1.0, times_.ntimes)};
 }
 
@@ -48,7 +49,7 @@ void PointDecomposition<Real>::add_edge_waves(const WindowRule& rule, const Edge
         const Real tau = edge.delay[i * block_lanes + lane];
         const Real g = edge.coefficient[i * block_lanes + lane];
         const double u = static_cast<double>(tau) + rule.time_delay - rule.first_time;
-        const SampleWindow samples = window(rule, u, u + rule.duration);
+        const SampleWindow samples = window(rule, u, u + rule.duration, false);
         if (samples.begin >= samples.end) {
             continue;
         }
@@ -76,12 +77,12 @@ void PointDecomposition<Real>::subtract_direct_wave(const WindowRule& rule,
     const auto weight = static_cast<double>(edge.coefficient_sum[lane]);
     const SampleWindow samples =
         window(rule, static_cast<double>(begin) + rule.time_delay - rule.first_time,
-               rule.time_delay + static_cast<double>(zeta) + rule.duration - rule.first_time);
+               rule.time_delay + static_cast<double>(zeta) + rule.duration - rule.first_time,
+               rule.direct_begin_rounded_down);
     for (int j = samples.begin; j < samples.end; ++j) {
         if (belongs(j, begin, zeta)) {
-            const auto t = static_cast<Real>(times_.time_index_value(j));
-            const double value =
-                factors_->waveform().at(static_cast<double>(t - zeta) - rule.time_delay);
+            const double since = factors_->direct_argument(times_.time_index_value(j), zeta);
+            const double value = factors_->waveform().at(since);
             Real& sum = series_[static_cast<std::size_t>(j)];
             sum = static_cast<Real>(static_cast<double>(sum) - value * weight);
         }

@@ -24,7 +24,8 @@ public:
                                     double amplitude);
 
 private:
-    SampleWindow window(const WindowRule& rule, double begin, double end) const;
+    SampleWindow window(const WindowRule& rule, double begin, double end,
+                        bool begin_rounded_down) const;
     bool belongs(int j, Real begin, Real end) const;
     void add_edge_waves(const WindowRule& rule, const EdgeBlock<Real>& edge, std::size_t lane);
     void subtract_direct_wave(const WindowRule& rule, const EdgeBlock<Real>& edge,

@@ -42,10 +42,12 @@ struct Bounds {
 
 // u_begin, u_end: seconds from the first sample to the wave's begin and to its end.
 HWY_INLINE Bounds RoundedWindow(const WindowRule& rule, hn::Vec<Doubles> u_begin,
-                                hn::Vec<Doubles> u_end, hn::Mask<Indices> reached) {
+                                hn::Vec<Doubles> u_end, hn::Mask<Indices> reached,
+                                bool begin_rounded_down = false) {
     const Doubles d;
     const auto inverse_step = hn::Set(d, rule.inverse_step);
-    const auto first = hn::Ceil(hn::Mul(u_begin, inverse_step));
+    const auto exact_first = hn::Mul(u_begin, inverse_step);
+    const auto first = begin_rounded_down ? hn::Floor(exact_first) : hn::Ceil(exact_first);
     const auto last = hn::Floor(hn::Mul(u_end, inverse_step));
     Bounds window;
     window.begin = AsIndex(first, rule.ntimes);
@@ -103,8 +105,9 @@ HWY_INLINE void FindWindows(const WindowRule& rule, const EdgeBlock<Real>& edge,
         const auto reached = hn::Ne(hn::Load(di, edge.reached.data() + lane), hn::Zero(di));
         const auto begin_delay = hn::Add(LoadWide(edge.direct_begin.data() + lane), delay);
         const auto axial_delay = hn::Add(delay, LoadWide(edge.direct_delay.data() + lane));
-        const Bounds window = RoundedWindow(rule, hn::Sub(begin_delay, t0),
-                                            hn::Sub(hn::Add(axial_delay, w), t0), reached);
+        const Bounds window =
+            RoundedWindow(rule, hn::Sub(begin_delay, t0), hn::Sub(hn::Add(axial_delay, w), t0),
+                          reached, rule.direct_begin_rounded_down);
         const auto begin = hn::IfThenElse(window.empty, missing, window.begin);
         const auto end = hn::IfThenElse(window.empty, missing, window.end);
         hn::Store(begin, di, windows.direct_begin.data() + lane);

@@ -27,6 +27,7 @@ struct WindowRule {
     double duration;
     double inverse_step;
     std::int32_t ntimes;
+    bool direct_begin_rounded_down = false;  // of the direct wave's window only
 
     // Rounded to the precision of the method, Real.
     template <class Real>
@@ -34,6 +35,14 @@ struct WindowRule {
         return {delay, static_cast<double>(static_cast<Real>(times.time_index_value(0))),
                 static_cast<double>(static_cast<Real>(w)),
                 static_cast<double>(Real(1) / static_cast<Real>(times.deltat())), times.ntimes};
+    }
+
+    // The same, but that the direct wave's first sample is rounded down.
+    template <class Real>
+    static WindowRule with_early_direct_wave(const TimeSamples& times, double delay, double w) {
+        WindowRule rule = rounded_to<Real>(times, delay, w);
+        rule.direct_begin_rounded_down = true;
+        return rule;
     }
 };
 

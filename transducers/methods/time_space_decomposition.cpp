@@ -40,8 +40,8 @@ Elements<Real> next_block(std::span<Transducer* const> elements, std::size_t& ne
         if (same != known.end()) {
             factors = *same;
         } else {
-            factors = std::make_shared<DecompositionFactors<Real>>(waveform, method.kind, times,
-                                                                   element.time_delay);
+            factors = std::make_shared<DecompositionFactors<Real>>(
+                waveform, method.kind, times, element.time_delay, method.direct_argument);
             known.push_back(factors);
             used += factors->bytes();
         }

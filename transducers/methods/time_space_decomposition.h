@@ -22,6 +22,7 @@ struct DecompositionMethod {
     // Rounds what the windows are made of: WindowRule::rounded_to<Real> unless the geometry's
     // precision is not that of the sums.
     WindowRule (*window_rule)(const TimeSamples&, double, double) = WindowRule::rounded_to<Real>;
+    DirectArgument direct_argument = DirectArgument::axial_delay_first;
 };
 
 // Adds the pressure of all elements, in order, to every point. The elements share grid, time axis

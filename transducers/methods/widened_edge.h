@@ -24,6 +24,7 @@ public:
         std::transform(block.y.begin(), block.y.end(), narrow.y.begin(), round);
         std::transform(block.z.begin(), block.z.end(), narrow.z.begin(), round);
         inner_->sample(narrow, pass);
+        block.size = narrow.size;
         std::copy(narrow.coefficient.begin(), narrow.coefficient.end(), block.coefficient.begin());
         std::copy(narrow.delay.begin(), narrow.delay.end(), block.delay.begin());
         std::copy(narrow.coefficient_sum.begin(), narrow.coefficient_sum.end(),
