@@ -5,6 +5,7 @@
 #include <cmath>
 #include <complex>
 #include <functional>
+#include <limits>
 #include <numbers>
 
 #include "oracle/disc_continuous_wave.h"
@@ -25,20 +26,22 @@ struct Operation {
     const char* name;
     Solve solve;
     ComplexField (*oracle)(const Scene& scene);
-    bool single;
+    double tolerance;       // against the oracle
     bool surface;           // integrates over the face and not along the rim
     double reference_sign;  // of the exponent of attenuation
 };
 
+// The four-wide near field rounds as the oracle does. The four-wide Rayleigh integral takes
+// distances from differences of coordinates, which is closer to the truth near the face.
 const Operation operations[] = {
-    {"fnm_cw", &CircularTransducer::fnm_cw, kavro_oracle::fnm_cw, false, false, -1},
-    {"fnm_cw_apodized", &CircularTransducer::fnm_cw_apodized, kavro_oracle::fnm_cw_apodized, false,
+    {"fnm_cw", &CircularTransducer::fnm_cw, kavro_oracle::fnm_cw, 1e-13, false, -1},
+    {"fnm_cw_apodized", &CircularTransducer::fnm_cw_apodized, kavro_oracle::fnm_cw_apodized, 1e-13,
      false, -1},
-    {"fnm_cw_sse", &CircularTransducer::fnm_cw_sse, kavro_oracle::fnm_cw_sse, true, false, -1},
-    {"rayleigh_cw", &CircularTransducer::rayleigh_cw, kavro_oracle::rayleigh_cw, false, true, +1},
+    {"fnm_cw_sse", &CircularTransducer::fnm_cw_sse, kavro_oracle::fnm_cw_sse, 1e-13, false, -1},
+    {"rayleigh_cw", &CircularTransducer::rayleigh_cw, kavro_oracle::rayleigh_cw, 1e-13, true, +1},
     {"rayleigh_cw_apodized", &CircularTransducer::rayleigh_cw_apodized,
-     kavro_oracle::rayleigh_cw_apodized, false, true, +1},
-    {"rayleigh_cw_sse", &CircularTransducer::rayleigh_cw_sse, kavro_oracle::rayleigh_cw_sse, true,
+     kavro_oracle::rayleigh_cw_apodized, 1e-13, true, +1},
+    {"rayleigh_cw_sse", &CircularTransducer::rayleigh_cw_sse, kavro_oracle::rayleigh_cw_sse, 5e-6,
      true, -1}};
 
 const Operation& fnm_cw = operations[0];
@@ -63,6 +66,12 @@ Pressure by_library(const Scene& scene, const Operation& operation) {
 
 Pressure no_pressure(const Scene& scene) {
     return Pressure(scene.points.size());
+}
+
+Scene tone_scene() {
+    Scene scene = plain_scene();
+    scene.f0 = 1e6;
+    return scene;
 }
 
 Scene lossy(Scene scene) {
@@ -107,16 +116,36 @@ TEST(DiscContinuousWave, AgreesWithTheOracle) {
     turned.discs[2].apodization = 0;
     turned.speed = 1540.7;
     turned.density = 1060.3;
-    for (const Scene& base : {plain_scene(), lossy(plain_scene()), turned}) {
+    for (const Scene& base : {tone_scene(), lossy(tone_scene()), turned}) {
         for (Scene scene : {base, exactly(base)}) {
-            for (const int n : {1, 4, 15, 32}) {
+            for (const int n : {1, 4, 15, 24}) {
                 scene.ndiv = n;
                 for (const Operation& operation : operations) {
                     SCOPED_TRACE(std::string(operation.name) + ", n = " + std::to_string(n));
                     expect_near(by_library(scene, operation), operation.oracle(scene),
-                                operation.single ? 1e-6 : 1e-13);
+                                operation.tolerance);
                 }
             }
+        }
+    }
+}
+
+// Points without a place leave their neighbours alone.
+TEST(DiscContinuousWave, NumbersThatRunOutStayWithTheirPoint) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const Scene good = lossy(tone_scene());
+    Scene mixed = good;
+    for (std::size_t p = 0; p < good.points.size(); ++p) {
+        const double lost[] = {std::nan(""), infinity, -infinity, 1e200};
+        Triple bad = good.points[p];
+        (p % 3 == 0 ? bad.x : bad.z) = lost[p % 4];
+        mixed.points.insert(mixed.points.begin() + static_cast<std::ptrdiff_t>(2 * p), bad);
+    }
+    for (const Operation& operation : operations) {
+        const Pressure expected = by_library(good, operation);
+        const Pressure pressure = by_library(mixed, operation);
+        for (std::size_t p = 0; p < expected.size(); ++p) {
+            EXPECT_EQ(pressure[2 * p + 1], expected[p]) << operation.name << ", point " << p;
         }
     }
 }
@@ -160,9 +189,6 @@ TEST(DiscContinuousWave, SinglePrecisionStaysCloseToDouble) {
     }
     expect_near(by_library(scene, fnm_cw_sse), kavro_oracle::fnm_cw(scene), 3e-6);
     expect_near(by_library(scene, operations[5]), kavro_oracle::rayleigh_cw(scene), 3e-6);
-    // Abscissas that fill no group of four take no part.
-    scene.ndiv = 7;
-    EXPECT_GT(largest_error(by_library(scene, fnm_cw_sse), by_library(scene, fnm_cw)), 0.1);
 }
 
 // ---- physics
@@ -170,7 +196,7 @@ TEST(DiscContinuousWave, SinglePrecisionStaysCloseToDouble) {
 // On the axis, 2 rho c |sin(k/2 (R - z))| without losses, rho c jk/(alpha + jk) (E(z) - E(R)) with
 // them, R the distance from the rim.
 TEST(DiscContinuousWave, AxisOfADiscHasItsClosedForm) {
-    Scene scene = plain_scene();
+    Scene scene = tone_scene();
     scene.points.clear();
     for (const double z : {0.0, 4e-4, 3.1e-3, 8e-3, 0.04}) {
         scene.points.push_back({0, 0, z});
@@ -239,7 +265,7 @@ const std::vector<Triple> apart = {{0, 0, 5e-3},       {1e-3, -1e-3, 4e-3},  {0,
 // With losses the near field comes out right only if its prefactor does, the Rayleigh integrals
 // only if they decay.
 TEST(DiscContinuousWave, ExactFieldsConvergeToTheSurfaceIntegral) {
-    Scene scene = exactly(lossy(plain_scene()));
+    Scene scene = exactly(lossy(tone_scene()));
     scene.points = apart;
     for (int index = 0; index <= 4; ++index) {
         SCOPED_TRACE(index);
@@ -266,7 +292,7 @@ TEST(DiscContinuousWave, ExactFieldsConvergeToTheSurfaceIntegral) {
 // Without losses the reference has the exact field, but for the apodized near field, which is off
 // by -pi a in the end, and silent for a uniform disc.
 TEST(DiscContinuousWave, ReferenceWithoutLosses) {
-    Scene scene = lossy(plain_scene());
+    Scene scene = lossy(tone_scene());
     scene.points = apart;
     scene.attenuation = 0;
     scene.ndiv = 64;
@@ -294,7 +320,7 @@ TEST(DiscContinuousWave, ReferenceWithoutLosses) {
 }
 
 TEST(DiscContinuousWave, AttenuationHasItsSign) {
-    Scene scene = plain_scene();
+    Scene scene = tone_scene();
     scene.discs[0].radius = 2e-4;  // all of it equally far
     scene.discs[0].apodization = 3;
     scene.points = {{0, 0, 0.03}, {0.01, 0, 0.05}};
@@ -339,7 +365,7 @@ TEST(DiscContinuousWave, MissingFrequencyOrSpeedIsReplacedWithAWarning) {
     const Messages no_speed = {
         "Sound speed not set; using default of 1500 m/s to calculate wavenumber."};
     for (const double amplitude : {1.5, 1e-11}) {
-        Scene scene = lossy(plain_scene());
+        Scene scene = lossy(tone_scene());
         scene.discs[0].amplitude = amplitude;
         Pressure pressure;
         for (const double f0 : {1e-10, 0.0}) {
@@ -372,7 +398,7 @@ TEST(DiscContinuousWave, MissingFrequencyOrSpeedIsReplacedWithAWarning) {
 }
 
 TEST(DiscContinuousWave, SkipsSilentElementsAndPointsBehind) {
-    Scene scene = lossy(plain_scene());
+    Scene scene = lossy(tone_scene());
     for (const Operation& operation : operations) {
         SCOPED_TRACE(operation.name);
         for (const double amplitude : {1e-10, -1e-10, 1.0000001e-10}) {
@@ -390,7 +416,7 @@ TEST(DiscContinuousWave, SkipsSilentElementsAndPointsBehind) {
 
 // The weight is 0 until amplitude or phase is set, although the amplitude begins as 1.
 TEST(DiscContinuousWave, AddsWhatTheWeightSays) {
-    Scene scene = plain_scene();
+    Scene scene = tone_scene();
     scene.discs[0].apodization = 1;
     for (const Operation& operation : operations) {
         SCOPED_TRACE(operation.name);
@@ -414,7 +440,7 @@ TEST(DiscContinuousWave, AddsWhatTheWeightSays) {
 
 // Along the rim the rule is refilled for half a turn and left there; over the face it only counts.
 TEST(DiscContinuousWave, RefillsTheRuleAlongTheRimOnly) {
-    const Scene scene = lossy(plain_scene());
+    const Scene scene = lossy(tone_scene());
     for (const Operation& operation : operations) {
         for (const bool exact : {false, true}) {
             Records records(scene);
@@ -440,7 +466,7 @@ TEST(DiscContinuousWave, MissingRecordsAreAFailureWithoutAWord) {
         [](CircularTransducer& e) { e.integral = nullptr; },
         [](CircularTransducer& e) { e.pressure_real = nullptr; },
         [](CircularTransducer& e) { e.pressure_imag = nullptr; }};
-    Scene scene = plain_scene();
+    Scene scene = tone_scene();
     scene.f0 = 0;
     scene.speed = 0;
     Recorder recorder;
@@ -455,9 +481,8 @@ TEST(DiscContinuousWave, MissingRecordsAreAFailureWithoutAWord) {
         }
     }
     EXPECT_EQ(recorder.warnings, Messages{});
-    // No points and no abscissas are no failure, and no waveform is needed.
-    scene = plain_scene();
-    scene.points.clear();
+    // No abscissas are no failure, and neither waveform nor time axis is needed.
+    scene = tone_scene();
     for (const Operation& operation : operations) {
         Records records(scene);
         records.rule = {};

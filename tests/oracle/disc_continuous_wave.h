@@ -19,12 +19,13 @@ ComplexField fnm_cw_apodized(const Scene& scene);
 ComplexField rayleigh_cw(const Scene& scene);
 ComplexField rayleigh_cw_apodized(const Scene& scene);
 
-// In single precision, four abscissas at a time; those that fill no group of four are left out.
+// In single precision, four abscissas at a time; those that fill no group of four are left out
+// unless the disc is exact.
 //
 // Rounded to single precision: k, alpha, the radius, the local coordinates (behind is what has a
-// negative z after that), and the tables once they are computed in double: cos phi, 2 a cos phi and
-// the weights; ring radii, their squares and ring areas. From there on every operation rounds.
-// Terms go to lane i mod 4; the lanes are added at the end, in double times the prefactor.
+// negative z after that), and, once they are computed in double, the cosines and weights, the
+// radii of rings, their squares and areas. From there on every operation rounds. Terms go to lane
+// i mod 4; the lanes are added at the end, widened and multiplied with the prefactor in double.
 ComplexField fnm_cw_sse(const Scene& scene);
 ComplexField rayleigh_cw_sse(const Scene& scene);
 

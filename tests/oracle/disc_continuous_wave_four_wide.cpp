@@ -39,6 +39,11 @@ private:
     static float across(const std::array<float, 4>& l) { return (l[0] + l[2]) + (l[1] + l[3]); }
 };
 
+// Whole groups of four, unless exact.
+std::size_t count_of(const Disc& disc, const std::vector<double>& abscissas) {
+    return disc.exact ? abscissas.size() : abscissas.size() / 4 * 4;
+}
+
 struct SinglePoint {
     float x, y, z;
 };
@@ -77,7 +82,6 @@ ComplexField fnm_cw_sse(const Scene& scene) {
     const auto alpha = static_cast<float>(nepers(scene));
     const Rule rule = gauss(scene.ndiv, 0, pi);
     const std::vector<double> cosines = cosines_of(rule.x);
-    const std::size_t full = cosines.size() / 4 * 4;
     const auto factor = [&](const Disc& disc) { return nearfield_factor(scene, disc, wide_k); };
     return sum_over_discs(scene, false, factor, [&](const Disc& disc, const SinglePoint& point) {
         const auto a = static_cast<float>(disc.radius);
@@ -86,9 +90,9 @@ ComplexField fnm_cw_sse(const Scene& scene) {
         const float s = std::sqrt(s_squared);
         const Wave E0 = complex_exp(-alpha * point.z, -k * point.z);
         LaneSum sum;
-        for (std::size_t i = 0; i < full; ++i) {
+        for (std::size_t i = 0; i < count_of(disc, cosines); ++i) {
             const auto cosine = static_cast<float>(cosines[i]);
-            const auto two_a_cosine = static_cast<float>(2 * disc.radius * cosines[i]);
+            const float two_a_cosine = cosine * (2.0f * a);
             const auto weight = static_cast<float>(rule.w[i]);
             const float D = (s_squared + a * a) - two_a_cosine * s;
             const float g = ((s * cosine - a) / D) * weight;
@@ -110,7 +114,6 @@ ComplexField rayleigh_cw_sse(const Scene& scene) {
     const int n = scene.ndiv;
     const double dphi = pi / n;
     const std::vector<double> cosines = midpoint_cosines(n);
-    const std::size_t full = cosines.size() / 4 * 4;
     const auto factor = [&](const Disc& disc) { return rayleigh_factor(scene, disc); };
     return sum_over_discs(scene, true, factor, [&](const Disc& disc, const SinglePoint& point) {
         const double dr = disc.radius / n;
@@ -124,7 +127,7 @@ ComplexField rayleigh_cw_sse(const Scene& scene) {
             const auto r_squared = static_cast<float>(wide_r * wide_r);
             const auto dA = static_cast<float>(dr * wide_r * dphi);
             const float two_r_s = 2.0f * r * s;
-            for (std::size_t j = 0; j < full; ++j) {
+            for (std::size_t j = 0; j < count_of(disc, cosines); ++j) {
                 const auto cosine = static_cast<float>(cosines[j]);
                 const float R = std::sqrt((r_squared + B) - cosine * two_r_s);
                 const float strength = exp_lane(-alpha * R) * dA / R;

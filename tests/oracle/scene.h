@@ -31,7 +31,7 @@ struct Scene {
     double speed = 1500.0;       // m/s
     double density = 1000.0;     // kg/m^3
     int ndiv = 32;
-    double f0 = 1e6;           // Hz, continuous wave
+    double f0 = 0.0;           // Hz, continuous wave
     double attenuation = 0.0;  // dB/(cm MHz), continuous wave
 };
 
