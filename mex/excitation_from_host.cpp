@@ -36,10 +36,10 @@ ExcitationFunction sampled_from(const HostRecord& row) {
     return {signal, ts, w, clip_threshold};
 }
 
-bool is_exact(const HostRecord& row) {
+bool is_exact(const HostRecord& row, bool unless_told) {
     const mxArray* decomposition = row.field("decomposition");
     if (decomposition == nullptr) {
-        return false;
+        return unless_told;
     }
     const std::optional<std::string> text = text_of(decomposition, 16);
     if (text != "exact" && text != "reference") {
@@ -81,9 +81,11 @@ void append_copies(Excitations& excitations, Waveform waveform, bool exact, int 
     }
 }
 
-void append_row(Excitations& excitations, const HostRecord& row, bool sampled, int copies) {
+void append_row(Excitations& excitations, const HostRecord& row, bool sampled, bool exact,
+                int copies) {
+    exact = is_exact(row, exact);
     if (sampled) {
-        append_copies(excitations, sampled_from(row), is_exact(row), copies);
+        append_copies(excitations, sampled_from(row), exact, copies);
         return;
     }
     const PulseType type = type_of(row);
@@ -92,20 +94,20 @@ void append_row(Excitations& excitations, const HostRecord& row, bool sampled, i
     const double decay = decay_of(row, type);
     switch (type) {
         case tone_burst:
-            append_copies(excitations, ToneBurst(f0, width, decay), is_exact(row), copies);
+            append_copies(excitations, ToneBurst(f0, width, decay), exact, copies);
             break;
         case hanning_pulse:
-            append_copies(excitations, HanningPulse(f0, width, decay), is_exact(row), copies);
+            append_copies(excitations, HanningPulse(f0, width, decay), exact, copies);
             break;
         case t_cubed_pulse:
-            append_copies(excitations, TCubedPulse(f0, width, decay), is_exact(row), copies);
+            append_copies(excitations, TCubedPulse(f0, width, decay), exact, copies);
             break;
     }
 }
 
 }  // namespace
 
-void excitation_vector(Excitations& excitations, const mxArray* structure, int n) {
+void excitation_vector(Excitations& excitations, const mxArray* structure, int n, bool exact) {
     if (!mxIsStruct(structure)) {
         throw InputError("Excitation function must be a MATLAB structure.\n");
     }
@@ -118,7 +120,7 @@ void excitation_vector(Excitations& excitations, const mxArray* structure, int n
     const bool sampled = mxGetFieldNumber(structure, "signal") >= 0;
     for (std::size_t i = 0; i < rows; ++i) {
         const HostRecord row(structure, i, "Excitation", "row");
-        append_row(excitations, row, sampled, rows == 1 ? n : 1);
+        append_row(excitations, row, sampled, exact, rows == 1 ? n : 1);
     }
 }
 

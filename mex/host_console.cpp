@@ -2,10 +2,12 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <functional>
+#include <string>
 #include <string_view>
 
+#include "core/input_error.h"
 #include "mex.h"
+#include "mex/host_values.h"
 
 // What the hosts know of a pending Ctrl-C. Each has one of the two; the other stays null.
 #if defined(__GNUC__) && !defined(_WIN32)
@@ -26,7 +28,7 @@ void warn(const char* text) {
     mexWarnMsgTxt(text);
 }
 
-bool interrupted() {
+bool interrupt_pending() {
 #if defined(__GNUC__) && !defined(_WIN32)
     if (&octave_signal_caught != nullptr) {
         return octave_signal_caught != 0;
@@ -42,37 +44,83 @@ bool progress_wanted() {
     return setting != nullptr && setting != std::string_view() && setting != std::string_view("0");
 }
 
+// Calls the function with the fraction. Throws what went wrong in it.
+void call_with_fraction(mxArray* handle, double fraction) {
+    mxArray* arguments[] = {handle, mxCreateDoubleScalar(fraction)};
+#if defined(HAVE_OCTAVE)
+    mexCallMATLAB(0, nullptr, 2, arguments, "feval");  // its errors are exceptions
+#else
+    // Errors are trapped, because they may leave without unwinding.
+    if (mxArray* exception = mexCallMATLABWithTrap(0, nullptr, 2, arguments, "feval")) {
+        mxArray* report = nullptr;
+        mexCallMATLABWithTrap(1, &report, 1, &exception, "getReport");
+        throw InputError("The progress function failed: " + text_of(report).value_or(""));
+    }
+#endif
+    mxDestroyArray(arguments[1]);
+}
+
 }  // namespace
 
-HostConsole::HostConsole()
-    : connection_({print, warn,
-                   progress_wanted() ? std::function<void(double)>(
-                                           [this](double fraction) { show_progress(fraction); })
-                                     : nullptr,
-                   interrupted}) {}
+HostConsole::HostConsole(const char* function)
+    : function_(function),
+      line_wanted_(progress_wanted()),
+      connection_({print, warn, [this](double fraction) { show_progress(fraction); },
+                   [this] { return interrupted(); }}) {}
+
+void HostConsole::show_progress_line(bool on) {
+    line_wanted_ = on;
+}
+
+void HostConsole::hand_progress_to(const mxArray* function_handle) {
+    handle_ = const_cast<mxArray*>(function_handle);  // as the host's call takes it
+    line_wanted_ = false;
+}
+
+bool HostConsole::interrupted() const {
+    return host_error_ || interrupt_pending();
+}
 
 void HostConsole::show_progress(double fraction) {
     // Solvers report from within parallel regions, which no exception may leave.
     try {
-        show_percent(static_cast<int>(fraction * 100.0));
+        show_percent(fraction);
     } catch (...) {
         host_error_ = std::current_exception();
     }
 }
 
-void HostConsole::show_percent(int percent) {
-    if (percent != shown_percent_ && !host_error_) {
+void HostConsole::show_percent(double fraction) {
+    const int percent = static_cast<int>(fraction * 100.0);
+    if (percent <= shown_percent_ || host_error_) {
+        return;
+    }
+    if (handle_ != nullptr) {
         shown_percent_ = percent;
-        mexPrintf("\rkavro.transient_pressure: %d %% done", percent);
+        call_handle(fraction);
+    } else if (line_wanted_) {
+        shown_percent_ = percent;
+        mexPrintf("\r%s: %d %% done", function_, percent);
     }
 }
 
+void HostConsole::call_handle(double fraction) {
+    struct Running {
+        explicit Running(bool& flag) : flag_(flag) { flag_ = true; }
+        ~Running() { flag_ = false; }
+        bool& flag_;
+    } running(runs_user_code_);
+    call_with_fraction(handle_, fraction);
+}
+
 void HostConsole::end_progress(bool success) {
+    if (success && (handle_ != nullptr || shown_percent_ >= 0)) {
+        show_progress(1.0);
+    }
     if (host_error_) {
         std::rethrow_exception(host_error_);
     }
-    if (shown_percent_ >= 0) {
-        show_percent(success ? 100 : shown_percent_);
+    if (shown_percent_ >= 0 && handle_ == nullptr) {
         mexPrintf("\n");
     }
 }

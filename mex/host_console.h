@@ -4,24 +4,39 @@
 #include <exception>
 
 #include "core/console.h"
+#include "mex.h"
 
 namespace kavro {
 
-// While it lives, the library prints and warns on the host's console. Progress is shown there only
-// where the environment variable KAVRO_PROGRESS asks for it (anything but empty and "0").
+// While it lives, the library prints and warns on the host's console, and asks it for Ctrl-C.
 class HostConsole {
 public:
-    HostConsole();
+    // `function` is what the progress line begins with. The line is shown where the environment
+    // variable KAVRO_PROGRESS asks for it (anything but empty and "0").
+    explicit HostConsole(const char* function);
 
-    // Completes and ends the progress line, if there is one; to be called after the solver. Throws
-    // what the host threw while the solver ran.
+    // Instead: the line or no line, or calls of a function handle with the fraction done, at most
+    // one for each percent, the last with 1.
+    void show_progress_line(bool on);
+    void hand_progress_to(const mxArray* function_handle);
+
+    // Completes the progress; to be called after the solver. Throws what the host or the user's
+    // function threw while the solver ran.
     void end_progress(bool success);
+
+    bool runs_user_code() const { return runs_user_code_; }
 
 private:
     void show_progress(double fraction);
-    void show_percent(int percent);
+    void show_percent(double fraction);
+    void call_handle(double fraction);
+    bool interrupted() const;
 
+    const char* function_;
+    bool line_wanted_;
+    mxArray* handle_ = nullptr;
     int shown_percent_ = -1;
+    bool runs_user_code_ = false;
     std::exception_ptr host_error_;
     console::Connection connection_;
 };

@@ -72,6 +72,13 @@ std::optional<double> first_number(const mxArray* value) {
     return first_numbers(value, 1).front();
 }
 
+std::optional<double> single_number(const mxArray* value) {
+    if (!holds_real_numbers(value) || mxGetNumberOfElements(value) != 1) {
+        return std::nullopt;
+    }
+    return first_number(value);
+}
+
 std::vector<double> numbers_of(const mxArray* value) {
     const std::size_t count = mxGetNumberOfElements(value);
     return count > 0 ? first_numbers(value, count) : std::vector<double>();
@@ -86,6 +93,34 @@ std::optional<std::string> text_of(const mxArray* value, std::size_t longest) {
         return std::nullopt;
     }
     return std::string(text.data());
+}
+
+std::optional<std::string> text_of(const mxArray* value) {
+    if (value == nullptr) {
+        return std::nullopt;
+    }
+    if (mxIsChar(value)) {
+        return text_of(value, mxGetNumberOfElements(value));
+    }
+    mxArray* characters = nullptr;
+    auto* string = const_cast<mxArray*>(value);  // as the host's call takes it
+    if (!mxIsClass(value, "string") || mxGetNumberOfElements(value) != 1 ||
+        mexCallMATLABWithTrap(1, &characters, 1, &string, "char") != nullptr) {
+        return std::nullopt;
+    }
+    std::optional<std::string> text = text_of(characters, mxGetNumberOfElements(characters));
+    mxDestroyArray(characters);
+    return text;
+}
+
+std::optional<bool> switch_of(const mxArray* value) {
+    const bool logical = mxGetClassID(value) == mxLOGICAL_CLASS;
+    if (mxGetNumberOfElements(value) != 1 || mxIsSparse(value) ||
+        (!logical && !holds_real_numbers(value))) {
+        return std::nullopt;
+    }
+    const double number = mxGetScalar(value);
+    return number == 0.0 || number == 1.0 ? std::optional(number == 1.0) : std::nullopt;
 }
 
 int count_of(std::size_t entries, const char* what) {

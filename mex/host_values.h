@@ -23,11 +23,20 @@ bool holds_real_numbers(const mxArray* value);
 // The real part of the first number, or nothing where the value does not hold numbers.
 std::optional<double> first_number(const mxArray* value);
 
+// The number, where the value holds real numbers and exactly one of them.
+std::optional<double> single_number(const mxArray* value);
+
 // All numbers in column order. The value must be numeric, real and not sparse; it may be empty.
 std::vector<double> numbers_of(const mxArray* value);
 
 // A text of at most `longest` characters; nothing where the value is not text or is longer.
 std::optional<std::string> text_of(const mxArray* value, std::size_t longest);
+
+// A text of any length, a string object of MATLAB's too; nothing where the value is neither.
+std::optional<std::string> text_of(const mxArray* value);
+
+// A logical or a number, which must be 0 or 1; nothing where the value is not one of them.
+std::optional<bool> switch_of(const mxArray* value);
 
 // Number of entries as a 32-bit count. Throws InputError "Computed number of <what> is too large."
 // beyond.

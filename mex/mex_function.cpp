@@ -1,14 +1,15 @@
-// The module's two exported functions.
+// A module's two exported functions.
 //
 // Nothing but the host's own exceptions leaves `mexFunction`: a host aborts on others.
 #include <cstdio>
+#include <forward_list>
 #include <memory>
 #include <new>
 #include <stdexcept>
 
 #include "core/input_error.h"
 #include "mex.h"
-#include "mex/transient_pressure.h"
+#include "mex/host_call.h"
 
 #if defined(_WIN32)
 #define KAVRO_EXPORT extern "C" __declspec(dllexport)
@@ -27,18 +28,36 @@ struct Outcome {
     void fail(const char* text) { std::snprintf(error, sizeof error, "%s", text); }
 };
 
-// The running call. A host may abandon it from within one of its own functions (an allocation that
-// fails, an interrupt while it prints) and not unwind; the next call then releases what was left.
-std::unique_ptr<TransientPressure> running;
+// The running calls: more than one where a user's function, called by the first, calls the module
+// again. A host may abandon a call from within one of its own functions (an allocation that fails,
+// an interrupt while it prints) and not unwind; the next call then releases what was left.
+std::forward_list<std::unique_ptr<HostCall>> running;  // the innermost first
 
-void transient_pressure(Outcome& outcome, int nlhs, int nrhs, const mxArray* const prhs[]) {
-    struct Release {
-        ~Release() { running.reset(); }
-    } release;
+void release_abandoned_calls() {
+    while (!running.empty() && !running.front()->runs_user_code()) {
+        running.pop_front();
+    }
+}
+
+// Releases a call at the end of its scope, with what was abandoned within it.
+struct Release {
+    const HostCall* call = nullptr;
+
+    ~Release() {
+        for (bool released = call == nullptr; !released;) {
+            released = running.front().get() == call;
+            running.pop_front();
+        }
+    }
+};
+
+void run_call(Outcome& outcome, int nlhs, int nrhs, const mxArray* const prhs[]) {
+    Release release;
     try {
-        running.reset();
-        running = std::make_unique<TransientPressure>();
-        outcome.output = running->run(nlhs, nrhs, prhs);
+        release_abandoned_calls();
+        running.push_front(new_host_call());
+        release.call = running.front().get();
+        outcome.output = running.front()->run(nlhs, nrhs, prhs);
     } catch (const InputError& error) {
         outcome.fail(error.what());
     } catch (const std::bad_alloc&) {
@@ -55,7 +74,7 @@ void transient_pressure(Outcome& outcome, int nlhs, int nrhs, const mxArray* con
 
 KAVRO_EXPORT void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
     kavro::Outcome outcome{};
-    kavro::transient_pressure(outcome, nlhs, nrhs, prhs);
+    kavro::run_call(outcome, nlhs, nrhs, prhs);
     if (outcome.error[0] != '\0') {
         mexErrMsgTxt(outcome.error);
     }

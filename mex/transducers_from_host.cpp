@@ -1,5 +1,6 @@
 #include "mex/transducers_from_host.h"
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -7,11 +8,7 @@
 #include "core/console.h"
 #include "core/input_error.h"
 #include "mex/host_values.h"
-#include "transducers/circular/circular_transducer.h"
-#include "transducers/rectangular/rectangular_transducer.h"
-#include "transducers/ring/ring_transducer.h"
-#include "transducers/spherical/spherical_transducer.h"
-#include "transducers/spherical_ring/spherical_ring_transducer.h"
+#include "transducers/shapes.h"
 
 namespace kavro {
 namespace {
@@ -19,46 +16,43 @@ namespace {
 // The longest identifier that is read; a longer text is not taken for a misspelt shape.
 constexpr std::size_t longest_shape = 9;
 
-// Sized after the fields of its shape; null where there is no such shape.
-std::unique_ptr<Transducer> sized_element(const std::string& shape, const HostRecord& record) {
-    if (shape == "circ") {
-        return std::make_unique<CircularTransducer>(record.number("radius"));
+std::unique_ptr<Transducer> sized_element(const Shape& shape, const HostRecord& record) {
+    std::vector<double> sizes;
+    for (const char* name : shape.sizes) {
+        sizes.push_back(record.number(name));
     }
-    if (shape == "ring") {
-        const double inner_radius = record.number("inner_radius");
-        const double outer_radius = record.number("outer_radius");
-        return std::make_unique<RingTransducer>(inner_radius, outer_radius);
+    return shape.make(sizes);
+}
+
+// By index.
+constexpr std::array profiles{"uniform", "cosine", "raisedcosine", "quadratic", "quartic"};
+
+constexpr const char* expected_profile =
+    "must be 'uniform', 'cosine', 'raisedcosine', 'quadratic' or 'quartic', or its number 0 to 4";
+
+std::optional<int> profile_of(const mxArray* value) {
+    const std::optional<std::string> name = text_of(value);
+    const std::optional<double> number = single_number(value);
+    for (std::size_t i = 0; i < profiles.size(); ++i) {
+        if (name == profiles[i] || number == static_cast<double>(i)) {
+            return static_cast<int>(i);
+        }
     }
-    if (shape == "rect") {
-        const double width = record.number("width");
-        const double height = record.number("height");
-        return std::make_unique<RectangularTransducer>(width, height);
-    }
-    if (shape == "shel") {
-        const double radius = record.number("radius");
-        const double curvature = record.number("rad_curvature");
-        return std::make_unique<SphericalTransducer>(radius, curvature);
-    }
-    if (shape == "sph ring") {
-        const double inner_radius = record.number("inner_radius");
-        const double outer_radius = record.number("outer_radius");
-        const double focus = record.number("geometric_focus");
-        return std::make_unique<SphericalRingTransducer>(inner_radius, outer_radius, focus);
-    }
-    return nullptr;
+    return std::nullopt;
 }
 
 std::unique_ptr<Transducer> element_from(const HostRecord& record, int number) {
-    const std::optional<std::string> shape = text_of(record.field("shape"), longest_shape);
-    if (!shape) {
+    const std::optional<std::string> identifier = text_of(record.field("shape"), longest_shape);
+    if (!identifier) {
         throw InputError("Unable to read transducer shape, abort.\n");
     }
-    std::unique_ptr<Transducer> element = sized_element(*shape, record);
-    if (!element) {
-        console::print("*** %s is not a valid transducer shape (element %i) ***\n", shape->c_str(),
-                       number);
+    const Shape* shape = shape_of(*identifier);
+    if (shape == nullptr) {
+        console::print("*** %s is not a valid transducer shape (element %i) ***\n",
+                       identifier->c_str(), number);
         throw InputError("Invalid transducer shape identifier.\n");
     }
+    std::unique_ptr<Transducer> element = sized_element(*shape, record);
     element->set_center(record.triple("center"));
     element->set_euler(record.triple("euler"));
     return element;
@@ -79,6 +73,33 @@ std::vector<std::unique_ptr<Transducer>> transducers_from(const mxArray* array, 
         elements.back()->set_time_delay(time_delay);
     }
     return elements;
+}
+
+void set_phases_from(const mxArray* array, std::span<Transducer* const> elements) {
+    if (mxGetFieldNumber(array, "phase") < 0) {
+        return;
+    }
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        elements[i]->set_phase(HostRecord(array, i, "Transducer", "element").number("phase"));
+    }
+}
+
+void set_apodizations_from(const mxArray* array, const mxArray* otherwise,
+                           std::span<Transducer* const> elements) {
+    const std::optional<int> common = otherwise != nullptr ? profile_of(otherwise) : 0;
+    if (!common) {
+        throw InputError(std::string("The option 'apodization' ") + expected_profile + ".");
+    }
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        const HostRecord record(array, i, "Transducer", "element");
+        const mxArray* own = record.field("apodization");
+        const bool has_own = own != nullptr && mxGetNumberOfElements(own) > 0;
+        const std::optional<int> profile = has_own ? profile_of(own) : common;
+        if (!profile) {
+            record.refuse("apodization", expected_profile);
+        }
+        elements[i]->set_piston_apodization_index(*profile);
+    }
 }
 
 }  // namespace kavro

@@ -3,6 +3,7 @@
     void name(void);     \
     void name(void) {}
 
+KAVRO_NAME(mexCallMATLABWithTrap)
 KAVRO_NAME(mexErrMsgTxt)
 KAVRO_NAME(mexPrintf)
 KAVRO_NAME(mexWarnMsgTxt)

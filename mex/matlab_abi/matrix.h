@@ -51,6 +51,7 @@ bool mxIsNumeric(const mxArray* array);
 bool mxIsChar(const mxArray* array);
 bool mxIsComplex(const mxArray* array);
 bool mxIsSparse(const mxArray* array);
+bool mxIsClass(const mxArray* array, const char* name);
 mxClassID mxGetClassID(const mxArray* array);
 
 size_t mxGetM(const mxArray* array);
@@ -60,9 +61,12 @@ mwSize mxGetNumberOfDimensions(const mxArray* array);
 
 int mxGetFieldNumber(const mxArray* array, const char* name);
 mxArray* mxGetField(const mxArray* array, mwIndex index, const char* name);
+int mxGetNumberOfFields(const mxArray* array);
+const char* mxGetFieldNameByNumber(const mxArray* array, int number);
 
 double mxGetScalar(const mxArray* array);
 double* mxGetPr(const mxArray* array);
+double* mxGetPi(const mxArray* array);
 void* mxGetData(const mxArray* array);
 int mxGetString(const mxArray* array, char* buffer, mwSize buffer_length);
 
@@ -70,6 +74,9 @@ mxArray* mxCreateNumericMatrix(mwSize rows, mwSize columns, mxClassID class_id,
                                mxComplexity complexity);
 mxArray* mxCreateNumericArray(mwSize dimensions, const mwSize* sizes, mxClassID class_id,
                               mxComplexity complexity);
+mxArray* mxCreateDoubleScalar(double value);
+mxArray* mxCreateString(const char* text);
+void mxDestroyArray(mxArray* array);
 
 #ifdef __cplusplus
 }

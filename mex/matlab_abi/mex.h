@@ -14,6 +14,10 @@ void mexErrMsgTxt(const char* text); /* does not return */
 void mexWarnMsgTxt(const char* text);
 int mexPrintf(const char* format, ...);
 
+/* Calls a function of the host by name; null, or the exception that it threw. */
+mxArray* mexCallMATLABWithTrap(int nlhs, mxArray* plhs[], int nrhs, mxArray* prhs[],
+                               const char* name);
+
 #ifdef __cplusplus
 }
 #endif

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <csetjmp>
 #include <functional>
+#include <iterator>
 #include <numeric>
 #include <stdexcept>
 #include <utility>
@@ -99,6 +100,22 @@ Value text(const std::string& characters) {
     return filled(mxCHAR_CLASS, {1, characters.size()}, {characters.begin(), characters.end()});
 }
 
+Value string_object(const std::string& characters) {
+    auto array = std::make_shared<mxArray>();
+    array->class_id = mxUNKNOWN_CLASS;
+    array->dims = {1, 1};
+    array->characters = characters;
+    return array;
+}
+
+Value function(std::function<void(double)> body) {
+    auto array = std::make_shared<mxArray>();
+    array->class_id = mxFUNCTION_CLASS;
+    array->dims = {1, 1};
+    array->body = std::move(body);
+    return array;
+}
+
 Value cell() {
     auto array = std::make_shared<mxArray>();
     array->class_id = mxCELL_CLASS;
@@ -158,6 +175,24 @@ std::vector<std::size_t> sizes(const Value& array) {
 std::vector<double> values(const Value& array) {
     const auto* data = reinterpret_cast<const double*>(array->data.get());
     return {data, data + array->count()};
+}
+
+std::vector<double> imaginary(const Value& array) {
+    const auto* data = reinterpret_cast<const double*>(array->imaginary_data.get());
+    return {data, data + array->count()};
+}
+
+std::string characters(const Value& array) {
+    const auto* data = reinterpret_cast<const std::uint16_t*>(array->data.get());
+    std::string text;
+    std::transform(data, data + array->count(), std::back_inserter(text),
+                   [](std::uint16_t character) { return static_cast<char>(character); });
+    return text;
+}
+
+mxArray* keep(std::unique_ptr<mxArray> array) {
+    session().created.push_back(std::move(array));
+    return session().created.back().get();
 }
 
 Session& session() {

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,6 +28,8 @@ Value complex_scalar(double real);
 Value sparse_row(std::vector<double> values);
 Value logical(bool value);
 Value text(const std::string& characters);
+Value string_object(const std::string& characters);  // which is no array of characters
+Value function(std::function<void(double)> body);    // a function handle; it may throw
 Value cell();
 Value structure(std::size_t rows, std::size_t columns);  // a structure array without fields
 
@@ -38,7 +41,9 @@ Value get(const Value& structure, const std::string& field, std::size_t entry = 
 Value copy_of(const Value& structure);  // with the same values
 
 std::vector<std::size_t> sizes(const Value& array);
-std::vector<double> values(const Value& array);  // of a real double array
+std::vector<double> values(const Value& array);     // real parts of a double array
+std::vector<double> imaginary(const Value& array);  // imaginary parts of a complex one
+std::string characters(const Value& array);         // of a text
 
 // ---- calls
 // How mexErrMsgTxt leaves the module: by an exception, or by a jump that runs no destructors.
@@ -72,6 +77,7 @@ struct Session {
 };
 Session& session();
 std::unique_ptr<mxArray> array_of(mxClassID class_id, std::vector<std::size_t> dims);
+mxArray* keep(std::unique_ptr<mxArray> array);  // until the call ends or it is destroyed
 std::size_t field_index(const mxArray& structure, const std::string& name);  // past end: none
 void misuse(const std::string& what);
 [[noreturn]] void raise(const char* text);  // the host's error, which leaves as the session says
@@ -129,9 +135,12 @@ struct mxArray_tag {
     bool is_complex = false;
     bool is_sparse = false;
     std::vector<std::size_t> dims;
-    std::unique_ptr<std::byte[]> data;    // exactly as long as the array, null for none
-    std::vector<std::string> fields;      // of a structure array
-    std::vector<host::Value> field_data;  // entry by entry, one for each field
+    std::unique_ptr<std::byte[]> data;            // exactly as long as the array, null for none
+    std::unique_ptr<std::byte[]> imaginary_data;  // likewise, of a complex array
+    std::string characters;                       // of a string object, or of an exception
+    std::function<void(double)> body;             // of a function handle
+    std::vector<std::string> fields;              // of a structure array
+    std::vector<host::Value> field_data;          // entry by entry, one for each field
 
     std::size_t count() const;
 };

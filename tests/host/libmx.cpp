@@ -1,8 +1,10 @@
 // The host double's array functions: what the module finds in libmx.
 #include <algorithm>
 #include <functional>
+#include <memory>
 #include <numeric>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -37,10 +39,12 @@ void* data_of(const mxArray* array, const char* function) {
 }
 
 mxArray* create(std::vector<std::size_t> dims, mxClassID class_id, mxComplexity complexity) {
-    auto& created = host::session().created;
-    created.push_back(host::array_of(class_id, std::move(dims)));
-    created.back()->is_complex = complexity == mxCOMPLEX;
-    return created.back().get();
+    std::unique_ptr<mxArray> array = host::array_of(class_id, std::move(dims));
+    if (complexity == mxCOMPLEX) {
+        array->is_complex = true;
+        array->imaginary_data = std::move(host::array_of(class_id, array->dims)->data);
+    }
+    return host::keep(std::move(array));
 }
 
 }  // namespace
@@ -70,6 +74,14 @@ bool mxIsComplex(const mxArray* array) {
 bool mxIsSparse(const mxArray* array) {
     const HostScope scope;
     return present(array, "mxIsSparse") && array->is_sparse;
+}
+
+bool mxIsClass(const mxArray* array, const char* name) {
+    const HostScope scope;
+    if (name != std::string_view("string")) {
+        host::misuse(std::string("mxIsClass for ") + name);
+    }
+    return present(array, "mxIsClass") && array->class_id == mxUNKNOWN_CLASS;
 }
 
 mxClassID mxGetClassID(const mxArray* array) {
@@ -109,6 +121,16 @@ int mxGetFieldNumber(const mxArray* array, const char* name) {
     return index < array->fields.size() ? static_cast<int>(index) : -1;
 }
 
+int mxGetNumberOfFields(const mxArray* array) {
+    const HostScope scope;
+    return mxIsStruct(array) ? static_cast<int>(array->fields.size()) : 0;
+}
+
+const char* mxGetFieldNameByNumber(const mxArray* array, int number) {
+    const HostScope scope;
+    return array->fields.at(static_cast<std::size_t>(number)).c_str();
+}
+
 mxArray* mxGetField(const mxArray* array, mwIndex index, const char* name) {
     const HostScope scope;
     const int field = mxGetFieldNumber(array, name);
@@ -130,6 +152,14 @@ double* mxGetPr(const mxArray* array) {
         host::misuse("mxGetPr of what is not double");
     }
     return static_cast<double*>(data_of(array, "mxGetPr"));
+}
+
+double* mxGetPi(const mxArray* array) {
+    const HostScope scope;
+    if (present(array, "mxGetPi") && !array->is_complex) {
+        host::misuse("mxGetPi of what is not complex");
+    }
+    return reinterpret_cast<double*>(array->imaginary_data.get());
 }
 
 double mxGetScalar(const mxArray* array) {
@@ -169,5 +199,34 @@ mxArray* mxCreateNumericArray(mwSize dimensions, const mwSize* sizes, mxClassID 
     host::fail_if_due(host::Fault::creation, "The host has no memory left.");
     const HostScope scope;
     return create({sizes, sizes + dimensions}, class_id, complexity);
+}
+
+mxArray* mxCreateDoubleScalar(double value) {
+    const HostScope scope;
+    mxArray* array = create({1, 1}, mxDOUBLE_CLASS, mxREAL);
+    *reinterpret_cast<double*>(array->data.get()) = value;
+    return array;
+}
+
+mxArray* mxCreateString(const char* text) {
+    host::fail_if_due(host::Fault::creation, "The host has no memory left.");
+    const HostScope scope;
+    const std::string_view characters(text);
+    mxArray* array = create({1, characters.size()}, mxCHAR_CLASS, mxREAL);
+    std::copy(characters.begin(), characters.end(),
+              reinterpret_cast<std::uint16_t*>(array->data.get()));
+    return array;
+}
+
+void mxDestroyArray(mxArray* array) {
+    const HostScope scope;
+    auto& created = host::session().created;
+    const auto found = std::find_if(created.begin(), created.end(),
+                                    [array](const auto& kept) { return kept.get() == array; });
+    if (found == created.end()) {
+        host::misuse("mxDestroyArray of an array that is not the module's");
+    } else {
+        created.erase(found);
+    }
 }
 }

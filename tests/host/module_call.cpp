@@ -125,16 +125,20 @@ Value list_of_points(std::vector<double> x, std::vector<double> y, std::vector<d
     return grid;
 }
 
-Outcome run(const Arguments& arguments, Leaving leaving, Fault fault) {
-    std::vector<Value> all{arguments.elements, arguments.grid, arguments.medium,
-                           arguments.times,    arguments.ndiv, arguments.excitation};
-    all.insert(all.end(), arguments.further.begin(), arguments.further.end());
+Outcome run_with(const std::vector<Value>& arguments, int nlhs, Leaving leaving, Fault fault) {
     const long before = live_allocations();
-    Outcome outcome = call(mexFunction, arguments.nlhs, all, leaving, fault);
+    Outcome outcome = call(mexFunction, nlhs, arguments, leaving, fault);
     EXPECT_EQ(live_allocations(), before) << "left on the heap";
     EXPECT_EQ(outcome.misuses, std::vector<std::string>());
     EXPECT_NE(outcome.error.has_value(), outcome.output != nullptr);
     return outcome;
+}
+
+Outcome run(const Arguments& arguments, Leaving leaving, Fault fault) {
+    std::vector<Value> all{arguments.elements, arguments.grid, arguments.medium,
+                           arguments.times,    arguments.ndiv, arguments.excitation};
+    all.insert(all.end(), arguments.further.begin(), arguments.further.end());
+    return run_with(all, arguments.nlhs, leaving, fault);
 }
 
 std::vector<double> pressure(const Arguments& arguments) {

@@ -30,6 +30,8 @@ Value list_of_points(std::vector<double> x, std::vector<double> y, std::vector<d
 
 // Calls the module and checks what holds for every call: the host was not misused, an error leaves
 // no output, and nothing that was allocated is left.
+Outcome run_with(const std::vector<Value>& arguments, int nlhs = 1,
+                 Leaving leaving = Leaving::exception, Fault fault = Fault::none);
 Outcome run(const Arguments& arguments, Leaving leaving = Leaving::exception,
             Fault fault = Fault::none);
 

@@ -1,0 +1,57 @@
+#include "mex/methods_to_host.h"
+
+#include <new>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "mex/solve_options.h"
+#include "transducers/operations.h"
+
+namespace kavro {
+namespace {
+
+std::string joined(std::span<const char* const> words) {
+    std::string list;
+    for (const char* word : words) {
+        list.append(list.empty() ? "" : ",").append(word);
+    }
+    return list;
+}
+
+std::vector<const char*> shapes_that_implement(const Operation& operation) {
+    std::vector<const char*> identifiers;
+    for (const Shape& shape : shapes()) {
+        if (implements(operation, shape)) {
+            identifiers.push_back(shape.identifier);
+        }
+    }
+    return identifiers;
+}
+
+std::string listing() {
+    std::string text;
+    for (const Shape& shape : shapes()) {
+        text += std::string("shape\t") + shape.identifier + "\t" + shape.name + "\n";
+    }
+    for (const Operation& operation : operations()) {
+        text += std::string("method\t") + operation.name + "\t" +
+                joined(shapes_that_implement(operation)) + "\t" + joined(option_names(operation)) +
+                "\t" + std::to_string(operation.default_ndiv) + "\t" +
+                std::to_string(operation.ndiv_multiple) + "\t" + operation.summary + "\n";
+    }
+    return text;
+}
+
+}  // namespace
+
+mxArray* methods_to_host() {
+    const std::string text = listing();
+    mxArray* array = mxCreateString(text.c_str());
+    if (array == nullptr) {
+        throw std::bad_alloc();
+    }
+    return array;
+}
+
+}  // namespace kavro

@@ -1,0 +1,13 @@
+// The library's table of methods as a text, for kavro.methods to read.
+#pragma once
+
+#include "mex.h"
+
+namespace kavro {
+
+// One line for each shape, "shape<tab>identifier<tab>name", then one for each method, "method<tab>
+// name<tab>shapes<tab>options<tab>default ndiv<tab>its multiple<tab>summary". Shapes and options
+// are identifiers and names joined by commas.
+mxArray* methods_to_host();
+
+}  // namespace kavro

@@ -1,0 +1,143 @@
+#include "mex/solve_options.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cmath>
+#include <limits>
+#include <string_view>
+
+#include "core/input_error.h"
+#include "mex/host_values.h"
+
+namespace kavro {
+namespace {
+
+struct OptionName {
+    const char* name;
+    unsigned input;  // the operations that use it; 0 for all
+};
+
+// In the order of Option.
+constexpr std::array all_options{
+    OptionName{"time", input_time},
+    OptionName{"excitation", input_excitation},
+    OptionName{"f0", input_frequency},
+    OptionName{"ndiv", input_quadrature},
+    OptionName{"apodization", input_apodization},
+    OptionName{"kzk", input_kzk},
+    OptionName{"threads", 0},
+    OptionName{"exact", 0},
+    OptionName{"progress", 0},
+};
+
+bool takes(const Operation& operation, const OptionName& option) {
+    return option.input == 0 || (operation.inputs & option.input) != 0;
+}
+
+bool same_but_case(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char left, char right) {
+        return std::tolower(static_cast<unsigned char>(left)) ==
+               std::tolower(static_cast<unsigned char>(right));
+    });
+}
+
+std::size_t index_of(const std::string& name) {
+    const auto found =
+        std::find_if(all_options.begin(), all_options.end(),
+                     [&](const OptionName& option) { return same_but_case(option.name, name); });
+    return static_cast<std::size_t>(found - all_options.begin());
+}
+
+[[noreturn]] void refuse_name(const Operation& operation, const std::string& complaint) {
+    throw InputError(complaint + " " + operation.name + " takes the options " +
+                     quoted_list(option_names(operation)) + ".");
+}
+
+}  // namespace
+
+std::string quoted_list(std::span<const char* const> names) {
+    std::string list;
+    for (const char* name : names) {
+        list.append(list.empty() ? "'" : ", '").append(name).append("'");
+    }
+    return list;
+}
+
+std::vector<const char*> option_names(const Operation& operation) {
+    std::vector<const char*> names;
+    for (const OptionName& option : all_options) {
+        if (takes(operation, option)) {
+            names.push_back(option.name);
+        }
+    }
+    return names;
+}
+
+SolveOptions::SolveOptions(const Operation& operation, std::span<const mxArray* const> pairs) {
+    static_assert(all_options.size() == option_count);
+    for (std::size_t i = 0; i < pairs.size(); i += 2) {
+        const std::optional<std::string> name = text_of(pairs[i]);
+        if (!name) {
+            refuse_name(operation,
+                        "Argument " + std::to_string(i + 5) + " must be the name of an option.");
+        }
+        const std::size_t index = index_of(*name);
+        if (index == option_count) {
+            refuse_name(operation, "There is no option '" + *name + "'.");
+        }
+        if (!takes(operation, all_options[index])) {
+            refuse_name(operation, std::string("The option '") + all_options[index].name +
+                                       "' is not used by " + operation.name + ".");
+        }
+        if (i + 1 == pairs.size()) {
+            throw InputError("The option '" + *name + "' has no value.");
+        }
+        if (values_[index] != nullptr) {
+            throw InputError("The option '" + *name + "' is given twice.");
+        }
+        values_[index] = pairs[i + 1];
+    }
+}
+
+void SolveOptions::refuse(Option option, const std::string& expected) const {
+    throw InputError(std::string("The option '") +
+                     all_options[static_cast<std::size_t>(option)].name + "' must be " + expected +
+                     ".");
+}
+
+std::optional<double> SolveOptions::frequency(Option option) const {
+    if (!given(option)) {
+        return std::nullopt;
+    }
+    const std::optional<double> number = single_number(value(option));
+    if (!number || !(*number > 0.0) || std::isinf(*number)) {
+        refuse(option, "one positive number (Hz)");
+    }
+    return number;
+}
+
+std::optional<int> SolveOptions::count(Option option) const {
+    if (!given(option)) {
+        return std::nullopt;
+    }
+    const std::optional<double> number = single_number(value(option));
+    if (!number || !(*number >= 1.0) || *number != std::floor(*number) ||
+        *number > std::numeric_limits<int>::max()) {
+        refuse(option, "one whole number of at least 1");
+    }
+    return static_cast<int>(*number);
+}
+
+std::optional<bool> SolveOptions::yes_or_no(Option option, const char* expected) const {
+    if (!given(option)) {
+        return std::nullopt;
+    }
+    const std::optional<bool> on = switch_of(value(option));
+    if (!on) {
+        refuse(option, expected);
+    }
+    return on;
+}
+
+}  // namespace kavro
