@@ -1,11 +1,18 @@
 #!/usr/bin/env bash
 # Ctrl-C during a long call: the call ends at once, with an error, and Octave lives on.
 #
-#   interrupt_test.sh OCTAVE TOOLBOX
+#   interrupt_test.sh OCTAVE TOOLBOX FUNCTION      FUNCTION is transient_pressure or solve
 set -euo pipefail
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+
+case "$3" in
+transient_pressure)
+    compute='kavro.transient_pressure(elements, grid, medium, times, 64, pulse)' ;;
+solve)
+    compute="kavro.solve('fnm_tsd', elements, grid, medium, 'time', times, 'excitation', pulse)" ;;
+esac
 
 cat >"$work/long_call.m" <<CODE
 addpath('$2');
@@ -16,11 +23,13 @@ grid = kavro.set_coordinate_grid(2e-4 * [1 1 1], -2e-2, 2e-2, 0, 0, 5e-3, 4e-2);
 elements = kavro.linear_array(2000, 2e-5, 5e-6);
 disp('before'); fflush(stdout);
 unwind_protect
-  p = kavro.transient_pressure(elements, grid, medium, times, 64, pulse);
+  p = $compute;
   disp('completed');
 unwind_protect_cleanup
   disp('left the call');
-  small = kavro.transient_pressure(elements(1), kavro.set_coordinate_grid([0 0 1e-2]), medium, times, 8, pulse);
+  elements = elements(1);
+  grid = kavro.set_coordinate_grid([0 0 1e-2]);
+  small = $compute;
   fprintf('%d samples after it\n', numel(small));
 end_unwind_protect
 CODE

@@ -7,7 +7,8 @@ function elements = make_elements(shape, sizes, centers, eulers)
 %   with [a, b].
 blank = struct('shape', shape, 'radius', 0, 'inner_radius', 0, 'outer_radius', 0, ...
                'width', 0, 'height', 0, 'rad_curvature', 0, 'geometric_focus', 0, ...
-               'center', [0 0 0], 'euler', [0 0 0], 'amplitude', 1, 'time_delay', 0);
+               'center', [0 0 0], 'euler', [0 0 0], 'amplitude', 1, 'time_delay', 0, ...
+               'phase', 0);
 names = fieldnames(sizes);
 for i = 1:numel(names)
     blank.(names{i}) = double(sizes.(names{i}));

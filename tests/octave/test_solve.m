@@ -1,0 +1,129 @@
+% kavro.solve inside the real host: results of the methods against each other and against closed
+% forms, whatever methods the library has; progress, errors, and the table of methods.
+
+%!function [e, g, m, t, x] = scene()
+%! m = kavro.set_medium();
+%! t = kavro.set_time_samples(20e-9, 0, 16e-6);
+%! x = kavro.set_excitation_function('hanning pulse', 1e6, 3e-6);
+%! e = kavro.set_amplitudes(kavro.linear_array(3, 5e-3, 2e-3), [1 -0.5 2]);
+%! e = kavro.set_delays(e, [0 2e-7 1e-7]);
+%! g = kavro.set_coordinate_grid([2e-3 3e-3 4e-3], -4e-3, 4e-3, 0, 3e-3, 2e-3, 14e-3);
+%!endfunction
+
+%!function table = disc_methods(option)
+%! % the methods of discs that take an option, the nonlinear ones apart
+%! table = kavro.methods();
+%! keep = arrayfun(@(m) any(strcmp('circ', m.shapes)) && any(strcmp(option, m.options)) ...
+%!                      && ! any(strcmp('kzk', m.options)), table);
+%! table = table(keep);
+%!endfunction
+
+%!test  % the module's own method, bit for bit, and the methods over time among each other
+%! [e, g, m, t, x] = scene();
+%! p = kavro.transient_pressure(e, g, m, t, 32, x);
+%! assert(size(p), [5 2 4 801]);
+%! assert(kavro.solve('fnm_tsd_sse', e, g, m, 'time', t, 'excitation', x), p);
+%! signal = sin(2e6 * pi * (0:60) * 50e-9) .* (1 - cos(2 * pi * (0:60) / 60)) / 2;
+%! sampled = kavro.set_excitation_function('sampled', signal, 50e-9);
+%! methods = disc_methods('excitation');
+%! assert(numel(methods) >= 4);
+%! for method = methods
+%!   w = x;
+%!   if strcmp(method.name, 'fnm_fdtsd')
+%!     w = sampled;
+%!   end
+%!   q = kavro.solve(method.name, e, g, m, 'time', t, 'excitation', w, 'ndiv', 48);
+%!   assert(max(abs(q(:) - p(:))) < 0.02 * max(abs(p(:))), method.name);
+%! end
+
+%!test  % continuous waves on the axis of a disc: p = rho c (e^(-jkz) - e^(-jk sqrt(z^2 + a^2)))
+%! [~, ~, m] = scene();
+%! f0 = 1e6;
+%! k = 2 * pi * f0 / m.soundspeed;
+%! z = (5e-3:5e-3:30e-3)';
+%! e = kavro.set_phases(kavro.disc(4e-3, 'amplitude', 2), 0.5);
+%! expected = 2 * exp(0.5j) * m.density * m.soundspeed ...
+%!            * (exp(-1j * k * z) - exp(-1j * k * sqrt(z .^ 2 + 16e-6)));
+%! methods = disc_methods('f0');
+%! if isempty(methods)
+%!   disp('test_solve: discs have no continuous wave method yet; nothing to compare');
+%! end
+%! for method = methods
+%!   p = kavro.solve(method.name, e, kavro.set_coordinate_grid([0 * z, 0 * z, z]), m, 'f0', f0);
+%!   assert(size(p), [6 1]);
+%!   assert(max(abs(p - expected)) < 5e-3 * max(abs(expected)), method.name);
+%!   q = kavro.solve(method.name, e, kavro.set_coordinate_grid([1 1 5e-3], 0, 0, 0, 0, 5e-3, 30e-3), ...
+%!                   setfield(m, 'f0', f0));
+%!   assert(size(q), [1 1 6]);
+%!   assert(q(:), p, 1e-9 * max(abs(p)));
+%! end
+
+%!test  % a regular grid lies in the result as its axes say; a list point by point
+%! [e, g, m, t, x] = scene();
+%! run = @(g) kavro.solve('fnm_tsd', e, g, m, 'time', t, 'excitation', x);
+%! p = run(g);
+%! [x_axis, y_axis, z_axis] = kavro.grid_axes(g);
+%! at = kavro.set_coordinate_grid([x_axis(4), y_axis(2), z_axis(3)]);
+%! assert(run(at), reshape(p(4, 2, 3, :), 1, []));
+%! assert(max(abs(run(at))) > 0);
+
+%!test  % arrival times: one row for each element, begin and end
+%! [e, ~, m] = scene();
+%! at = kavro.set_coordinate_grid([0 0 10e-3]);
+%! w = kavro.solve('impulse_begin_and_end_times', e, at, m);
+%! c = m.soundspeed;
+%! assert(size(w), [3 2]);
+%! assert(w(2, :), [10e-3, hypot(10e-3, 2e-3)] / c + 2e-7, 1e-15);
+%! assert(w(1, 2), hypot(10e-3, 7e-3) / c, 1e-15);
+
+%!test  % a handle hears of the progress up to 1, may call the module itself, and may fail
+%! [e, g, m, t, x] = scene();
+%! run = @(f) kavro.solve('fnm_tsd', e, g, m, 'time', t, 'excitation', x, 'progress', f);
+%! p = run(@(f) setenv('KAVRO_TEST_FRACTION', num2str(f)));
+%! assert(getenv('KAVRO_TEST_FRACTION'), '1');
+%! function_of_progress = @(f) kavro.solve('impulse_begin_and_end_times', e, g, m);
+%! assert(run(function_of_progress), p);
+%! caught = '';
+%! try
+%!   run(@(f) error('test:enough', 'enough at %g', f > 0.5));
+%! catch caught
+%! end
+%! assert(caught.message, 'enough at 0');
+%! assert(caught.identifier, 'test:enough');
+%! assert(run(false), p);  % the module lives on
+%! printed = evalc('p = run(true);');
+%! assert(! isempty(strfind(printed, 'kavro.solve: 100 % done')));
+
+%!test  % the number of threads shows in nothing
+%! [e, g, m, t, x] = scene();
+%! run = @(n) kavro.solve('fnm_tsd_sse', e, g, m, 'time', t, 'excitation', x, 'threads', n);
+%! assert(isequal(run(1), run(3)));
+
+%!error <solve: There is no method 'fnm_cv'\. The methods are farfield_cw, >
+%! [e, g, m] = scene();
+%! kavro.solve('fnm_cv', e, g, m);
+%!error <solve: The option 'f0' is not used by fnm_tsd\. fnm_tsd takes the options 'time', >
+%! [e, g, m, t, x] = scene();
+%! kavro.solve('fnm_tsd', e, g, m, 'time', t, 'excitation', x, 'f0', 1e6);
+%!error <solve: fnm_tsd_sse, shape 'rect' \(rectangle\), element 4: This function is not implemented for this transducer shape\.>
+%! [e, g, m, t, x] = scene();
+%! e(4) = setfield(setfield(setfield(e(1), 'shape', 'rect'), 'width', 1e-3), 'height', 1e-3);
+%! kavro.solve('fnm_tsd_sse', e, g, m, 'time', t, 'excitation', x);
+
+%!test  % the table of methods, as a structure and in print
+%! table = kavro.methods();
+%! assert(size(table), [1 22]);
+%! one = kavro.methods('fnm_tsd_sse');
+%! assert(one.shapes, {'circ'});
+%! assert(one.options, {'time', 'excitation', 'ndiv', 'threads', 'exact', 'progress'});
+%! assert([one.ndiv one.ndiv_multiple], [32 4]);
+%! lines = strsplit(evalc('kavro.methods();'), "\n");
+%! assert(numel(lines), 24);
+%! assert(regexp(lines{1}, '^ +disc  ring  rectangle  shell  shell ring$'), 1);
+%! assert(! isempty(strfind(evalc('kavro.methods(''fnm_tsd'');'), 'options  time, excitation')));
+%! fail('kavro.methods(''fnm'')', '''name'' must be one of ''farfield_cw''');
+
+%!test  % the module is what the name calls, and its help is that of the file beside it
+%! [~, ~, extension] = fileparts(which('kavro.solve'));
+%! assert(extension, '.mex');
+%! assert(strfind(get_help_text('kavro.solve'), 'kavro.solve(method, elements, grid, medium') > 0);

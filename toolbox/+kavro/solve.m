@@ -1,0 +1,93 @@
+function p = solve(varargin)
+% SOLVE  Field of an array by any of the library's methods.
+%
+%   p = kavro.solve(method, elements, grid, medium, option, value, ...)
+%
+%   Adds up what all elements radiate at every point, by the method of the given name.
+%   kavro.methods shows the methods, the shapes that offer each, and the options that each
+%   takes. It is a compiled function; this file holds its help.
+%
+%   Arguments
+%     method    name of a method, such as 'fnm_cw'
+%     elements  structure array of n elements of any shapes: kavro.disc and the other makers.
+%               Amplitude counts in every pressure; phase (rad, 0 where there is no such field)
+%               in continuous waves, time_delay (s) in everything over time. The field
+%               apodization, where it is there and not empty, takes the place of the option
+%     grid      points, made by kavro.set_coordinate_grid
+%     medium    made by kavro.set_medium. Continuous waves and the kzk methods count its
+%               attenuation; the other methods warn when it is not zero, and go on without it
+%
+%   Options, in any order; one that the method does not use is an error
+%     'time'         instants, made by kavro.set_time_samples
+%     'excitation'   waveform, made by kavro.set_excitation_function: one for all elements, or
+%                    a structure array with one for each. fnm_fdtsd needs sampled waveforms,
+%                    kzk_transient pulses
+%     'f0'           frequency in Hz of a continuous wave; may be left out where the medium has
+%                    a field f0
+%     'ndiv'         number of quadrature points along a rim, an edge, or (Rayleigh) each
+%                    direction of the face. A whole number; its default is that of the method,
+%                    see kavro.methods: 64 for continuous waves and 32 for transients, enough
+%                    for elements of a few wavelengths. Double it to see whether a result still
+%                    changes. Methods whose name ends in sse or sse2 take points by fours and
+%                    round ndiv up to a multiple of 4
+%     'apodization'  how the apodized methods weight a face along its radius: 'uniform'
+%                    (default), 'cosine', 'raisedcosine', 'quadratic' or 'quartic', or its
+%                    number 0 to 4
+%     'kzk'          structure with the parameters of a nonlinear method, all needed unless a
+%                    default is given
+%                      extent             radius of the computed region in source radii, a
+%                                         whole number
+%                      points_per_radius  radial grid points in a source radius
+%                      step               kzk_transient: step along z, in Rayleigh distances of
+%                                         a disc or radii of curvature of a shell
+%                      implicit           kzk_transient: fully implicit scheme (true, default)
+%                                         or Crank-Nicolson (false)
+%                      diffraction        kzk_transient: false for a plane wave; default true
+%                      growth             kzk_cw: factor of the steps along z, which grow with
+%                                         the square of 1 + z
+%                      harmonics          kzk_cw: number of harmonics, a whole number
+%                      source_phase       kzk_cw, disc: phase of the source as if it focused,
+%                                         and the range scaled with it; default false
+%     'threads'      number of threads of this call; default as kavro.threads says
+%     'exact'        true (default): the physically exact result. false: the library's
+%                    reference behaviour with its deliberate oddities. It decides about
+%                    elements and waveforms; where it is not given, a waveform that names its
+%                    decomposition keeps it. docs/reference_and_exact.md lists the differences
+%     'progress'     true: a line that says how much is done. A function handle: it is called
+%                    with the fraction done, about once for each percent and last with 1; its
+%                    errors end the call. Default false, or what kavro.progress says
+%
+%   Result
+%     fnm_..., rayleigh_... over time   pressure in Pa: nx x ny x nz x ntimes for a regular
+%                                       grid, npoints x ntimes for a list of points
+%     impulse_response                  the same form; m/s, times the amplitude
+%     continuous waves (..._cw...)      complex pressure in Pa, nx x ny x nz or npoints x 1;
+%                                       its time dependence is exp(+j 2 pi f0 t)
+%     impulse_begin_and_end_times       n x 2, when the first and the last of each element's
+%                                       impulse response arrives at any of the points, s
+%     kzk_transient                     pressure in Pa, nx x nz x ntimes
+%     kzk_cw                            complex pressure in Pa, nx x nz x harmonics
+%
+%   The nonlinear methods march from an element that stands at the origin and faces +z. They
+%   need a regular grid with one value of y. Results of several elements are added, although
+%   nonlinear fields do not add up: a second element is a comparison, not an array.
+%
+%   Results do not depend on the number of threads.
+%
+%   Example: transient pressure of a pair of discs, in double precision
+%     elements = kavro.linear_array(2, 5e-3, 2e-3);
+%     grid = kavro.set_coordinate_grid(1e-3, -10e-3, 10e-3, 0, 0, 2e-3, 30e-3);
+%     medium = kavro.set_medium('water');
+%     times = kavro.set_time_samples(50e-9, 0, 30e-6);
+%     pulse = kavro.set_excitation_function('hanning pulse', 1e6, 3e-6);
+%     p = kavro.solve('fnm_tsd', elements, grid, medium, 'time', times, 'excitation', pulse);
+%     kavro.show_field(p, grid);
+%
+%   See also kavro.methods, kavro.split_grid, kavro.set_phases, kavro.transient_pressure,
+%   kavro.set_coordinate_grid, kavro.set_medium
+
+error('kavro:notBuilt', ...
+      ['solve: the compiled module is not in the folder of this file. Build it and run the ', ...
+       'first example with scripts/demo, or build it alone with ''cmake --preset release'' ', ...
+       'and ''cmake --build --preset release'', from the folder that holds the toolbox.']);
+end
