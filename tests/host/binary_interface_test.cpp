@@ -12,7 +12,8 @@ namespace {
 
 class LoadedModule {
 public:
-    LoadedModule() : handle_(dlopen(KAVRO_MODULE, RTLD_NOW | RTLD_LOCAL)) {}
+    explicit LoadedModule(const char* path = KAVRO_MODULE)
+        : handle_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {}
     ~LoadedModule() {
         if (handle_ != nullptr) {
             dlclose(handle_);
@@ -83,6 +84,24 @@ TEST(BinaryInterface, computes_and_fails_like_the_module_that_is_linked_in) {
         const Outcome refused = call(entry, 1, all, Leaving::exception, Fault::creation);
         EXPECT_EQ(refused.error, "The host has no memory left.");
     }
+}
+
+TEST(BinaryInterface, has_a_second_module_for_every_method) {
+    const Arguments arguments;
+    const LoadedModule module(KAVRO_SOLVE_MODULE);
+    ASSERT_TRUE(module.loaded()) << dlerror();
+    auto* entry = module.function<Entry>("mexFunction");
+    const std::vector<Value> all{text("fnm_tsd_sse"), arguments.elements,   arguments.grid,
+                                 arguments.medium,    text("time"),         arguments.times,
+                                 text("excitation"),  arguments.excitation, text("ndiv"),
+                                 arguments.ndiv};
+    const Outcome outcome = call(entry, 1, all);
+    EXPECT_EQ(outcome.misuses, std::vector<std::string>());
+    ASSERT_TRUE(outcome.output);
+    EXPECT_EQ(values(outcome.output), pressure(arguments));
+    EXPECT_EQ(call(entry, 1, {text("fnm_tsd")}, Leaving::jump).error,
+              "This function needs a method, elements, a grid and a medium; then options by name "
+              "and value.");
 }
 
 }  // namespace
