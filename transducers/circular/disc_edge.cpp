@@ -18,7 +18,10 @@ namespace kavro {
 
 template <class Real>
 struct DiscTables {
-    Real radius, speed;
+    const Real* radii;  // of the outer rim and the hole's
+    int rims;
+    int abscissas;
+    Real speed;
     DelayBy delay_by;
     const Real* cosine;
     const Real* two_a_cosine;
@@ -68,11 +71,27 @@ HWY_INLINE void StoreRimDelay(const double* gap, const double* z_squared, double
     }
 }
 
+template <class Real>
+HWY_INLINE Real OuterRadius(const DiscTables<Real>& disc) {
+    return disc.rims > 0 ? disc.radii[0] : Real(0);
+}
+
+// From the foot of a point to the nearest rim, negative on the face.
+template <class V, class Real>
+HWY_INLINE V Gap(V r, const DiscTables<Real>& disc) {
+    const hn::DFromV<V> d;
+    const auto outside = hn::Sub(r, hn::Set(d, OuterRadius(disc)));
+    if (disc.rims < 2) {
+        return outside;
+    }
+    const auto into_hole = hn::Sub(hn::Set(d, disc.radii[1]), r);
+    return hn::IfThenElse(hn::Gt(into_hole, hn::Zero(d)), into_hole, outside);
+}
+
 // R_i - R_0 = D_i / (R_i + z).
 template <class Real>
 HWY_INLINE void StoreExcess(EdgeBlock<Real>& block, const DiscTables<Real>& disc) {
     const hn::CappedTag<Real, block_lanes> d;
-    const auto a_squared = hn::Set(d, disc.radius * disc.radius);
     for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
         const auto x = hn::Load(d, block.x.data() + lane);
         const auto y = hn::Load(d, block.y.data() + lane);
@@ -80,6 +99,8 @@ HWY_INLINE void StoreExcess(EdgeBlock<Real>& block, const DiscTables<Real>& disc
         const auto r_squared = hn::Add(hn::Mul(y, y), hn::Mul(x, x));
         const auto r = hn::Sqrt(r_squared);
         for (int i = 0; i < block.size; ++i) {
+            const Real a = disc.radii[i / disc.abscissas];
+            const auto a_squared = hn::Set(d, a * a);
             const auto D = hn::Sub(hn::Add(r_squared, a_squared),
                                    hn::Mul(hn::Set(d, disc.two_a_cosine[i]), r));
             const auto R = hn::Load(d, block.delay.data() + i * block_lanes + lane);
@@ -91,17 +112,17 @@ HWY_INLINE void StoreExcess(EdgeBlock<Real>& block, const DiscTables<Real>& disc
 template <class Real>
 HWY_INLINE void StoreArrivals(EdgeBlock<Real>& block, const DiscTables<Real>& disc) {
     const hn::CappedTag<Real, block_lanes> d;
-    const auto a = hn::Set(d, disc.radius);
+    const auto a = hn::Set(d, OuterRadius(disc));
     for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
         const auto x = hn::Load(d, block.x.data() + lane);
         const auto y = hn::Load(d, block.y.data() + lane);
         const auto z = hn::Load(d, block.z.data() + lane);
         const auto r = hn::Sqrt(hn::Add(hn::Mul(y, y), hn::Mul(x, x)));
-        const auto near = hn::Sub(r, a);
+        const auto near = Gap(r, disc);
         const auto far = hn::Add(a, r);
         const auto z_squared = hn::Mul(z, z);
         const auto rim = hn::Sqrt(hn::Add(z_squared, hn::Mul(near, near)));
-        const auto first = hn::IfThenElse(hn::Gt(r, a), rim, z);
+        const auto first = hn::IfThenElse(hn::Gt(near, hn::Zero(d)), rim, z);
         const auto last = hn::Sqrt(hn::Add(hn::Mul(far, far), z_squared));
         hn::Store(AsDelay(first, disc), d, block.first_arrival.data() + lane);
         hn::Store(AsDelay(last, disc), d, block.last_arrival.data() + lane);
@@ -112,8 +133,6 @@ template <class Real>
 HWY_INLINE void SampleDisc(const DiscTables<Real>& disc, EdgeBlock<Real>& block) {
     const hn::CappedTag<Real, block_lanes> d;
     const int step = static_cast<int>(hn::Lanes(d));
-    const auto a = hn::Set(d, disc.radius);
-    const auto a_squared = hn::Mul(a, a);
     Lanes<Real> gap, height_squared, rim_delay;
     for (int lane = 0; lane < block_lanes; lane += step) {
         const auto x = hn::Load(d, block.x.data() + lane);
@@ -125,18 +144,23 @@ HWY_INLINE void SampleDisc(const DiscTables<Real>& disc, EdgeBlock<Real>& block)
         auto sum = hn::Zero(d);
         Real* coefficient = block.coefficient.data() + lane;
         Real* delay = block.delay.data() + lane;
-        for (int i = 0; i < block.size; ++i) {
-            const auto D = hn::Sub(hn::Add(r_squared, a_squared),
-                                   hn::Mul(hn::Set(d, disc.two_a_cosine[i]), r));
-            const auto along = hn::Sub(hn::Mul(hn::Set(d, disc.cosine[i]), r), a);
-            const auto g = hn::Mul(hn::Div(along, D), hn::Set(d, disc.weight[i]));
-            hn::Store(g, d, coefficient + i * block_lanes);
-            hn::Store(AsDelay(hn::Sqrt(hn::Add(D, z_squared)), disc), d, delay + i * block_lanes);
-            sum = hn::Add(sum, g);
+        for (int rim = 0; rim < disc.rims; ++rim) {
+            const auto a = hn::Set(d, disc.radii[rim]);
+            const auto a_squared = hn::Mul(a, a);
+            for (int i = rim * disc.abscissas; i < (rim + 1) * disc.abscissas; ++i) {
+                const auto D = hn::Sub(hn::Add(r_squared, a_squared),
+                                       hn::Mul(hn::Set(d, disc.two_a_cosine[i]), r));
+                const auto along = hn::Sub(hn::Mul(hn::Set(d, disc.cosine[i]), r), a);
+                const auto g = hn::Mul(hn::Div(along, D), hn::Set(d, disc.weight[i]));
+                hn::Store(g, d, coefficient + i * block_lanes);
+                hn::Store(AsDelay(hn::Sqrt(hn::Add(D, z_squared)), disc), d,
+                          delay + i * block_lanes);
+                sum = hn::Add(sum, g);
+            }
         }
         hn::Store(sum, d, block.coefficient_sum.data() + lane);
         hn::Store(AsDelay(z, disc), d, block.direct_delay.data() + lane);
-        hn::Store(hn::Sub(r, a), d, gap.data() + lane);
+        hn::Store(Gap(r, disc), d, gap.data() + lane);
         hn::Store(z_squared, d, height_squared.data() + lane);
     }
     StoreRimDelay(gap.data(), height_squared.data(), disc.speed, rim_delay.data());
@@ -174,38 +198,50 @@ namespace kavro {
 
 template <class Real>
 DiscEdge<Real>::DiscEdge(const CircularTransducer& element, DelayBy delay_by, EdgeUnits units)
-    : radius_(static_cast<Real>(element.radius)), speed_(1), delay_by_(delay_by) {
-    NumericalIntegration& rule = *element.integral;
-    rule.gauss_quadrature(0, pi);
-    double scale = 1.0;
+    : DiscEdge(element, std::span(&element.radius, 1), delay_by, units) {}
+
+template <class Real>
+DiscEdge<Real>::DiscEdge(const Transducer& element, std::span<const double> radii, DelayBy delay_by,
+                         EdgeUnits units)
+    : speed_(1), delay_by_(delay_by) {
+    element.integral->gauss_quadrature(0, pi);
+    double density = 0.0;
     if (units == EdgeUnits::times) {
         speed_ = static_cast<Real>(element.medium->_soundspeed);
-        const auto density = static_cast<Real>(element.medium->_rho_density);
-        scale = static_cast<double>(density * speed_ * radius_) / pi;
+        density = element.medium->_rho_density;
     }
-    add_abscissas(rule, scale);
+    for (std::size_t k = 0; k < radii.size(); ++k) {
+        const auto a = static_cast<Real>(radii[k]);
+        const double in_lengths = k == 0 ? 1.0 : radii[k] / radii[0];
+        const double in_times = static_cast<double>(static_cast<Real>(density) * speed_ * a) / pi;
+        const double scale = units == EdgeUnits::times ? in_times : in_lengths;
+        add_rim(*element.integral, a, k == 0 ? scale : -scale);
+    }
 }
 
 template <class Real>
 DiscEdge<Real>::DiscEdge(const NumericalIntegration& rule, double radius, double weight)
-    : radius_(static_cast<Real>(radius)), speed_(1), delay_by_(DelayBy::quotient) {
-    add_abscissas(rule, weight);
+    : speed_(1), delay_by_(DelayBy::quotient) {
+    add_rim(rule, static_cast<Real>(radius), weight);
 }
 
 template <class Real>
-void DiscEdge<Real>::add_abscissas(const NumericalIntegration& rule, double scale) {
+void DiscEdge<Real>::add_rim(const NumericalIntegration& rule, Real radius, double scale) {
+    radii_.push_back(radius);
     for (int i = 0; i < rule.get_npoints(); ++i) {
         const auto cosine = static_cast<Real>(std::cos(rule.get_abscissa(i)));
         cosine_.push_back(cosine);
-        two_a_cosine_.push_back(cosine * (2 * radius_));
+        two_a_cosine_.push_back(cosine * (2 * radius));
         weight_.push_back(static_cast<Real>(rule.get_weight(i) * scale));
     }
 }
 
 template <class Real>
 void DiscEdge<Real>::sample(EdgeBlock<Real>& block, int /* the only pass */) const {
+    const int rims = static_cast<int>(radii_.size());
     const DiscTables<Real> tables{
-        radius_, speed_, delay_by_, cosine_.data(), two_a_cosine_.data(), weight_.data()};
+        radii_.data(), rims,           rims > 0 ? size() / rims : 0, speed_,
+        delay_by_,     cosine_.data(), two_a_cosine_.data(),         weight_.data()};
     if constexpr (std::is_same_v<Real, float>) {
         KAVRO_KERNEL(SampleDiscSingle)(tables, block);
     } else {

@@ -1,6 +1,9 @@
 // The disc's edge generator.
 #pragma once
 
+#include <span>
+#include <vector>
+
 #include "core/aligned_vector.h"
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/methods/edge_block.h"
@@ -21,15 +24,20 @@ enum class DelayBy { quotient, product };
 // the foot of the point is on or outside the rim, so that it may be empty, and ends by the axial
 // delay in both cases: deliberate.
 //
-// Arrivals: the nearest point of the face is the foot for r <= a, else the nearest rim point. In
-// lengths, g_i lacks rho c and is a / pi short of it: w_i (r cos phi_i - a) / D_i.
+// A disc with a hole is the difference of two discs: its second rim's samples follow those of the
+// first, with the opposite sign. The direct wave's window begins with the nearest rim point over
+// the hole, too, where all coefficients together give nothing.
+//
+// Arrivals: the nearest point of the face is the foot where that lies on the face, else the nearest
+// rim point. In lengths, g_i lacks rho c and is a / pi short of it, a being the outer radius.
 //
 // Everything is rounded to Real where it is stored. Construction refills the element's quadrature
 // rule and leaves it on [0, pi].
 template <class Real>
 class DiscEdge : public EdgeGenerator<Real> {
 public:
-    DiscEdge(const CircularTransducer& element, DelayBy delay_by, EdgeUnits units = EdgeUnits::times);
+    DiscEdge(const CircularTransducer& element, DelayBy delay_by,
+             EdgeUnits units = EdgeUnits::times);
 
     // One rim of a radius (m), in lengths, with coefficients weight * w_i (r cos phi_i - a) / D_i.
     // The rule lies on [0, pi].
@@ -38,12 +46,18 @@ public:
     int size() const override { return static_cast<int>(cosine_.size()); }
     void sample(EdgeBlock<Real>& block, int pass) const override;
 
-private:
-    void add_abscissas(const NumericalIntegration& rule, double scale);
+protected:
+    // The radii of the outer rim and, if there is one, of the hole's.
+    DiscEdge(const Transducer& element, std::span<const double> radii, DelayBy delay_by,
+             EdgeUnits units);
 
-    Real radius_;
+private:
+    void add_rim(const NumericalIntegration& rule, Real radius, double scale);
+
+    std::vector<Real> radii_;
     Real speed_;
     DelayBy delay_by_;
+    // Over the abscissas of the outer, then of the inner rim.
     AlignedVector<Real> cosine_;        // cos phi_i
     AlignedVector<Real> two_a_cosine_;  // 2 a cos phi_i
     AlignedVector<Real> weight_;        // w_i rho c a / pi

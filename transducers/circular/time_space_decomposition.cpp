@@ -2,7 +2,6 @@
 // with the waveform evaluated directly.
 #include "transducers/circular/time_space_decomposition.h"
 
-#include <algorithm>
 #include <memory>
 
 #include "transducers/circular/circular_transducer.h"
@@ -10,7 +9,6 @@
 #include "transducers/methods/direct_transient.h"
 #include "transducers/methods/guarded.h"
 #include "transducers/methods/time_space_decomposition.h"
-#include "transducers/methods/widened_edge.h"
 
 namespace kavro {
 namespace {
@@ -28,24 +26,11 @@ TransducerStatus solve_double(std::span<Transducer* const> discs, Decomposition 
     return solve_by_decomposition(discs, method);
 }
 
-// Geometry and windows in single precision; the sums in double where the waveform's factors need
-// it.
 TransducerStatus solve_single(std::span<Transducer* const> discs, DelayBy delay_by, Output output) {
-    const auto single = [delay_by](const Transducer& element) {
+    const auto edge = [delay_by](const Transducer& element) {
         return disc_edge<float>(element, delay_by);
     };
-    const bool suffices = std::all_of(discs.begin(), discs.end(), [](const Transducer* disc) {
-        return disc == nullptr || disc->excitation == nullptr ||
-               disc->excitation->single_precision_suffices();
-    });
-    if (suffices) {
-        return solve_by_decomposition<float>(discs, {Decomposition::real, single}, output);
-    }
-    const auto widened = [single](const Transducer& element) {
-        return std::make_unique<WidenedEdge>(single(element));
-    };
-    return solve_by_decomposition<double>(
-        discs, {Decomposition::real, widened, WindowRule::rounded_to<float>}, output);
+    return solve_in_single_precision(discs, {Decomposition::real, edge}, output);
 }
 
 }  // namespace

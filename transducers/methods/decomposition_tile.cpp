@@ -99,6 +99,7 @@ void DecompositionTile<Real>::place(const Transducer& element, int block,
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
         const CartesianCoordinate local =
             element.rotateTranslate(points_[static_cast<std::size_t>(block * block_lanes) + lane]);
+        edge.unrounded[lane] = local;
         edge.x[lane] = static_cast<Real>(local.x);
         edge.y[lane] = static_cast<Real>(local.y);
         edge.z[lane] = static_cast<Real>(local.z);
@@ -143,7 +144,7 @@ LaneSet DecompositionTile<Real>::add_vectorised(const DecompositionElement<Real>
         block_factors > most_block_factors) {
         return all_lanes;
     }
-    find_windows(element.rule, edge, *windows_);
+    find_windows(element.rule, element.direct_wave, edge, *windows_);
     const SampleWindow rows = windows_->rows;
     if (rows.begin >= rows.end) {
         return 0;
@@ -159,7 +160,7 @@ LaneSet DecompositionTile<Real>::add_vectorised(const DecompositionElement<Real>
     wave.amplitude = element.element->amplitude;
     wave.output = series_.data() + block * block_lanes;
     wave.stride = static_cast<std::size_t>(width_);
-    direct_wave_.prepare(factors, edge, *windows_, wave);
+    direct_wave_.prepare(factors, element.direct_wave, edge, *windows_, wave);
     fill_spatial_factors(factors, wave);
     direct_wave_.fill_factors(factors, wave);
     const LaneSet left_out = scale_edge_waves(wave, sums_);
@@ -184,7 +185,8 @@ template <class Real>
 void DecompositionTile<Real>::add_point(const DecompositionElement<Real>& element, int point,
                                         int lane) {
     const std::vector<Real>& series =
-        point_.series(*element.factors, element.rule, *edge_, lane, element.element->amplitude);
+        point_.series(*element.factors, element.rule, element.direct_wave, *edge_, lane,
+                      element.element->amplitude);
     load_rows({0, times_.ntimes});
     double* out = series_.data() + point;
     for (int j = 0; j < times_.ntimes; ++j) {

@@ -22,6 +22,7 @@ struct DecompositionElement {
     std::unique_ptr<EdgeGenerator<Real>> edge;
     std::shared_ptr<const DecompositionFactors<Real>> factors;
     WindowRule rule;
+    DirectWaveBy direct_wave;
 };
 
 // The series of a run of points with successive indices. A point knows nothing of the other points,

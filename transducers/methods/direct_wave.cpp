@@ -7,8 +7,17 @@
 namespace kavro {
 
 template <class Real>
-void DirectWave<Real>::prepare(const DecompositionFactors<Real>& factors, EdgeBlock<Real>& edge,
-                               WindowBlock& windows, WaveBlock<Real>& wave) {
+void DirectWave<Real>::prepare(const DecompositionFactors<Real>& factors, DirectWaveBy by,
+                               EdgeBlock<Real>& edge, WindowBlock& windows, WaveBlock<Real>& wave) {
+    if (by == DirectWaveBy::decomposition) {
+        begin_ = windows.direct_begin;
+        end_ = windows.direct_end;
+        become_edge_sample(edge, windows);
+        wave.samples = edge.size + 1;
+        wave.direct_values = nullptr;
+        wave.direct_spatial = nullptr;
+        return;
+    }
     bool any_by_value = false;
     bool any_decomposed = false;
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {

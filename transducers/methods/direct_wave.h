@@ -13,8 +13,9 @@
 
 namespace kavro {
 
-// Fills what a WaveBlock knows of the direct wave; see there for the three ways. It goes through a
-// decomposition where that gives the same value: where there is one of the waveform's value, and
+// Fills what a WaveBlock knows of the direct wave; see there for the three ways. Asked for by its
+// decomposition, it is the last edge sample. By value it goes through a decomposition, too, where
+// that gives the same value: where there is one of the waveform's value, and
 // the rounded times less the rounded axial delay are exact. One per thread; reused from block to
 // block.
 template <class Real>
@@ -24,7 +25,7 @@ public:
 
     // Chooses the way of each lane; where the direct wave is an edge wave, it becomes the last edge
     // sample of block and windows. Sets the wave's samples and direct members.
-    void prepare(const DecompositionFactors<Real>& factors, EdgeBlock<Real>& edge,
+    void prepare(const DecompositionFactors<Real>& factors, DirectWaveBy by, EdgeBlock<Real>& edge,
                  WindowBlock& windows, WaveBlock<Real>& wave);
 
     // Fills the direct factors, once the wave's spatial factors are there.

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "core/aligned_vector.h"
+#include "core/cartesian_coordinate.h"
 
 namespace kavro {
 
@@ -17,6 +18,11 @@ struct alignas(64) Lanes : std::array<T, block_lanes> {};
 
 // What a method wants to know of the points beside coefficients and delays.
 enum class EdgeDetail { none, arrivals, excess };
+
+// How a transient method takes the direct wave: as the waveform's value, or through the same
+// decomposition as the edge waves. Where the coefficients grow without bound, as at a focus, the
+// two kinds of wave must be alike to the last term, so that they cancel.
+enum class DirectWaveBy { value, decomposition };
 
 // Every fast-nearfield pressure has the form
 //
@@ -31,6 +37,8 @@ template <class Real>
 struct EdgeBlock {
     // The points, in the element's own frame, in the precision of the method (m).
     Lanes<Real> x, y, z;
+    // The same before rounding: of single-precision blocks of the time-space decomposition.
+    std::array<CartesianCoordinate, block_lanes> unrounded;
 
     int room;  // most edge samples per point
     int size;  // edge samples per point; a generator may need fewer for some blocks
@@ -41,7 +49,10 @@ struct EdgeBlock {
     Lanes<Real> coefficient_sum;      // of all g_i, in the order of i
     Lanes<Real> direct_delay;         // zeta
     Lanes<Real> direct_begin;         // delay at which the direct wave's window begins
-    Lanes<std::int32_t> reached;      // 0 for a point that receives nothing from the element
+    // Delay whose wave ends the direct wave's window; methods that take that wave by its value know
+    // the direct delay only.
+    Lanes<Real> direct_end;
+    Lanes<std::int32_t> reached;  // 0 for a point that receives nothing from the element
 
     EdgeDetail detail;
     Lanes<Real> first_arrival, last_arrival;  // EdgeDetail::arrivals: delays of the nearest and the
@@ -52,6 +63,7 @@ struct EdgeBlock {
         : x{},
           y{},
           z{},
+          unrounded{},
           room(edge_samples),
           size(edge_samples),
           coefficient((static_cast<std::size_t>(edge_samples) + 1) * block_lanes),
@@ -59,6 +71,7 @@ struct EdgeBlock {
           coefficient_sum{},
           direct_delay{},
           direct_begin{},
+          direct_end{},
           reached{},
           detail(wanted),
           first_arrival{},

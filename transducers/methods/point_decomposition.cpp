@@ -8,14 +8,18 @@ namespace kavro {
 
 template <class Real>
 const std::vector<Real>& PointDecomposition<Real>::series(const DecompositionFactors<Real>& factors,
-                                                          const WindowRule& rule,
+                                                          const WindowRule& rule, DirectWaveBy by,
                                                           const EdgeBlock<Real>& edge, int lane,
                                                           double amplitude) {
     factors_ = &factors;
     series_.assign(static_cast<std::size_t>(times_.ntimes), Real(0));
     spatial_.resize(static_cast<std::size_t>(factors.terms()));
     add_edge_waves(rule, edge, static_cast<std::size_t>(lane));
-    subtract_direct_wave(rule, edge, static_cast<std::size_t>(lane));
+    if (by == DirectWaveBy::value) {
+        subtract_direct_wave(rule, edge, static_cast<std::size_t>(lane));
+    } else {
+        add_direct_wave(rule, edge, static_cast<std::size_t>(lane));
+    }
     for (Real& value : series_) {
         value = static_cast<Real>(static_cast<double>(value) * amplitude);
     }
@@ -42,6 +46,27 @@ bool PointDecomposition<Real>::belongs(int j, Real begin, Real end) const {
                                       t - static_cast<double>(end) <= factors_->waveform().w);
 }
 
+// The decomposed wave of delay tau, over the samples between the waves of begin and end.
+template <class Real>
+void PointDecomposition<Real>::add_wave(Real coefficient, Real tau, SampleWindow samples,
+                                        Real begin, Real end) {
+    if (samples.begin >= samples.end) {
+        return;
+    }
+    factors_->spatial_one(spatial_.data(), tau);
+    for (int j = samples.begin; j < samples.end; ++j) {
+        if (!belongs(j, begin, end)) {
+            continue;
+        }
+        const Real* temporal = factors_->temporal() + static_cast<std::size_t>(j) * spatial_.size();
+        Real sum = 0;
+        for (std::size_t k = 0; k < spatial_.size(); ++k) {
+            sum += spatial_[k] * coefficient * temporal[k];
+        }
+        series_[static_cast<std::size_t>(j)] += sum;
+    }
+}
+
 template <class Real>
 void PointDecomposition<Real>::add_edge_waves(const WindowRule& rule, const EdgeBlock<Real>& edge,
                                               std::size_t lane) {
@@ -49,24 +74,20 @@ void PointDecomposition<Real>::add_edge_waves(const WindowRule& rule, const Edge
         const Real tau = edge.delay[i * block_lanes + lane];
         const Real g = edge.coefficient[i * block_lanes + lane];
         const double u = static_cast<double>(tau) + rule.time_delay - rule.first_time;
-        const SampleWindow samples = window(rule, u, u + rule.duration, false);
-        if (samples.begin >= samples.end) {
-            continue;
-        }
-        factors_->spatial_one(spatial_.data(), tau);
-        for (int j = samples.begin; j < samples.end; ++j) {
-            if (!belongs(j, tau, tau)) {
-                continue;
-            }
-            const Real* temporal =
-                factors_->temporal() + static_cast<std::size_t>(j) * spatial_.size();
-            Real sum = 0;
-            for (std::size_t k = 0; k < spatial_.size(); ++k) {
-                sum += spatial_[k] * g * temporal[k];
-            }
-            series_[static_cast<std::size_t>(j)] += sum;
-        }
+        add_wave(g, tau, window(rule, u, u + rule.duration, false), tau, tau);
     }
+}
+
+template <class Real>
+void PointDecomposition<Real>::add_direct_wave(const WindowRule& rule, const EdgeBlock<Real>& edge,
+                                               std::size_t lane) {
+    const Real begin = edge.direct_begin[lane];
+    const Real end = edge.direct_end[lane];
+    const SampleWindow samples =
+        window(rule, static_cast<double>(begin) + rule.time_delay - rule.first_time,
+               rule.time_delay + static_cast<double>(end) + rule.duration - rule.first_time,
+               rule.direct_begin_rounded_down);
+    add_wave(-edge.coefficient_sum[lane], edge.direct_delay[lane], samples, begin, end);
 }
 
 template <class Real>

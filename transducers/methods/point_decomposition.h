@@ -20,14 +20,16 @@ public:
 
     // The series of a lane of the block: ntimes values, valid until the next call.
     const std::vector<Real>& series(const DecompositionFactors<Real>& factors,
-                                    const WindowRule& rule, const EdgeBlock<Real>& edge, int lane,
-                                    double amplitude);
+                                    const WindowRule& rule, DirectWaveBy by,
+                                    const EdgeBlock<Real>& edge, int lane, double amplitude);
 
 private:
     SampleWindow window(const WindowRule& rule, double begin, double end,
                         bool begin_rounded_down) const;
     bool belongs(int j, Real begin, Real end) const;
+    void add_wave(Real coefficient, Real tau, SampleWindow samples, Real begin, Real end);
     void add_edge_waves(const WindowRule& rule, const EdgeBlock<Real>& edge, std::size_t lane);
+    void add_direct_wave(const WindowRule& rule, const EdgeBlock<Real>& edge, std::size_t lane);
     void subtract_direct_wave(const WindowRule& rule, const EdgeBlock<Real>& edge,
                               std::size_t lane);
 

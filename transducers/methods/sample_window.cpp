@@ -57,7 +57,7 @@ HWY_INLINE Bounds RoundedWindow(const WindowRule& rule, hn::Vec<Doubles> u_begin
 }
 
 template <class Real>
-HWY_INLINE void FindWindows(const WindowRule& rule, const EdgeBlock<Real>& edge,
+HWY_INLINE void FindWindows(const WindowRule& rule, DirectWaveBy by, const EdgeBlock<Real>& edge,
                             WindowBlock& windows) {
     constexpr int32_t none_yet = std::numeric_limits<int32_t>::max();
     const Doubles d;
@@ -99,14 +99,16 @@ HWY_INLINE void FindWindows(const WindowRule& rule, const EdgeBlock<Real>& edge,
         past_last_row = std::max(past_last_row, windows.end_max[k]);
     }
 
+    const Real* direct_end =
+        by == DirectWaveBy::value ? edge.direct_delay.data() : edge.direct_end.data();
     auto begin_min = hn::Set(di, none_yet);
     auto end_max = missing;
     for (int lane = 0; lane < block_lanes; lane += step) {
         const auto reached = hn::Ne(hn::Load(di, edge.reached.data() + lane), hn::Zero(di));
         const auto begin_delay = hn::Add(LoadWide(edge.direct_begin.data() + lane), delay);
-        const auto axial_delay = hn::Add(delay, LoadWide(edge.direct_delay.data() + lane));
+        const auto end_delay = hn::Add(delay, LoadWide(direct_end + lane));
         const Bounds window =
-            RoundedWindow(rule, hn::Sub(begin_delay, t0), hn::Sub(hn::Add(axial_delay, w), t0),
+            RoundedWindow(rule, hn::Sub(begin_delay, t0), hn::Sub(hn::Add(end_delay, w), t0),
                           reached, rule.direct_begin_rounded_down);
         const auto begin = hn::IfThenElse(window.empty, missing, window.begin);
         const auto end = hn::IfThenElse(window.empty, missing, window.end);
@@ -119,13 +121,14 @@ HWY_INLINE void FindWindows(const WindowRule& rule, const EdgeBlock<Real>& edge,
     windows.rows.end = std::max(past_last_row, hn::GetLane(hn::MaxOfLanes(di, end_max)));
 }
 
-void FindWindowsSingle(const WindowRule& rule, const EdgeBlock<float>& edge, WindowBlock& windows) {
-    FindWindows(rule, edge, windows);
+void FindWindowsSingle(const WindowRule& rule, DirectWaveBy by, const EdgeBlock<float>& edge,
+                       WindowBlock& windows) {
+    FindWindows(rule, by, edge, windows);
 }
 
-void FindWindowsDouble(const WindowRule& rule, const EdgeBlock<double>& edge,
+void FindWindowsDouble(const WindowRule& rule, DirectWaveBy by, const EdgeBlock<double>& edge,
                        WindowBlock& windows) {
-    FindWindows(rule, edge, windows);
+    FindWindows(rule, by, edge, windows);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -135,12 +138,14 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kavro {
 
-void find_windows(const WindowRule& rule, const EdgeBlock<float>& edge, WindowBlock& windows) {
-    KAVRO_KERNEL(FindWindowsSingle)(rule, edge, windows);
+void find_windows(const WindowRule& rule, DirectWaveBy by, const EdgeBlock<float>& edge,
+                  WindowBlock& windows) {
+    KAVRO_KERNEL(FindWindowsSingle)(rule, by, edge, windows);
 }
 
-void find_windows(const WindowRule& rule, const EdgeBlock<double>& edge, WindowBlock& windows) {
-    KAVRO_KERNEL(FindWindowsDouble)(rule, edge, windows);
+void find_windows(const WindowRule& rule, DirectWaveBy by, const EdgeBlock<double>& edge,
+                  WindowBlock& windows) {
+    KAVRO_KERNEL(FindWindowsDouble)(rule, by, edge, windows);
 }
 
 }  // namespace kavro

@@ -68,7 +68,9 @@ struct WindowBlock {
           rows{} {}
 };
 
-void find_windows(const WindowRule& rule, const EdgeBlock<float>& edge, WindowBlock& windows);
-void find_windows(const WindowRule& rule, const EdgeBlock<double>& edge, WindowBlock& windows);
+void find_windows(const WindowRule& rule, DirectWaveBy by, const EdgeBlock<float>& edge,
+                  WindowBlock& windows);
+void find_windows(const WindowRule& rule, DirectWaveBy by, const EdgeBlock<double>& edge,
+                  WindowBlock& windows);
 
 }  // namespace kavro

@@ -8,6 +8,7 @@
 #include "core/console.h"
 #include "transducers/methods/decomposition_tile.h"
 #include "transducers/methods/point_tiles.h"
+#include "transducers/methods/widened_edge.h"
 
 namespace kavro {
 namespace {
@@ -47,7 +48,8 @@ Elements<Real> next_block(std::span<Transducer* const> elements, std::size_t& ne
         }
         element.InitializeRotationMatrix();
         block.push_back({&element, method.edge_of(element), factors,
-                         method.window_rule(times, element.time_delay, waveform.w)});
+                         method.window_rule(times, element.time_delay, waveform.w),
+                         method.direct_wave});
     }
     return block;
 }
@@ -122,6 +124,25 @@ TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
         return status_out_of_memory;
     }
     return status_success;
+}
+
+TransducerStatus solve_in_single_precision(std::span<Transducer* const> elements,
+                                           const DecompositionMethod<float>& method,
+                                           Output output) {
+    const bool suffices = std::all_of(elements.begin(), elements.end(), [](const Transducer* e) {
+        return e == nullptr || e->excitation == nullptr ||
+               e->excitation->single_precision_suffices();
+    });
+    if (suffices) {
+        return solve_by_decomposition(elements, method, output);
+    }
+    const DecompositionMethod<double> widened{
+        method.kind,
+        [&method](const Transducer& element) {
+            return std::make_unique<WidenedEdge>(method.edge_of(element));
+        },
+        method.window_rule, method.direct_argument, method.direct_wave};
+    return solve_by_decomposition(elements, widened, output);
 }
 
 template TransducerStatus solve_by_decomposition<float>(std::span<Transducer* const>,

@@ -23,6 +23,7 @@ struct DecompositionMethod {
     // precision is not that of the sums.
     WindowRule (*window_rule)(const TimeSamples&, double, double) = WindowRule::rounded_to<Real>;
     DirectArgument direct_argument = DirectArgument::axial_delay_first;
+    DirectWaveBy direct_wave = DirectWaveBy::value;
 };
 
 // Adds the pressure of all elements, in order, to every point. The elements share grid, time axis
@@ -33,6 +34,12 @@ template <class Real>
 TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
                                         const DecompositionMethod<Real>& method,
                                         Output output = Output::accumulate);
+
+// The same with the geometry in single precision, and the sums in double where a waveform's factors
+// need it; windows are the same in both cases.
+TransducerStatus solve_in_single_precision(std::span<Transducer* const> elements,
+                                           const DecompositionMethod<float>& method,
+                                           Output output = Output::accumulate);
 
 extern template TransducerStatus solve_by_decomposition<float>(std::span<Transducer* const>,
                                                                const DecompositionMethod<float>&,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <utility>
 
@@ -23,6 +24,9 @@ public:
         std::transform(block.x.begin(), block.x.end(), narrow.x.begin(), round);
         std::transform(block.y.begin(), block.y.end(), narrow.y.begin(), round);
         std::transform(block.z.begin(), block.z.end(), narrow.z.begin(), round);
+        for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+            narrow.unrounded[lane] = {block.x[lane], block.y[lane], block.z[lane]};
+        }
         inner_->sample(narrow, pass);
         block.size = narrow.size;
         std::copy(narrow.coefficient.begin(), narrow.coefficient.end(), block.coefficient.begin());
@@ -33,6 +37,7 @@ public:
                   block.direct_delay.begin());
         std::copy(narrow.direct_begin.begin(), narrow.direct_begin.end(),
                   block.direct_begin.begin());
+        std::copy(narrow.direct_end.begin(), narrow.direct_end.end(), block.direct_end.begin());
         block.reached = narrow.reached;
     }
 
