@@ -1,11 +1,158 @@
 #include "curved_support.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <fstream>
 #include <map>
 #include <sstream>
 
 namespace kavro_test {
+
+std::unique_ptr<kavro::Transducer> element_of(const Aperture& aperture) {
+    std::unique_ptr<kavro::Transducer> element;
+    if (aperture.focus <= 0.0) {
+        element = std::make_unique<kavro::RingTransducer>(aperture.inner_radius, aperture.radius);
+    } else if (aperture.inner_radius > 0.0) {
+        element = std::make_unique<kavro::SphericalRingTransducer>(aperture.inner_radius,
+                                                                   aperture.radius, aperture.focus);
+    } else {
+        element = std::make_unique<kavro::SphericalTransducer>(aperture.radius, aperture.focus);
+    }
+    element->set_center(aperture.center.x, aperture.center.y, aperture.center.z);
+    element->set_euler(aperture.euler.x, aperture.euler.y, aperture.euler.z);
+    element->set_amplitude(aperture.amplitude);
+    element->set_time_delay(aperture.time_delay);
+    element->complex_weight = aperture.weight;
+    return element;
+}
+
+ApertureStage::ApertureStage(ApertureScene scene, Waveform waveform)
+    : scene_(std::move(scene)), waveform_(std::move(waveform)) {
+    if (waveform_ != nullptr) {
+        wrapped_ = std::make_shared<kavro_oracle::ProductWaveform>(*waveform_);
+        for (Aperture& aperture : scene_.apertures) {
+            aperture.waveform = wrapped_.get();
+        }
+    }
+}
+
+template <class Read>
+void ApertureStage::solve(Operation operation, bool exact, Read read) const {
+    Records records(scene_);
+    records.medium._f0 = scene_.f0;
+    records.medium._dBcmMHz = scene_.attenuation;
+    std::vector<double> re(scene_.points.size(), 0.0);
+    std::vector<double> im(scene_.points.size(), 0.0);
+    for (const Aperture& aperture : scene_.apertures) {
+        const auto element = element_of(aperture);
+        records.connect(*element);
+        element->excitation = waveform_.get();
+        element->set_exact(exact);
+        if (waveform_ == nullptr) {
+            element->set_complex_pressure_pointers(re.data(), im.data());
+        }
+        EXPECT_EQ((element.get()->*operation)(), kavro::status_success);
+    }
+    read(records.pressure, re, im);
+}
+
+Field ApertureStage::transient(Operation operation, bool exact) const {
+    Field field;
+    solve(operation, exact,
+          [&](const Field& pressure, const auto&, const auto&) { field = pressure; });
+    return field;
+}
+
+ComplexField ApertureStage::wave(Operation operation, bool exact) const {
+    ComplexField field(scene_.points.size());
+    solve(operation, exact, [&](const Field&, const auto& re, const auto& im) {
+        for (std::size_t i = 0; i < field.size(); ++i) {
+            field[i] = {re[i], im[i]};
+        }
+    });
+    return field;
+}
+
+Aperture aperture_of(double inner_radius, double radius, double focus) {
+    Aperture aperture;
+    aperture.inner_radius = inner_radius;
+    aperture.radius = radius;
+    aperture.focus = focus;
+    return aperture;
+}
+
+std::vector<Triple> points_around(const Aperture& aperture) {
+    const double a = aperture.radius;
+    const double d = aperture.focus > 0.0 ? aperture.focus : 3.0 * a;
+    const double depth = d - std::sqrt((d - std::min(a, d)) * (d + a));
+    const double edge = std::min(a / d, 1.0);  // sine of the cone's angle
+    const double up = std::sqrt(1.0 - edge * edge);
+    std::vector<Triple> points = {
+        {0, 0, 0.3 * d},
+        {0, 0, 1.5 * d},
+        {0, 0, d},
+        {1e-9 * d, 0, d},
+        {0, 3e-6 * d, d * (1 + 1e-6)},
+        {4e-6 * d, 0, d},
+        {0.02 * d, 0, d},
+        {0, 0.3 * d, d},
+        {0.1 * a, 0.2 * a, 0.6 * d},
+        {0.5 * edge * d, 0, d - 0.5 * up * d},
+        {0.5 * edge * d * (1 + 1e-6), 0, d - 0.5 * up * d},
+        {0, 0.5 * edge * d, d + 0.5 * up * d},
+        {1.2 * a, 0, 0.7 * d},
+        {0.3 * a, 0.9 * a, 1.4 * d},
+        {0.2 * a, 0.1 * a, 0.5 * depth},
+        {0, 0, 0},
+        {a, 0, depth},
+        {1.1 * a, 0, depth},
+        {1.2 * a, 0, 0.4 * depth},
+        {0.9 * a, 0, 0.1 * depth},
+        {0.1 * a, 0, -0.1 * d},
+    };
+    const std::vector<double> random = noise(60, 7);
+    for (std::size_t i = 0; i < random.size(); i += 3) {
+        points.push_back(
+            {1.5 * a * random[i], 1.5 * a * random[i + 1], 0.9 * d * (1 + random[i + 2])});
+    }
+    return points;
+}
+
+double largest_of(const Field& field) {
+    double largest = 0.0;
+    for (const double value : field) {
+        largest = std::fmax(largest, std::fabs(value));
+    }
+    return largest;
+}
+
+double largest_of(const ComplexField& field) {
+    double largest = 0.0;
+    for (const auto& value : field) {
+        largest = std::fmax(largest, std::abs(value));
+    }
+    return largest;
+}
+
+double largest_difference_of(const Field& a, const Field& b) {
+    double largest = 0.0;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        const double difference = std::fabs(a[i] - b[i]);
+        largest = difference <= largest ? largest : difference;  // NaN stays
+    }
+    return largest;
+}
+
+double largest_difference_of(const ComplexField& a, const ComplexField& b) {
+    double largest = 0.0;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        const double difference = std::abs(a[i] - b[i]);
+        largest = difference <= largest ? largest : difference;
+    }
+    return largest;
+}
+
 namespace {
 
 std::vector<std::string> columns_of(const std::string& line) {

@@ -16,6 +16,44 @@ using kavro_oracle::Aperture;
 using kavro_oracle::ApertureScene;
 using kavro_oracle::ComplexField;
 
+using Operation = kavro::TransducerStatus (kavro::Transducer::*)();
+
+// The library's element for an aperture: a flat ring, a shell, or a spherical ring.
+std::unique_ptr<kavro::Transducer> element_of(const Aperture& aperture);
+
+// Apertures that are driven by the same waveform (continuous-wave operations need none).
+class ApertureStage {
+public:
+    explicit ApertureStage(ApertureScene scene, Waveform waveform = nullptr);
+
+    // The sum over the apertures by a transient or a continuous-wave operation.
+    Field transient(Operation operation, bool exact = false) const;
+    ComplexField wave(Operation operation, bool exact = false) const;
+
+    const ApertureScene& scene() const { return scene_; }  // the oracle's waveform is the library's
+
+private:
+    template <class Read>
+    void solve(Operation operation, bool exact, Read read) const;
+
+    ApertureScene scene_;
+    Waveform waveform_;
+    std::shared_ptr<kavro_oracle::ProductWaveform> wrapped_;
+};
+
+// A bowl or ring of radii in metres, without a waveform.
+Aperture aperture_of(double inner_radius, double radius, double focus);
+
+// Points that no rule but one reaches: on the axis before, in and beyond the focus, off the axis in
+// and beside the cone, on the edge of the cone, over the hole, in the hollow, on surface and rim,
+// behind, and at random.
+std::vector<Triple> points_around(const Aperture& aperture);
+
+double largest_of(const Field& field);
+double largest_of(const ComplexField& field);
+double largest_difference_of(const Field& a, const Field& b);
+double largest_difference_of(const ComplexField& a, const ComplexField& b);
+
 // One element and one point of the file of reference values, which were computed from the surface
 // integral.
 struct GoldenRow {

@@ -225,13 +225,24 @@ TEST(Shapes, AnswerTheMethodsThatTheyOffer) {
     kavro::RectangularTransducer rectangle(3e-3, 2e-3);
     expect_offers(rectangle, {});
     EXPECT_EQ(rectangle.farfield_cw_lossless(), 1);
+    const std::set<std::string> annuli = {"fnm_cw",
+                                          "rayleigh_cw",
+                                          "impulse_begin_and_end_times",
+                                          "impulse_response",
+                                          "fnm_transient",
+                                          "fnm_fdtsd",
+                                          "fnm_tsd",
+                                          "fnm_tsd_low_precision"};
     kavro::RingTransducer ring(1e-3, 2e-3);
-    expect_offers(ring, {});
+    expect_offers(ring, annuli);
     kavro::SphericalTransducer shell(3e-3, 2e-2);
-    expect_offers(shell, {});
+    std::set<std::string> of_shell = annuli;
+    of_shell.insert({"fnm_cw_sse", "rayleigh_cw_sse", "fnm_transient_behind_source",
+                     "fnm_tsd_behind_source"});
+    expect_offers(shell, of_shell);
     EXPECT_EQ(shell.farfield_cw_lossless(), 1);
     kavro::SphericalRingTransducer spherical_ring(1e-3, 2e-3, 2e-2);
-    expect_offers(spherical_ring, {});
+    expect_offers(spherical_ring, annuli);
     EXPECT_EQ(console.printed + std::to_string(console.warnings.size()), "0");
 }
 

@@ -1,0 +1,116 @@
+// A bowl's arrival times and spatial impulse response.
+#include <cmath>
+#include <cstddef>
+
+#include "core/constants.h"
+#include "transducers/methods/arrival_times.h"
+#include "transducers/methods/guarded.h"
+#include "transducers/methods/point_series.h"
+#include "transducers/spherical/bowl_methods.h"
+
+namespace kavro {
+namespace {
+
+// Half the angle of the circle of points that are heard at once, as far as it lies within one rim.
+class RimArc {
+public:
+    RimArc(const BowlRim& rim, const BowlPole& pole, const AxialPoint& point, double d, double c)
+        : pole_(pole), rim_depth_(rim.depth), inside_(pole.sine <= rim.sine), c_(c), d_(d) {
+        const double up = point.z - rim.height;
+        const double near = point.r - rim.radius;
+        const double far = point.r + rim.radius;
+        t_direct_ = pole.path / c;
+        t_near_ = std::sqrt(near * near + up * up) / c;
+        t_far_ = std::sqrt(far * far + up * up) / c;
+    }
+
+    double operator()(double t) const {
+        const bool whole =
+            pole_.side > 0.0 ? t_direct_ <= t && t <= t_near_ : t_far_ < t && t <= t_direct_;
+        if (inside_ && whole) {
+            return pi;
+        }
+        if (!(t_near_ <= t && t <= t_far_)) {
+            return 0.0;
+        }
+        const double q =
+            pole_.side * (c_ * c_ * t * t - pole_.path * pole_.path) / (2.0 * d_ * pole_.s);
+        const double X = (pole_.depth - rim_depth_) + pole_.cosine * q;
+        const double Y = pole_.sine * std::sqrt(std::fmax(q * (2.0 - q), 0.0));
+        if (X >= Y) {
+            return 0.0;
+        }
+        return X <= -Y ? pi : std::acos(X / Y);
+    }
+
+private:
+    BowlPole pole_;
+    double rim_depth_;
+    bool inside_;
+    double c_, d_;
+    double t_direct_ = 0.0, t_near_ = 0.0, t_far_ = 0.0;
+};
+
+// Next to the focus the response is a pulse of area d (V_out - V_in) at d/c: the nearest sample
+// holds all of it.
+void write_pulse(const Transducer& element, const Bowl& bowl, double* series) {
+    const TimeSamples& times = *element.time_samples;
+    const double d = bowl.curvature_radius();
+    double depth = 0.0;
+    for (const BowlRim& rim : bowl.rims()) {
+        depth += rim.sign * rim.depth;
+    }
+    const double arrival = d / element.medium->_soundspeed + element.time_delay;
+    const double sample = std::floor((arrival - times.time_index_value(0)) / times.deltat() + 0.5);
+    if (times.deltat() != 0.0 && sample >= 0.0 && sample < times.ntimes) {
+        series[static_cast<std::size_t>(sample)] = d * depth / times.deltat();
+    }
+}
+
+void write_response(const Transducer& element, const Bowl& bowl, const CartesianCoordinate& p,
+                    double* series) {
+    const AxialPoint point = axial(p);
+    const BowlPole pole = bowl.pole(point);
+    const double d = bowl.curvature_radius();
+    const double c = element.medium->_soundspeed;
+    if (pole.s < nearest_to_focus * d) {
+        write_pulse(element, bowl, series);
+        return;
+    }
+    const double scale = c * d / (pi * pole.s);
+    for (const BowlRim& rim : bowl.rims()) {
+        const RimArc arc(rim, pole, point, d, c);
+        for (int j = 0; j < element.time_samples->ntimes; ++j) {
+            const double t = element.time_samples->time_index_value(j) - element.time_delay;
+            series[j] += rim.sign * scale * arc(t);
+        }
+    }
+}
+
+}  // namespace
+
+TransducerStatus bowl_begin_and_end_times(Transducer& element, const Bowl& bowl) {
+    if (element.coordinate_grid == nullptr || element.medium == nullptr) {
+        return status_failure;
+    }
+    record_arrival_times(element, [&bowl](const CartesianCoordinate& p) -> ApertureDistances {
+        const BowlDistances distances = bowl.distances(axial(p));
+        return {distances.nearest, distances.farthest};
+    });
+    return status_success;
+}
+
+// Every amplitude and every point counts, those behind the bowl, too.
+TransducerStatus bowl_impulse_response(Transducer& element, const Bowl& bowl) {
+    if (!element.has_impulse_response_records()) {
+        return status_failure;
+    }
+    element.InitializeRotationMatrix();
+    return guarded([&] {
+        return add_point_series(element, [&](const CartesianCoordinate& p, double* series) {
+            write_response(element, bowl, p, series);
+        });
+    });
+}
+
+}  // namespace kavro

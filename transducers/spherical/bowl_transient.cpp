@@ -1,0 +1,169 @@
+// A bowl's transient pressure: directly, decomposed, and in low precision.
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "core/console.h"
+#include "transducers/methods/direct_transient.h"
+#include "transducers/methods/guarded.h"
+#include "transducers/methods/time_space_decomposition.h"
+#include "transducers/spherical/bowl_methods.h"
+
+namespace kavro {
+namespace {
+
+// Memory for the series of points that are solved apart.
+constexpr std::size_t series_memory = std::size_t{32} << 20;
+
+template <class Real>
+auto edge_maker(const Bowl& bowl, BowlReach reach) {
+    return [bowl, reach](const Transducer& element) {
+        return std::make_unique<CurvedEdge<Real>>(element, bowl, reach);
+    };
+}
+
+// An element with another grid and another output, for the lifetime of the object.
+class Borrowed {
+public:
+    Borrowed(Transducer& element, CoordinateGrid& grid, double* output) : element_(element) {
+        std::swap(element.coordinate_grid, grid_ = &grid);
+        std::swap(element.transient_pressure, output_ = output);
+    }
+    ~Borrowed() {
+        element_.coordinate_grid = grid_;
+        element_.transient_pressure = output_;
+    }
+    Borrowed(const Borrowed&) = delete;
+    Borrowed& operator=(const Borrowed&) = delete;
+
+private:
+    Transducer& element_;
+    CoordinateGrid* grid_ = nullptr;
+    double* output_ = nullptr;
+};
+
+// Adds the double-precision pressure of some of the points, rounded to single precision.
+TransducerStatus add_rounded(Transducer& element, const Bowl& bowl,
+                             const std::vector<int>& points) {
+    const CoordinateGrid& grid = *element.coordinate_grid;
+    const auto n = points.size();
+    std::vector<double> columns(3 * n);
+    for (std::size_t k = 0; k < n; ++k) {
+        const CartesianCoordinate p = grid.spatial_index_value(points[k]);
+        columns[k] = p.x;
+        columns[n + k] = p.y;
+        columns[2 * n + k] = p.z;
+    }
+    CoordinateGrid apart;
+    apart.CoordinateGridVector(columns.data(), static_cast<int>(n));
+    const auto ntimes = static_cast<std::size_t>(element.time_samples->ntimes);
+    std::vector<double> series(n * ntimes);
+    TransducerStatus status = status_success;
+    {
+        const Borrowed borrowed(element, apart, series.data());
+        status = bowl_fnm_tsd(element, bowl, Decomposition::real, BowlReach::facing);
+    }
+    for (std::size_t j = 0; j < ntimes; ++j) {
+        double* out = element.transient_pressure + j * static_cast<std::size_t>(grid.npoints);
+        for (std::size_t k = 0; k < n; ++k) {
+            out[points[k]] += static_cast<double>(static_cast<float>(series[j * n + k]));
+        }
+    }
+    return status;
+}
+
+// The points that the single-precision edge leaves out.
+std::vector<int> points_apart(const Transducer& element, const Bowl& bowl) {
+    std::vector<int> points;
+    for (int i = 0; i < element.coordinate_grid->npoints; ++i) {
+        const AxialPoint p =
+            axial(element.rotateTranslate(element.coordinate_grid->spatial_index_value(i)));
+        const bool near = bowl.pole(p).s < bowl.curvature_radius() / 16.0;
+        if ((near || bowl.has_nearly_hemispherical_rim()) && !bowl.is_behind(p)) {
+            points.push_back(i);
+        }
+    }
+    return points;
+}
+
+TransducerStatus add_points_apart(Transducer& element, const Bowl& bowl,
+                                  const std::vector<int>& points) {
+    const auto ntimes = static_cast<std::size_t>(element.time_samples->ntimes);
+    const std::size_t at_a_time =
+        std::max<std::size_t>(series_memory / (sizeof(double) * (ntimes + 1)), block_lanes);
+    const auto all = static_cast<double>(points.size());
+    for (std::size_t begin = 0; begin < points.size(); begin += at_a_time) {
+        const std::size_t end = std::min(begin + at_a_time, points.size());
+        const console::ProgressPart part(static_cast<double>(begin) / all,
+                                         static_cast<double>(end) / all);
+        const TransducerStatus status =
+            add_rounded(element, bowl,
+                        {points.begin() + static_cast<std::ptrdiff_t>(begin),
+                         points.begin() + static_cast<std::ptrdiff_t>(end)});
+        if (status != status_success) {
+            return status;
+        }
+    }
+    return status_success;
+}
+
+}  // namespace
+
+TransducerStatus bowl_fnm_transient(Transducer& element, const Bowl& bowl, BowlReach reach) {
+    if (!element.has_transient_records()) {
+        return status_failure;
+    }
+    if (element.is_silent()) {
+        return status_success;
+    }
+    element.InitializeRotationMatrix();
+    return guarded([&] {
+        return solve_direct_transient(element, CurvedEdge<double>(element, bowl, reach),
+                                      ArrivalWindow::inward);
+    });
+}
+
+TransducerStatus bowl_fnm_tsd(Transducer& element, const Bowl& bowl, Decomposition kind,
+                              BowlReach reach) {
+    Transducer* const one = &element;
+    const DecompositionMethod<double> method{.kind = kind,
+                                             .edge_of = edge_maker<double>(bowl, reach),
+                                             .direct_wave = DirectWaveBy::decomposition};
+    return solve_by_decomposition({&one, 1}, method);
+}
+
+// Points within d / 16 of the focus are computed in double precision and rounded at the end: rim
+// waves and direct wave nearly cancel there, and single-precision coefficients of size d / s would
+// leave a thousandth and more. So are all points of a nearly hemispherical bowl.
+TransducerStatus bowl_fnm_tsd_low_precision(Transducer& element, const Bowl& bowl) {
+    if (!element.has_transient_records()) {
+        return status_failure;
+    }
+    if (element.is_silent()) {
+        return status_success;
+    }
+    element.InitializeRotationMatrix();
+    return guarded([&] {
+        const std::vector<int> apart = points_apart(element, bowl);
+        const double share =
+            1.0 - static_cast<double>(apart.size()) / std::max(element.coordinate_grid->npoints, 1);
+        if (!bowl.has_nearly_hemispherical_rim()) {
+            const console::ProgressPart part(0.0, share);
+            Transducer* const one = &element;
+            const TransducerStatus status = solve_in_single_precision(
+                {&one, 1}, {.kind = Decomposition::real,
+                            .edge_of = edge_maker<float>(bowl, BowlReach::off_focus),
+                            .window_rule = WindowRule::rounded_to<double>,
+                            .direct_wave = DirectWaveBy::decomposition});
+            if (status != status_success) {
+                return status;
+            }
+        }
+        const console::ProgressPart part(share, 1.0);
+        return add_points_apart(element, bowl, apart);
+    });
+}
+
+}  // namespace kavro
