@@ -22,6 +22,7 @@
 #include "transducers/array.h"
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/circular/piston_apodization.h"
+#include "transducers/methods/kzk_retarded_time.h"
 #include "transducers/operations.h"
 #include "transducers/output.h"
 #include "transducers/rectangular/rectangular_transducer.h"

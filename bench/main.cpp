@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "kzk.h"
 #include "machine.h"
 #include "measure.h"
 #include "memory.h"
@@ -29,15 +30,17 @@ constexpr const char* usage =
     "kavro_bench --speed-up --threads N [--scenes ...] [--vectors ...] [--repeat N]\n"
     "kavro_bench --scaling [--vectors ...] [--repeat N] [--json FILE]\n"
     "kavro_bench --memory [--threads N]\n"
+    "kavro_bench --kzk [--threads N] [--vectors ...] [--repeat N] [--json FILE] [--no-literal]\n"
     "\n"
     "Solves each scene with the library and with the literal transcription in one run. Times are\n"
     "CPU times for one thread and wall times for more, medians over the repetitions.\n"
     "--with-output: times of a call that makes its output as well, in ms.\n"
     "--speed-up: wall time of one thread over that of N, by turns.\n"
     "--scaling: CPU time of one thread against each quantity in turn.\n"
-    "--memory: what a call takes beside its output.\n";
+    "--memory: what a call takes beside its output.\n"
+    "--kzk: both nonlinear marches and their literal transcriptions.\n";
 
-enum class Mode { scenes, with_output, speed_up, scaling, memory };
+enum class Mode { scenes, with_output, speed_up, scaling, memory, kzk };
 
 struct Options {
     Mode mode = Mode::scenes;
@@ -49,13 +52,19 @@ struct Options {
 };
 
 Options parse(int argc, char** argv) {
-    const option table[] = {
-        {"scenes", required_argument, nullptr, 's'},  {"threads", required_argument, nullptr, 't'},
-        {"vectors", required_argument, nullptr, 'v'}, {"repeat", required_argument, nullptr, 'r'},
-        {"json", required_argument, nullptr, 'j'},    {"no-literal", no_argument, nullptr, 'n'},
-        {"with-output", no_argument, nullptr, 'o'},   {"scaling", no_argument, nullptr, 'c'},
-        {"speed-up", no_argument, nullptr, 'u'},      {"memory", no_argument, nullptr, 'm'},
-        {"help", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
+    const option table[] = {{"scenes", required_argument, nullptr, 's'},
+                            {"threads", required_argument, nullptr, 't'},
+                            {"vectors", required_argument, nullptr, 'v'},
+                            {"repeat", required_argument, nullptr, 'r'},
+                            {"json", required_argument, nullptr, 'j'},
+                            {"no-literal", no_argument, nullptr, 'n'},
+                            {"with-output", no_argument, nullptr, 'o'},
+                            {"scaling", no_argument, nullptr, 'c'},
+                            {"speed-up", no_argument, nullptr, 'u'},
+                            {"memory", no_argument, nullptr, 'm'},
+                            {"kzk", no_argument, nullptr, 'k'},
+                            {"help", no_argument, nullptr, 'h'},
+                            {nullptr, 0, nullptr, 0}};
     Options options;
     for (int choice = 0; (choice = getopt_long(argc, argv, "", table, nullptr)) != -1;) {
         const std::string value = optarg != nullptr ? optarg : "";
@@ -87,6 +96,8 @@ Options parse(int argc, char** argv) {
             options.mode = Mode::scaling;
         } else if (choice == 'm') {
             options.mode = Mode::memory;
+        } else if (choice == 'k') {
+            options.mode = Mode::kzk;
         } else {
             std::fputs(usage, stdout);
             std::exit(choice == 'h' ? 0 : 2);
@@ -237,6 +248,12 @@ int main(int argc, char** argv) {
             const std::vector<ScalingSeries> all = measure_scaling(options.repeat);
             if (!options.json.empty()) {
                 write_scaling(all, options.json);
+            }
+        } else if (options.mode == Mode::kzk) {
+            const std::vector<KzkRow> rows =
+                measure_kzk(options.repeat, options.threads, options.literal);
+            if (!options.json.empty()) {
+                write_kzk(rows, options.threads, options.json);
             }
         } else if (options.mode == Mode::memory) {
             print_memory(options.threads);

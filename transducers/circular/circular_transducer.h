@@ -39,8 +39,25 @@ public:
     TransducerStatus fnm_tsd_low_precision() override;
     TransducerStatus fnm_tsd_sse() override;
     TransducerStatus rayleigh_transient() override;
-    TransducerStatus kzk_transient() override { return not_implemented(); }
-    TransducerStatus kzk_cw() override { return not_implemented(); }
+    TransducerStatus kzk_transient() override;
+    TransducerStatus kzk_cw() override;
+
+    // Routines of the nonlinear marches; field layouts in
+    // transducers/methods/kzk_harmonic_source.h. Solvers of tridiagonal systems, see
+    // transducers/methods/kzk_tridiagonal.h.
+    virtual void Tridiag(float first, float last, float* a, float* b, float* c, float* r, float* x,
+                         float* bet, float* gam);
+    virtual void TRIDIA(double* matrix, int last, double* r, double* solution, double* bet,
+                        double* gam);
+    // Absorption alpha_n and diffraction weight delta_n of each harmonic at the second range.
+    // Returns the spreading g: 1 + range for a phase flag of at least 1, else 1.
+    virtual double COEFF(double next, double range, double* alpha, double* delta, int harmonics,
+                         double absorption, int phase);
+    // The nonlinear source of a field at a range.
+    virtual void NONLIN(double range, double* field, int last_column, int harmonics, double* source,
+                        double nonlinearity, int phase);
+    // The field at the source: plane for a flag of at most 0, else with the phase r^2.
+    virtual void INIT(int extent, double* field, int last_column, int harmonics, int phase);
 };
 
 }  // namespace kavro

@@ -40,10 +40,27 @@ public:
     TransducerStatus fnm_tsd_low_precision() override;
     TransducerStatus fnm_tsd_sse() override { return not_implemented(); }
     TransducerStatus rayleigh_transient() override { return not_implemented(); }
-    TransducerStatus kzk_transient() override { return not_implemented(); }
-    TransducerStatus kzk_cw() override { return not_implemented(); }
+    TransducerStatus kzk_transient() override;
+    TransducerStatus kzk_cw() override;
 
     virtual TransducerStatus farfield_cw_lossless() { return not_implemented(); }
+
+    // Routines of the nonlinear marches; field layouts in
+    // transducers/methods/kzk_harmonic_source.h. Solvers of tridiagonal systems, see
+    // transducers/methods/kzk_tridiagonal.h.
+    virtual void Tridiag(float first, float last, float* a, float* b, float* c, float* r, float* x,
+                         float* bet, float* gam);
+    virtual void TRIDIA(double* matrix, int last, double* r, double* solution, double* bet,
+                        double* gam);
+    // Absorption alpha_n and diffraction weight delta_n of each harmonic; ranges are not read.
+    // Returns the spreading, 1.
+    virtual double COEFF(double next, double range, double* alpha, double* delta, int harmonics,
+                         double absorption, double gain);
+    // The nonlinear source of a field; the range is not read.
+    virtual void NONLIN(double range, double* field, int last_column, int harmonics, double* source,
+                        double nonlinearity);
+    // The field at the source, with the phase gain r^2.
+    virtual void INIT(int extent, double* field, int last_column, int harmonics, double gain);
 };
 
 }  // namespace kavro

@@ -1,0 +1,94 @@
+// The disc's nonlinear beams: its parameters of the two marches, and the harmonic march's routines.
+#include <cmath>
+#include <cstddef>
+
+#include "core/constants.h"
+#include "transducers/circular/circular_transducer.h"
+#include "transducers/methods/kzk_harmonic_march.h"
+#include "transducers/methods/kzk_transient_march.h"
+#include "transducers/methods/kzk_tridiagonal.h"
+
+namespace kavro {
+
+TransducerStatus CircularTransducer::kzk_transient() {
+    if (!has_kzk_transient_records(*this)) {
+        return status_failure;
+    }
+    const double a = radius;
+    const double c = medium->_soundspeed;
+    const auto f0 = static_cast<double>(static_cast<float>(excitation->f0));
+    const auto omega0 = static_cast<double>(static_cast<float>(two_pi * f0));
+    const auto u0 = static_cast<double>(static_cast<float>(amplitude));
+    KzkTransientShape shape;
+    shape.radius = a;
+    shape.rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
+    shape.nonlinearity =
+        static_cast<float>(medium->_beta * a * a * omega0 * omega0 * u0 * 0.5 / (c * c * c));
+    shape.absorption = static_cast<float>(
+        (f0 / 1e6) * (static_cast<double>(shape.rayleigh) * medium->_dBcmMHz * 100.0 / 8.686));
+    shape.last_range = static_cast<float>(coordinate_grid->zmax / (a * a * 0.5 / c * omega0));
+    shape.prints_nonlinearity = true;
+    shape.shock_message = "too small dSigma";
+    return march_kzk_transient(*this, shape);
+}
+
+TransducerStatus CircularTransducer::kzk_cw() {
+    if (!has_kzk_cw_records(*this)) {
+        return status_failure;
+    }
+    const double a = radius;
+    const double c = medium->_soundspeed;
+    const auto omega0 = static_cast<double>(kzk_cw_frequency(*medium));
+    const auto u0 = static_cast<double>(static_cast<float>(amplitude));
+    const int phase = integral->kzk_integer_parameters[1];
+    const auto rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
+    KzkHarmonicShape shape;
+    shape.radius = a;
+    shape.range_of = [rayleigh](float z) { return z / rayleigh; };
+    shape.absorption =
+        (medium->_f0 / 1e6) * (static_cast<double>(rayleigh) * medium->_dBcmMHz * 100 / 8.686);
+    shape.nonlinearity = medium->_beta * a * a * omega0 * omega0 * u0 * 0.5 / (c * c * c);
+    shape.spreading = [phase](double range) { return phase > 0 ? 1.0 + range : 1.0; };
+    shape.initial = [this, phase](int extent, double* field, int last_column, int harmonics) {
+        INIT(extent, field, last_column, harmonics, phase);
+    };
+    shape.coefficients = [this, phase, A = shape.absorption](double next, double eval,
+                                                             double* alpha, double* delta,
+                                                             int harmonics) {
+        COEFF(next, eval, alpha, delta, harmonics, A, phase);
+    };
+    return march_kzk_harmonics(*this, shape);
+}
+
+void CircularTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,
+                                 float* x, float* bet, float* gam) {
+    solve_tridiagonal(first, last, a, b, c, r, x, bet, gam);
+}
+
+void CircularTransducer::TRIDIA(double* matrix, int last, double* r, double* solution, double* bet,
+                                double* gam) {
+    solve_block_tridiagonal(matrix, last, r, solution, bet, gam);
+}
+
+double CircularTransducer::COEFF(double, double range, double* alpha, double* delta, int harmonics,
+                                 double absorption, int phase) {
+    const double g = phase >= 1 ? 1.0 + range : 1.0;
+    for (int n = 1; n <= harmonics; ++n) {
+        alpha[n - 1] = n * absorption * n;
+        delta[n - 1] = -1.0 / (4.0 * n * (g * g));
+    }
+    return g;
+}
+
+void CircularTransducer::NONLIN(double range, double* field, int last_column, int harmonics,
+                                double* source, double nonlinearity, int phase) {
+    kzk_nonlinear_source(field, last_column, harmonics, source, nonlinearity,
+                         phase >= 1 ? 1.0 + range : 1.0);
+}
+
+void CircularTransducer::INIT(int extent, double* field, int last_column, int harmonics,
+                              int phase) {
+    kzk_initial_field(field, extent, last_column, harmonics, phase > 0 ? 1.0 : 0.0, phase > 0);
+}
+
+}  // namespace kavro

@@ -1,0 +1,26 @@
+// Where the nonlinear marches record: the planes of a regular grid and the points on each.
+#pragma once
+
+#include <vector>
+
+#include "core/coordinate_grid.h"
+
+namespace kavro {
+
+// Single precision, as the marches place their planes. y is not used.
+struct KzkPlanes {
+    std::vector<float> z;  // range of each plane, m
+    std::vector<float> r;  // distance of each of a plane's points from the axis, in source radii
+
+    // The first point of each plane is taken to be on the axis, wherever xmin is, unless `exact`:
+    // deliberate.
+    KzkPlanes(const CoordinateGrid& grid, double radius, bool exact);
+
+    int nx() const { return static_cast<int>(r.size()); }
+    int nz() const { return static_cast<int>(z.size()); }
+
+    // Whether the grid has planes at all: a regular one, with room for nx times nz points.
+    static bool fit(const CoordinateGrid& grid);
+};
+
+}  // namespace kavro

@@ -1,0 +1,377 @@
+#include "transducers/methods/kzk_transient_march.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <vector>
+
+#include "core/console.h"
+#include "core/constants.h"
+#include "core/counts.h"
+#include "core/flush_denormals.h"
+#include "core/threads.h"
+#include "transducers/methods/kzk_column_steps.h"
+#include "transducers/methods/kzk_planes.h"
+#include "transducers/methods/kzk_radial_step.h"
+#include "transducers/methods/kzk_retarded_time.h"
+
+namespace kavro {
+namespace {
+
+constexpr float whole_limit = 1e9f;  // counts beyond this are no counts
+constexpr float most_steps = 1e18f;
+
+// The element's five parameters.
+struct Scheme {
+    int last_column = 0;  // 0 where the radial grid has fewer than two steps
+    float points_per_radius;
+    float step;
+    bool implicit;
+    bool diffraction;
+
+    explicit Scheme(const std::array<float, 5>& parameters)
+        : points_per_radius(parameters[1]),
+          step(parameters[2]),
+          implicit(parameters[3] == 1.0f),
+          diffraction(parameters[4] == 1.0f) {
+        if (std::abs(parameters[0]) < whole_limit) {
+            const float count = std::trunc(parameters[0]) * points_per_radius;
+            last_column = count >= 2.0f && count < whole_limit && parameters[0] > 0.0f
+                              ? static_cast<int>(count)
+                              : 0;
+        }
+    }
+};
+
+// A row number as a whole number, within bounds that no row reaches.
+int row_number(double value) {
+    return std::abs(value) < static_cast<double>(whole_limit) ? static_cast<int>(value)
+                                                              : std::numeric_limits<int>::min();
+}
+
+class Output {
+public:
+    Output(const Transducer& element, const KzkPlanes& planes, const KzkRetardedTime& axis)
+        : times_(*element.time_samples),
+          pressure_(element.transient_pressure),
+          points_(planes.z.size() * planes.r.size()),
+          speed_(element.medium->_soundspeed),
+          scale_(speed_ * static_cast<double>(static_cast<float>(element.amplitude)) *
+                 element.medium->_rho_density),
+          half_step_(axis.steps > 0
+                         ? static_cast<double>(axis.step) / static_cast<double>(axis.omega0) / 2.0
+                         : 0.0) {
+        const double span = times_.tmax() - times_.tmin();
+        rows_ = axis.steps > 0 ? clamped_index(span * static_cast<double>(axis.omega0) /
+                                                   static_cast<double>(axis.step),
+                                               times_.ntimes)
+                               : times_.ntimes;
+    }
+
+    // Samples beyond the retarded time's span stay as they are.
+    void clear() { std::fill_n(pressure_, points_ * static_cast<std::size_t>(rows_), 0.0); }
+    void clear_all() {
+        std::fill_n(pressure_, points_ * static_cast<std::size_t>(std::max(times_.ntimes, 0)), 0.0);
+    }
+
+    // The output sample at which the retarded time of a plane begins.
+    int first_sample(float z) const {
+        const auto delay = static_cast<double>(
+            static_cast<float>(static_cast<double>(z) / speed_ + times_.tmin()));
+        int n = 0;
+        while (n < rows_ && times_.time_index_value(n) < delay &&
+               delay - times_.time_index_value(n) > half_step_) {
+            ++n;
+        }
+        return n;
+    }
+
+    void store(std::size_t point, int n, float value) {
+        pressure_[point + static_cast<std::size_t>(n) * points_] =
+            scale_ * static_cast<double>(value);
+    }
+
+    int rows() const { return rows_; }
+
+private:
+    const TimeSamples& times_;
+    double* pressure_;
+    std::size_t points_;
+    double speed_;
+    double scale_;
+    double half_step_;  // of the retarded time, s
+    int rows_;
+};
+
+class March {
+public:
+    March(const Transducer& element, const KzkTransientShape& shape, const Scheme& scheme,
+          const KzkPlanes& planes, const KzkRetardedTime& axis, Output& output)
+        : element_(element),
+          shape_(shape),
+          scheme_(scheme),
+          planes_(planes),
+          axis_(axis),
+          output_(output),
+          columns_(scheme.last_column),
+          radial_(columns_, scheme.implicit, shape.coefficients_in_double),
+          distortion_(taus()),
+          grid_((static_cast<std::size_t>(axis.steps) + 1) * columns_.row(), 0.0f) {}
+
+    TransducerStatus run() {
+        set_source();
+        auto total =
+            static_cast<std::int64_t>(static_cast<double>(shape_.last_range / scheme_.step) + 1.0);
+        float range = 0.0f;
+        float to_shock = 11.0f * scheme_.step;
+        bool shock = false;
+        std::size_t plane = 0;
+        bool stopped = false;
+        const auto goes_on = [&](std::int64_t s) {
+            return plane < planes_.z.size() && (s <= total || (element_.exact() && !stopped));
+        };
+        for (std::int64_t s = 1; goes_on(s); ++s) {
+            const bool shortened = to_shock / 2.0f < scheme_.step;
+            const float step = shortened ? to_shock / 2.0f : scheme_.step;
+            total += shortened ? 1 : 0;
+            // Nor does a step march that is lost in the rounding of the range.
+            if (shock || !(range + step > range)) {
+                tell_of_shock();
+                stopped = true;
+                s = total;
+            }
+            if (scheme_.diffraction) {
+                diffract(step);
+            }
+            range += step;
+            const KzkDistortion::Result distorted = advance_columns(step);
+            shock = distorted.shock;
+            if (shape_.nonlinearity != 0.0f) {
+                to_shock = 1.0f / (distorted.steepest * shape_.nonlinearity);
+            }
+            for (bool more = true; more && plane < planes_.z.size() && range > range_of(plane);) {
+                record(plane);
+                ++plane;
+                s = range >= shape_.last_range ? total : s;
+                more = element_.exact();
+            }
+            console::progress(
+                range < shape_.last_range ? static_cast<double>(range / shape_.last_range) : 1.0);
+            if (console::interrupted()) {
+                return status_interrupted;
+            }
+        }
+        return status_success;
+    }
+
+private:
+    std::vector<double> taus() const {
+        std::vector<double> values(static_cast<std::size_t>(axis_.steps) + 1);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            values[i] = element_.time_samples->tau_index_value(static_cast<int>(i));
+        }
+        return values;
+    }
+
+    float& at(int i, int j) {
+        return grid_[static_cast<std::size_t>(i) * columns_.row() + columns_.place(j)];
+    }
+
+    float range_of(std::size_t plane) const {
+        return planes_.z[plane] / shape_.rayleigh * shape_.gain;
+    }
+
+    // A uniform piston, its edge included. Samples beyond the last row and before the first drop
+    // out.
+    void set_source() {
+        const auto omega0 = static_cast<double>(axis_.omega0);
+        const double duration = pi * 2.0 * static_cast<double>(axis_.f0) * element_.excitation->w;
+        const auto begin = static_cast<float>(element_.time_samples->tmin() * omega0);
+        const int first = row_number(static_cast<double>(-begin / axis_.step));
+        const int length = row_number(duration / static_cast<double>(axis_.step) + 1.0);
+        const auto end = std::min<std::int64_t>(std::int64_t{first} + length, axis_.steps);
+        for (int i = std::max(first, 0); i <= end; ++i) {
+            const auto value = static_cast<float>(
+                element_.excitation->at(element_.time_samples->tau_index_value(i) / omega0));
+            for (int j = 0;
+                 j <= columns_.last && static_cast<float>(j) <= scheme_.points_per_radius; ++j) {
+                const float r = static_cast<float>(j) * (1.0f / scheme_.points_per_radius);
+                const float lead = r * r * shape_.source_lead / axis_.step;
+                if (lead < static_cast<float>(i) + 1.0f) {
+                    at(i - static_cast<int>(lead), j) = value;
+                }
+            }
+        }
+    }
+
+    void diffract(float step) {
+        const float spacing = 1.0f / scheme_.points_per_radius;
+        radial_.factor(axis_.step * step / (spacing * spacing * shape_.gain));
+        radial_.apply(grid_.data(), axis_.steps);
+    }
+
+    // Absorption and distortion, which columns go through independently of each other.
+    KzkDistortion::Result advance_columns(float step) {
+        const float kappa = step * shape_.absorption / (axis_.step * axis_.step);
+        const KzkAbsorption absorption(kappa, scheme_.implicit, axis_.steps);
+        const std::vector<float> edge = outer_edge();
+        const int pairs = (columns_.run + 1) / 2;
+        const int threads = std::clamp(thread_count(), 1, most_threads());
+        const bool forward = shape_.nonlinearity > 0.0f;
+        std::vector<KzkDistortion::Result> results(static_cast<std::size_t>(columns_.run));
+        std::atomic<bool> no_memory{false};
+
+#pragma omp parallel num_threads(threads)
+        {
+            const FlushDenormals flush;
+            KzkDistortion::Scratch scratch;
+#pragma omp for schedule(static)
+            for (int pair = 0; pair < pairs; ++pair) {
+                const int first = 2 * pair;
+                const int groups = std::min(2, columns_.run - first);
+                float* columns = grid_.data() + first * KzkColumns::lanes;
+                if (shape_.absorption != 0.0f) {
+                    absorption.apply(columns, columns_.row(), groups);
+                    restore_outer_edge(edge, first, groups);
+                }
+                if (shape_.nonlinearity == 0.0f) {
+                    continue;
+                }
+                try {
+                    for (int group = 0; group < groups; ++group) {
+                        results[static_cast<std::size_t>(first + group)] =
+                            distortion_.apply(columns + group * KzkColumns::lanes, columns_.row(),
+                                              step * shape_.nonlinearity, forward, scratch);
+                    }
+                } catch (const std::bad_alloc&) {
+                    no_memory = true;
+                }
+            }
+        }
+        if (no_memory) {
+            throw std::bad_alloc();
+        }
+        KzkDistortion::Result all;
+        for (const KzkDistortion::Result& one : results) {
+            all.shock = all.shock || one.shock;
+            all.steepest = forward ? std::max(all.steepest, one.steepest)
+                                   : std::min(all.steepest, one.steepest);
+        }
+        return all;
+    }
+
+    // Starting a thread's share costs some 10 us; a share is to last longer by far.
+    int most_threads() const {
+        constexpr std::size_t values_worth_a_thread = 200000;
+        const auto pairs = static_cast<std::size_t>((columns_.run + 1) / 2);
+        return static_cast<int>(
+            std::clamp<std::size_t>(grid_.size() / values_worth_a_thread, 1, pairs));
+    }
+
+    // The outermost column is distorted but neither diffracts nor is absorbed: deliberate.
+    std::vector<float> outer_edge() {
+        std::vector<float> edge;
+        for (int i = 0; shape_.absorption != 0.0f && i <= axis_.steps; ++i) {
+            edge.push_back(at(i, columns_.last));
+        }
+        return edge;
+    }
+
+    void restore_outer_edge(const std::vector<float>& edge, int first_group, int groups) {
+        const int own = columns_.last % columns_.run;
+        if (own >= first_group && own < first_group + groups) {
+            for (int i = 0; i <= axis_.steps; ++i) {
+                at(i, columns_.last) = edge[static_cast<std::size_t>(i)];
+            }
+        }
+    }
+
+    // The field as it stands after the first step that ends beyond the plane.
+    void record(std::size_t plane) {
+        const int first = output_.first_sample(planes_.z[plane]);
+        for (std::size_t m = 0; m < planes_.r.size(); ++m) {
+            const double place =
+                static_cast<double>(planes_.r[m] * scheme_.points_per_radius) + 0.5;
+            if (!(place < columns_.last + 1.0)) {
+                continue;  // beyond the radial grid
+            }
+            const int j = static_cast<int>(place);
+            for (int n = first; n < output_.rows() && n - first <= axis_.steps; ++n) {
+                output_.store(m + planes_.r.size() * plane, n, at(n - first, j));
+            }
+        }
+    }
+
+    void tell_of_shock() const {
+        if (shape_.shock_is_warning) {
+            console::warn(shape_.shock_message);
+        } else {
+            console::print("%s", shape_.shock_message);
+        }
+    }
+
+    const Transducer& element_;
+    const KzkTransientShape& shape_;
+    const Scheme& scheme_;
+    const KzkPlanes& planes_;
+    const KzkRetardedTime& axis_;
+    Output& output_;
+    KzkColumns columns_;
+    KzkRadialStep radial_;
+    KzkDistortion distortion_;
+    AlignedVector<float> grid_;
+};
+
+bool is_positive(float value) {
+    return value > 0.0f && std::isfinite(value);
+}
+
+bool can_march(const KzkTransientShape& shape, const Scheme& scheme, const KzkRetardedTime& axis) {
+    return scheme.last_column >= 2 && axis.steps >= 2 && is_positive(axis.step) &&
+           is_positive(scheme.step) && is_positive(shape.rayleigh) && is_positive(shape.gain) &&
+           std::isfinite(shape.source_lead) && std::isfinite(shape.nonlinearity) &&
+           (shape.absorption == 0.0f || is_positive(shape.absorption)) &&
+           std::isfinite(shape.last_range) && std::abs(shape.last_range / scheme.step) < most_steps;
+}
+
+}  // namespace
+
+bool has_kzk_transient_records(const Transducer& element) {
+    return element.has_transient_records() && KzkPlanes::fit(*element.coordinate_grid);
+}
+
+TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& shape) {
+    try {
+        const CoordinateGrid& grid = *element.coordinate_grid;
+        const Scheme scheme(element.integral->kzk_parameters);
+        const KzkRetardedTime axis(*element.time_samples, *element.excitation, *element.medium,
+                                   grid);
+        const KzkPlanes planes(grid, shape.radius, element.exact());
+        Output output(element, planes, axis);
+        if (!can_march(shape, scheme, axis)) {
+            output.clear_all();
+            return status_success;
+        }
+        output.clear();
+        if (shape.prints_nonlinearity) {
+            console::print("    - Knonlinearity: %e\n", static_cast<double>(shape.nonlinearity));
+        }
+        if (static_cast<float>(element.amplitude) == 0.0f) {
+            return status_success;  // silent all along
+        }
+        const std::size_t row = KzkColumns(scheme.last_column).row();
+        if (!fits_into_memory((static_cast<std::size_t>(axis.steps) + 1) * row, sizeof(float))) {
+            return status_out_of_memory;
+        }
+        return March(element, shape, scheme, planes, axis, output).run();
+    } catch (const std::bad_alloc&) {
+        return status_out_of_memory;
+    }
+}
+
+}  // namespace kavro

@@ -1,0 +1,89 @@
+// The shell's nonlinear beams: its parameters of the two marches, and the harmonic march's
+// routines. Ranges are counted in its radius of curvature.
+#include "core/constants.h"
+#include "transducers/methods/kzk_harmonic_march.h"
+#include "transducers/methods/kzk_transient_march.h"
+#include "transducers/methods/kzk_tridiagonal.h"
+#include "transducers/spherical/spherical_transducer.h"
+
+namespace kavro {
+
+TransducerStatus SphericalTransducer::kzk_transient() {
+    if (!has_kzk_transient_records(*this)) {
+        return status_failure;
+    }
+    const double c = medium->_soundspeed;
+    const auto f0 = static_cast<double>(static_cast<float>(excitation->f0));
+    const auto omega0 = static_cast<double>(static_cast<float>(two_pi * f0));
+    const auto u0 = static_cast<double>(static_cast<float>(amplitude));
+    KzkTransientShape shape;
+    shape.radius = radius;
+    shape.rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
+    shape.gain = static_cast<float>(static_cast<double>(shape.rayleigh) / roc);
+    shape.source_lead = shape.gain;
+    shape.nonlinearity = static_cast<float>(roc * medium->_beta * omega0 * u0 / (c * c));
+    shape.absorption = static_cast<float>((f0 / 1e6) * (medium->_dBcmMHz * roc * 100 / 8.686));
+    shape.last_range = static_cast<float>(coordinate_grid->zmax * static_cast<double>(shape.gain) /
+                                          static_cast<double>(shape.rayleigh));
+    shape.coefficients_in_double = true;
+    shape.shock_is_warning = true;
+    shape.shock_message = "dSigma is too small.";
+    return march_kzk_transient(*this, shape);
+}
+
+TransducerStatus SphericalTransducer::kzk_cw() {
+    if (!has_kzk_cw_records(*this)) {
+        return status_failure;
+    }
+    const double c = medium->_soundspeed;
+    const auto omega0 = static_cast<double>(kzk_cw_frequency(*medium));
+    const auto u0 = static_cast<double>(static_cast<float>(amplitude));
+    const auto rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
+    const double gain = static_cast<double>(rayleigh) / roc;
+    KzkHarmonicShape shape;
+    shape.radius = radius;
+    shape.range_of = [this](float z) { return static_cast<float>(static_cast<double>(z) / roc); };
+    shape.absorption = (medium->_f0 / 1e6) * (roc * medium->_dBcmMHz * 100 / 8.686);
+    shape.nonlinearity = roc * medium->_beta * omega0 * u0 / (c * c);
+    shape.spreading = [](double) { return 1.0; };
+    shape.initial = [this, gain](int extent, double* field, int last_column, int harmonics) {
+        INIT(extent, field, last_column, harmonics, gain);
+    };
+    shape.coefficients = [this, gain, A = shape.absorption](double next, double eval, double* alpha,
+                                                            double* delta, int harmonics) {
+        COEFF(next, eval, alpha, delta, harmonics, A, gain);
+    };
+    return march_kzk_harmonics(*this, shape);
+}
+
+void SphericalTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,
+                                  float* x, float* bet, float* gam) {
+    solve_tridiagonal(first, last, a, b, c, r, x, bet, gam);
+}
+
+void SphericalTransducer::TRIDIA(double* matrix, int last, double* r, double* solution, double* bet,
+                                 double* gam) {
+    solve_block_tridiagonal(matrix, last, r, solution, bet, gam);
+}
+
+// The gain enters once, not squared; there is no scaling with the range.
+double SphericalTransducer::COEFF(double, double, double* alpha, double* delta, int harmonics,
+                                  double absorption, double gain) {
+    for (int n = 1; n <= harmonics; ++n) {
+        alpha[n - 1] = n * absorption * n;
+        delta[n - 1] = -1.0 / (4.0 * n * gain);
+    }
+    return 1.0;
+}
+
+void SphericalTransducer::NONLIN(double, double* field, int last_column, int harmonics,
+                                 double* source, double nonlinearity) {
+    kzk_nonlinear_source(field, last_column, harmonics, source, nonlinearity, 1.0);
+}
+
+void SphericalTransducer::INIT(int extent, double* field, int last_column, int harmonics,
+                               double gain) {
+    kzk_initial_field(field, extent, last_column, harmonics, gain, true);
+}
+
+}  // namespace kavro
