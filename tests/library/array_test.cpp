@@ -37,14 +37,6 @@ std::vector<Waveform> waveforms() {
     return all;
 }
 
-class Variants : public testing::Test {
-protected:
-    ~Variants() override {
-        kavro::set_vector_target(std::nullopt);
-        kavro::set_thread_count(0);
-    }
-};
-
 TEST_F(Variants, VectorTargetsAgreeToTheLastBit) {
     const Scene scene = crowded_scene(70);
     for (const Waveform& waveform : waveforms()) {

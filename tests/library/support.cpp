@@ -278,4 +278,27 @@ Waveform sampled(const std::vector<double>& signal, double ts, double w, double 
     return std::make_shared<kavro::ExcitationFunction>(signal, ts, w, clip_threshold);
 }
 
+std::vector<Waveform> exact_waveforms() {
+    const std::vector<Waveform> waveforms = {std::make_shared<kavro::ToneBurst>(1e6, 2.3e-6, 0),
+                                             std::make_shared<kavro::HanningPulse>(1e6, 2e-6, 0),
+                                             std::make_shared<kavro::TCubedPulse>(1e6, 2e-6, 4e5),
+                                             sampled(noise(21, 31), 1e-7, 2.1e-6, 0.0)};
+    for (const Waveform& waveform : waveforms) {
+        waveform->set_exact(true);
+    }
+    return waveforms;
+}
+
+double peak_of(const Field& field) {
+    return largest_difference(field, Field(field.size()));
+}
+
+double largest_difference(const Field& one, const Field& other) {
+    double difference = 0;
+    for (std::size_t i = 0; i < one.size(); ++i) {
+        difference = std::fmax(difference, std::fabs(one[i] - other[i]));
+    }
+    return difference;
+}
+
 }  // namespace kavro_test

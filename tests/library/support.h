@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -154,5 +155,22 @@ public:
 std::vector<double> noise(std::size_t count, unsigned seed);
 
 Waveform sampled(const std::vector<double>& signal, double ts, double w, double clip_threshold);
+
+// One exact waveform of every kind, of some 1 MHz and 2 us.
+std::vector<Waveform> exact_waveforms();
+
+// ---- fields
+
+double peak_of(const Field& field);
+double largest_difference(const Field& one, const Field& other);
+
+// Tests that change threads or vectors; the defaults return with their end.
+class Variants : public testing::Test {
+protected:
+    ~Variants() override {
+        kavro::set_vector_target(std::nullopt);
+        kavro::set_thread_count(0);
+    }
+};
 
 }  // namespace kavro_test
