@@ -50,15 +50,28 @@ Correction correction_to_root(const LegendreExpansion& p) {
     return {h, newton};
 }
 
-void legendre_rule(int n, double* x, double* w, bool refine) {
+// Terms of recurrences between two looks at the caller's wish.
+constexpr std::int64_t terms_at_a_time = 10'000'000;
+
+// False where it was given up.
+bool legendre_rule(int n, double* x, double* w, bool refine,
+                   const std::function<bool()>& give_up = {}) {
     if (n < 1) {
-        return;
+        return true;
     }
+    std::int64_t terms = 0;
     const int m = (n + 1) / 2;
     const auto e1 = static_cast<double>(std::int64_t{n} * (std::int64_t{n} + 1));
     const double count = n;
     const double t0 = 1.0 + (1.0 - 1.0 / count) / (-8.0 * count * count);
     for (int i = 1; i <= m; ++i) {
+        terms += n;
+        if (terms > terms_at_a_time && give_up) {
+            terms = 0;
+            if (give_up()) {
+                return false;
+            }
+        }
         double t = t0 * std::cos(pi * (4.0 * i - 1.0) / (4.0 * count + 2.0));
         LegendreExpansion p(n, e1, t);
         Correction step = correction_to_root(p);
@@ -83,6 +96,7 @@ void legendre_rule(int n, double* x, double* w, bool refine) {
     if (n % 2 == 1) {
         x[m - 1] = 0.0;
     }
+    return true;
 }
 
 double value_or_zero(const std::vector<double>& values, int i, int npoints) {
@@ -151,6 +165,11 @@ bool NumericalIntegration::midpoint_rule(double a, double b) {
 
 void NumericalIntegration::grule(int n, double* x, double* w) {
     legendre_rule(n, x, w, false);
+}
+
+bool NumericalIntegration::grule(int n, double* x, double* w,
+                                 const std::function<bool()>& give_up) {
+    return legendre_rule(n, x, w, false, give_up);
 }
 
 void NumericalIntegration::modifiedgrule(int n, double* x, double* w) {

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace kavro {
@@ -37,7 +38,11 @@ public:
     // expansion of the Legendre polynomial. Writes nothing for n below 1.
     static void grule(int n, double* x, double* w);
 
-    // The same with a second pass for roots whose last correction was above 1e-15 of the root.
+    // The same, unless `give_up`, which is asked now and then, says so: false then, with x and w
+    // incomplete. For large n: the work grows with its square.
+    static bool grule(int n, double* x, double* w, const std::function<bool()>& give_up);
+
+    // As grule, with a second pass for roots whose last correction was above 1e-15 of the root.
     static void modifiedgrule(int n, double* x, double* w);
 
     void set_kzk_parameters(float p1, float p2, float p3, float p4, float p5);

@@ -14,6 +14,8 @@ Scene without_elements(const RectangleScene& scene) {
     common.deltat = scene.deltat;
     common.speed = scene.speed;
     common.density = scene.density;
+    common.f0 = scene.f0;
+    common.attenuation = scene.attenuation;
     common.ndiv = scene.ndiv;
     return common;
 }
@@ -45,10 +47,7 @@ std::vector<Rectangle> turned_rectangles() {
             {5e-4, 3e-3, {2e-3, 2e-3, 1e-3}, {0, 0, 0}, 1.0000001e-10, 1, 1e-6, nullptr}};
 }
 
-RectangleRecords::RectangleRecords(const RectangleScene& scene)
-    : Records(without_elements(scene)), re(scene.points.size()), im(scene.points.size()) {
-    medium._f0 = scene.f0;
-    medium._dBcmMHz = scene.attenuation;
+RectangleRecords::RectangleRecords(const RectangleScene& scene) : Records(without_elements(scene)) {
     rule.gauss_quadrature();
 }
 
@@ -79,13 +78,14 @@ std::vector<Complex> cw_by_library(const RectangleScene& scene, RectangleSolve m
     RectangleRecords records(scene);
     for (const Rectangle& rectangle : scene.rectangles) {
         kavro::RectangularTransducer element = element_of(rectangle, scene.exact);
-        records.connect(element);
-        element.set_complex_pressure_pointers(records.re.data(), records.im.data());
+        records.connect_continuous_wave(element);
+        records.rule.allocate_memory(scene.ndiv);  // whatever size the one before left it with
+        records.rule.gauss_quadrature();
         EXPECT_EQ((element.*method)(), kavro::status_success);
     }
-    std::vector<Complex> field(records.re.size());
+    std::vector<Complex> field(scene.points.size());
     for (std::size_t p = 0; p < field.size(); ++p) {
-        field[p] = {records.re[p], records.im[p]};
+        field[p] = {records.pressure_real[p], records.pressure_imag[p]};
     }
     return field;
 }
@@ -102,7 +102,8 @@ testing::AssertionResult agrees(const std::vector<Complex>& field,
                                 const std::vector<double>& scale, double tolerance) {
     for (std::size_t p = 0; p < expected.size(); ++p) {
         const double difference = std::abs(field[p] - expected[p]);
-        if (!(difference <= tolerance * scale[p])) {
+        const bool is_singular = !std::isfinite(expected[p].real());
+        if (is_singular ? std::isfinite(field[p].real()) : !(difference <= tolerance * scale[p])) {
             return testing::AssertionFailure()
                    << "point " << p << ": " << field[p] << " instead of " << expected[p]
                    << ", off by " << difference / scale[p] << " of " << scale[p];

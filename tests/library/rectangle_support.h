@@ -20,11 +20,9 @@ RectangleScene rectangle_scene();
 // Turned and moved rectangles that overlap in time, one of them too weak to count.
 std::vector<Rectangle> turned_rectangles();
 
-// The library's records for a scene, with outputs of zeros and the reference rule.
+// The library's records for a scene, with the reference rule.
 struct RectangleRecords : Records {
     explicit RectangleRecords(const RectangleScene& scene);
-
-    std::vector<double> re, im;
 };
 
 kavro::RectangularTransducer element_of(const Rectangle& rectangle, bool exact);
@@ -37,7 +35,8 @@ std::vector<Complex> cw_by_library(const RectangleScene& scene, RectangleSolve m
 // The scene with a waveform in every rectangle.
 RectangleScene driven(RectangleScene scene, const kavro_oracle::Waveform& waveform);
 
-// Whether values agree within `tolerance` of each point's scale; a scale of 0 asks for equality.
+// Whether values agree within `tolerance` of each point's scale, and are not finite where a point
+// lies on an abscissa.
 testing::AssertionResult agrees(const std::vector<Complex>& field,
                                 const std::vector<Complex>& expected,
                                 const std::vector<double>& scale, double tolerance);

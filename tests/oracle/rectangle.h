@@ -3,10 +3,10 @@
 // of the scene chooses.
 #pragma once
 
-#include <complex>
 #include <vector>
 
 #include "oracle/disc.h"
+#include "oracle/disc_continuous_wave.h"
 
 namespace kavro_oracle {
 
@@ -33,14 +33,7 @@ struct RectangleScene {
     bool exact = false;
 };
 
-// ---- continuous wave
-
-struct ComplexField {
-    std::vector<Complex> p;
-    // Of every point, the sum of the magnitudes of all terms: what rounding is measured by.
-    std::vector<double> terms;
-};
-
+// ---- continuous wave: rounding is measured by `terms` of the field
 ComplexField complex_silence(const RectangleScene& scene);
 
 void add_fnm_cw(const RectangleScene& scene, ComplexField& field);

@@ -58,7 +58,7 @@ void add_in_double(const RectangleScene& scene, const Rectangle& rectangle, cons
                                terms += std::abs(weight * jacobian * L / (L * L + q)) *
                                         (std::abs(ER) + std::abs(E0));
                            });
-        field.p[p] += sum * P;
+        field.values[p] += sum * P;
         field.terms[p] += terms * std::abs(P);
     }
 }
@@ -67,7 +67,7 @@ struct SinglePhase {
     float k, alpha;
 
     explicit SinglePhase(const RectangleScene& scene)
-        : k(static_cast<float>(rectangle_two_pi / wavelength(scene))),
+        : k(6.2831855f / static_cast<float>(wavelength(scene))),
           alpha(static_cast<float>(attenuation(scene))) {}
 
     std::complex<float> damped(float R) const {
@@ -87,7 +87,12 @@ struct SinglePhase {
 template <class EdgeFactor, class DirectFactor>
 void add_four_wide(const RectangleScene& scene, const Rectangle& rectangle, EdgeFactor edge_factor,
                    DirectFactor direct_factor, ComplexField& field) {
-    const EdgeTables<float> tables(rectangle, gauss(scene.ndiv), 1.0);
+    Rule rule = gauss(scene.ndiv);
+    if (!scene.exact) {  // groups of four only
+        rule.x.resize(rule.x.size() / 4 * 4);
+        rule.w.resize(rule.x.size());
+    }
+    const EdgeTables<float> tables(rectangle, rule, 1.0);
     const Placement placement(rectangle);
     const Complex P = prefactor(scene, rectangle, rectangle_two_pi);
     for (std::size_t p = 0; p < scene.points.size(); ++p) {
@@ -111,7 +116,7 @@ void add_four_wide(const RectangleScene& scene, const Rectangle& rectangle, Edge
         const auto across = [](const std::array<float, 4>& lanes) {
             return static_cast<double>((lanes[0] + lanes[2]) + (lanes[1] + lanes[3]));
         };
-        field.p[p] += Complex(across(re), across(im)) * P;
+        field.values[p] += Complex(across(re), across(im)) * P;
         field.terms[p] += terms * std::abs(P);
     }
 }
@@ -132,12 +137,11 @@ void add_fnm_cw_single(const RectangleScene& scene, ComplexField& field) {
     for (double& t : rule.x) {
         t = static_cast<double>(static_cast<float>(t));
     }
-    const float k = 6.2831855f / static_cast<float>(wavelength(scene));
-    const auto alpha = static_cast<float>(attenuation(scene));
+    const SinglePhase phase(scene);
     for (const Rectangle& rectangle : scene.rectangles) {
         if (!is_silent(rectangle)) {
-            add_in_double(scene, rectangle, rule, static_cast<double>(k),
-                          static_cast<double>(alpha),
+            add_in_double(scene, rectangle, rule, static_cast<double>(phase.k),
+                          static_cast<double>(phase.alpha),
                           prefactor(scene, rectangle, 6.2831854820251465), field);
         }
     }

@@ -57,7 +57,7 @@ void add_far_field(const RectangleScene& scene, double alpha, ComplexField& fiel
         if (at.y != 0) {
             value *= std::sin(at.y * ky / R) / (at.y * ky / R);
         }
-        field.p[p] += value;
+        field.values[p] += value;
     });
 }
 
@@ -101,14 +101,15 @@ void add_rayleigh_cw(const RectangleScene& scene, ComplexField& field) {
                 terms += std::abs(term);
             }
         }
-        field.p[p] += sum * weight_of(rectangle) * j * scene.f0 * scene.density;
+        field.values[p] += sum * weight_of(rectangle) * j * scene.f0 * scene.density;
         field.terms[p] += terms * std::fabs(rectangle.amplitude) * scene.f0 * scene.density;
     });
 }
 
 void add_rayleigh_cw_sse(const RectangleScene& scene, ComplexField& field) {
     const Wave wave(scene);
-    const auto k = static_cast<float>(wave.k), alpha = static_cast<float>(wave.alpha);
+    const float k = 6.2831855f / static_cast<float>(wave.lambda);
+    const auto alpha = static_cast<float>(wave.alpha);
     const Rule rule = gauss(scene.ndiv);
     const std::size_t n = rule.x.size();
     for_each_pair(scene, [&](const Rectangle& rectangle, std::size_t p, const Triple& at) {
@@ -121,7 +122,7 @@ void add_rayleigh_cw_sse(const RectangleScene& scene, ComplexField& field) {
         std::array<float, 4> re{}, im{};
         double terms = 0;
         for (std::size_t i = 0; i < n; ++i) {
-            for (std::size_t l = 0; l < n; ++l) {
+            for (std::size_t l = 0; l < (scene.exact ? n : n / 4 * 4); ++l) {
                 const float dx = x - static_cast<float>(rule.x[i] * hw);
                 const float dy = y - static_cast<float>(rule.x[l] * hh);
                 const float R = std::sqrt(dy * dy + dx * dx + z * z);
@@ -137,7 +138,7 @@ void add_rayleigh_cw_sse(const RectangleScene& scene, ComplexField& field) {
             return static_cast<double>((lanes[0] + lanes[2]) + (lanes[1] + lanes[3]));
         };
         const Complex sum(across(re), across(im));
-        field.p[p] += sum * weight_of(rectangle) * j * scene.f0 * scene.density;
+        field.values[p] += sum * weight_of(rectangle) * j * scene.f0 * scene.density;
         field.terms[p] += terms * std::fabs(rectangle.amplitude) * scene.f0 * scene.density;
     });
 }
@@ -175,7 +176,7 @@ int add_radiator_cw(const RectangleScene& scene, ComplexField& field) {
                 terms += std::abs(term);
             }
         }
-        field.p[p] += sum * weight_of(rectangle) * j * scene.f0 * scene.density;
+        field.values[p] += sum * weight_of(rectangle) * j * scene.f0 * scene.density;
         field.terms[p] += terms * std::fabs(rectangle.amplitude) * scene.f0 * scene.density;
     });
     return N;

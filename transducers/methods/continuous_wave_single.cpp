@@ -23,7 +23,7 @@ struct SingleWave {
     float wavenumber;
     float attenuation;
     bool edge_is_damped;
-    int samples;  // that are summed
+    bool in_fours;  // samples beyond a multiple of four are left out
 };
 
 }  // namespace kavro
@@ -40,6 +40,7 @@ void SumEdgeWavesSingle(const EdgeBlock<float>& block, const SingleWave& wave, L
     using V = hn::Vec<decltype(d)>;
     const auto minus_k = hn::Set(d, -wave.wavenumber);
     const auto minus_alpha = hn::Set(d, -wave.attenuation);
+    const int samples = wave.in_fours ? block.size / 4 * 4 : block.size;
     for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
         const auto R0 = hn::Load(d, block.direct_delay.data() + lane);
         V direct_re;
@@ -61,15 +62,15 @@ void SumEdgeWavesSingle(const EdgeBlock<float>& block, const SingleWave& wave, L
         };
         auto re0 = hn::Zero(d), re1 = re0, re2 = re0, re3 = re0;
         auto im0 = re0, im1 = re0, im2 = re0, im3 = re0;
-        for (int i = 0; i < wave.samples; i += 4) {
+        for (int i = 0; i < samples; i += 4) {
             add(i, re0, im0);
-            if (i + 1 < wave.samples) {
+            if (i + 1 < samples) {
                 add(i + 1, re1, im1);
             }
-            if (i + 2 < wave.samples) {
+            if (i + 2 < samples) {
                 add(i + 2, re2, im2);
             }
-            if (i + 3 < wave.samples) {
+            if (i + 3 < samples) {
                 add(i + 3, re3, im3);
             }
         }
@@ -92,11 +93,7 @@ class Worker : public TileWorker {
 public:
     Worker(Transducer& element, const EdgeGenerator<float>& edge, const SingleWave& wave,
            std::complex<double> prefactor)
-        : element_(element),
-          edge_(edge),
-          wave_(wave),
-          prefactor_(prefactor),
-          block_(edge.size()) {}
+        : element_(element), edge_(edge), wave_(wave), prefactor_(prefactor), block_(edge.size()) {}
 
     void work(int first, int count) override {
         for (int begin = 0; begin < count; begin += block_lanes) {
@@ -127,14 +124,12 @@ private:
 
 }  // namespace
 
-TransducerStatus solve_continuous_wave_single(Transducer& element,
-                                              const EdgeGenerator<float>& edge,
+TransducerStatus solve_continuous_wave_single(Transducer& element, const EdgeGenerator<float>& edge,
                                               const WaveParameters& wave,
                                               std::complex<double> prefactor, EdgeDamping damping) {
-    const int samples = element.exact() ? edge.size() : edge.size() / 4 * 4;
     const SingleWave single{static_cast<float>(wave.wavenumber),
                             static_cast<float>(wave.attenuation), damping == EdgeDamping::damped,
-                            samples};
+                            !element.exact()};
     return work_in_tiles(element.coordinate_grid->npoints, tile_width, [&] {
         return std::make_unique<Worker>(element, edge, single, prefactor);
     });

@@ -1,9 +1,10 @@
 #include "transducers/methods/point_tiles.h"
 
 #include <algorithm>
-#include <atomic>
+#include <chrono>
 #include <new>
 #include <stdexcept>
+#include <thread>
 
 #include "core/console.h"
 #include "core/threads.h"
@@ -13,6 +14,31 @@
 #endif
 
 namespace kavro {
+namespace {
+
+bool is_calling_thread() {
+#ifdef _OPENMP
+    return omp_get_thread_num() == 0;
+#else
+    return true;
+#endif
+}
+
+// From the calling thread only.
+void poll(std::atomic<TransducerStatus>& status) {
+    if (console::interrupted()) {
+        status = status_interrupted;
+    }
+}
+
+}  // namespace
+
+bool TileWorker::is_given_up() const {
+    if (is_callers_) {
+        poll(*status_);
+    }
+    return *status_ != status_success;
+}
 
 TransducerStatus work_in_tiles(int npoints, int width,
                                const std::function<std::unique_ptr<TileWorker>()>& make_worker) {
@@ -24,32 +50,33 @@ TransducerStatus work_in_tiles(int npoints, int width,
 #pragma omp parallel num_threads(threads)
     {
         std::unique_ptr<TileWorker> worker;
-#pragma omp for schedule(dynamic)
+        const bool is_callers = is_calling_thread();
+#pragma omp for schedule(dynamic) nowait
         for (int t = 0; t < tiles; ++t) {
-            if (status != status_success) {
-                continue;
-            }
-            try {
-                if (!worker) {
-                    worker = make_worker();
+            if (status == status_success) {
+                try {
+                    if (!worker) {
+                        worker = make_worker();
+                        worker->status_ = &status;
+                        worker->is_callers_ = is_callers;
+                    }
+                    const int first = t * width;
+                    worker->work(first, std::min(width, npoints - first));
+                } catch (const std::bad_alloc&) {
+                    status = status_out_of_memory;
+                } catch (const std::length_error&) {
+                    status = status_out_of_memory;
                 }
-                const int first = t * width;
-                worker->work(first, std::min(width, npoints - first));
-            } catch (const std::bad_alloc&) {
-                status = status_out_of_memory;
-            } catch (const std::length_error&) {
-                status = status_out_of_memory;
             }
             ++done;
-#ifdef _OPENMP
-            if (omp_get_thread_num() != 0) {
-                continue;
+            if (is_callers && status == status_success) {
+                console::progress(static_cast<double>(done) / tiles);
+                poll(status);
             }
-#endif
-            console::progress(static_cast<double>(done) / tiles);
-            if (console::interrupted()) {
-                status = status_interrupted;
-            }
+        }
+        while (is_callers && done < tiles) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            poll(status);
         }
     }
     if (status == status_success) {

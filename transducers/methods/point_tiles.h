@@ -1,6 +1,7 @@
 // Work over all observation points, in tiles and on several threads.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -14,11 +15,24 @@ class TileWorker {
 public:
     virtual ~TileWorker() = default;
     virtual void work(int first, int count) = 0;  // for points first <= i < first + count
+
+protected:
+    // Whether to return, whatever is left: for work that takes long over a point to ask now and
+    // then.
+    bool is_given_up() const;
+
+private:
+    friend TransducerStatus work_in_tiles(int npoints, int width,
+                                          const std::function<std::unique_ptr<TileWorker>()>&);
+
+    std::atomic<TransducerStatus>* status_ = nullptr;  // of the whole work
+    bool is_callers_ = false;                          // whether the calling thread's
 };
 
 // Shares tiles of `width` points out among the threads, each with a worker of its own. Reports
-// progress, and polls for an interrupt, from the calling thread between tiles. Returns
-// status_success, status_interrupted or, for a std::bad_alloc in a worker, status_out_of_memory.
+// progress, and polls for an interrupt, from the calling thread: between tiles, and while others
+// are at the last ones. Returns status_success, status_interrupted or, for a std::bad_alloc in a
+// worker, status_out_of_memory.
 TransducerStatus work_in_tiles(int npoints, int width,
                                const std::function<std::unique_ptr<TileWorker>()>& make_worker);
 

@@ -11,12 +11,16 @@ constexpr double default_speed = 1500.0;   // m/s
 
 }  // namespace
 
+double wavelength_of(const Medium& medium) {
+    const bool missing = medium._f0 <= smallest_setting;
+    return medium._soundspeed / (missing ? default_frequency : medium._f0);
+}
+
 WaveParameters wave_with_default_frequency(const Medium& medium) {
     if (medium._f0 <= smallest_setting) {
         console::warn("f0 not set; using default of 1 MHz to calculate wavelength.");
-        return {two_pi / (medium._soundspeed / default_frequency), attenuation_of(medium)};
     }
-    return wave_of(medium);
+    return {two_pi / wavelength_of(medium), attenuation_of(medium)};
 }
 
 WaveParameters wave_with_default_speed(const Medium& medium) {

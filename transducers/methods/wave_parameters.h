@@ -24,6 +24,9 @@ inline WaveParameters wave_of(const Medium& medium) {
     return {two_pi / (medium._soundspeed / medium._f0), attenuation_of(medium)};
 }
 
+// c / f0 in metres; without a frequency, c / 1 MHz.
+double wavelength_of(const Medium& medium);
+
 // The medium's wave; without a frequency, that of 1 MHz, and warns. The attenuation keeps the
 // frequency as it stands on purpose, so none then means no losses.
 WaveParameters wave_with_default_frequency(const Medium& medium);

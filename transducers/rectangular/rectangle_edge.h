@@ -7,6 +7,13 @@
 
 namespace kavro {
 
+// How a variant takes the abscissas of the rule.
+enum class Abscissas {
+    all,
+    rounded_to_single,  // before anything is formed of them
+    in_fours,           // those beyond a multiple of four are left out, unless the element is exact
+};
+
 // Samples of the four edges. Lines through the foot of a point (x, y, z), parallel to the edges,
 // divide the plane; along an edge at the signed distance L from the foot (negative where the face
 // lies on the other side of it) a sample at the distance sqrt(q) from the foot of the perpendicular
@@ -33,8 +40,8 @@ namespace kavro {
 template <class Real>
 class RectangleEdge : public EdgeGenerator<Real> {
 public:
-    explicit RectangleEdge(const RectangularTransducer& element,
-                           EdgeUnits units = EdgeUnits::times);
+    explicit RectangleEdge(const RectangularTransducer& element, EdgeUnits units = EdgeUnits::times,
+                           Abscissas abscissas = Abscissas::all);
 
     int size() const override { return 8 * static_cast<int>(piece_.size()); }
     void sample(EdgeBlock<Real>& block, int pass) const override;

@@ -20,19 +20,19 @@ public:
     void debug(int level) override;
     void mex_debug(int level) override;
 
-    TransducerStatus farfield_cw() override { return not_implemented(); }
-    TransducerStatus fnm_cw() override { return not_implemented(); }
+    TransducerStatus farfield_cw() override;
+    TransducerStatus fnm_cw() override;
     TransducerStatus fnm_cw_apodized() override { return not_implemented(); }
-    TransducerStatus fnm_cw_single() override { return not_implemented(); }
-    TransducerStatus fnm_cw_sse() override { return not_implemented(); }
-    TransducerStatus fnm_cw_sse2() override { return not_implemented(); }
-    TransducerStatus radiator_cw() override { return not_implemented(); }
-    TransducerStatus rayleigh_cw() override { return not_implemented(); }
+    TransducerStatus fnm_cw_single() override;
+    TransducerStatus fnm_cw_sse() override;
+    TransducerStatus fnm_cw_sse2() override;
+    TransducerStatus radiator_cw() override;
+    TransducerStatus rayleigh_cw() override;
     TransducerStatus rayleigh_cw_apodized() override { return not_implemented(); }
-    TransducerStatus rayleigh_cw_sse() override { return not_implemented(); }
+    TransducerStatus rayleigh_cw_sse() override;
     TransducerStatus impulse_begin_and_end_times() override;
-    TransducerStatus impulse_response() override { return not_implemented(); }
-    TransducerStatus fnm_transient() override { return not_implemented(); }
+    TransducerStatus impulse_response() override;
+    TransducerStatus fnm_transient() override;
     TransducerStatus fnm_transient_behind_source() override { return not_implemented(); }
     TransducerStatus fnm_fdtsd() override;
     TransducerStatus fnm_tsd() override;
@@ -43,7 +43,7 @@ public:
     TransducerStatus kzk_transient() override { return not_implemented(); }
     TransducerStatus kzk_cw() override { return not_implemented(); }
 
-    virtual TransducerStatus farfield_cw_lossless() { return not_implemented(); }
+    virtual TransducerStatus farfield_cw_lossless();
 };
 
 }  // namespace kavro

@@ -1,0 +1,205 @@
+// The rectangle's direct transient pressure, impulse response and arrivals: against the oracle, and
+// against each other, which compute the same by other ways.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+#include "rectangle_support.h"
+
+namespace kavro_test {
+namespace {
+
+using kavro::RectangularTransducer;
+
+Waveform exactly(Waveform waveform) {
+    waveform->set_exact(true);
+    return waveform;
+}
+
+// A user's waveform that jumps at both ends and is zero outside, as the contract wants it.
+class ShortRamp : public Ramp {
+public:
+    using Ramp::Ramp;
+    double at(double const& t) const override { return t > 0 && t < w ? Ramp::at(t) : 0.0; }
+};
+
+std::vector<Waveform> waveforms() {
+    return {exactly(std::make_shared<kavro::HanningPulse>(1e6, 2e-6, 0)),
+            exactly(sampled(noise(21, 31), 1e-7, 2.1e-6, 0.0)),
+            std::make_shared<ShortRamp>(1.7e-6)};
+}
+
+double peak_of(const Field& field) {
+    double peak = 0;
+    for (const double value : field) {
+        peak = std::fmax(peak, std::fabs(value));
+    }
+    return peak;
+}
+
+double largest_difference(const Field& one, const Field& other) {
+    double difference = 0;
+    for (std::size_t i = 0; i < one.size(); ++i) {
+        difference = std::fmax(difference, std::fabs(one[i] - other[i]));
+    }
+    return difference;
+}
+
+void set_times(RectangleScene& scene, double deltat, double tmin, int count) {
+    Scene axis;
+    set_axis(axis, deltat, tmin, count);
+    scene.times = axis.times;
+    scene.deltat = deltat;
+}
+
+void compare(const std::string& what, const RectangleScene& scene) {
+    for (const Waveform& waveform : waveforms()) {
+        SCOPED_TRACE(what);
+        const kavro_oracle::ProductWaveform wrapped(*waveform);
+        const RectangleScene with_waveform = driven(scene, wrapped);
+        Field expected = kavro_oracle::silence(scene);
+        WindowLog log;
+        kavro_oracle::add_fnm_transient(with_waveform, expected, &log);
+        Yardstick yardstick = yardstick_of(expected, log, scene.points.size());
+        for (double& scale : yardstick.terms_scale) {  // an onset is no better than its instants
+            scale = std::fmax(scale, 1e-9 * scene.density * scene.speed);
+        }
+        const Field field =
+            transient_by_library(scene, &RectangularTransducer::fnm_transient, *waveform);
+        ASSERT_TRUE(agrees(field, yardstick, 1e-13, true));
+    }
+    Field expected = kavro_oracle::silence(scene);
+    kavro_oracle::add_impulse_response(scene, expected);
+    const Waveform any = waveforms()[0];
+    const Field response =
+        transient_by_library(scene, &RectangularTransducer::impulse_response, *any);
+    EXPECT_LE(largest_difference(response, expected), 1e-13 * 4 * scene.speed) << what;
+}
+
+TEST(RectangleTransient, AgreesWithTheOracle) {
+    RectangleScene scene = rectangle_scene();
+    scene.ndiv = 5;
+    compare("plain", scene);
+    scene.rectangles = turned_rectangles();
+    scene.speed = 1540.7;
+    compare("turned", scene);
+    set_times(scene, 1.0 / 37e6, 3.1e-6, 41);
+    compare("late start, early end", scene);
+    std::swap(scene.times[3], scene.times[37]);
+    scene.deltat = 0.0;
+    compare("list", scene);
+}
+
+TEST(RectangleTransient, ArrivalsAreThoseOfTheOracle) {
+    RectangleScene scene = rectangle_scene();
+    for (const Rectangle& rectangle : turned_rectangles()) {
+        RectangleRecords records(scene);
+        RectangularTransducer element = element_of(rectangle, false);
+        records.connect(element);
+        ASSERT_EQ(element.impulse_begin_and_end_times(), kavro::status_success);
+        const kavro_oracle::ArrivalBounds bounds = kavro_oracle::arrival_bounds(scene, rectangle);
+        EXPECT_EQ(element.get_impulse_begin_time(), bounds.begin);
+        EXPECT_EQ(element.get_impulse_end_time(), bounds.end);
+        records.grid.npoints = 0;
+        ASSERT_EQ(element.impulse_begin_and_end_times(), kavro::status_success);
+        EXPECT_EQ(element.get_impulse_begin_time(), std::numeric_limits<double>::max());
+        EXPECT_EQ(element.get_impulse_end_time(), 0.0);
+    }
+}
+
+// h(t) = 1/(2 pi) times the area of the face from which a unit impulse arrives between t and t +
+// dt, over R dt.
+TEST(RectangleTransient, ImpulseResponseCountsTheArrivals) {
+    RectangleScene scene = rectangle_scene();
+    const double step = 5e-8;
+    set_times(scene, step, 0, 160);
+    std::erase_if(scene.points, [](const Triple& p) { return p.z == 0; });
+    const auto at = [&](std::size_t p, std::size_t j) { return p + j * scene.points.size(); };
+    Field counted = kavro_oracle::silence(scene);
+    constexpr int cells = 900;
+    const double dA = 4e-3 / cells * 6e-3 / cells;
+    for (std::size_t p = 0; p < scene.points.size(); ++p) {
+        const Triple& point = scene.points[p];
+        for (int i = 0; i < cells; ++i) {
+            for (int j = 0; j < cells; ++j) {
+                const double dx = point.x - ((i + 0.5) / cells - 0.5) * 4e-3;
+                const double dy = point.y - ((j + 0.5) / cells - 0.5) * 6e-3;
+                const double R = std::sqrt(dx * dx + dy * dy + point.z * point.z);
+                const auto bin = static_cast<std::size_t>(R / scene.speed / step);
+                counted[at(p, bin)] += dA / R / (2 * std::numbers::pi * step);
+            }
+        }
+    }
+    // The mean of the response over each bin, from many samples in it.
+    constexpr int fine = 64;
+    Field mean = kavro_oracle::silence(scene);
+    RectangleScene finely = scene;
+    set_times(finely, step / fine, 0.5 * step / fine, 160 * fine);
+    const Field response =
+        transient_by_library(finely, &RectangularTransducer::impulse_response, *waveforms()[0]);
+    for (std::size_t i = 0; i < response.size(); ++i) {
+        const std::size_t p = i % scene.points.size();
+        mean[at(p, i / scene.points.size() / fine)] += response[i] / fine;
+    }
+    EXPECT_LT(largest_difference(mean, counted), 0.02 * scene.speed);
+    EXPECT_NEAR(peak_of(response), scene.speed, 1e-9 * scene.speed);
+}
+
+// p = rho dv/dt * h, here with the waveform's difference quotient.
+TEST(RectangleTransient, ConvolvedResponseIsThePressure) {
+    RectangleScene scene = rectangle_scene();
+    std::erase_if(scene.points, [](const Triple& p) { return p.z < 1e-4; });
+    scene.ndiv = 64;
+    constexpr int fine = 32;
+    const double step = 5e-8;
+    set_times(scene, step, 0, 180);
+    RectangleScene finely = scene;
+    set_times(finely, step / fine, 0.5 * step / fine, 180 * fine);
+    const Waveform pulse = exactly(std::make_shared<kavro::HanningPulse>(1e6, 2e-6, 0));
+    const Field pressure =
+        transient_by_library(scene, &RectangularTransducer::fnm_transient, *pulse);
+    const Field response =
+        transient_by_library(finely, &RectangularTransducer::impulse_response, *pulse);
+    const std::size_t npoints = scene.points.size();
+    Field convolved(pressure.size());
+    for (std::size_t p = 0; p < npoints; ++p) {
+        for (std::size_t j = 0; j < scene.times.size(); ++j) {
+            for (std::size_t m = 0; m < std::min(finely.times.size(), (j + 1) * fine); ++m) {
+                const double since = scene.times[j] - finely.times[m];
+                if (since > -step / fine && since < 2.1e-6) {
+                    const double rise =
+                        pulse->at(since + 0.5 * step / fine) - pulse->at(since - 0.5 * step / fine);
+                    convolved[p + j * npoints] += scene.density * rise * response[p + m * npoints];
+                }
+            }
+        }
+    }
+    EXPECT_LT(largest_difference(convolved, pressure), 4e-3 * peak_of(pressure));
+}
+
+TEST(RectangleTransient, DecompositionsAreTheDirectPressure) {
+    RectangleScene scene = rectangle_scene();
+    scene.rectangles = turned_rectangles();
+    scene.ndiv = 32;
+    for (const Waveform& waveform : waveforms()) {
+        if (!waveform->exact()) {
+            continue;
+        }
+        const Field direct =
+            transient_by_library(scene, &RectangularTransducer::fnm_transient, *waveform);
+        const double peak = peak_of(direct);
+        const auto error_of = [&](RectangleSolve method) {
+            return largest_difference(transient_by_library(scene, method, *waveform), direct) /
+                   peak;
+        };
+        EXPECT_LT(error_of(&RectangularTransducer::fnm_tsd), 1e-10);
+        EXPECT_LT(error_of(&RectangularTransducer::fnm_tsd_low_precision), 2e-4);
+        if (waveform->has_complex_decomposition()) {
+            EXPECT_LT(error_of(&RectangularTransducer::fnm_fdtsd), 1e-10);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace kavro_test

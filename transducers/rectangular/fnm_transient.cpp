@@ -1,0 +1,23 @@
+#include "transducers/methods/direct_transient.h"
+#include "transducers/methods/guarded.h"
+#include "transducers/rectangular/rectangle_edge.h"
+#include "transducers/rectangular/rectangular_transducer.h"
+
+namespace kavro {
+
+// The windows' bounds are quotients by the time step.
+TransducerStatus RectangularTransducer::fnm_transient() {
+    if (!has_transient_records()) {
+        return status_failure;
+    }
+    if (is_silent()) {
+        return status_success;
+    }
+    InitializeRotationMatrix();
+    return guarded([this] {
+        const RectangleEdge<double> edge(*this);
+        return solve_direct_transient(*this, edge, ArrivalWindow::outward_by_division);
+    });
+}
+
+}  // namespace kavro

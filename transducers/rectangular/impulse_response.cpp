@@ -1,0 +1,27 @@
+#include "transducers/methods/guarded.h"
+#include "transducers/methods/point_series.h"
+#include "transducers/rectangular/corner_response.h"
+#include "transducers/rectangular/rectangular_transducer.h"
+
+namespace kavro {
+
+// The same in front of the face and behind.
+TransducerStatus RectangularTransducer::impulse_response() {
+    if (!has_impulse_response_records()) {
+        return status_failure;
+    }
+    if (is_silent()) {
+        return status_success;
+    }
+    InitializeRotationMatrix();
+    return guarded([this] {
+        return add_point_series(*this, [this](const CartesianCoordinate& p, double* series) {
+            const CornerResponse h(*this, p);
+            for (int j = 0; j < time_samples->ntimes; ++j) {
+                series[j] = h.at(time_samples->time_index_value(j) - time_delay);
+            }
+        });
+    });
+}
+
+}  // namespace kavro
