@@ -40,35 +40,30 @@ ApertureStage::ApertureStage(ApertureScene scene, Waveform waveform)
 template <class Read>
 void ApertureStage::solve(Operation operation, bool exact, Read read) const {
     Records records(scene_);
-    records.medium._f0 = scene_.f0;
-    records.medium._dBcmMHz = scene_.attenuation;
-    std::vector<double> re(scene_.points.size(), 0.0);
-    std::vector<double> im(scene_.points.size(), 0.0);
     for (const Aperture& aperture : scene_.apertures) {
         const auto element = element_of(aperture);
         records.connect(*element);
         element->excitation = waveform_.get();
         element->set_exact(exact);
         if (waveform_ == nullptr) {
-            element->set_complex_pressure_pointers(re.data(), im.data());
+            records.connect_continuous_wave(*element);
         }
         EXPECT_EQ((element.get()->*operation)(), kavro::status_success);
     }
-    read(records.pressure, re, im);
+    read(records);
 }
 
 Field ApertureStage::transient(Operation operation, bool exact) const {
     Field field;
-    solve(operation, exact,
-          [&](const Field& pressure, const auto&, const auto&) { field = pressure; });
+    solve(operation, exact, [&](const Records& records) { field = records.pressure; });
     return field;
 }
 
 ComplexField ApertureStage::wave(Operation operation, bool exact) const {
     ComplexField field(scene_.points.size());
-    solve(operation, exact, [&](const Field&, const auto& re, const auto& im) {
+    solve(operation, exact, [&](const Records& records) {
         for (std::size_t i = 0; i < field.size(); ++i) {
-            field[i] = {re[i], im[i]};
+            field[i] = {records.pressure_real[i], records.pressure_imag[i]};
         }
     });
     return field;
@@ -117,6 +112,73 @@ std::vector<Triple> points_around(const Aperture& aperture) {
             {1.5 * a * random[i], 1.5 * a * random[i + 1], 0.9 * d * (1 + random[i + 2])});
     }
     return points;
+}
+
+std::vector<ApertureMethod> decomposed_methods(bool behind) {
+    using kavro::Transducer;
+    using kavro_oracle::Behind;
+    using kavro_oracle::Terms;
+    std::vector<ApertureMethod> methods = {
+        {"fnm_tsd", &Transducer::fnm_tsd,
+         [](const ApertureScene& scene, Field& field, WindowLog* log) {
+             add_fnm_tsd(scene, Terms::real, Behind::skipped, field, log);
+         },
+         false},
+        {"fnm_tsd_low_precision", &Transducer::fnm_tsd_low_precision,
+         [](const ApertureScene& scene, Field& field, WindowLog* log) {
+             add_fnm_tsd_low_precision(scene, field, log);
+         },
+         true},
+        {"fnm_fdtsd", &Transducer::fnm_fdtsd,
+         [](const ApertureScene& scene, Field& field, WindowLog* log) {
+             add_fnm_tsd(scene, Terms::complex, Behind::skipped, field, log);
+         },
+         false}};
+    if (behind) {
+        methods.push_back({"fnm_tsd_behind_source", &Transducer::fnm_tsd_behind_source,
+                           [](const ApertureScene& scene, Field& field, WindowLog* log) {
+                               add_fnm_tsd(scene, Terms::real, Behind::computed, field, log);
+                           },
+                           false});
+    }
+    return methods;
+}
+
+std::vector<ApertureWave> wave_methods(bool of_shell) {
+    using kavro::Transducer;
+    std::vector<ApertureWave> methods = {
+        {"fnm_cw", &Transducer::fnm_cw, kavro_oracle::add_fnm_cw, false},
+        {"rayleigh_cw", &Transducer::rayleigh_cw, kavro_oracle::add_rayleigh_cw, false}};
+    if (of_shell) {
+        methods.push_back(
+            {"fnm_cw_sse", &Transducer::fnm_cw_sse, kavro_oracle::add_fnm_cw_sse, true});
+        methods.push_back({"rayleigh_cw_sse", &Transducer::rayleigh_cw_sse,
+                           kavro_oracle::add_rayleigh_cw_sse, true});
+    }
+    return methods;
+}
+
+void expect_decomposed_like_oracle(const ApertureStage& stage, const ApertureMethod& method,
+                                   double tolerance) {
+    SCOPED_TRACE(method.name);
+    Field field = silence(stage.scene());
+    WindowLog log;
+    method.oracle(stage.scene(), field, &log);
+    const Yardstick yardstick = yardstick_of(std::move(field), log, stage.scene().points.size());
+    EXPECT_TRUE(agrees(stage.transient(method.operation), yardstick, tolerance, true));
+}
+
+void expect_wave_like_oracle(const ApertureStage& stage, const ApertureWave& wave,
+                             double tolerance) {
+    SCOPED_TRACE(wave.name);
+    ComplexField expected = stillness(stage.scene());
+    wave.oracle(stage.scene(), expected);
+    const ComplexField field = stage.wave(wave.operation);
+    const double rho_c = stage.scene().density * stage.scene().speed;
+    for (std::size_t i = 0; i < field.size(); ++i) {
+        EXPECT_LE(std::abs(field[i] - expected[i]), tolerance * (std::abs(expected[i]) + rho_c))
+            << "point " << i << ": " << field[i] << " instead of " << expected[i];
+    }
 }
 
 double largest_of(const Field& field) {

@@ -49,6 +49,31 @@ Aperture aperture_of(double inner_radius, double radius, double focus);
 // behind, and at random.
 std::vector<Triple> points_around(const Aperture& aperture);
 
+// An operation and what it is compared with.
+struct ApertureMethod {
+    const char* name;
+    Operation operation;
+    void (*oracle)(const ApertureScene& scene, Field& field, WindowLog* log);
+    bool single;
+};
+
+struct ApertureWave {
+    const char* name;
+    Operation operation;
+    void (*oracle)(const ApertureScene& scene, ComplexField& field);
+    bool single;
+};
+
+// fnm_tsd, fnm_tsd_low_precision, fnm_fdtsd; those of the shell alone with `behind`.
+std::vector<ApertureMethod> decomposed_methods(bool behind);
+std::vector<ApertureWave> wave_methods(bool of_shell);
+
+// Library and oracle: windows to the sample, values to a small share of the point's scale.
+void expect_decomposed_like_oracle(const ApertureStage& stage, const ApertureMethod& method,
+                                   double tolerance);
+void expect_wave_like_oracle(const ApertureStage& stage, const ApertureWave& wave,
+                             double tolerance);
+
 double largest_of(const Field& field);
 double largest_of(const ComplexField& field);
 double largest_difference_of(const Field& a, const Field& b);

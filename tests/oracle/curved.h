@@ -23,8 +23,6 @@ struct Aperture : Disc {
 
 struct ApertureScene : Scene {
     std::vector<Aperture> apertures;  // Scene::discs stays empty
-    double f0 = 1e6;                  // Hz
-    double attenuation = 0.0;         // dB/cm/MHz
 };
 
 using ComplexField = std::vector<Complex>;

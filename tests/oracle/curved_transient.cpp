@@ -166,7 +166,12 @@ void add_decomposed(const ApertureScene& scene, const Aperture& aperture, const 
         }
         for_each_sample(window, [&](std::size_t j) {
             const double t = (scene.times[j] - direct.delay) - aperture.time_delay;
-            accumulator[j] -= aperture.waveform->at(t) * direct.coefficient;
+            const double value = aperture.waveform->at(t) * direct.coefficient;
+            accumulator[j] -= value;
+            if (log != nullptr) {
+                log->terms.resize(scene.times.size());
+                log->terms[j] += std::fabs(value * aperture.amplitude);
+            }
         });
         if (log != nullptr) {
             log->edge.push_back(window);
