@@ -22,6 +22,8 @@ struct Aperture : Disc {
 };
 
 struct ApertureScene : Scene {
+    ApertureScene() { f0 = 1e6; }
+
     std::vector<Aperture> apertures;  // Scene::discs stays empty
 };
 

@@ -66,7 +66,8 @@ void add_flat(const ApertureScene& scene, const Aperture& aperture, ComplexField
     const Rule rule = gauss(scene.ndiv, 0, pi);
     const Wave wave = wave_of(scene);
     for (std::size_t p = 0; p < scene.points.size(); ++p) {
-        const auto [r, z] = place_of(aperture, scene.points[p]);
+        const Place place = place_of(aperture, scene.points[p]);
+        const double r = place.r, z = place.z;
         if (z < 0.0) {
             continue;
         }
@@ -74,7 +75,7 @@ void add_flat(const ApertureScene& scene, const Aperture& aperture, ComplexField
         for (const Rim& rim : rims_of(aperture)) {
             for (std::size_t i = 0; i < rule.x.size(); ++i) {
                 const double cosine = std::cos(rule.x[i]);
-                const double D = (r * r + rim.a * rim.a) - 2.0 * rim.a * cosine * r;
+                const double D = (place.r_squared + rim.a * rim.a) - 2.0 * rim.a * cosine * r;
                 const double g = (r * cosine - rim.a) / D;
                 const double R = std::sqrt(z * z + D);
                 sum += rim.sign * rim.a * rule.w[i] * g * (wave.over(R) - wave.over(z));
@@ -95,7 +96,7 @@ void add_bowl_surface(const ApertureScene& scene, const Aperture& aperture, Comp
         if (is_skipped(rims, d, place)) {
             continue;
         }
-        const auto [r, z] = place;
+        const double r = place.r, z = place.z;
         Complex sum = 0.0;
         for (std::size_t i = 0; i < rule.x.size(); ++i) {
             const double q = polar.q[i];
@@ -116,7 +117,8 @@ void add_flat_surface(const ApertureScene& scene, const Aperture& aperture, Comp
     const double dr = (aperture.radius - in) / n;
     const double dphi = pi / n;
     for (std::size_t p = 0; p < scene.points.size(); ++p) {
-        const auto [r, z] = place_of(aperture, scene.points[p]);
+        const Place place = place_of(aperture, scene.points[p]);
+        const double r = place.r, z = place.z;
         if (z < 0.0) {
             continue;
         }
@@ -125,7 +127,8 @@ void add_flat_surface(const ApertureScene& scene, const Aperture& aperture, Comp
             const double ring = in + (i + 0.5) * dr;
             for (int j = 0; j < n; ++j) {
                 const double cosine = std::cos((j + 0.5) * dphi);
-                const double R = std::sqrt(ring * ring + (z * z + r * r) - cosine * 2.0 * ring * r);
+                const double R =
+                    std::sqrt(ring * ring + (z * z + place.r_squared) - cosine * 2.0 * ring * r);
                 sum += dr * ring * dphi * wave.over(R) / R;
             }
         }

@@ -34,11 +34,12 @@ std::vector<Rim> rims_of(const Aperture& aperture) {
 
 Place place_of(const Aperture& aperture, const Triple& point) {
     const Triple local = rotate_translate(rotation_of(aperture), aperture, point);
-    return {std::sqrt(local.x * local.x + local.y * local.y), local.z};
+    const double r_squared = local.y * local.y + local.x * local.x;
+    return {std::sqrt(r_squared), local.z, r_squared};
 }
 
 Pole pole_of(double d, const Place& place) {
-    const auto [r, z] = place;
+    const double r = place.r, z = place.z;
     Pole pole{};
     pole.s = std::sqrt(r * r + (z - d) * (z - d));
     pole.sigma = z < d ? 1.0 : -1.0;
@@ -93,7 +94,7 @@ Distances flat_distances_of(const std::vector<Rim>& rims, const Place& place) {
     if (rims.empty()) {
         return {std::fabs(place.z), std::fabs(place.z)};
     }
-    const auto [r, z] = place;
+    const double r = place.r, z = place.z;
     const double out = rims.front().a;
     const double in = rims.size() > 1 ? rims.back().a : 0.0;
     double first = std::fabs(z);
@@ -106,7 +107,7 @@ Distances flat_distances_of(const std::vector<Rim>& rims, const Place& place) {
 }
 
 bool is_skipped(const std::vector<Rim>& rims, double d, const Place& place) {
-    const auto [r, z] = place;
+    const double r = place.r, z = place.z;
     const double z_rim = rims.empty() ? 0.0 : rims.front().z_rim;
     return z < 0.0 || (z < z_rim && r * r + z * z - 2.0 * d * z > 1e-12 * d * d);
 }

@@ -25,9 +25,10 @@ struct Rim {
 // The outer rim, then the inner one if there is one.
 std::vector<Rim> rims_of(const Aperture& aperture);
 
-// Distance from the axis and height.
+// Distance from the axis and height. The flat apertures take the square as it was before the root.
 struct Place {
     double r, z;
+    double r_squared = r * r;
 };
 
 Place place_of(const Aperture& aperture, const Triple& point);

@@ -18,7 +18,7 @@ double arc_of(double X, double Y) {
 }
 
 double flat_arc(const Rim& rim, double c, const Place& place, double t) {
-    const auto [r, z] = place;
+    const double r = place.r, z = place.z;
     const double q = c * c * t * t - z * z;
     const double t_e = std::sqrt((r - rim.a) * (r - rim.a) + z * z) / c;
     const double t_f = std::sqrt((r + rim.a) * (r + rim.a) + z * z) / c;

@@ -59,14 +59,14 @@ Arrivals bowl_arrivals(const ApertureScene& scene, const Aperture& aperture, con
 Arrivals flat_arrivals(const ApertureScene& scene, const Aperture& aperture, const Rule& rule,
                        const Place& place) {
     const std::vector<Rim> rims = rims_of(aperture);
-    const auto [r, z] = place;
+    const double r = place.r, z = place.z;
     Arrivals arrivals;
     double sum = 0.0;
     for (const Rim& rim : rims) {
         for (std::size_t i = 0; i < rule.x.size(); ++i) {
             const double cosine = std::cos(rule.x[i]);
             const double W = rim.sign * rule.w[i] * (scene.density * scene.speed * rim.a / pi);
-            const double D = (r * r + rim.a * rim.a) - cosine * (2.0 * rim.a) * r;
+            const double D = (place.r_squared + rim.a * rim.a) - cosine * (2.0 * rim.a) * r;
             const double G = ((cosine * r - rim.a) / D) * W;
             arrivals.edge.push_back({G, std::sqrt(D + z * z) / scene.speed});
             sum += G;
