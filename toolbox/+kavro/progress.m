@@ -20,7 +20,7 @@ function was_on = progress(on)
 %     was_on = kavro.progress(true);
 %     kavro.progress(was_on);
 %
-%   See also kavro.transient_pressure
+%   See also kavro.solve, kavro.transient_pressure
 
 setting = getenv('KAVRO_PROGRESS');
 state = ~isempty(setting) && ~strcmp(setting, '0');

@@ -22,7 +22,7 @@ function previous = threads(count)
 %     previous = kavro.threads(1);
 %     kavro.threads(previous);
 %
-%   See also kavro.transient_pressure, kavro.progress
+%   See also kavro.solve, kavro.transient_pressure, kavro.progress
 
 setting = str2double(getenv('KAVRO_THREADS'));
 if setting >= 1
