@@ -11,12 +11,14 @@
 %! assert(numel(names) >= 18);
 %!endfunction
 
-%!function code = example_of(name)
+%!function examples = examples_of(name)
 %! lines = strsplit(get_help_text(["kavro.", name]), "\n", "collapsedelimiters", false);
-%! first = find(! cellfun(@isempty, regexp(lines, '^\s*Example')), 1);
 %! blank = find(cellfun(@isempty, strtrim(lines)));
-%! last = blank(find(blank > first, 1)) - 1;
-%! code = strjoin(lines(first + 1:last), "\n");
+%! examples = {};
+%! for first = find(! cellfun(@isempty, regexp(lines, '^\s*Example')))
+%!   last = blank(find(blank > first, 1)) - 1;
+%!   examples{end + 1} = strjoin(lines(first + 1:last), "\n");
+%! end
 %!endfunction
 
 %!test  % help: a summary that begins with the name, calling forms, an example, see also
@@ -25,7 +27,7 @@
 %!   lines = strsplit(text, "\n");
 %!   assert(strncmp(strtrim(lines{1}), [upper(name{1}), '  '], numel(name{1}) + 2), name{1});
 %!   assert(! isempty(strfind(text, ['kavro.', name{1}, '('])), name{1});
-%!   assert(! isempty(strtrim(example_of(name{1}))), name{1});
+%!   assert(! isempty(strtrim([examples_of(name{1}){:}])), name{1});
 %!   also = regexp(text(strfind(text, 'See also'):end), 'kavro\.(\w+)', 'tokens');
 %!   assert(! isempty(also), name{1});
 %!   for other = [also{:}]
@@ -33,18 +35,20 @@
 %!   end
 %! end
 
-%!test  % the examples in the help run as they stand (two of them need the module)
+%!test  % the examples in the help run as they stand (some of them need the modules)
 %! warning('off', 'Octave:gnuplot-graphics', 'local');
 %! visible = get(0, 'defaultfigurevisible');
 %! restore = onCleanup(@() set(0, 'defaultfigurevisible', visible));
 %! set(0, 'defaultfigurevisible', 'off');
 %! for name = public_functions()
-%!   try
-%!     evalc(example_of(name{1}));
-%!   catch e
-%!     error('example of %s: %s', name{1}, e.message);
+%!   for example = examples_of(name{1})
+%!     try
+%!       evalc(example{1});
+%!     catch e
+%!       error('example of %s: %s', name{1}, e.message);
+%!     end
+%!     close('all');
 %!   end
-%!   close('all');
 %! end
 
 %!test  % only what both hosts understand: no double quotes, no endif, no +=, no printf

@@ -83,6 +83,25 @@ function p = solve(varargin)
 %     p = kavro.solve('fnm_tsd', elements, grid, medium, 'time', times, 'excitation', pulse);
 %     kavro.show_field(p, grid);
 %
+%   Example: continuous wave of a focused array
+%     f0 = 1e6;
+%     medium = kavro.set_medium('water');
+%     elements = kavro.linear_array(16, 1e-3, 0.4e-3);
+%     delays = kavro.focus_delays(elements, [0 0 15e-3], medium);
+%     elements = kavro.set_phases(elements, -2 * pi * f0 * delays);
+%     grid = kavro.set_coordinate_grid(0.5e-3, -8e-3, 8e-3, 0, 0, 2e-3, 25e-3);
+%     p = kavro.solve('fnm_cw', elements, grid, medium, 'f0', f0);
+%     kavro.show_field(abs(p), grid, 'scale', 'dB');
+%
+%   Example: when a disc's wave arrives at a point, and its impulse response there
+%     disc = kavro.disc(5e-3);
+%     medium = kavro.set_medium('water');
+%     point = kavro.set_coordinate_grid([3e-3 0 20e-3]);
+%     span = kavro.solve('impulse_begin_and_end_times', disc, point, medium);
+%     times = kavro.set_time_samples(5e-9, span(1), span(2));
+%     h = kavro.solve('impulse_response', disc, point, medium, 'time', times);
+%     plot(1e6 * kavro.time_axis(times), h);
+%
 %   See also kavro.methods, kavro.split_grid, kavro.set_phases, kavro.transient_pressure,
 %   kavro.set_coordinate_grid, kavro.set_medium
 
