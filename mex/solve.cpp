@@ -17,6 +17,7 @@
 #include "mex/solve_options.h"
 #include "mex/solver_call.h"
 #include "mex/transducers_from_host.h"
+#include "transducers/methods/kzk_retarded_time.h"
 #include "transducers/operations.h"
 
 namespace kavro {
@@ -85,7 +86,7 @@ private:
     mxArray* solve_arrival_times(const Operation& operation);
     template <class After>
     void solve_each(const Operation& operation, After after);
-    void make_records_ready();
+    void make_records_ready(const Operation& operation, const Transducer& element);
     void finish(TransducerStatus status);
 
     NumericalIntegration reference_rule_;
@@ -254,9 +255,16 @@ void Solve::finish(TransducerStatus status) {
     check_status(status);
 }
 
-// Records that a solver may change are made what the next element needs.
-void Solve::make_records_ready() {
+// Shared records become what the next element needs: the former one may have refilled the rule, and
+// a march has a retarded time of its own.
+void Solve::make_records_ready(const Operation& operation, const Transducer& element) {
     quadrature_ = reference_rule_;
+    if (operation.kind == Kind::kzk_transient &&
+        !set_kzk_tau_axis(times_, *element.excitation, medium_, grid_)) {
+        throw InputError(std::string(operation.name) +
+                         " needs a time axis that lasts until the wave has come to the farthest "
+                         "plane.");
+    }
 }
 
 // Element by element in order; `after` is told when element i is solved.
@@ -267,7 +275,7 @@ void Solve::solve_each(const Operation& operation, After after) {
     for (std::size_t i = 0; i < elements_.size() && status == status_success; ++i) {
         const console::ProgressPart part(static_cast<double>(i) / all,
                                          static_cast<double>(i + 1) / all);
-        make_records_ready();
+        make_records_ready(operation, *elements_[i]);
         status = ((*elements_[i]).*operation.solve)();
         if (status == status_success) {
             after(i);
@@ -294,7 +302,7 @@ mxArray* Solve::solve_added(const Operation& operation) {
         }
     }
     if (operation.solve_array != nullptr) {
-        make_records_ready();
+        quadrature_ = reference_rule_;
         finish(operation.solve_array(element_pointers(), Output::all_zero));
     } else {
         solve_each(operation, [](std::size_t) {});

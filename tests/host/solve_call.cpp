@@ -70,17 +70,18 @@ Value elements_with(const Operation& operation) {
     Value elements = structure(1, offering.size());
     for (std::size_t i = 0; i < offering.size(); ++i) {
         const auto number = static_cast<double>(i);
+        const double placed = operation.uses(kavro::input_kzk) ? 0.0 : 1.0;
         set(elements, "shape", text(offering[i]->identifier), i);
         double size = 1e-3;
         for (const char* name : offering[i]->sizes) {
             set(elements, name, scalar(size), i);
             size *= 2.5;
         }
-        set(elements, "center", row({1e-3 * number, 0, -1e-3 * number}), i);
-        set(elements, "euler", row({0.1 * number, 0.2, 0}), i);
+        set(elements, "center", row({1e-3 * number * placed, 0, -1e-3 * number * placed}), i);
+        set(elements, "euler", row({0.1 * number * placed, 0.2 * placed, 0}), i);
         set(elements, "amplitude", scalar(2 + number), i);
-        set(elements, "phase", scalar(0.3 * number), i);
-        set(elements, "time_delay", scalar(1e-7 * number), i);
+        set(elements, "phase", scalar(0.3 * number * placed), i);
+        set(elements, "time_delay", scalar(1e-7 * number * placed), i);
     }
     return elements;
 }

@@ -32,7 +32,7 @@ struct SolveArguments {
 Value march_parameters(const kavro::Operation& operation);
 
 // Elements of every shape that has the operation, two of each, with weights and delays of their
-// own.
+// own; for the marches with amplitudes alone.
 Value elements_with(const kavro::Operation& operation);
 
 Outcome solve(const SolveArguments& arguments, Leaving leaving = Leaving::exception,

@@ -224,6 +224,16 @@ TEST(SolveErrors, of_marches) {
         arguments.scene.grid = list_of_points({0}, {0}, {1});
         expect_solve_error(arguments, name + " needs a regular grid with one value of y.");
     }
+    SolveArguments early("kzk_transient");
+    set(early.scene.times, "tmax", scalar(1e-6));  // the wave needs 1.33 us
+    expect_solve_error(early,
+                       "kzk_transient needs a time axis that lasts until the wave has come to the "
+                       "farthest plane.");
+    SolveArguments placed("kzk_transient");
+    set(placed.scene.elements, "center", row({0, 0, 1e-3}));
+    expect_solve_error(placed,
+                       "kzk_transient, element 1: the march starts from the origin towards +z; "
+                       "center, euler, phase and time_delay must be 0.");
     SolveArguments list("kzk_transient");
     list.scene.elements = discs(0);
     const Value times = structure(1, 1);

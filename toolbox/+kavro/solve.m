@@ -102,6 +102,14 @@ function p = solve(varargin)
 %     h = kavro.solve('impulse_response', disc, point, medium, 'time', times);
 %     plot(1e6 * kavro.time_axis(times), h);
 %
+%   Example: three harmonics of a disc of 100 kPa, along its axis
+%     medium = kavro.set_medium('water');
+%     disc = kavro.disc(5e-3, 'amplitude', 100e3 / (medium.density * medium.soundspeed));
+%     grid = kavro.set_coordinate_grid([1e-3 0 1e-3], 0, 5e-3, 0, 0, 5e-3, 60e-3);
+%     march = struct('extent', 8, 'points_per_radius', 40, 'growth', 0.005, 'harmonics', 3);
+%     p = kavro.solve('kzk_cw', disc, grid, medium, 'f0', 1e6, 'kzk', march);
+%     semilogy(squeeze(abs(p(1, :, :))));
+%
 %   See also kavro.methods, kavro.split_grid, kavro.set_phases, kavro.transient_pressure,
 %   kavro.set_coordinate_grid, kavro.set_medium
 
