@@ -173,6 +173,12 @@ TEST(SolveErrors, of_waveforms_and_element_fields) {
     SolveArguments phases("fnm_tsd");
     set(phases.scene.elements, "phase", text("1"));
     expect_solve_error(phases, "Transducer field 'phase' must hold 1 real number(s) (element 1).");
+    SolveArguments profiles("fnm_cw_apodized");
+    set(profiles.scene.elements, "apodization", text("cosin"));
+    expect_solve_error(profiles,
+                       "Transducer field 'apodization' must be 'uniform', 'cosine', "
+                       "'raisedcosine', 'quadratic' or 'quartic', or its number 0 to 4 (element "
+                       "1).");
 }
 
 // An array without elements has no shape that could lack the march.

@@ -236,6 +236,26 @@ TEST(Solve, exactness_is_the_options_then_the_waveforms) {
     EXPECT_EQ(solved(nullptr, scalar(0)), reference);
 }
 
+TEST(Solve, apodization_is_the_elements_own_or_the_options) {
+    const auto field = [](const Value& option, const Value& own) {
+        SolveArguments arguments("fnm_cw_apodized");
+        if (option) {
+            arguments.set_option("apodization", option);
+        }
+        if (own) {
+            set(arguments.scene.elements, "apodization", own);
+        }
+        return values(solve(arguments).output);
+    };
+    const std::vector<double> cosine = field(text("cosine"), nullptr);
+    const std::vector<double> uniform = field(nullptr, nullptr);
+    EXPECT_NE(cosine, uniform);
+    EXPECT_EQ(field(scalar(1), nullptr), cosine);
+    EXPECT_EQ(field(scalar(3), text("cosine")), cosine);
+    EXPECT_EQ(field(text("cosine"), numbers({}, 0, 0)), cosine);
+    EXPECT_EQ(field(text("cosine"), scalar(0)), uniform);
+}
+
 TEST(Solve, lossless_methods_warn_of_attenuation) {
     for (const Operation& operation : kavro::operations()) {
         SolveArguments arguments(operation);
