@@ -3,7 +3,6 @@
 
 #include <memory>
 
-#include "transducers/methods/widened_edge.h"
 #include "transducers/rectangular/rectangle_edge.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 
@@ -12,39 +11,31 @@ namespace {
 
 // The direct wave begins with a sample rounded down, although edge waves (and a disc's direct wave)
 // round up: deliberate. Its argument is formed in double precision in every variant.
-template <class Real, class Geometry>
-TransducerStatus solve(RectangularTransducer& rectangle, Decomposition kind) {
-    const auto edge_of = [](const Transducer& element) -> std::unique_ptr<EdgeGenerator<Real>> {
-        auto edge = std::make_unique<RectangleEdge<Geometry>>(
-            static_cast<const RectangularTransducer&>(element));
-        if constexpr (std::is_same_v<Real, Geometry>) {
-            return edge;
-        } else {
-            return std::make_unique<WidenedEdge>(std::move(edge));
-        }
-    };
-    Transducer* const element = &rectangle;
-    return solve_by_decomposition<Real>(
-        {&element, 1}, {kind, edge_of, WindowRule::with_early_direct_wave<Geometry>,
-                        DirectArgument::element_delay_first});
+template <class Real>
+DecompositionMethod<Real> method_of(Decomposition kind) {
+    return {kind,
+            [](const Transducer& element) -> std::unique_ptr<EdgeGenerator<Real>> {
+                return std::make_unique<RectangleEdge<Real>>(
+                    static_cast<const RectangularTransducer&>(element));
+            },
+            WindowRule::with_early_direct_wave<Real>, DirectArgument::element_delay_first};
 }
 
 }  // namespace
 
 TransducerStatus RectangularTransducer::fnm_tsd() {
-    return solve<double, double>(*this, Decomposition::real);
+    Transducer* const element = this;
+    return solve_by_decomposition({&element, 1}, method_of<double>(Decomposition::real));
 }
 
 TransducerStatus RectangularTransducer::fnm_fdtsd() {
-    return solve<double, double>(*this, Decomposition::complex);
+    Transducer* const element = this;
+    return solve_by_decomposition({&element, 1}, method_of<double>(Decomposition::complex));
 }
 
-// Geometry and windows in single precision; the sums in double where the waveform's factors need
-// it.
 TransducerStatus RectangularTransducer::fnm_tsd_low_precision() {
-    return excitation == nullptr || excitation->single_precision_suffices()
-               ? solve<float, float>(*this, Decomposition::real)
-               : solve<double, float>(*this, Decomposition::real);
+    Transducer* const element = this;
+    return solve_in_single_precision({&element, 1}, method_of<float>(Decomposition::real));
 }
 
 }  // namespace kavro
