@@ -27,17 +27,11 @@ function element = disc(radius, varargin)
 %     b = kavro.disc(5e-3, 'center', [-12e-3 0 0], 'euler', [10 0 0] * pi / 180);
 %     pair = [a, b];
 %
-%   See also kavro.linear_array, kavro.planar_array, kavro.ring_array, kavro.bowl_array,
-%   kavro.show_array, kavro.transient_pressure
+%   See also kavro.rectangular_piston, kavro.linear_array, kavro.planar_array,
+%   kavro.ring_array, kavro.bowl_array, kavro.show_array, kavro.transient_pressure
 
 me = 'disc';
 kavro.internal.check_count(me, nargin, [1 Inf], 'radius and options');
 sizes.radius = kavro.internal.real_number(me, 'radius', radius, 'positive', 'm');
-defaults = struct('center', [0 0 0], 'euler', [0 0 0], 'amplitude', 1, 'time_delay', 0);
-options = kavro.internal.parse_options(me, defaults, varargin);
-center = kavro.internal.three_numbers(me, 'center', options.center, 'm');
-euler = kavro.internal.three_numbers(me, 'euler', options.euler, 'rad');
-element = kavro.internal.make_elements('circ', sizes, center, euler);
-element.amplitude = kavro.internal.real_number(me, 'amplitude', options.amplitude, 'any', '');
-element.time_delay = kavro.internal.real_number(me, 'time_delay', options.time_delay, 'any', 's');
+element = kavro.internal.place_element(me, 'circ', sizes, varargin);
 end

@@ -9,7 +9,7 @@ function ax = show_array(elements, varargin)
 %   from the front, in x and y; any other in three dimensions.
 %
 %   Argument
-%     elements  structure array of elements (discs)
+%     elements  structure array of elements (discs and rectangles)
 %
 %   Options
 %     'color'   what the colour stands for: 'delay' (in us), 'amplitude', or 'none';
@@ -25,8 +25,8 @@ function ax = show_array(elements, varargin)
 %     delays = kavro.focus_delays(elements, [5e-3 0 30e-3], kavro.set_medium());
 %     kavro.show_array(kavro.set_delays(elements, delays));
 %
-%   See also kavro.linear_array, kavro.planar_array, kavro.ring_array, kavro.bowl_array,
-%   kavro.focus_delays, kavro.show_field
+%   See also kavro.linear_array, kavro.planar_array, kavro.convex_array, kavro.ring_array,
+%   kavro.bowl_array, kavro.focus_delays, kavro.show_field
 
 me = 'show_array';
 kavro.internal.check_count(me, nargin, [1 Inf], 'elements and options');

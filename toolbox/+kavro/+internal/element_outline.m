@@ -4,9 +4,13 @@ switch element.shape
     case 'circ'
         phi = (0:47)' * (2 * pi / 48);
         local = element.radius * [cos(phi), sin(phi), zeros(size(phi))];
+    case 'rect'
+        corners = [-1 -1; 1 -1; 1 1; -1 1] / 2;
+        local = [corners(:, 1) * element.width, corners(:, 2) * element.height, zeros(4, 1)];
     otherwise
         error('kavro:argument', ...
-              '%s: elements of shape ''%s'' cannot be drawn, only ''circ'' (discs).', ...
+              ['%s: elements of shape ''%s'' cannot be drawn, only ''circ'' (discs) and ', ...
+               '''rect'' (rectangles).'], ...
               caller, element.shape);
 end
 % Rows of the rotation matrix are local axes: local coordinates times the matrix are global.
