@@ -84,13 +84,6 @@ void compare(const std::string& what, const RectangleScene& scene, Measure measu
     }
 }
 
-void set_times(RectangleScene& scene, double deltat, double tmin, int count) {
-    Scene axis;
-    set_axis(axis, deltat, tmin, count);
-    scene.times = axis.times;
-    scene.deltat = deltat;
-}
-
 TEST(RectangleDecomposition, AgreesInEveryRegion) {
     compare("plain", rectangle_scene(), Measure::peak);
 }

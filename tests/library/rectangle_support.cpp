@@ -39,6 +39,13 @@ RectangleScene rectangle_scene() {
     return scene;
 }
 
+void set_times(RectangleScene& scene, double deltat, double tmin, int count) {
+    Scene axis;
+    set_axis(axis, deltat, tmin, count);
+    scene.times = axis.times;
+    scene.deltat = deltat;
+}
+
 std::vector<Rectangle> turned_rectangles() {
     return {{2e-3, 5e-3, {1e-3, -2e-3, 5e-4}, {0.3, -0.4, 0.7}, 1.5, 0.4, 4e-7, nullptr},
             {1e-3, 1e-3, {-3e-3, 0, 0}, {-0.2, 0.1, 2.0}, -0.25, -2.0, -3e-7, nullptr},

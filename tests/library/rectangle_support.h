@@ -17,6 +17,8 @@ using RectangleSolve = kavro::TransducerStatus (kavro::RectangularTransducer::*)
 // lines, in the plane of the face, and behind.
 RectangleScene rectangle_scene();
 
+void set_times(RectangleScene& scene, double deltat, double tmin, int count);
+
 // Turned and moved rectangles that overlap in time, one of them too weak to count.
 std::vector<Rectangle> turned_rectangles();
 

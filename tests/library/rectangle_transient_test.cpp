@@ -30,29 +30,6 @@ std::vector<Waveform> waveforms() {
             std::make_shared<ShortRamp>(1.7e-6)};
 }
 
-double peak_of(const Field& field) {
-    double peak = 0;
-    for (const double value : field) {
-        peak = std::fmax(peak, std::fabs(value));
-    }
-    return peak;
-}
-
-double largest_difference(const Field& one, const Field& other) {
-    double difference = 0;
-    for (std::size_t i = 0; i < one.size(); ++i) {
-        difference = std::fmax(difference, std::fabs(one[i] - other[i]));
-    }
-    return difference;
-}
-
-void set_times(RectangleScene& scene, double deltat, double tmin, int count) {
-    Scene axis;
-    set_axis(axis, deltat, tmin, count);
-    scene.times = axis.times;
-    scene.deltat = deltat;
-}
-
 void compare(const std::string& what, const RectangleScene& scene) {
     for (const Waveform& waveform : waveforms()) {
         SCOPED_TRACE(what);

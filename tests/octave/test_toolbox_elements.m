@@ -41,6 +41,56 @@
 %! joined = [a, b, kavro.linear_array(3, 1e-3, 0.4e-3)];
 %! assert(size(joined), [1 5]);
 
+%!test  % a rectangle is placed like a disc, and joins with it
+%! a = kavro.rectangular_piston(2e-3, 3e-3, 'center', [1 2 3], 'time_delay', 1e-6);
+%! assert({a.shape, a.width, a.height, a.radius, a.center, a.time_delay}, ...
+%!        {'rect', 2e-3, 3e-3, 0, [1 2 3], 1e-6});
+%! assert(size([a, kavro.disc(1e-3)]), [1 2]);
+
+%!test  % arrays of rectangles, touching ones too
+%! e = kavro.linear_array(3, 2, [2 5]);
+%! assert({e.shape}, {'rect', 'rect', 'rect'});
+%! assert([e.width; e.height], [2 2 2; 5 5 5]);
+%! assert(centers(e), [-2 0 0; 0 0 0; 2 0 0]);
+%! e = kavro.planar_array([2 2], [2 6], [2; 5]);
+%! assert(centers(e), [-1 -3 0; 1 -3 0; -1 3 0; 1 3 0]);
+%! assert([e(4).width, e(4).height], [2 5]);
+
+%!test  % on a convex arc every element lies on the circle and faces away from its centre
+%! R = 40e-3;
+%! e = kavro.convex_array(15, 2e-3, [1.8e-3 9e-3], R);
+%! c = centers(e);
+%! outward = c - [0 0 -R];
+%! assert(sqrt(sum(outward .^ 2, 2)), R * ones(15, 1), 1e-15);
+%! assert(facing(e), outward / R, 1e-12);
+%! angles = atan2(outward(:, 1), outward(:, 3));
+%! assert(diff(angles), 2e-3 / R * ones(14, 1), 1e-12);
+%! assert(c(8, :), [0 0 0], 1e-18);
+%! assert(c(1, 1) < 0 && all(c(:, 2) == 0));
+%! assert(numel(kavro.convex_array(3, 2, 1, 5)), 3);
+%! flat = kavro.convex_array(2, 2e-3, [1e-3 1e-3], 1e6);
+%! assert(flat(1).center(3), -0.5e-12, 1e-20);
+
+%!test  % a rectangle's width lies along its own x axis, also when it is tilted and turned
+%! outline = kavro.internal.element_outline('me', kavro.rectangular_piston(2, 4));
+%! assert(outline, [-1 -2 0; 1 -2 0; 1 2 0; -1 2 0]);
+%! turned = kavro.rectangular_piston(2, 4, 'euler', [0 0 pi / 2], 'center', [0 0 7]);
+%! outline = kavro.internal.element_outline('me', turned);
+%! assert([max(outline); min(outline)], [2 1 7; -2 -1 7], 1e-15);
+%! tilted = kavro.rectangular_piston(2, 4, 'euler', [pi / 2 0 0]);
+%! outline = kavro.internal.element_outline('me', tilted);
+%! assert([max(outline); min(outline)], [0 2 1; 0 -2 -1], 1e-15);
+
+%!test  % an array of rectangles focuses: the wave of the whole array is largest there
+%! medium = kavro.set_medium('water');
+%! e = kavro.convex_array(32, 0.7e-3, [0.6e-3 4e-3], 40e-3);
+%! delays = kavro.focus_delays(e, [0 0 30e-3], medium);
+%! f0 = 1e6;
+%! e = kavro.set_phases(e, -2 * pi * f0 * delays);
+%! along = kavro.set_coordinate_grid(0.5e-3, -10e-3, 10e-3, 0, 0, 30e-3, 30e-3);
+%! p = abs(kavro.solve('fnm_cw', e, along, medium, 'f0', f0, 'ndiv', 16));
+%! assert(find(p == max(p)), 21);
+
 %!test  % layouts: pitch, centring and numbering
 %! e = kavro.linear_array(4, 2, 1);
 %! assert(centers(e), [-3 0 0; -1 0 0; 1 0 0; 3 0 0]);
@@ -98,6 +148,11 @@
 %! says(@() kavro.linear_array(2, 1, 1), '''pitch''', 'diameter 2', 'it is 1');
 %! says(@() kavro.planar_array(3, 2, 1), '''count''', '[nx ny]', 'it is 3');
 %! says(@() kavro.planar_array([3 3], [2 1], 1), '''pitch''', 'diameter 2');
+%! says(@() kavro.linear_array(2, 2, [1 2 3]), '''face''', '[width height]', '[1 2 3]');
+%! says(@() kavro.linear_array(2, 1, [2 1]), '''pitch''', 'size [2]', 'rectangles', 'it is 1');
+%! says(@() kavro.planar_array([2 2], 2, [1 3]), '''pitch''', 'size [1 3]');
+%! says(@() kavro.rectangular_piston(1, 0), '''height''', 'positive', 'it is 0');
+%! says(@() kavro.convex_array(5, 1, [1 1], 1), '''rad_curvature''', 'half a circle', 'it is 1');
 %! says(@() kavro.ring_array(6, [], 1), '''pitch''', 'empty');
 %! says(@() kavro.ring_array(6, 3, 1, 'ring_radius', 3), '''pitch''', 'ring_radius');
 %! says(@() kavro.ring_array(6, [], 1, 'ring_radius', 1), '''pitch''', 'diameter 2');
