@@ -119,6 +119,58 @@
 %! shallow = kavro.bowl_array(kavro.disc(1e-3, 'center', [1e-3 0 0]), 1e3);
 %! assert(shallow.center(3), 0.5e-9, 1e-20);
 
+%!test  % rings and bowls have the fields the module reads, and join with any other element
+%! a = kavro.ring(1e-3, 2e-3, 'center', [1 2 3]);
+%! assert({a.shape, a.inner_radius, a.outer_radius, a.center}, {'ring', 1e-3, 2e-3, [1 2 3]});
+%! b = kavro.spherical_shell(10e-3, 30e-3, 'amplitude', 2);
+%! assert({b.shape, b.radius, b.rad_curvature, b.amplitude}, {'shel', 10e-3, 30e-3, 2});
+%! c = kavro.spherical_ring(0, 10e-3, 30e-3, 'time_delay', 1e-6, 'euler', [0.1 0 0]);
+%! assert({c.shape, c.inner_radius, c.outer_radius, c.geometric_focus, c.time_delay}, ...
+%!        {'sph ring', 0, 10e-3, 30e-3, 1e-6});
+%! assert(size([a, b, c, kavro.disc(1e-3)]), [1 4]);
+
+%!test  % the solver takes them: a ring without a hole is the disc, a bowl gathers at its focus
+%! medium = kavro.set_medium();
+%! medium.attenuationdBcmMHz = 0;
+%! times = kavro.set_time_samples(50e-9, 0, 30e-6);
+%! pulse = kavro.set_excitation_function('hanning pulse', 1e6, 3e-6);
+%! grid = kavro.set_coordinate_grid([0 0 30e-3; 3e-3 0 20e-3]);
+%! on = @(e) kavro.solve('fnm_tsd', e, grid, medium, 'time', times, 'excitation', pulse);
+%! assert(on(kavro.ring(0, 10e-3)), on(kavro.disc(10e-3)));
+%! shell = on(kavro.spherical_shell(10e-3, 30e-3));
+%! assert(on(kavro.spherical_ring(0, 10e-3, 30e-3)), shell);
+%! halves = on([kavro.spherical_ring(0, 5e-3, 30e-3), kavro.spherical_ring(5e-3, 10e-3, 30e-3)]);
+%! assert(halves, shell, 1e-8 * max(abs(shell(:))));
+%! f0 = 1e6;
+%! p = kavro.solve('fnm_cw', kavro.spherical_shell(10e-3, 30e-3), grid, medium, 'f0', f0);
+%! k = 2 * pi * f0 / medium.soundspeed;
+%! depth = 30e-3 - sqrt(30e-3 ^ 2 - 10e-3 ^ 2);
+%! assert(abs(p(1)), medium.density * medium.soundspeed * k * depth, 1e-6 * abs(p(1)));
+
+%!test  % annular arrays: equal areas or widths, gaps, holes, bowls
+%! e = kavro.annular_array(5, 10e-3, 0.4e-3);
+%! [in, out] = deal([e.inner_radius], [e.outer_radius]);
+%! assert({in(1), out(5), e(1).shape}, {0, 10e-3, 'ring'});
+%! assert(in(2:5) - out(1:4), 0.4e-3 * ones(1, 4), 1e-12);
+%! areas = out .^ 2 - in .^ 2;
+%! assert(areas, mean(areas) * ones(1, 5), 1e-12);
+%! e = kavro.annular_array(3, 10e-3, 1e-3, 'inner_radius', 2e-3, 'equal', 'width', ...
+%!                         'rad_curvature', 40e-3);
+%! assert([[e.inner_radius]; [e.outer_radius]], [2 5 8; 4 7 10] * 1e-3, 1e-15);
+%! assert({e(2).shape, e(2).geometric_focus}, {'sph ring', 40e-3});
+%! e = kavro.annular_array([0 2; 3 4], 'rad_curvature', 9);
+%! assert([[e.inner_radius]; [e.outer_radius]], [0 3; 2 4]);
+
+%!test  % rings focus on the axis: from the circle that halves their area
+%! medium = kavro.set_medium();
+%! e = kavro.annular_array(4, 10e-3, 0, 'rad_curvature', 40e-3);
+%! assert(kavro.focus_delays(e, [0 0 40e-3], medium), zeros(1, 4), 1e-18);
+%! e = kavro.ring(3e-3, 5e-3, 'center', [0 0 1e-3]);
+%! e = [e, kavro.disc(1e-3)];
+%! delays = kavro.focus_delays(e, [0 0 30e-3], medium);
+%! far = hypot(29e-3, sqrt(17e-6));
+%! assert(delays, ([30e-3 30e-3] - [far 30e-3]) / medium.soundspeed, 1e-18);
+
 %!test  % focusing: all waves arrive together, the first element to fire fires at 0
 %! medium = kavro.set_medium();
 %! e = kavro.planar_array([6 5], 3e-3, 1e-3);
@@ -160,6 +212,13 @@
 %! tilted = kavro.disc(1, 'euler', [0.1 0 0]);
 %! says(@() kavro.bowl_array([kavro.disc(1), tilted], 9), '''elements(2).euler''');
 %! says(@() kavro.bowl_array(kavro.disc(1, 'center', [0 0 1]), 9), '''elements(1).center''');
+%! says(@() kavro.ring(2, 1), 'ring', '''outer_radius''', 'larger than inner_radius');
+%! says(@() kavro.ring(-1, 1), '''inner_radius''', 'zero or positive');
+%! says(@() kavro.spherical_shell(2, 1), '''rad_curvature''', 'rim, 2 m', 'it is 1');
+%! says(@() kavro.spherical_ring(1, 2, 1), '''rad_curvature''', 'rim, 2 m');
+%! says(@() kavro.annular_array(3, 1, 0.6), '''radius''', 'gaps together, 1.2 m');
+%! says(@() kavro.annular_array([0 2; 1 3]), '''rims''', 'do not overlap');
+%! says(@() kavro.annular_array(3, 1, 0, 'rad_curvature', 0.5), '''rad_curvature''', 'rim, 1 m');
 %! says(@() kavro.focus_delays(5, [0 0 1], kavro.set_medium()), '''elements''', 'it is 5');
 %! says(@() kavro.focus_delays(tilted, [0 1], kavro.set_medium()), '''point''', '[0 1]');
 %! says(@() kavro.focus_delays(tilted, [0 0 1], 1500), '''medium''', 'soundspeed', '1500');

@@ -46,6 +46,25 @@
 %! assert(v(lowest, 1) > 0);  % facing +x as well, its lower rim is on that side
 %! assert(get(get(ax, 'title'), 'string'), 'one');
 
+%!test  % rings are drawn with their hole, bowls as the surfaces they are
+%! [fig, cleanup] = hidden_figure();
+%! ax = kavro.show_array(kavro.annular_array([1 2; 3 4] * 1e-3));
+%! faces = findobj(ax, 'type', 'patch');
+%! r = cellfun(@(v) [min(hypot(v(:, 1), v(:, 2))), max(hypot(v(:, 1), v(:, 2)))], ...
+%!             get(faces, 'vertices'), 'uniformoutput', false);
+%! assert(sortrows(cell2mat(r)), [1 2; 3 4], 1e-9);
+%! clf;
+%! ax = kavro.show_array([kavro.spherical_shell(3e-3, 5e-3, 'euler', [pi / 2 0 0]), ...
+%!                        kavro.spherical_ring(3e-3, 5e-3, 5e-3, 'center', [0 0 9e-3])]);
+%! faces = findobj(ax, 'type', 'patch');
+%! v = get(faces, 'vertices');
+%! [~, turned] = min(cellfun(@(v) mean(v(:, 3)), v));
+%! assert(sum((v{turned} - [5 0 0]) .^ 2, 2), 25 * ones(rows(v{turned}), 1), 1e-9);
+%! assert([min(v{turned}(:, 1)), max(v{turned}(:, 1))], [0 1], 1e-9);
+%! ring = v{3 - turned};
+%! assert(sum((ring - [0 0 14]) .^ 2, 2), 25 * ones(rows(ring), 1), 1e-9);
+%! assert([min(ring(:, 3)), max(ring(:, 3))], [10 14], 1e-9);
+
 %!test  % peak and snapshots of a plane: values, axes, units, orientation
 %! [fig, cleanup] = hidden_figure();
 %! grid = kavro.set_coordinate_grid(1e-3, 0, 2e-3, 0, 0, 5e-3, 6e-3);

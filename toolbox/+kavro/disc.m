@@ -27,8 +27,9 @@ function element = disc(radius, varargin)
 %     b = kavro.disc(5e-3, 'center', [-12e-3 0 0], 'euler', [10 0 0] * pi / 180);
 %     pair = [a, b];
 %
-%   See also kavro.rectangular_piston, kavro.linear_array, kavro.planar_array,
-%   kavro.ring_array, kavro.bowl_array, kavro.show_array, kavro.transient_pressure
+%   See also kavro.rectangular_piston, kavro.ring, kavro.spherical_shell, kavro.linear_array,
+%   kavro.planar_array, kavro.ring_array, kavro.bowl_array, kavro.show_array,
+%   kavro.transient_pressure
 
 me = 'disc';
 kavro.internal.check_count(me, nargin, [1 Inf], 'radius and options');

@@ -4,8 +4,8 @@ function delays = focus_delays(elements, point, medium)
 %   delays = kavro.focus_delays(elements, point, medium)
 %
 %   The element farthest from the point fires at time 0 and the nearest last, so no delay is
-%   negative. Distances are taken from the elements' centres. The wave then arrives at the
-%   point at max(distance) / soundspeed.
+%   negative. Distances are taken from the elements' centres, those of rings from the circle that
+%   halves their area. The wave then arrives at the point at max(distance) / soundspeed.
 %
 %   Arguments
 %     elements  structure array of n elements
@@ -31,7 +31,6 @@ ok = isstruct(medium) && isscalar(medium) && isfield(medium, 'soundspeed');
 kavro.internal.check(ok, me, 'medium', medium, ...
                      'a structure with the field ''soundspeed'', as set_medium makes it');
 c = kavro.internal.real_number(me, 'medium.soundspeed', medium.soundspeed, 'positive', 'm/s');
-away = kavro.internal.element_centers(elements) - repmat(point, numel(elements), 1);
-distance = sqrt(sum(away .^ 2, 2)).';
+distance = kavro.internal.element_distances(elements, point);
 delays = (max(distance) - distance) / c;
 end

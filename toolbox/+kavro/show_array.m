@@ -6,10 +6,11 @@ function ax = show_array(elements, varargin)
 %   ax = kavro.show_array(...)
 %
 %   Draws into the current axes, in millimetres. An array that lies flat and faces +z is drawn
-%   from the front, in x and y; any other in three dimensions.
+%   from the front, in x and y; any other in three dimensions. Rings are drawn with their hole,
+%   bowls as the curved surfaces they are.
 %
 %   Argument
-%     elements  structure array of elements (discs and rectangles)
+%     elements  structure array of elements
 %
 %   Options
 %     'color'   what the colour stands for: 'delay' (in us), 'amplitude', or 'none';
@@ -26,7 +27,7 @@ function ax = show_array(elements, varargin)
 %     kavro.show_array(kavro.set_delays(elements, delays));
 %
 %   See also kavro.linear_array, kavro.planar_array, kavro.convex_array, kavro.ring_array,
-%   kavro.bowl_array, kavro.focus_delays, kavro.show_field
+%   kavro.bowl_array, kavro.annular_array, kavro.focus_delays, kavro.show_field
 
 me = 'show_array';
 kavro.internal.check_count(me, nargin, [1 Inf], 'elements and options');
@@ -79,11 +80,16 @@ end
 end
 
 function draw_elements(me, axis_handle, elements, values)
-rims = cell(numel(elements), 1);
-for i = 1:numel(elements)
-    rims{i} = 1e3 * kavro.internal.element_outline(me, elements(i));
+n = numel(elements);
+in_mm = @(curves) cellfun(@(curve) 1e3 * curve, curves, 'uniformoutput', false);
+[vertices, faces, rims, ribs] = deal(cell(n, 1));
+for i = 1:n
+    [vertices{i}, faces{i}, rims{i}, ribs{i}] = kavro.internal.element_surface(me, elements(i));
+    vertices{i} = 1e3 * vertices{i};
+    rims{i} = in_mm(rims{i});
+    ribs{i} = in_mm(ribs{i});
 end
-points = cell2mat(rims);
+points = cell2mat(vertices);
 low = min(points, [], 1);
 high = max(points, [], 1);
 is_flat = high(3) - low(3) < 1e-6;
@@ -91,8 +97,9 @@ colors = element_colors(values);
 if ~ishold(axis_handle)
     cla(axis_handle);
 end
-for i = 1:numel(elements)
-    draw_face(axis_handle, rims{i}, colors(i, :), is_flat);
+for i = 1:n
+    draw_face(axis_handle, vertices{i}, faces{i}, rims{i}, colors(i, :), is_flat);
+    draw_curves(axis_handle, ribs{i}, [0.55 0.55 0.55], false);
 end
 frame_axes(axis_handle, low, high, is_flat);
 end
@@ -116,19 +123,27 @@ else
 end
 end
 
-function draw_face(axis_handle, rim, color, is_flat)
+function draw_face(axis_handle, vertices, faces, rims, color, is_flat)
 edge = [0.25 0.25 0.25];
-if is_flat
-    patch(rim(:, 1), rim(:, 2), color, 'FaceColor', color, 'EdgeColor', edge, ...
+if is_flat && numel(rims) == 1
+    patch(rims{1}(:, 1), rims{1}(:, 2), color, 'FaceColor', color, 'EdgeColor', edge, ...
           'Parent', axis_handle);
     return
 end
 % In three dimensions some of Octave's drawing backends fill nothing but triangles.
-n = size(rim, 1);
-fan = [ones(n - 2, 1), (2:n - 1)', (3:n)'];
-patch('Vertices', rim, 'Faces', fan, 'FaceColor', color, 'EdgeColor', 'none', ...
+patch('Vertices', vertices, 'Faces', faces, 'FaceColor', color, 'EdgeColor', 'none', ...
       'Parent', axis_handle);
-line(rim([1:n 1], 1), rim([1:n 1], 2), rim([1:n 1], 3), 'Color', edge, 'Parent', axis_handle);
+draw_curves(axis_handle, rims, edge, true);
+end
+
+function draw_curves(axis_handle, curves, color, is_closed)
+for k = 1:numel(curves)
+    curve = curves{k};
+    if is_closed
+        curve = curve([1:end 1], :);
+    end
+    line(curve(:, 1), curve(:, 2), curve(:, 3), 'Color', color, 'Parent', axis_handle);
+end
 end
 
 function colors = element_colors(values)

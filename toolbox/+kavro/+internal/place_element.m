@@ -1,5 +1,8 @@
 function element = place_element(caller, shape, sizes, args)
-% PLACE_ELEMENT  One element of a shape, placed and driven as the options in args say.
+% PLACE_ELEMENT  One element of a shape, placed and weighted by options.
+%   element = PLACE_ELEMENT(caller, shape, sizes, args) takes the module's shape name, a
+%   structure of the shape's sizes (m) and the cell array of the maker's name/value options
+%   'center', 'euler', 'amplitude' and 'time_delay'.
 defaults = struct('center', [0 0 0], 'euler', [0 0 0], 'amplitude', 1, 'time_delay', 0);
 options = kavro.internal.parse_options(caller, defaults, args);
 center = kavro.internal.three_numbers(caller, 'center', options.center, 'm');
