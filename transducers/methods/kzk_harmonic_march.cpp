@@ -192,9 +192,10 @@ private:
         }
     }
 
-    // Starting a thread's share costs some 10 us; a share is to last longer by far.
+    // Threads meet twice in every step, which on a busy machine may take milliseconds: a share is
+    // to last about half of one.
     int most_threads() const {
-        constexpr double products_worth_a_thread = 4e5;
+        constexpr double products_worth_a_thread = 4e6;
         const double each = static_cast<double>(stride_) * static_cast<double>(stride_ + 32);
         const double threads = each * static_cast<double>(columns_) / products_worth_a_thread;
         return static_cast<int>(std::clamp(threads, 1.0, 1024.0));

@@ -265,9 +265,10 @@ private:
         return all;
     }
 
-    // Starting a thread's share costs some 10 us; a share is to last longer by far.
+    // Threads meet after every step, which on a busy machine may take milliseconds: a share is to
+    // last about half of one.
     int most_threads() const {
-        constexpr std::size_t values_worth_a_thread = 200000;
+        constexpr std::size_t values_worth_a_thread = 400000;
         const auto pairs = static_cast<std::size_t>((columns_.run + 1) / 2);
         return static_cast<int>(
             std::clamp<std::size_t>(grid_.size() / values_worth_a_thread, 1, pairs));
