@@ -39,7 +39,10 @@ what = kavro.internal.choose(me, 'color', options.color, {'auto', 'delay', 'ampl
 axis_handle = gca();
 draw_elements(me, axis_handle, elements, values);
 if isempty(options.title)
-    options.title = sprintf('Array of %d elements', numel(elements));
+    options.title = 'One element';
+    if numel(elements) > 1
+        options.title = sprintf('Array of %d elements', numel(elements));
+    end
 end
 title(axis_handle, options.title, 'fontweight', 'normal');
 xlabel(axis_handle, 'x (mm)');
