@@ -32,8 +32,7 @@ bool is_reached(const CartesianCoordinate& local) {
 
 // The number of abscissas at a height over the face: as many cells as a width of
 // sqrt(4 lambda z / n), n the size of the reference rule, makes on the whole face. Both directions
-// use that many: deliberate. Throws std::bad_alloc beyond 32
-// bits.
+// use that many: deliberate. Throws std::bad_alloc beyond 32 bits.
 int abscissas_at(const RectangularTransducer& rectangle, double z, double wavelength,
                  int reference_size) {
     const double d = std::sqrt(4 * wavelength * z / reference_size);

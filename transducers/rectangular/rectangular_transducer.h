@@ -7,6 +7,9 @@ namespace kavro {
 
 // A rectangle in the plane z = 0 of its own frame, `width` along x and `height` along y, radiating
 // towards +z. Lengths in metres.
+//
+// Its methods read the quadrature rule as it stands and want it on the reference interval [-1, 1]:
+// a disc's leave it elsewhere, and radiator_cw resizes it, so refill it in between.
 class RectangularTransducer : public Transducer {
 public:
     double width = 0.0;
@@ -43,7 +46,7 @@ public:
     TransducerStatus kzk_transient() override { return not_implemented(); }
     TransducerStatus kzk_cw() override { return not_implemented(); }
 
-    virtual TransducerStatus farfield_cw_lossless();
+    virtual TransducerStatus farfield_cw_lossless();  // as farfield_cw, without attenuation
 };
 
 }  // namespace kavro
