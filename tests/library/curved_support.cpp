@@ -69,6 +69,27 @@ ComplexField ApertureStage::wave(Operation operation, bool exact) const {
     return field;
 }
 
+void expect_same_to_the_last_bit(kavro::Transducer& a, kavro::Transducer& b, const Scene& scene,
+                                 const std::vector<Operation>& operations) {
+    const Waveform waveform = sampled(noise(40, 3), 1e-7, 3.9e-6, 0.0);
+    for (const Operation operation : operations) {
+        Records of_a(scene), of_b(scene);
+        for (const auto& [element, records] : {std::pair(&a, &of_a), std::pair(&b, &of_b)}) {
+            element->set_amplitude(1.25);
+            records->connect(*element);
+            element->pressure_real = records->pressure_real.data();
+            element->pressure_imag = records->pressure_imag.data();
+            element->excitation = waveform.get();
+            EXPECT_EQ((element->*operation)(), kavro::status_success);
+        }
+        EXPECT_EQ(of_a.pressure, of_b.pressure);
+        EXPECT_EQ(of_a.pressure_real, of_b.pressure_real);
+        EXPECT_EQ(of_a.pressure_imag, of_b.pressure_imag);
+        EXPECT_EQ(a.impulse_begin_time, b.impulse_begin_time);
+        EXPECT_EQ(a.impulse_end_time, b.impulse_end_time);
+    }
+}
+
 Aperture aperture_of(double inner_radius, double radius, double focus) {
     Aperture aperture;
     aperture.inner_radius = inner_radius;

@@ -41,6 +41,10 @@ private:
     std::shared_ptr<kavro_oracle::ProductWaveform> wrapped_;
 };
 
+// By every one of the operations, with a sampled waveform.
+void expect_same_to_the_last_bit(kavro::Transducer& a, kavro::Transducer& b, const Scene& scene,
+                                 const std::vector<Operation>& operations);
+
 // A bowl or ring of radii in metres, without a waveform.
 Aperture aperture_of(double inner_radius, double radius, double focus);
 

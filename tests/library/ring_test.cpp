@@ -75,27 +75,10 @@ TEST(Ring, WithoutAHoleIsTheDiscToTheLastBit) {
     scene.attenuation = 1;
     kavro::RingTransducer ring(0, 10 * mm);
     kavro::CircularTransducer disc(10 * mm);
-    const Waveform waveform = sampled(noise(40, 3), 1e-7, 3.9e-6, 0.0);
-    for (const Operation operation :
-         {&Transducer::fnm_cw, &Transducer::impulse_response, &Transducer::fnm_tsd,
-          &Transducer::fnm_tsd_low_precision, &Transducer::fnm_fdtsd,
-          &Transducer::impulse_begin_and_end_times}) {
-        Records of_ring(scene), of_disc(scene);
-        for (const auto& [element, records] : {std::pair<Transducer*, Records*>(&ring, &of_ring),
-                                               std::pair<Transducer*, Records*>(&disc, &of_disc)}) {
-            element->set_amplitude(1.25);
-            records->connect(*element);
-            element->pressure_real = records->pressure_real.data();
-            element->pressure_imag = records->pressure_imag.data();
-            element->excitation = waveform.get();
-            EXPECT_EQ((element->*operation)(), kavro::status_success);
-        }
-        EXPECT_EQ(of_ring.pressure, of_disc.pressure);
-        EXPECT_EQ(of_ring.pressure_real, of_disc.pressure_real);
-        EXPECT_EQ(of_ring.pressure_imag, of_disc.pressure_imag);
-        EXPECT_EQ(ring.impulse_begin_time, disc.impulse_begin_time);
-        EXPECT_EQ(ring.impulse_end_time, disc.impulse_end_time);
-    }
+    expect_same_to_the_last_bit(ring, disc, scene,
+                                {&Transducer::fnm_cw, &Transducer::impulse_response,
+                                 &Transducer::fnm_tsd, &Transducer::fnm_tsd_low_precision,
+                                 &Transducer::fnm_fdtsd, &Transducer::impulse_begin_and_end_times});
 }
 
 TEST(Ring, OnTheAxisBothRimsArrive) {
@@ -110,28 +93,6 @@ TEST(Ring, OnTheAxisBothRimsArrive) {
         for (std::size_t j = 0; j < field.size(); ++j) {
             const double t = scene.times[j];
             ASSERT_NEAR(field[j], rho * c * (pulse.at(t - inner) - pulse.at(t - outer)), 1e-5);
-        }
-    }
-}
-
-TEST(Ring, IsSilentBeforeTheFirstAndAfterTheLastArrival) {
-    const auto pulse = std::make_shared<kavro::HanningPulse>(1e6, 1e-6, 0);
-    ApertureScene scene = ring_scene(4 * mm, 10 * mm, 8);
-    set_axis(scene, 2e-8, 0, 2000);
-    const std::size_t npoints = scene.points.size();
-    for (const Operation operation : {&Transducer::fnm_tsd, &Transducer::fnm_transient}) {
-        const Field field = ApertureStage(scene, pulse).transient(operation);
-        for (std::size_t i = 0; i < npoints; ++i) {
-            ApertureScene alone = scene;
-            alone.points = {scene.points[i]};
-            const auto [begin, end] = begin_and_end_times(alone);
-            for (std::size_t j = 0; j < scene.times.size(); ++j) {
-                const double t = scene.times[j];
-                // Roundings of the delays apart.
-                if (t < begin - 1e-18 || t > end + 1e-6 + 1e-18) {
-                    ASSERT_EQ(field[j * npoints + i], 0.0) << "point " << i << ", t = " << t;
-                }
-            }
         }
     }
 }

@@ -4,6 +4,7 @@
 #include <complex>
 #include <cstddef>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -35,6 +36,10 @@ ApertureScene scene_of(const Aperture& aperture, int ndiv = 16) {
     return scene;
 }
 
+std::shared_ptr<kavro::HanningPulse> hanning() {
+    return std::make_shared<kavro::HanningPulse>(1e6, 3e-6, 0);
+}
+
 bool is_shell(const Aperture& aperture) {
     return aperture.inner_radius == 0.0;
 }
@@ -64,8 +69,7 @@ TEST(Bowl, ContinuousWavesAgreeWithTheOracle) {
 }
 
 TEST(Bowl, DecompositionsAgreeWithTheOracle) {
-    const std::vector<Waveform> waveforms = {std::make_shared<kavro::HanningPulse>(1e6, 3e-6, 0),
-                                             std::make_shared<Ramp>(2e-6),
+    const std::vector<Waveform> waveforms = {hanning(), std::make_shared<Ramp>(2e-6),
                                              sampled(noise(40, 3), 1e-7, 3.9e-6, 0.0)};
     for (const Aperture& aperture : bowls()) {
         for (const Waveform& waveform : waveforms) {
@@ -83,8 +87,7 @@ TEST(Bowl, DecompositionsAgreeWithTheOracle) {
 
 TEST(Bowl, DirectTransientAgreesWithTheOracle) {
     for (const Aperture& aperture : bowls()) {
-        const ApertureStage stage(transient_scene_of(aperture),
-                                  std::make_shared<kavro::HanningPulse>(1e6, 3e-6, 0));
+        const ApertureStage stage(transient_scene_of(aperture), hanning());
         Field expected = silence(stage.scene());
         WindowLog log;
         add_fnm_tsd(stage.scene(), kavro_oracle::Terms::real, Behind::computed, expected, &log);
@@ -109,8 +112,7 @@ TEST(Bowl, DirectTransientAgreesWithTheOracle) {
 
 TEST(Bowl, ArrivalsAndImpulseResponsesAgreeWithTheOracle) {
     for (const Aperture& aperture : bowls()) {
-        const ApertureStage stage(transient_scene_of(aperture),
-                                  std::make_shared<kavro::HanningPulse>(1e6, 3e-6, 0));
+        const ApertureStage stage(transient_scene_of(aperture), hanning());
         Field expected = silence(stage.scene());
         add_impulse_response(stage.scene(), expected);
         const Field response = stage.transient(&Transducer::impulse_response);
@@ -146,7 +148,7 @@ TEST(Bowl, AxisFollowsItsClosedFormOnBothSidesOfTheFocus) {
         scene.ndiv = 4;
         set_axis(scene, 5e-8, 0, 900);
         const double gain = rho * c * sphere.d / (sphere.d - z);
-        const ApertureStage stage(scene, std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0));
+        const ApertureStage stage(scene, hanning());
         for (const Operation operation :
              {&Transducer::fnm_tsd_behind_source, &Transducer::fnm_transient_behind_source}) {
             const Field field = stage.transient(operation);
@@ -197,7 +199,7 @@ TEST(Bowl, FocusHasItsClosedFormAndIsApproachedSmoothly) {
         scene.points.push_back({s, 0, d});
     }
     const kavro::HanningPulse pulse(f0, 3e-6, 0);
-    const ApertureStage stage(scene, std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0));
+    const ApertureStage stage(scene, hanning());
     const double peak = rho * sphere.depth() * pulse.derivative(1.5e-6);
     for (const Operation operation : {&Transducer::fnm_tsd, &Transducer::fnm_transient}) {
         const Field field = stage.transient(operation);
@@ -217,8 +219,7 @@ TEST(Bowl, HemisphereFollowsItsClosedFormInTheFocalPlane) {
     scene.ndiv = 64;
     set_axis(scene, 2e-8, 0, 600);
     const kavro::HanningPulse pulse(f0, 3e-6, 0);
-    const Field field = ApertureStage(scene, std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0))
-                            .transient(&Transducer::fnm_tsd);
+    const Field field = ApertureStage(scene, hanning()).transient(&Transducer::fnm_tsd);
     for (std::size_t j = 0; j < field.size(); ++j) {
         const double t = scene.times[j];
         const double gain = rho * c * d / (2 * r);
@@ -231,21 +232,13 @@ TEST(Bowl, ImpulseResponseOfTheFocusIsOneSample) {
     ApertureScene scene;
     scene.apertures = {aperture_of(0, 10 * mm, 30 * mm)};
     scene.apertures[0].amplitude = 2;
-    scene.points = {{0, 0, 30 * mm}, {0.7 * mm, 0, 29 * mm}};
+    scene.points = {{0, 0, 30 * mm}};
     set_axis(scene, 1e-9, 19e-6, 3000);
-    const Field h = ApertureStage(scene, std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0))
-                        .transient(&Transducer::impulse_response);
+    const Field h = ApertureStage(scene, hanning()).transient(&Transducer::impulse_response);
+    const double area = std::accumulate(h.begin(), h.end(), 0.0) * 1e-9;
     const Sphere sphere{10 * mm, 30 * mm};
-    double sum = 0, beside = 0;
-    int pulses = 0;
-    for (std::size_t i = 0; i < h.size(); ++i) {
-        (i % 2 == 0 ? sum : beside) += h[i] * 1e-9;
-        pulses += i % 2 == 0 && h[i] != 0 ? 1 : 0;
-    }
-    EXPECT_EQ(pulses, 1);
-    EXPECT_NEAR(sum, 2 * sphere.depth(), 1e-15);
-    // The area falls off like 1/R from the bowl's: its mean over the bowl's area.
-    EXPECT_NEAR(beside, sum, 0.05 * sum);
+    EXPECT_NEAR(area, 2 * sphere.depth(), 1e-15);
+    EXPECT_EQ(std::count(h.begin(), h.end(), 0.0), 2999);
 }
 
 // ---- limits
@@ -259,7 +252,7 @@ TEST(Bowl, OfHugeCurvatureIsADisc) {
                          {8 * mm, 1 * mm, 9 * mm}, {1 * mm, 0, 0},           {1 * mm, 0, -1 * mm}};
         set_axis(*scene, 5e-8, 3.7e-9, 300);  // no sample on a response's edge
     }
-    const auto pulse = std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0);
+    const auto pulse = hanning();
     for (const Operation operation :
          {&Transducer::fnm_tsd, &Transducer::fnm_transient, &Transducer::fnm_tsd_low_precision}) {
         const double tolerance = operation == &Transducer::fnm_tsd_low_precision ? 2e-5 : 1e-7;
@@ -289,7 +282,7 @@ TEST(Bowl, RingIsTheDifferenceOfTwoCaps) {
     caps.points = ring.points;
     set_axis(ring, 5e-8, 0, 900);
     set_axis(caps, 5e-8, 0, 900);
-    const auto pulse = std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0);
+    const auto pulse = hanning();
     EXPECT_LE(largest_difference_of(ApertureStage(ring).wave(&Transducer::fnm_cw),
                                     ApertureStage(caps).wave(&Transducer::fnm_cw)),
               1e-12 * largest_of(ApertureStage(caps).wave(&Transducer::fnm_cw)));
@@ -301,30 +294,13 @@ TEST(Bowl, RingIsTheDifferenceOfTwoCaps) {
 }
 
 TEST(Bowl, SphericalRingWithoutAHoleIsTheShellToTheLastBit) {
-    const ApertureScene scene = transient_scene_of(aperture_of(0, 10 * mm, 30 * mm));
     kavro::SphericalRingTransducer ring(0, 10 * mm, 30 * mm);
     kavro::SphericalTransducer shell(10 * mm, 30 * mm);
-    const Waveform waveform = sampled(noise(40, 3), 1e-7, 3.9e-6, 0.0);
-    for (const Operation operation :
-         {&Transducer::fnm_cw, &Transducer::rayleigh_cw, &Transducer::impulse_response,
-          &Transducer::fnm_transient, &Transducer::fnm_fdtsd, &Transducer::fnm_tsd,
-          &Transducer::fnm_tsd_low_precision, &Transducer::impulse_begin_and_end_times}) {
-        Records of_ring(scene), of_shell(scene);
-        for (const auto& [element, records] :
-             {std::pair<Transducer*, Records*>(&ring, &of_ring),
-              std::pair<Transducer*, Records*>(&shell, &of_shell)}) {
-            element->set_amplitude(1.25);
-            records->connect(*element);
-            element->pressure_real = records->pressure_real.data();
-            element->pressure_imag = records->pressure_imag.data();
-            element->excitation = waveform.get();
-            EXPECT_EQ((element->*operation)(), kavro::status_success);
-        }
-        EXPECT_EQ(of_ring.pressure, of_shell.pressure);
-        EXPECT_EQ(of_ring.pressure_real, of_shell.pressure_real);
-        EXPECT_EQ(of_ring.pressure_imag, of_shell.pressure_imag);
-        EXPECT_EQ(ring.impulse_end_time, shell.impulse_end_time);
-    }
+    expect_same_to_the_last_bit(
+        ring, shell, transient_scene_of(aperture_of(0, 10 * mm, 30 * mm)),
+        {&Transducer::fnm_cw, &Transducer::rayleigh_cw, &Transducer::impulse_response,
+         &Transducer::fnm_transient, &Transducer::fnm_fdtsd, &Transducer::fnm_tsd,
+         &Transducer::fnm_tsd_low_precision, &Transducer::impulse_begin_and_end_times});
 }
 
 // ---- siblings
@@ -339,7 +315,7 @@ TEST(Bowl, DecomposedIsDirectAtEverySample) {
             const Field field = stage.transient(decomposed);
             EXPECT_LE(largest_difference_of(field, direct), 1e-9 * largest_of(direct));
         };
-        agree(std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0), &Transducer::fnm_tsd);
+        agree(hanning(), &Transducer::fnm_tsd);
         agree(std::make_shared<kavro::ToneBurst>(f0, 3e-6, 0), &Transducer::fnm_tsd);
         // The exact form of sampled and t-cubed pulses equals their values; the reference's not.
         std::vector<double> signal(48);
@@ -369,7 +345,7 @@ TEST(Bowl, ImpulseResponseConvolvedIsThePressure) {
         scene.ndiv = 128;
         const double fine = 2.5e-10;
         set_axis(scene, fine, 0, 160000);
-        const auto pulse = std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0);
+        const auto pulse = hanning();
         const Field h = ApertureStage(scene, pulse).transient(&Transducer::impulse_response);
         set_axis(scene, 5e-7, 0, 80);
         const Field p = ApertureStage(scene, pulse).transient(&Transducer::fnm_tsd);
@@ -415,9 +391,11 @@ TEST(Bowl, ExactContinuousWaveWithLossesIsTheRayleighIntegral) {
 
 TEST(Bowl, NothingArrivesOutsideTheArrivalWindow) {
     const auto pulse = std::make_shared<kavro::HanningPulse>(f0, 1e-6, 0);
-    for (const Aperture& aperture : bowls()) {
+    std::vector<Aperture> apertures = bowls();
+    apertures.push_back(aperture_of(4 * mm, 10 * mm, 0));
+    for (const Aperture& aperture : apertures) {
         ApertureScene scene = scene_of(aperture, 8);
-        scene.points.push_back({0.01 * mm, 0, aperture.focus * 0.7});
+        scene.points.push_back({0.01 * mm, 0, 21 * mm});
         set_axis(scene, 2e-8, 0, 2000);
         const std::size_t npoints = scene.points.size();
         for (const Operation operation : {&Transducer::fnm_tsd, &Transducer::fnm_transient}) {
@@ -447,7 +425,7 @@ TEST(Bowl, BehindSourceAddsWhatIsSkippedAndNothingElse) {
                     {11 * mm, 0, 0.5 * sphere.depth()},  // beside the bowl, over its apex
                     {1 * mm, 0, -2 * mm}};
     set_axis(scene, 5e-8, 0, 500);
-    const auto pulse = std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0);
+    const auto pulse = hanning();
     const ApertureStage stage(scene, pulse);
     for (const auto& [facing, everywhere] :
          {std::pair(&Transducer::fnm_tsd, &Transducer::fnm_tsd_behind_source),
@@ -489,7 +467,7 @@ TEST(Bowl, WarnsOfWhatTheMediumLacksAndSkipsTheSilent) {
         EXPECT_EQ(ApertureStage(scene).wave(wave.operation)[0] != 0.0, counts) << wave.name;
     }
     set_axis(scene, 5e-8, 0, 500);
-    const auto pulse = std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0);
+    const auto pulse = hanning();
     for (const ApertureMethod& method : decomposed_methods(true)) {
         if (!method.single && method.operation != &Transducer::fnm_fdtsd) {
             EXPECT_EQ(largest_of(ApertureStage(scene, pulse).transient(method.operation)), 0.0);
@@ -498,43 +476,30 @@ TEST(Bowl, WarnsOfWhatTheMediumLacksAndSkipsTheSilent) {
     EXPECT_GT(largest_of(ApertureStage(scene, pulse).transient(&Transducer::impulse_response)), 0);
 }
 
-TEST(Bowl, MissingRecordsAreAFailureAndOddSizesNoCrash) {
-    Recorder console;
-    ApertureScene scene = scene_of(aperture_of(0, 10 * mm, 30 * mm));
-    scene.f0 = scene.speed = 0;
-    kavro::HanningPulse pulse(f0, 3e-6, 0);
-    const std::vector<Operation> operations = {
-        &Transducer::fnm_cw,           &Transducer::fnm_cw_sse,
-        &Transducer::rayleigh_cw,      &Transducer::rayleigh_cw_sse,
-        &Transducer::impulse_response, &Transducer::impulse_begin_and_end_times,
-        &Transducer::fnm_transient,    &Transducer::fnm_transient_behind_source,
-        &Transducer::fnm_tsd,          &Transducer::fnm_tsd_behind_source,
-        &Transducer::fnm_fdtsd,        &Transducer::fnm_tsd_low_precision};
-    for (const Operation operation : operations) {
-        kavro::SphericalTransducer shell(10 * mm, 30 * mm);
-        EXPECT_EQ((shell.*operation)(), kavro::status_failure);
-        Records records(scene);
-        records.connect(shell);
-        shell.excitation = &pulse;
-        shell.set_medium(nullptr);
-        EXPECT_EQ((shell.*operation)(), kavro::status_failure);
-    }
-    EXPECT_TRUE(console.warnings.empty());
+TEST(Bowl, OddSizesAreNoCrash) {
+    const ApertureScene scene = transient_scene_of(aperture_of(0, 10 * mm, 30 * mm));
+    const Waveform waveform = sampled(noise(40, 3), 1e-7, 3.9e-6, 0.0);
     const double nan = std::nan("");
     for (const auto& [radius, roc] :
          {std::pair(2.0, 1.0), std::pair(0.0, 1.0), std::pair(1.0, 0.0), std::pair(1.0, -1.0),
           std::pair(nan, 1.0), std::pair(1.0, nan)}) {
-        for (const Operation operation : operations) {
-            scene = transient_scene_of(aperture_of(0, 10 * mm, 30 * mm));
-            kavro::SphericalTransducer shell(radius, roc);
-            shell.set_amplitude(1);
+        kavro::SphericalTransducer shell(radius, roc);
+        kavro::SphericalRingTransducer ring(radius / 2, radius, roc);
+        for (Transducer* element :
+             {static_cast<Transducer*>(&shell), static_cast<Transducer*>(&ring)}) {
             Records records(scene);
-            records.connect(shell);
-            shell.pressure_real = records.pressure_real.data();
-            shell.pressure_imag = records.pressure_imag.data();
-            shell.excitation = &pulse;
-            const int status = (shell.*operation)();
-            EXPECT_EQ(status, operation == &Transducer::fnm_fdtsd ? 1 : 0);
+            element->set_amplitude(1);
+            records.connect(*element);
+            element->pressure_real = records.pressure_real.data();
+            element->pressure_imag = records.pressure_imag.data();
+            element->excitation = waveform.get();
+            for (const Operation operation :
+                 {&Transducer::fnm_cw, &Transducer::rayleigh_cw, &Transducer::impulse_response,
+                  &Transducer::impulse_begin_and_end_times, &Transducer::fnm_transient,
+                  &Transducer::fnm_tsd, &Transducer::fnm_fdtsd,
+                  &Transducer::fnm_tsd_low_precision}) {
+                EXPECT_EQ((element->*operation)(), kavro::status_success);
+            }
         }
     }
 }
@@ -549,10 +514,9 @@ protected:
 
 TEST_F(BowlVariants, NeitherVectorsNorThreadsShow) {
     const Aperture aperture = aperture_of(4 * mm, 9.99 * mm, 10 * mm);
-    const ApertureStage transients(transient_scene_of(aperture),
-                                   std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0));
+    const ApertureStage transients(transient_scene_of(aperture), hanning());
     const ApertureStage shell_transients(transient_scene_of(aperture_of(0, 10 * mm, 30 * mm)),
-                                         std::make_shared<kavro::HanningPulse>(f0, 3e-6, 0));
+                                         hanning());
     const ApertureStage waves(scene_of(aperture_of(0, 10 * mm, 30 * mm)));
     std::vector<Field> first;
     std::vector<ComplexField> first_waves;

@@ -67,11 +67,10 @@ BowlPole Bowl::pole(const AxialPoint& point) const {
     return pole;
 }
 
-BowlDistances Bowl::distances(const AxialPoint& point) const {
+BowlDistances Bowl::distances(const AxialPoint& point, const BowlPole& pole) const {
     if (count_ == 0) {
         return {0.0, 0.0};
     }
-    const BowlPole pole = this->pole(point);
     const BowlRim& outer = rims_[0];
     const BowlRim& inner = rims_[1];
     const bool before = pole.side > 0.0;

@@ -62,7 +62,8 @@ public:
     bool has_nearly_hemispherical_rim() const;
 
     BowlPole pole(const AxialPoint& point) const;
-    BowlDistances distances(const AxialPoint& point) const;
+    BowlDistances distances(const AxialPoint& point) const { return distances(point, pole(point)); }
+    BowlDistances distances(const AxialPoint& point, const BowlPole& pole) const;  // its own pole
 
     // Whether the bowl turns its back to the point: below the rim's plane and outside the sphere.
     // Points on the surface, within rounding, are not behind.

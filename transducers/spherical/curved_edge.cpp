@@ -290,7 +290,7 @@ void CurvedEdge<Real>::place(EdgeBlock<Real>& block, std::size_t lane, Pass pass
     lanes.ratio[lane] = static_cast<Real>(lanes.exact_ratio[lane]);
     lanes.path_squared[lane] = static_cast<Real>(pole.path * pole.path);
     lanes.direct_path[lane] = static_cast<Real>(pass.far_pole ? pole.far_path : pole.path);
-    const BowlDistances distances = bowl_.distances(point);
+    const BowlDistances distances = bowl_.distances(point, pole);
     block.first_arrival[lane] = static_cast<Real>(distances.nearest / speed_);
     block.last_arrival[lane] = static_cast<Real>(distances.farthest / speed_);
 }
