@@ -87,9 +87,11 @@ TEST(KzkGuards, WhatCannotMarchIsStoredAsSilence) {
     of_transient.push_back({"negative step", [](KzkBeam& b) { b.step = -0.01f; }});
     of_transient.push_back({"tiny step", [](KzkBeam& b) { b.step = 1e-38f; }});
     of_transient.push_back({"step not a number", [](KzkBeam& b) { b.step = std::nanf(""); }});
+    of_transient.push_back({"far planes", [](KzkBeam& b) { b.zmax = 1e30; }});
     of_transient.push_back({"no span", [](KzkBeam& b) { b.tmax = b.tmin + b.zmax / b.speed; }});
     std::vector<Change> of_cw = of_both;
     of_cw.push_back({"no growth", [](KzkBeam& b) { b.growth = 0.0f; }});
+    of_cw.push_back({"tiny growth", [](KzkBeam& b) { b.growth = 1e-30f; }});
     of_cw.push_back({"negative growth", [](KzkBeam& b) { b.growth = -1.0f; }});
     const Recorder recorder;
     for (const bool shell : {false, true}) {

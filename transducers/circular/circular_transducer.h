@@ -39,6 +39,7 @@ public:
     TransducerStatus fnm_tsd_low_precision() override;
     TransducerStatus fnm_tsd_sse() override;
     TransducerStatus rayleigh_transient() override;
+    // The nonlinear marches store their results, they do not add.
     TransducerStatus kzk_transient() override;
     TransducerStatus kzk_cw() override;
 

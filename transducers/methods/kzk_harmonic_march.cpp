@@ -18,7 +18,8 @@ namespace kavro {
 namespace {
 
 constexpr int first_stage_steps = 20;
-constexpr float whole_limit = 1e9f;  // counts beyond this are no counts
+constexpr float whole_limit = 1e9f;                // counts beyond this are no counts
+constexpr double least_growth = 1.0 / 16777216.0;  // below, there is no end of steps
 
 // The element's parameters.
 struct Scheme {
@@ -241,11 +242,11 @@ bool is_range(float range) {
 }
 
 bool can_march(const KzkHarmonicShape& shape, const Scheme& scheme, const KzkPlanes& planes) {
-    return scheme.last_column >= 2 && scheme.growth > 0.0 && std::isfinite(scheme.growth) &&
-           std::isfinite(shape.absorption) && shape.absorption >= 0.0 &&
-           std::isfinite(shape.nonlinearity) && shape.range_of(1.0f) > 0.0f &&
-           is_range(shape.range_of(1.0f)) && is_range(shape.range_of(planes.z.front())) &&
-           is_range(shape.range_of(planes.z.back()));
+    return scheme.last_column >= 2 && scheme.growth > least_growth &&
+           std::isfinite(scheme.growth) && std::isfinite(shape.absorption) &&
+           shape.absorption >= 0.0 && std::isfinite(shape.nonlinearity) &&
+           shape.range_of(1.0f) > 0.0f && is_range(shape.range_of(1.0f)) &&
+           is_range(shape.range_of(planes.z.front())) && is_range(shape.range_of(planes.z.back()));
 }
 
 }  // namespace

@@ -23,8 +23,8 @@
 namespace kavro {
 namespace {
 
-constexpr float whole_limit = 1e9f;  // counts beyond this are no counts
-constexpr float most_steps = 1e18f;
+constexpr float whole_limit = 1e9f;        // counts beyond this are no counts
+constexpr float most_steps = 16777216.0f;  // beyond, a step is lost in the rounding of the range
 
 // The element's five parameters.
 struct Scheme {
@@ -54,9 +54,9 @@ int row_number(double value) {
                                                               : std::numeric_limits<int>::min();
 }
 
-class Output {
+class MarchOutput {
 public:
-    Output(const Transducer& element, const KzkPlanes& planes, const KzkRetardedTime& axis)
+    MarchOutput(const Transducer& element, const KzkPlanes& planes, const KzkRetardedTime& axis)
         : times_(*element.time_samples),
           pressure_(element.transient_pressure),
           points_(planes.z.size() * planes.r.size()),
@@ -111,7 +111,7 @@ private:
 class March {
 public:
     March(const Transducer& element, const KzkTransientShape& shape, const Scheme& scheme,
-          const KzkPlanes& planes, const KzkRetardedTime& axis, Output& output)
+          const KzkPlanes& planes, const KzkRetardedTime& axis, MarchOutput& output)
         : element_(element),
           shape_(shape),
           scheme_(scheme),
@@ -321,7 +321,7 @@ private:
     const Scheme& scheme_;
     const KzkPlanes& planes_;
     const KzkRetardedTime& axis_;
-    Output& output_;
+    MarchOutput& output_;
     KzkColumns columns_;
     KzkRadialStep radial_;
     KzkDistortion distortion_;
@@ -332,12 +332,14 @@ bool is_positive(float value) {
     return value > 0.0f && std::isfinite(value);
 }
 
-bool can_march(const KzkTransientShape& shape, const Scheme& scheme, const KzkRetardedTime& axis) {
+bool can_march(const KzkTransientShape& shape, const Scheme& scheme, const KzkRetardedTime& axis,
+               const KzkPlanes& planes) {
     return scheme.last_column >= 2 && axis.steps >= 2 && is_positive(axis.step) &&
            is_positive(scheme.step) && is_positive(shape.rayleigh) && is_positive(shape.gain) &&
            std::isfinite(shape.source_lead) && std::isfinite(shape.nonlinearity) &&
            (shape.absorption == 0.0f || is_positive(shape.absorption)) &&
-           std::isfinite(shape.last_range) && std::abs(shape.last_range / scheme.step) < most_steps;
+           std::abs(shape.last_range) < most_steps * scheme.step &&
+           std::abs(planes.z.front() / shape.rayleigh * shape.gain) < most_steps * scheme.step;
 }
 
 }  // namespace
@@ -353,8 +355,8 @@ TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransie
         const KzkRetardedTime axis(*element.time_samples, *element.excitation, *element.medium,
                                    grid);
         const KzkPlanes planes(grid, shape.radius, element.exact());
-        Output output(element, planes, axis);
-        if (!can_march(shape, scheme, axis)) {
+        MarchOutput output(element, planes, axis);
+        if (!can_march(shape, scheme, axis, planes)) {
             output.clear_all();
             return status_success;
         }

@@ -40,6 +40,7 @@ public:
     TransducerStatus fnm_tsd_low_precision() override;
     TransducerStatus fnm_tsd_sse() override { return not_implemented(); }
     TransducerStatus rayleigh_transient() override { return not_implemented(); }
+    // The nonlinear marches store their results, they do not add.
     TransducerStatus kzk_transient() override;
     TransducerStatus kzk_cw() override;
 
