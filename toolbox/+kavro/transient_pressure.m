@@ -8,7 +8,8 @@ function p = transient_pressure(varargin)
 %   this file holds its help.
 %
 %   Arguments
-%     elements    structure array of n elements; discs only. See kavro.disc,
+%     elements    structure array of n elements; discs only (kavro.solve with 'fnm_tsd' takes
+%                 every shape). See kavro.disc,
 %                 kavro.linear_array, kavro.planar_array, kavro.ring_array, kavro.bowl_array
 %     grid        points, made by kavro.set_coordinate_grid
 %     medium      made by kavro.set_medium. The computation is lossless: it warns when the
