@@ -184,13 +184,21 @@ TEST(RectangleContinuousWave, TheRadiatorNeitherOverflowsNorHangs) {
         EXPECT_EQ(stage.element.radiator_cw(), kavro::status_out_of_memory) << z;
         EXPECT_EQ(stage.records.rule.npoints, scene.ndiv);
     }
-    for (const double z : {1e-8, 1.6e-5}) {  // given up within the rule, and within the sum
-        int asked = 0;
-        const kavro::console::Connection impatient({{}, {}, {}, [&asked] { return ++asked > 3; }});
-        scene.points = {{0, 0, z}, {0, 0, z}};
-        RadiatorStage stage(scene);
-        EXPECT_EQ(stage.element.radiator_cw(), kavro::status_interrupted) << z;
+    // Given up within the rule, within the sum, and while the calling thread has nothing left to
+    // do.
+    kavro::set_thread_count(2);
+    for (const double z : {1e-8, 1.6e-5}) {
+        for (const std::size_t idle : {0u, 31u}) {
+            int asked = 0;
+            const kavro::console::Connection impatient(
+                {{}, {}, {}, [&asked] { return ++asked > 3; }});
+            scene.points.assign(idle, {0, 0, -1.0});
+            scene.points.insert(scene.points.begin() + static_cast<int>(idle / 2), {0, 0, z});
+            RadiatorStage stage(scene);
+            EXPECT_EQ(stage.element.radiator_cw(), kavro::status_interrupted) << z;
+        }
     }
+    kavro::set_thread_count(0);
 }
 
 // ---- physics

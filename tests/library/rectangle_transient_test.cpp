@@ -151,7 +151,7 @@ TEST(RectangleTransient, ArrivalsAreThoseOfTheOracle) {
 TEST(RectangleTransient, ImpulseResponseCountsTheArrivals) {
     RectangleScene scene = rectangle_scene();
     const double step = 5e-8;
-    set_times(scene, step, 0, 160);
+    set_times(scene, step, 0, 180);
     std::erase_if(scene.points, [](const Triple& p) { return p.z == 0; });
     const auto at = [&](std::size_t p, std::size_t j) { return p + j * scene.points.size(); };
     Field counted = kavro_oracle::silence(scene);
@@ -173,7 +173,7 @@ TEST(RectangleTransient, ImpulseResponseCountsTheArrivals) {
     constexpr int fine = 64;
     Field mean = kavro_oracle::silence(scene);
     RectangleScene finely = scene;
-    set_times(finely, step / fine, 0.5 * step / fine, 160 * fine);
+    set_times(finely, step / fine, 0.5 * step / fine, 180 * fine);
     const Field response = transient_by_library(finely, &RectangularTransducer::impulse_response,
                                                 *kinds()[0].waveform);
     for (std::size_t i = 0; i < response.size(); ++i) {
