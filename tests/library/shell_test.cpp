@@ -73,7 +73,12 @@ TEST(Bowl, DecompositionsAgreeWithTheOracle) {
                                              sampled(noise(40, 3), 1e-7, 3.9e-6, 0.0)};
     for (const Aperture& aperture : bowls()) {
         for (const Waveform& waveform : waveforms) {
-            const ApertureStage stage(transient_scene_of(aperture), waveform);
+            ApertureScene scene = transient_scene_of(aperture);
+            if (waveform == waveforms[1]) {
+                // A list of instants, whose windows are compared one by one.
+                set_list(scene, {scene.times.rbegin() + 7, scene.times.rbegin() + 400});
+            }
+            const ApertureStage stage(scene, waveform);
             for (const ApertureMethod& method : decomposed_methods(is_shell(aperture))) {
                 const bool fits = waveform->has_complex_decomposition() ||
                                   method.operation != &Transducer::fnm_fdtsd;
@@ -309,11 +314,12 @@ TEST(Bowl, DecomposedIsDirectAtEverySample) {
     for (const Aperture& aperture : bowls()) {
         ApertureScene scene = transient_scene_of(aperture);
         scene.ndiv = 24;
-        const auto agree = [&scene](const Waveform& waveform, Operation decomposed) {
+        const auto agree = [&scene](const Waveform& waveform, Operation decomposed,
+                                    double tolerance = 1e-9) {
             const ApertureStage stage(scene, waveform);
             const Field direct = stage.transient(&Transducer::fnm_transient);
             const Field field = stage.transient(decomposed);
-            EXPECT_LE(largest_difference_of(field, direct), 1e-9 * largest_of(direct));
+            EXPECT_LE(largest_difference_of(field, direct), tolerance * largest_of(direct));
         };
         agree(hanning(), &Transducer::fnm_tsd);
         agree(std::make_shared<kavro::ToneBurst>(f0, 3e-6, 0), &Transducer::fnm_tsd);
@@ -329,6 +335,8 @@ TEST(Bowl, DecomposedIsDirectAtEverySample) {
         const auto t_cubed = std::make_shared<kavro::TCubedPulse>(f0, 3e-6, 1e6);
         t_cubed->set_exact(true);
         agree(t_cubed, &Transducer::fnm_tsd);
+        // Its factors need sums in double, also where the geometry is in single precision.
+        agree(t_cubed, &Transducer::fnm_tsd_low_precision, 1e-4);
     }
 }
 
