@@ -27,10 +27,10 @@ auto edge_maker(const Bowl& bowl, BowlReach reach) {
 // An element with another grid and another output, for the lifetime of the object.
 class Borrowed {
 public:
-    Borrowed(Transducer& element, CoordinateGrid& grid, double* output) : element_(element) {
-        std::swap(element.coordinate_grid, grid_ = &grid);
-        std::swap(element.transient_pressure, output_ = output);
-    }
+    Borrowed(Transducer& element, CoordinateGrid& grid, double* output)
+        : element_(element),
+          grid_(std::exchange(element.coordinate_grid, &grid)),
+          output_(std::exchange(element.transient_pressure, output)) {}
     ~Borrowed() {
         element_.coordinate_grid = grid_;
         element_.transient_pressure = output_;
@@ -40,8 +40,8 @@ public:
 
 private:
     Transducer& element_;
-    CoordinateGrid* grid_ = nullptr;
-    double* output_ = nullptr;
+    CoordinateGrid* grid_;
+    double* output_;
 };
 
 // Adds the double-precision pressure of some of the points, rounded to single precision.
