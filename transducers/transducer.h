@@ -20,10 +20,12 @@ namespace kavro {
 //
 // An element owns nothing it points to: grid, medium, quadrature, time axis, excitation and outputs
 // belong to the caller and must outlive the solver calls. Results are added into the outputs, never
-// assigned, so elements that share an output give the summed field; the caller clears it once.
+// assigned, so elements that share an output give the summed field; the caller clears it once. Only
+// the nonlinear marches, of which a sum has no meaning, store theirs.
 //
 // Transient output: npoints x ntimes values, entry i + t * npoints (the point index is fastest).
-// Continuous-wave output: npoints real and npoints imaginary parts.
+// Continuous-wave output: npoints real and npoints imaginary parts. The marches take the grid as an
+// nx x nz plane; kzk_cw has one after another for each harmonic.
 class Transducer {
 public:
     ExcitationFunction* excitation = nullptr;
