@@ -158,29 +158,53 @@ void SineAndCosine(const double* x, size_t count, double* sine, double* cosine) 
     }
 }
 
-// Calls use(k, sine, cosine) with those of frequency k times t, for every term of the series:
-// neighbouring harmonics by rotation, restarted often enough to keep the last digits.
+// Vectors that rotate side by side: one alone waits for its own last rotation.
+inline constexpr size_t side_by_side = 2;
+
+// Calls use(k, v, sine, cosine) with those of frequency k times t[v], for every term of the series
+// and every vector: neighbouring harmonics by rotation, restarted often enough to keep the last
+// digits.
 template <class Use>
-HWY_INLINE void ForEachHarmonic(const HarmonicSeries& series, Wide t, Use use) {
+HWY_INLINE void ForEachHarmonic(const HarmonicSeries& series, const Wide (&t)[side_by_side],
+                                Use use) {
     constexpr int restart_every = 32;
     const Doubles d;
-    Wide step_sine, step_cosine;
-    SinCos(d, hn::Mul(hn::Set(d, series.step), t), step_sine, step_cosine);
-    Wide s = hn::Zero(d);
-    Wide c = hn::Zero(d);
+    Wide step_sine[side_by_side], step_cosine[side_by_side], s[side_by_side], c[side_by_side];
+    for (size_t v = 0; v < side_by_side; ++v) {
+        SinCos(d, hn::Mul(hn::Set(d, series.step), t[v]), step_sine[v], step_cosine[v]);
+    }
     int rotations = restart_every;
     for (size_t k = 0; k < series.bins.size(); ++k) {
         const bool neighbour = k > 0 && series.bins[k] == series.bins[k - 1] + 1;
         if (neighbour && rotations < restart_every) {
-            const auto turned = hn::Add(hn::Mul(s, step_cosine), hn::Mul(c, step_sine));
-            c = hn::Sub(hn::Mul(c, step_cosine), hn::Mul(s, step_sine));
-            s = turned;
+            for (size_t v = 0; v < side_by_side; ++v) {
+                const auto turned =
+                    hn::Add(hn::Mul(s[v], step_cosine[v]), hn::Mul(c[v], step_sine[v]));
+                c[v] = hn::Sub(hn::Mul(c[v], step_cosine[v]), hn::Mul(s[v], step_sine[v]));
+                s[v] = turned;
+            }
             ++rotations;
         } else {
-            SinCos(d, hn::Mul(hn::Set(d, series.frequencies[k]), t), s, c);
+            for (size_t v = 0; v < side_by_side; ++v) {
+                SinCos(d, hn::Mul(hn::Set(d, series.frequencies[k]), t[v]), s[v], c[v]);
+            }
             rotations = 0;
         }
-        use(k, s, c);
+        for (size_t v = 0; v < side_by_side; ++v) {
+            use(k, v, s[v], c[v]);
+        }
+    }
+}
+
+// `count` values from m on, as the vectors of one step; values left for each.
+template <class Real>
+HWY_INLINE void LoadSideBySide(const Real* values, size_t count, size_t m, Wide (&v)[side_by_side],
+                               size_t (&left)[side_by_side]) {
+    const size_t lanes = hn::Lanes(Doubles());
+    for (size_t i = 0; i < side_by_side; ++i) {
+        const size_t begin = m + i * lanes;
+        left[i] = begin < count ? count - begin : 0;
+        v[i] = LoadWide(values + (left[i] > 0 ? begin : m), left[i]);
     }
 }
 
@@ -188,17 +212,21 @@ template <class Real>
 HWY_INLINE void HarmonicSpatial(const HarmonicSeries& series, HarmonicFactors kind, const Real* tau,
                                 size_t count, Real* out) {
     const Doubles d;
-    for (size_t m = 0; m < count; m += hn::Lanes(d)) {
-        const size_t left = count - m;
-        ForEachHarmonic(series, LoadWide(tau + m, left), [&](size_t k, Wide s, Wide c) HWY_ATTR {
+    const size_t lanes = hn::Lanes(d);
+    for (size_t m = 0; m < count; m += side_by_side * lanes) {
+        Wide t[side_by_side];
+        size_t left[side_by_side];
+        LoadSideBySide(tau, count, m, t, left);
+        ForEachHarmonic(series, t, [&](size_t k, size_t v, Wide s, Wide c) HWY_ATTR {
             const auto weight =
                 hn::Set(d, kind == HarmonicFactors::unit_cosine_sine ? 1.0 : series.weights[k]);
+            Real* factor = out + m + v * lanes;
             if (kind == HarmonicFactors::hartley) {
-                StoreWide(hn::Mul(weight, hn::Add(c, s)), out + k * count + m, left);
+                StoreWide(hn::Mul(weight, hn::Add(c, s)), factor + k * count, left[v]);
                 return;
             }
-            StoreWide(hn::Mul(weight, c), out + 2 * k * count + m, left);
-            StoreWide(hn::Mul(weight, s), out + (2 * k + 1) * count + m, left);
+            StoreWide(hn::Mul(weight, c), factor + 2 * k * count, left[v]);
+            StoreWide(hn::Mul(weight, s), factor + (2 * k + 1) * count, left[v]);
         });
     }
 }
@@ -216,17 +244,21 @@ void HarmonicSpatialDouble(const HarmonicSeries& series, HarmonicFactors kind, c
 void HarmonicValues(const HarmonicSeries& series, const double* t, size_t count, double w,
                     double* out) {
     const Doubles d;
-    for (size_t m = 0; m < count; m += hn::Lanes(d)) {
-        const size_t left = count - m;
-        const auto x = LoadWide(t + m, left);
-        Wide sum = hn::Zero(d);
-        ForEachHarmonic(series, x, [&](size_t k, Wide s, Wide c) HWY_ATTR {
+    const size_t lanes = hn::Lanes(d);
+    for (size_t m = 0; m < count; m += side_by_side * lanes) {
+        Wide x[side_by_side];
+        size_t left[side_by_side];
+        LoadSideBySide(t, count, m, x, left);
+        Wide sum[side_by_side] = {hn::Zero(d), hn::Zero(d)};
+        ForEachHarmonic(series, x, [&](size_t k, size_t v, Wide s, Wide c) HWY_ATTR {
             const auto re = hn::Mul(hn::Set(d, series.coefficients[k].real()), c);
             const auto im = hn::Mul(hn::Set(d, series.coefficients[k].imag()), s);
-            sum = hn::Add(sum, hn::Sub(re, im));
+            sum[v] = hn::Add(sum[v], hn::Sub(re, im));
         });
-        const auto outside = hn::Or(hn::Lt(x, hn::Zero(d)), hn::Gt(x, hn::Set(d, w)));
-        StoreWide(hn::IfThenZeroElse(outside, sum), out + m, left);
+        for (size_t v = 0; v < side_by_side; ++v) {
+            const auto outside = hn::Or(hn::Lt(x[v], hn::Zero(d)), hn::Gt(x[v], hn::Set(d, w)));
+            StoreWide(hn::IfThenZeroElse(outside, sum[v]), out + m + v * lanes, left[v]);
+        }
     }
 }
 
