@@ -19,13 +19,45 @@
 namespace kavro {
 namespace {
 
-#if defined(HAVE_OCTAVE)
-constexpr std::size_t output_copies = 2;  // Octave copies the output when the call returns
-#else
-constexpr std::size_t output_copies = 1;
-#endif
-
 double no_output = 0.0;
+
+mxArray* array_of_zeros(std::initializer_list<int> sizes, mxComplexity complexity) {
+    mwSize dims[4] = {};  // nothing here that a host could abandon on the heap
+    std::copy(sizes.begin(), sizes.end(), dims);
+    mxArray* output = sizes.size() == 2
+                          ? mxCreateNumericMatrix(dims[0], dims[1], mxDOUBLE_CLASS, complexity)
+                          : mxCreateNumericArray(static_cast<mwSize>(sizes.size()), dims,
+                                                 mxDOUBLE_CLASS, complexity);
+    if (output == nullptr) {
+        throw std::bad_alloc();
+    }
+    return output;
+}
+
+#if defined(HAVE_OCTAVE)
+// Octave copies what its interface made when the call returns, but takes back as it is what came
+// from one of its own functions. Null where that is not an array as asked for.
+mxArray* zeros_from_interpreter(std::initializer_list<int> sizes, int count) {
+    mxArray* arguments[4] = {};
+    std::transform(sizes.begin(), sizes.end(), arguments,
+                   [](int size) { return mxCreateDoubleScalar(size); });
+    mxArray* output = nullptr;
+    mxArray* error =
+        mexCallMATLABWithTrap(1, &output, static_cast<int>(sizes.size()), arguments, "zeros");
+    for (mxArray* argument : arguments) {
+        if (argument != nullptr) {
+            mxDestroyArray(argument);
+        }
+    }
+    const bool usable = error == nullptr && output != nullptr && mxIsDouble(output) &&
+                        !mxIsComplex(output) && !mxIsSparse(output) &&
+                        mxGetNumberOfElements(output) == static_cast<std::size_t>(count);
+    if (!usable && output != nullptr) {
+        mxDestroyArray(output);
+    }
+    return usable ? output : nullptr;
+}
+#endif
 
 void require_structure(const mxArray* value, const char* complaint) {
     if (!mxIsStruct(value)) {
@@ -93,17 +125,18 @@ mxArray* new_output(std::initializer_list<int> sizes, mxComplexity complexity) {
         count = checked_product(count, size, what);
     }
     const std::size_t parts = complexity == mxCOMPLEX ? 2 : 1;
-    require_memory(static_cast<std::size_t>(count), parts * output_copies * sizeof(double), what);
-    mwSize dims[4] = {};  // nothing here that a host could abandon on the heap
-    std::copy(sizes.begin(), sizes.end(), dims);
-    mxArray* output = sizes.size() == 2
-                          ? mxCreateNumericMatrix(dims[0], dims[1], mxDOUBLE_CLASS, complexity)
-                          : mxCreateNumericArray(static_cast<mwSize>(sizes.size()), dims,
-                                                 mxDOUBLE_CLASS, complexity);
-    if (output == nullptr) {
-        throw std::bad_alloc();
+    const std::size_t bytes = parts * sizeof(double);
+    require_memory(static_cast<std::size_t>(count), bytes, what);
+#if defined(HAVE_OCTAVE)
+    if (complexity == mxREAL && count > 0) {
+        mxArray* output = zeros_from_interpreter(sizes, count);
+        if (output != nullptr) {
+            return output;
+        }
     }
-    return output;
+    require_memory(static_cast<std::size_t>(count), 2 * bytes, what);  // it will be copied
+#endif
+    return array_of_zeros(sizes, complexity);
 }
 
 double* real_parts(mxArray* output) {

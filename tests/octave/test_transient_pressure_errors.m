@@ -186,14 +186,22 @@
 
 %!test  % an output that does not fit into the memory is refused, not tried
 %! available = regexp(fileread('/proc/meminfo'), 'MemAvailable:\s*(\d+)', 'tokens');
-%! values = floor(0.6 * 1024 * str2double(available{1}{1}) / 8);  % the host needs it twice
-%! if values < intmax('int32')
-%!   args = with(4, @(t) struct('tmin', 0, 'tmax', 0, 'deltat', 1));
-%!   side = floor(sqrt(values));
-%!   args{2} = struct('xmin', 0, 'xmax', side, 'ymin', 0, 'ymax', side, 'zmin', 0, ...
-%!                         'zmax', 0, 'delta', [1 1 1]);
-%!   args{1} = args{1}([]);
+%! bytes = 1024 * str2double(available{1}{1});
+%! args = with(4, @(t) struct('tmin', 0, 'tmax', 0, 'deltat', 1));
+%! args{1} = args{1}([]);
+%! side = floor(sqrt(1.1 * bytes / 8));
+%! grid = @(side) struct('xmin', 0, 'xmax', side, 'ymin', 0, 'ymax', side, 'zmin', 0, ...
+%!                       'zmax', 0, 'delta', [1 1 1]);
+%! if side^2 < intmax('int32')
+%!   args{2} = grid(side);
 %!   assert(failure(args), 'Computed number of output values is too large.');
+%! end
+%! side = floor(sqrt(0.6 * bytes / 16));  % complex: the host needs it twice
+%! if side^2 < intmax('int32')
+%!   message = 'no error';
+%!   try, p = kavro.solve('fnm_cw', args{1}, grid(side), args{3}, 'f0', 1e6);
+%!   catch e, message = e.message; end
+%!   assert(~isempty(strfind(message, 'Computed number of output values is too large')));
 %! end
 
 %!test  % a loop of failing calls keeps its memory
