@@ -123,6 +123,23 @@ TEST(KzkGuards, WhatCannotMarchIsStoredAsSilence) {
     }
 }
 
+TEST(KzkGuards, HarmonicsThatGrowWithoutBoundAreWarnedOfOnce) {
+    for (const bool shell : {false, true}) {
+        KzkBeam beam = small_beam(shell);
+        const Recorder calm;
+        KzkStage good(beam);
+        EXPECT_EQ(good.harmonics(), kavro::status_success);
+        EXPECT_TRUE(calm.warnings.empty());
+        beam.amplitude = 1e12;
+        const Recorder recorder;
+        KzkStage stage(beam);
+        EXPECT_EQ(stage.harmonics(), kavro::status_success);
+        EXPECT_FALSE(std::ranges::all_of(stage.real, [](double p) { return std::isfinite(p); }));
+        ASSERT_EQ(recorder.warnings.size(), 1U);
+        EXPECT_NE(recorder.warnings[0].find("grew without bound"), std::string::npos);
+    }
+}
+
 // Nothing but an end within the test's time, and no write beyond the outputs, is asked for here.
 TEST(KzkGuards, WhateverIsGivenTheMarchEnds) {
     const std::vector<Change> changes = {

@@ -46,8 +46,9 @@ function p = solve(varargin)
 %                      growth             kzk_cw: factor of the steps along z, which grow with
 %                                         the square of 1 + z
 %                      harmonics          kzk_cw: number of harmonics, a whole number
-%                      source_phase       kzk_cw, disc: phase of the source as if it focused,
-%                                         and the range scaled with it; default false
+%                      source_phase       kzk_cw, disc: march on a grid that widens with the
+%                                         beam, which needs a smaller extent; the field is the
+%                                         same disc's. Default false
 %     'threads'      number of threads of this call; default as kavro.threads says
 %     'exact'        true (default): the physically exact result. false: the library's
 %                    reference behaviour with its deliberate oddities. It decides about
@@ -66,7 +67,10 @@ function p = solve(varargin)
 %     impulse_begin_and_end_times       n x 2, when the first and the last of each element's
 %                                       impulse response arrives at any of the points, s
 %     kzk_transient                     pressure in Pa, nx x nz x ntimes
-%     kzk_cw                            complex pressure in Pa, nx x nz x harmonics
+%     kzk_cw                            complex pressure in Pa, nx x nz x harmonics, its time
+%                                       dependence exp(-j 2 pi n f0 t), its phase counted from
+%                                       a plane wave along z: conj(p) .* exp(-j*n*k*z) is what
+%                                       the other continuous waves give
 %
 %   The nonlinear methods march from an element that stands at the origin and faces +z. They
 %   need a regular grid with one value of y. Results of several elements are added, although

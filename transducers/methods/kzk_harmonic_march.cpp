@@ -94,6 +94,11 @@ public:
                 return status_interrupted;
             }
         }
+        if (!finite_) {
+            console::warn(
+                "The harmonics grew without bound: the march needs a smaller growth, more "
+                "harmonics or more points per radius.\n");
+        }
         return status_success;
     }
 
@@ -219,6 +224,8 @@ private:
                 const std::size_t to = m + nx * (plane + ranges_.size() * n);
                 element_.pressure_real[to] = field_.re[row + n] * scale / spreading;
                 element_.pressure_imag[to] = field_.im[row + n] * scale / spreading;
+                finite_ = finite_ && std::isfinite(element_.pressure_real[to]) &&
+                          std::isfinite(element_.pressure_imag[to]);
             }
         }
     }
@@ -231,6 +238,7 @@ private:
     std::size_t columns_, stride_;
     std::vector<double> ranges_;  // of the planes
     std::size_t plane_ = 0;       // the next to record
+    bool finite_ = true;          // what was recorded
     KzkHarmonicRows field_, source_;
     KzkHarmonicStep step_;
     KzkHarmonicRadius radius_;

@@ -31,7 +31,8 @@ bool has_kzk_cw_records(const Transducer& element);
 
 // Marches through the planes of the element's grid and stores each harmonic's complex pressure
 // (Pa), entry ix + nx iz + nx nz (n - 1) of both outputs for harmonic n. Where the parameters or
-// the medium allow no march, zeros are stored; planes behind the face are silent.
+// the medium allow no march, zeros are stored; planes behind the face are silent. Warns where the
+// march has grown without bound and the result is not finite.
 //
 // 20 backward Euler steps damp what the jump at the rim stirs up, then Crank-Nicolson steps follow
 // that grow with the range.
