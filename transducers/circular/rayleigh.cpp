@@ -1,56 +1,27 @@
 // The disc's Rayleigh integrals.
-#include <cmath>
 #include <complex>
-#include <cstddef>
-#include <vector>
 
 #include "core/constants.h"
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/circular/piston_apodization.h"
 #include "transducers/methods/guarded.h"
-#include "transducers/methods/surface_rows.h"
+#include "transducers/methods/half_annulus.h"
 
 namespace kavro {
 namespace {
 
 enum class Weighting { uniform, apodized };
 
-// Midpoint rule in radius and angle over the half disc 0 <= phi <= pi, a ring to a row.
 template <class Real>
-class HalfDisc : public SurfaceRows<Real> {
-public:
-    HalfDisc(const CircularTransducer& disc, Weighting weighting)
-        : n_(disc.integral->get_npoints()),
-          dr_(disc.radius / n_),
-          dphi_(pi / n_),
-          a_(disc.radius),
-          index_(weighting == Weighting::apodized ? disc.get_piston_apodization_index() : 0) {
-        for (int j = 0; j < n_; ++j) {
-            cosine_.push_back(std::cos((j + 0.5) * dphi_));
-            sine_.push_back(std::sin((j + 0.5) * dphi_));
-        }
+HalfAnnulus<Real> half_of(const CircularTransducer& disc, Weighting weighting) {
+    const int n = disc.integral->get_npoints();
+    const double a = disc.radius;
+    if (weighting == Weighting::uniform) {
+        return {n, 0.0, a};
     }
-
-    int rows() const override { return n_; }
-    int samples_per_row() const override { return n_; }
-
-    void fill(int i, SurfaceRow<Real>& row) const override {
-        const double r = (i + 0.5) * dr_;
-        for (std::size_t j = 0; j < cosine_.size(); ++j) {
-            row.x[j] = static_cast<Real>(r * cosine_[j]);
-            row.y[j] = static_cast<Real>(r * sine_[j]);
-            row.z[j] = Real(0);
-            row.weight[j] = Real(1);
-        }
-        row.row_weight = dr_ * r * dphi_ * piston_apodization::evaluate(index_, r, a_);
-    }
-
-private:
-    int n_;
-    double dr_, dphi_, a_;
-    int index_;
-    std::vector<double> cosine_, sine_;
-};
+    const int index = disc.get_piston_apodization_index();
+    return {n, 0.0, a, [=](double r) { return piston_apodization::evaluate(index, r, a); }};
+}
 
 // Q = 2 j rho f0 w: the other half of the disc is the factor 2.
 std::complex<double> prefactor(const CircularTransducer& disc) {
@@ -62,7 +33,7 @@ template <class Real>
 TransducerStatus solve(CircularTransducer& disc, Weighting weighting, const WaveParameters& wave) {
     disc.InitializeRotationMatrix();
     return guarded([&] {
-        return solve_rayleigh(disc, HalfDisc<Real>(disc, weighting), wave, prefactor(disc));
+        return solve_rayleigh(disc, half_of<Real>(disc, weighting), wave, prefactor(disc));
     });
 }
 
@@ -117,7 +88,7 @@ TransducerStatus CircularTransducer::rayleigh_transient() {
     }
     InitializeRotationMatrix();
     return guarded([this] {
-        return solve_rayleigh_transient(*this, HalfDisc<double>(*this, Weighting::uniform),
+        return solve_rayleigh_transient(*this, half_of<double>(*this, Weighting::uniform),
                                         medium->_rho_density / pi);
     });
 }

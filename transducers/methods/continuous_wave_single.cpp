@@ -13,6 +13,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "core/partial_sums-inl.h"
 #include "core/vector_math-inl.h"
 
 #ifndef KAVRO_SINGLE_WAVE
@@ -60,22 +61,11 @@ void SumEdgeWavesSingle(const EdgeBlock<float>& block, const SingleWave& wave, L
             sum_re = hn::Add(sum_re, hn::Mul(g, hn::Sub(edge_re, direct_re)));
             sum_im = hn::Add(sum_im, hn::Mul(g, hn::Sub(edge_im, direct_im)));
         };
-        auto re0 = hn::Zero(d), re1 = re0, re2 = re0, re3 = re0;
-        auto im0 = re0, im1 = re0, im2 = re0, im3 = re0;
-        for (int i = 0; i < samples; i += 4) {
-            add(i, re0, im0);
-            if (i + 1 < samples) {
-                add(i + 1, re1, im1);
-            }
-            if (i + 2 < samples) {
-                add(i + 2, re2, im2);
-            }
-            if (i + 3 < samples) {
-                add(i + 3, re3, im3);
-            }
-        }
-        hn::Store(hn::Add(hn::Add(re0, re2), hn::Add(re1, re3)), d, re.data() + lane);
-        hn::Store(hn::Add(hn::Add(im0, im2), hn::Add(im1, im3)), d, im.data() + lane);
+        V sum_re;
+        V sum_im;
+        SumInFours(d, samples, add, sum_re, sum_im);
+        hn::Store(sum_re, d, re.data() + lane);
+        hn::Store(sum_im, d, im.data() + lane);
     }
 }
 

@@ -15,6 +15,7 @@
 #include "hwy/highway.h"
 
 #include "core/exp-inl.h"
+#include "core/partial_sums-inl.h"
 #include "core/sincos-inl.h"
 #include "core/vector_math-inl.h"
 
@@ -95,22 +96,11 @@ void SumRowSingle(const SurfaceRow<float>& row, RowSum<float>& sum) {
             re = hn::Add(re, hn::Mul(magnitude, wave_re));
             im = hn::Add(im, hn::Mul(magnitude, wave_im));
         };
-        auto re0 = hn::Zero(d), re1 = re0, re2 = re0, re3 = re0;
-        auto im0 = re0, im1 = re0, im2 = re0, im3 = re0;
-        for (size_t j = 0; j < samples; j += 4) {
-            add(j, re0, im0);
-            if (j + 1 < samples) {
-                add(j + 1, re1, im1);
-            }
-            if (j + 2 < samples) {
-                add(j + 2, re2, im2);
-            }
-            if (j + 3 < samples) {
-                add(j + 3, re3, im3);
-            }
-        }
-        hn::Store(hn::Add(hn::Add(re0, re2), hn::Add(re1, re3)), d, sum.re.data() + lane);
-        hn::Store(hn::Add(hn::Add(im0, im2), hn::Add(im1, im3)), d, sum.im.data() + lane);
+        V sum_re;
+        V sum_im;
+        SumInFours(d, samples, add, sum_re, sum_im);
+        hn::Store(sum_re, d, sum.re.data() + lane);
+        hn::Store(sum_im, d, sum.im.data() + lane);
     }
 }
 
