@@ -11,15 +11,8 @@
 % environment variable KAVRO_DEMO_OUT.
 
 here = fileparts(mfilename('fullpath'));
-addpath(fullfile(fileparts(here), 'toolbox'));
-out = getenv('KAVRO_DEMO_OUT');
-if isempty(out)
-    out = fullfile(fileparts(here), 'demo_output');
-end
-if ~exist(out, 'dir')
-    mkdir(out);
-end
-warning('off', 'Octave:gnuplot-graphics');
+addpath(here, fullfile(fileparts(here), 'toolbox'));
+out = picture_folder();
 
 % The array: 64 discs of 0.25 mm radius, 0.6 mm apart, driven at 50 mm/s.
 medium = kavro.set_medium('water');

@@ -12,15 +12,8 @@
 % environment variable KAVRO_DEMO_OUT.
 
 here = fileparts(mfilename('fullpath'));
-addpath(fullfile(fileparts(here), 'toolbox'));
-out = getenv('KAVRO_DEMO_OUT');
-if isempty(out)
-    out = fullfile(fileparts(here), 'demo_output');
-end
-if ~exist(out, 'dir')
-    mkdir(out);
-end
-warning('off', 'Octave:gnuplot-graphics');
+addpath(here, fullfile(fileparts(here), 'toolbox'));
+out = picture_folder();
 
 % The record: 128 samples at 40 MHz. A fast rise, a ringing decay, a second mode; then an
 % offset, noise of 1 % and an 8-bit digitizer. The noise is the same at every run.

@@ -12,15 +12,8 @@
 % environment variable KAVRO_DEMO_OUT.
 
 here = fileparts(mfilename('fullpath'));
-addpath(fullfile(fileparts(here), 'toolbox'));
-out = getenv('KAVRO_DEMO_OUT');
-if isempty(out)
-    out = fullfile(fileparts(here), 'demo_output');
-end
-if ~exist(out, 'dir')
-    mkdir(out);
-end
-warning('off', 'Octave:gnuplot-graphics');
+addpath(here, fullfile(fileparts(here), 'toolbox'));
+out = picture_folder();
 
 % The array: 32 discs of 0.4 mm radius, 0.9 mm apart. A continuous wave knows no delays: the
 % phases of the elements take their place.

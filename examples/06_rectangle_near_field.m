@@ -12,15 +12,8 @@
 % environment variable KAVRO_DEMO_OUT.
 
 here = fileparts(mfilename('fullpath'));
-addpath(fullfile(fileparts(here), 'toolbox'));
-out = getenv('KAVRO_DEMO_OUT');
-if isempty(out)
-    out = fullfile(fileparts(here), 'demo_output');
-end
-if ~exist(out, 'dir')
-    mkdir(out);
-end
-warning('off', 'Octave:gnuplot-graphics');
+addpath(here, fullfile(fileparts(here), 'toolbox'));
+out = picture_folder();
 
 % A rectangle in water at 1 MHz, 8 x 5 wavelengths, driven at 50 mm/s.
 f0 = 1e6;
