@@ -204,7 +204,7 @@ void ExcitationFunction::temporal_tsd(float* out, TimeSamples const* times, int 
                                       float const& delay) const {
     // 1/N is rounded to single precision before it is used.
     const double inverse = static_cast<double>(static_cast<float>(1.0 / signal_length));
-    write_temporal_factors(*this, out, *times, ntimes, delay,
+    write_temporal_factors(*this, out, *times, ntimes, static_cast<double>(delay),
                            [inverse](double value) { return static_cast<float>(value * inverse); });
 }
 

@@ -40,8 +40,9 @@ public:
 
     float number(const char* name) const {
         const std::optional<double> value = single_number(field_of(structure_, 0, name));
-        using Float = std::numeric_limits<float>;
-        if (!value || !(*value >= double{Float::min()} && *value <= double{Float::max()})) {
+        constexpr auto least = static_cast<double>(std::numeric_limits<float>::min());
+        constexpr auto most = static_cast<double>(std::numeric_limits<float>::max());
+        if (!value || !(*value >= least && *value <= most)) {
             refuse(name, "one positive number");
         }
         return static_cast<float>(*value);

@@ -43,7 +43,7 @@ Arrivals bowl_arrivals(const ApertureScene& scene, const Aperture& aperture, con
         }
     }
     const auto [first, last] = distances_of(rims, d, neighbour.place);
-    const auto direct = [&](double coefficient, double R) {
+    const auto direct = [&scene, first = first, last = last](double coefficient, double R) {
         return DirectArrival{coefficient, R / scene.speed, std::fmax(R, first) / scene.speed,
                              std::fmin(R, last) / scene.speed};
     };

@@ -12,8 +12,8 @@ public:
     explicit HarmonicMarch(const KzkBeam& beam) : beam_(beam), N_(beam.harmonics) {
         const double a = beam.radius;
         const double c = beam.speed;
-        const double u0 = static_cast<float>(beam.amplitude);
-        const double w = static_cast<float>(beam.f0) * 6.2831855f;
+        const auto u0 = static_cast<double>(static_cast<float>(beam.amplitude));
+        const auto w = static_cast<double>(static_cast<float>(beam.f0) * 6.2831855f);
         zR_ = static_cast<float>(a * w * a * 0.5 / c);
         G_ = static_cast<double>(zR_) / beam.roc;
         const double range = beam.shell ? beam.roc : static_cast<double>(zR_);
