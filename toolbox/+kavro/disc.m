@@ -19,8 +19,8 @@ function element = disc(radius, varargin)
 %     'time_delay'  time in s by which it fires later; default 0
 %
 %   Result
-%     element       structure with the fields that kavro.transient_pressure reads; sizes that
-%                   belong to other shapes are 0
+%     element       structure with the fields that kavro.transient_pressure and kavro.solve
+%                   read; sizes that belong to other shapes are 0
 %
 %   Example: a disc of 5 mm radius, and one beside it, tilted by 10 degrees towards +x
 %     a = kavro.disc(5e-3);

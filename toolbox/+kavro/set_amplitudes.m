@@ -15,7 +15,8 @@ function elements = set_amplitudes(elements, amplitudes)
 %     elements = kavro.linear_array(32, 0.6e-3, 0.25e-3);
 %     elements = kavro.set_amplitudes(elements, 0.02 * sin(pi * (0.5:31.5) / 32) .^ 2);
 %
-%   See also kavro.set_delays, kavro.show_array, kavro.transient_pressure
+%   See also kavro.set_delays, kavro.set_phases, kavro.show_array, kavro.transient_pressure,
+%   kavro.solve
 
 me = 'set_amplitudes';
 kavro.internal.check_count(me, nargin, 2, 'elements, amplitudes');

@@ -9,6 +9,7 @@ function grid = set_coordinate_grid(delta, xmin, xmax, ymin, ymax, zmin, zmax)
 %   The result of a solver is then an nx x ny x nz x ntimes array.
 %
 %   The second form is a list of points; the result is then an npoints x ntimes matrix.
+%   Continuous waves have no ntimes; the nonlinear methods need the first form.
 %
 %   Arguments
 %     delta       spacing in m: one number for all axes, or three, for x, y and z; 0 is
@@ -26,7 +27,7 @@ function grid = set_coordinate_grid(delta, xmin, xmax, ymin, ymax, zmin, zmax)
 %     grid = kavro.set_coordinate_grid(0.25e-3, -25e-3, 25e-3, 0, 0, 1e-3, 50e-3);
 %
 %   See also kavro.grid_axes, kavro.set_time_samples, kavro.show_field,
-%   kavro.transient_pressure
+%   kavro.transient_pressure, kavro.solve
 
 me = 'set_coordinate_grid';
 if nargin == 1

@@ -46,7 +46,7 @@ function excitation = set_excitation_function(kind, varargin)
 %   Example
 %     excitation = kavro.set_excitation_function('hanning pulse', 2e6, 1.5e-6);
 %
-%   See also kavro.set_delays, kavro.set_amplitudes, kavro.transient_pressure
+%   See also kavro.set_delays, kavro.set_amplitudes, kavro.transient_pressure, kavro.solve
 
 me = 'set_excitation_function';
 kinds = {'tone burst', 'hanning pulse', 't cubed pulse', 'sampled'};

@@ -28,11 +28,13 @@ function medium = set_medium(varargin)
 %     thermalconductivity    W/(m K)
 %     bloodperfusion         kg/(m^3 s); 0 in every named medium
 %
-%   kavro.transient_pressure is lossless: it warns when attenuationdBcmMHz is not zero and
-%   computes without it. That of water is therefore 0 here; measured, it is 0.0022 dB/cm at
-%   1 MHz and grows with the square of the frequency, so for a frequency f0 in Hz the value
-%   0.0022e-6 * f0 gives the right loss in a solver that counts it. The heat and blood fields
-%   must be present but no solver of the module reads them.
+%   Continuous waves and the nonlinear methods of kavro.solve count the attenuation, as
+%   attenuationdBcmMHz times the frequency in MHz. Linear methods over time are lossless: they
+%   warn when it is not zero and compute without it. That of water is therefore 0 here; measured,
+%   it is 0.0022 dB/cm at 1 MHz and grows with the square of the frequency, so for a frequency f0
+%   in Hz the value 0.0022e-6 * f0 gives the right loss. The nonlinear methods read the
+%   nonlinearity parameter. The exponent and the heat and blood fields must be present, but no
+%   method reads them.
 %
 %   Argument
 %     T  temperature of water in degrees Celsius, 0 to 95; sets soundspeed and density
@@ -49,7 +51,7 @@ function medium = set_medium(varargin)
 %     medium = kavro.set_medium('water', 'temperature', 37);
 %     fprintf('%.1f m/s\n', medium.soundspeed);
 %
-%   See also kavro.focus_delays, kavro.transient_pressure
+%   See also kavro.focus_delays, kavro.transient_pressure, kavro.solve
 
 me = 'set_medium';
 names = {'water', 'blood', 'fat', 'liver', 'muscle'};

@@ -7,8 +7,8 @@ function times = set_time_samples(deltat, tmin, tmax)
 %   The first form is a regular time axis: samples from tmin in steps of deltat, which do not
 %   pass tmax; one sample when tmin and tmax are equal.
 %
-%   The second form is an explicit list. The module prints one line for each sample of such a
-%   list, so prefer the first form for anything long.
+%   The second form is an explicit list. kavro.transient_pressure prints one line for each sample
+%   of it, kavro.solve none. The nonlinear methods need the first form.
 %
 %   Arguments
 %     deltat    time step in s, a positive number (0 is allowed when tmin equals tmax)
@@ -25,7 +25,7 @@ function times = set_time_samples(deltat, tmin, tmax)
 %   Example: 50 us at 20 MHz
 %     times = kavro.set_time_samples(50e-9, 0, 50e-6);
 %
-%   See also kavro.time_axis, kavro.set_coordinate_grid, kavro.transient_pressure
+%   See also kavro.time_axis, kavro.set_coordinate_grid, kavro.transient_pressure, kavro.solve
 
 me = 'set_time_samples';
 if nargin == 1

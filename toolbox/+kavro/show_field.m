@@ -11,8 +11,9 @@ function ax = show_field(p, grid, varargin)
 %   points differ in two coordinates or in one.
 %
 %   Arguments
-%     p                pressure in Pa, nx x ny x nz x ntimes for a regular grid or
-%                      npoints x ntimes for a list of points, as the module returns it
+%     p                real pressure in Pa, nx x ny x nz x ntimes for a regular grid or
+%                      npoints x ntimes for a list of points, as the module returns it. Of a
+%                      continuous wave give abs(p), or real(p) for an instant
 %     grid             structure made by kavro.set_coordinate_grid, the one p belongs to
 %
 %   Options
@@ -40,7 +41,8 @@ function ax = show_field(p, grid, varargin)
 %     subplot(1, 2, 1), kavro.show_field(p, grid, 'scale', 'dB');
 %     subplot(1, 2, 2), kavro.show_field(p, grid, 'time', 15e-6, 'time_samples', times);
 %
-%   See also kavro.transient_pressure, kavro.show_array, kavro.grid_axes, kavro.time_axis
+%   See also kavro.transient_pressure, kavro.solve, kavro.show_array, kavro.grid_axes,
+%   kavro.time_axis
 
 me = 'show_field';
 kavro.internal.check_count(me, nargin, [2 Inf], 'p, grid and options');

@@ -24,12 +24,13 @@ function p = solve(varargin)
 %                    kzk_transient pulses
 %     'f0'           frequency in Hz of a continuous wave; may be left out where the medium has
 %                    a field f0
-%     'ndiv'         number of quadrature points along a rim, an edge, or (Rayleigh) each
+%     'ndiv'         number of quadrature points along half a rim, an edge, or (Rayleigh) each
 %                    direction of the face. A whole number; its default is that of the method,
 %                    see kavro.methods: 64 for continuous waves and 32 for transients, enough
-%                    for elements of a few wavelengths. Double it to see whether a result still
-%                    changes. Methods whose name ends in sse or sse2 take points by fours and
-%                    round ndiv up to a multiple of 4
+%                    for radii of eight and three wavelengths. docs/methods.md says how many a
+%                    larger element needs. Double it to see whether a result still changes.
+%                    Methods whose name ends in sse or sse2 take points by fours and round ndiv
+%                    up to a multiple of 4
 %     'apodization'  how the apodized methods weight a face along its radius: 'uniform'
 %                    (default), 'cosine', 'raisedcosine', 'quadratic' or 'quartic', or its
 %                    number 0 to 4
@@ -52,8 +53,9 @@ function p = solve(varargin)
 %     'threads'      number of threads of this call; default as kavro.threads says
 %     'exact'        true (default): the physically exact result. false: the library's
 %                    reference behaviour with its deliberate oddities. It decides about
-%                    elements and waveforms; where it is not given, a waveform that names its
-%                    decomposition keeps it. docs/reference_and_exact.md lists the differences
+%                    elements and waveforms; where it is not given, a waveform whose
+%                    decomposition is 'reference' keeps it. docs/reference_and_exact.md lists
+%                    the differences
 %     'progress'     true: a line that says how much is done. A function handle: it is called
 %                    with the fraction done, about once for each percent and last with 1; its
 %                    errors end the call. Default false, or what kavro.progress says
@@ -73,8 +75,10 @@ function p = solve(varargin)
 %                                       the other continuous waves give
 %
 %   The nonlinear methods march from an element that stands at the origin and faces +z. They
-%   need a regular grid with one value of y. Results of several elements are added, although
-%   nonlinear fields do not add up: a second element is a comparison, not an array.
+%   need a regular grid with one value of y, whose extents are whole multiples of its spacings:
+%   planes are spread evenly from zmin to zmax, and points from xmin to xmax. Results of several
+%   elements are added, although nonlinear fields do not add up: a second element is a comparison,
+%   not an array.
 %
 %   Results do not depend on the number of threads.
 %

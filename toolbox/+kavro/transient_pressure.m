@@ -8,17 +8,16 @@ function p = transient_pressure(varargin)
 %   this file holds its help.
 %
 %   Arguments
-%     elements    structure array of n elements; discs only (kavro.solve with 'fnm_tsd' takes
-%                 every shape). See kavro.disc,
-%                 kavro.linear_array, kavro.planar_array, kavro.ring_array, kavro.bowl_array
+%     elements    structure array of n discs (kavro.solve with 'fnm_tsd' takes every shape).
+%                 See kavro.disc, kavro.linear_array, kavro.planar_array, kavro.ring_array,
+%                 kavro.bowl_array
 %     grid        points, made by kavro.set_coordinate_grid
 %     medium      made by kavro.set_medium. The computation is lossless: it warns when the
 %                 attenuation is not zero, and goes on without it
 %     times       instants, made by kavro.set_time_samples
-%     ndiv        number of quadrature points along the rim of a disc, rounded up to a
-%                 multiple of 4. More are needed as a disc grows against the wavelength: 16
-%                 for a radius below one wavelength, 32 and more beyond; double it to see
-%                 whether a result still changes
+%     ndiv        number of quadrature points along half the rim of a disc, rounded up to a
+%                 multiple of 4. A disc needs 12 and 2 pi more for each wavelength of its
+%                 radius; double it to see whether a result still changes
 %     excitation  waveform, made by kavro.set_excitation_function: one for all elements, or
 %                 a structure array with one for each
 %
@@ -46,7 +45,7 @@ function p = transient_pressure(varargin)
 %     kavro.show_field(p, grid);
 %
 %   See also kavro.set_coordinate_grid, kavro.set_time_samples, kavro.set_medium,
-%   kavro.set_excitation_function, kavro.show_field, kavro.progress
+%   kavro.set_excitation_function, kavro.show_field, kavro.progress, kavro.solve
 
 error('kavro:notBuilt', ...
       ['transient_pressure: the compiled module is not in the folder of this file. Build it ', ...
