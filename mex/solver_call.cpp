@@ -36,14 +36,15 @@ mxArray* array_of_zeros(std::initializer_list<int> sizes, mxComplexity complexit
 
 #if defined(HAVE_OCTAVE)
 // Octave copies what its interface made when the call returns, but takes back as it is what came
-// from one of its own functions. Null where that is not an array as asked for.
+// from one of its own functions: its own, whatever the user calls `zeros`. Null where that is not
+// an array as asked for.
 mxArray* zeros_from_interpreter(std::initializer_list<int> sizes, int count) {
-    mxArray* arguments[4] = {};
-    std::transform(sizes.begin(), sizes.end(), arguments,
+    mxArray* arguments[5] = {mxCreateString("zeros")};
+    std::transform(sizes.begin(), sizes.end(), arguments + 1,
                    [](int size) { return mxCreateDoubleScalar(size); });
     mxArray* output = nullptr;
     mxArray* error =
-        mexCallMATLABWithTrap(1, &output, static_cast<int>(sizes.size()), arguments, "zeros");
+        mexCallMATLABWithTrap(1, &output, static_cast<int>(sizes.size()) + 1, arguments, "builtin");
     for (mxArray* argument : arguments) {
         if (argument != nullptr) {
             mxDestroyArray(argument);
