@@ -96,6 +96,12 @@ public:
     // the single-precision methods form the sums in double.
     virtual bool single_precision_suffices() const { return true; }
 
+    // Whether the decomposition keeps its precision for delays within `spread` of each other and
+    // instants up to `latest` (s). Where it does not, the methods evaluate at() instead.
+    virtual bool decomposition_holds(double /* spread */, double /* latest */) const {
+        return true;
+    }
+
     // Whether at(t) is evaluated at t; it is 0 where this is false.
     bool is_inside_pulse(double t) const {
         return sampled_ ? t >= 0.0 && t <= w : t > 0.0 && t < w;

@@ -86,6 +86,11 @@ double TCubedPulse::derivative(double const& t) const {
     return omega * p * E * c + (3.0 * t * t * E * s - B * p * E * s);
 }
 
+bool TCubedPulse::decomposition_holds(double spread, double latest) const {
+    // Keeps 10^-10 of the peak.
+    return !exact() || (std::fabs(B) * spread <= 12.0 && std::fabs(B) * latest <= 100.0);
+}
+
 int TCubedPulse::number_of_tsd_terms() const {
     return 8;
 }

@@ -29,6 +29,9 @@ public:
     // The exact factors e^(B tau) tau^m and t^m e^(-B t) cancel to (B tau)^-3 of their size and
     // soon leave the range of single precision.
     bool single_precision_suffices() const override { return !exact(); }
+    // The exact factors of the earliest delay are e^(B spread) times smaller than those of the
+    // latest, which the sums are scaled to, and the cubes cancel to (B latest)^-3.
+    bool decomposition_holds(double spread, double latest) const override;
 };
 
 }  // namespace kavro

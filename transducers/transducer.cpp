@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <iostream>
+#include <limits>
 
 #include "core/console.h"
 
@@ -12,6 +13,12 @@ namespace {
 
 std::complex<double> weight(double amplitude, double phase) {
     return {amplitude * std::cos(phase), amplitude * std::sin(phase)};
+}
+
+// What rounding may have done to the coordinates of a point, m.
+double rounding_of(const CartesianCoordinate& point) {
+    constexpr double units = 8.0 * std::numeric_limits<double>::epsilon();
+    return units * (std::fabs(point.x) + std::fabs(point.y) + std::fabs(point.z));
 }
 
 }  // namespace
@@ -129,8 +136,12 @@ CartesianCoordinate Transducer::rotateTranslate(const CartesianCoordinate& point
     const double dy = point.y - center.y;
     const double dz = point.z - center.z;
     const std::array<double, 9>& m = rotation_matrix;
-    return {m[0] * dx + m[1] * dy + m[2] * dz, m[3] * dx + m[4] * dy + m[5] * dz,
-            m[6] * dx + m[7] * dy + m[8] * dz};
+    CartesianCoordinate local{m[0] * dx + m[1] * dy + m[2] * dz, m[3] * dx + m[4] * dy + m[5] * dz,
+                              m[6] * dx + m[7] * dy + m[8] * dz};
+    if (exact() && std::fabs(local.z) <= rounding_of(point) + rounding_of(center)) {
+        local.z = 0.0;
+    }
+    return local;
 }
 
 bool Transducer::has_transient_records() const {

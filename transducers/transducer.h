@@ -4,6 +4,7 @@
 #include <array>
 #include <complex>
 #include <cstdint>
+#include <limits>
 
 #include "core/cartesian_coordinate.h"
 #include "core/coordinate_grid.h"
@@ -104,7 +105,12 @@ public:
     virtual TransducerStatus kzk_transient() = 0;
     virtual TransducerStatus kzk_cw() = 0;
 
-    // A global point in the element's own frame. Needs InitializeRotationMatrix.
+    // No two points of the face are farther apart, m. A shape that does not know answers infinity.
+    virtual double face_extent() const { return std::numeric_limits<double>::infinity(); }
+
+    // A global point in the element's own frame. Needs InitializeRotationMatrix. Rounding may put a
+    // point of the plane z = 0 behind it, where faces do not radiate; exactly, it stays in the
+    // plane.
     virtual CartesianCoordinate rotateTranslate(const CartesianCoordinate& point) const;
 
     // Computes the rotation matrix from the Euler angles; every solver calls it first.

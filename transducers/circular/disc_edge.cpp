@@ -104,7 +104,8 @@ HWY_INLINE void StoreExcess(EdgeBlock<Real>& block, const DiscTables<Real>& disc
             const auto D = hn::Sub(hn::Add(r_squared, a_squared),
                                    hn::Mul(hn::Set(d, disc.two_a_cosine[i]), r));
             const auto R = hn::Load(d, block.delay.data() + i * block_lanes + lane);
-            hn::Store(hn::Div(D, hn::Add(R, z)), d, block.excess.data() + i * block_lanes + lane);
+            hn::Store(hn::IfThenZeroElse(hn::Le(D, hn::Zero(d)), hn::Div(D, hn::Add(R, z))), d,
+                      block.excess.data() + i * block_lanes + lane);
         }
     }
 }
@@ -129,6 +130,13 @@ HWY_INLINE void StoreArrivals(EdgeBlock<Real>& block, const DiscTables<Real>& di
     }
 }
 
+// (r cos phi - a)/D of a point on the rim as phi goes to 0, for samples so close to it that D is
+// rounded to nothing: in single precision from some hundred abscissas on.
+template <class Real>
+HWY_INLINE Real LimitOnRim(Real a) {
+    return a > 0 ? -1 / (2 * a) : 0;
+}
+
 template <class Real>
 HWY_INLINE void SampleDisc(const DiscTables<Real>& disc, EdgeBlock<Real>& block) {
     const hn::CappedTag<Real, block_lanes> d;
@@ -147,14 +155,17 @@ HWY_INLINE void SampleDisc(const DiscTables<Real>& disc, EdgeBlock<Real>& block)
         for (int rim = 0; rim < disc.rims; ++rim) {
             const auto a = hn::Set(d, disc.radii[rim]);
             const auto a_squared = hn::Mul(a, a);
+            const auto on_rim = hn::Set(d, LimitOnRim(disc.radii[rim]));
             for (int i = rim * disc.abscissas; i < (rim + 1) * disc.abscissas; ++i) {
                 const auto D = hn::Sub(hn::Add(r_squared, a_squared),
                                        hn::Mul(hn::Set(d, disc.two_a_cosine[i]), r));
                 const auto along = hn::Sub(hn::Mul(hn::Set(d, disc.cosine[i]), r), a);
-                const auto g = hn::Mul(hn::Div(along, D), hn::Set(d, disc.weight[i]));
+                const auto on_it = hn::Le(D, hn::Zero(d));
+                const auto ratio = hn::IfThenElse(on_it, on_rim, hn::Div(along, D));
+                const auto g = hn::Mul(ratio, hn::Set(d, disc.weight[i]));
                 hn::Store(g, d, coefficient + i * block_lanes);
-                hn::Store(AsDelay(hn::Sqrt(hn::Add(D, z_squared)), disc), d,
-                          delay + i * block_lanes);
+                hn::Store(AsDelay(hn::Sqrt(hn::Add(hn::IfThenZeroElse(on_it, D), z_squared)), disc),
+                          d, delay + i * block_lanes);
                 sum = hn::Add(sum, g);
             }
         }

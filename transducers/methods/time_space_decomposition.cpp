@@ -1,6 +1,7 @@
 #include "transducers/methods/time_space_decomposition.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <new>
 #include <vector>
@@ -20,7 +21,8 @@ template <class Real>
 using Elements = std::vector<DecompositionElement<Real>>;
 
 // Makes elements ready from `next` on, until their temporal factors fill the memory set aside for
-// them, and advances `next`. Factors are shared where waveform and delay agree.
+// them or one is not decomposable, and advances `next`. Factors are shared where waveform and delay
+// agree.
 template <class Real>
 Elements<Real> next_block(std::span<Transducer* const> elements, std::size_t& next,
                           const DecompositionMethod<Real>& method) {
@@ -31,6 +33,9 @@ Elements<Real> next_block(std::span<Transducer* const> elements, std::size_t& ne
         Transducer& element = *elements[next];
         if (element.is_silent()) {
             continue;
+        }
+        if (!is_decomposable(element)) {
+            break;
         }
         const ExcitationFunction& waveform = *element.excitation;
         const TimeSamples& times = *element.time_samples;
@@ -91,6 +96,14 @@ TransducerStatus solve_block(const Elements<Real>& block, const Transducer& firs
 
 }  // namespace
 
+bool is_decomposable(const Transducer& element) {
+    const TimeSamples& times = *element.time_samples;
+    const double latest = std::max(std::fabs(times.tmin() - element.time_delay),
+                                   std::fabs(times.tmax() - element.time_delay));
+    const double spread = element.face_extent() / std::fabs(element.medium->_soundspeed);
+    return element.excitation->decomposition_holds(spread, latest);
+}
+
 template <class Real>
 TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
                                         const DecompositionMethod<Real>& method, Output output) {
@@ -105,20 +118,26 @@ TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
     }
     try {
         bool output_is_zero = output == Output::all_zero;
+        const auto all = static_cast<double>(elements.size());
         for (std::size_t next = 0; next < elements.size();) {
             const std::size_t begin = next;
             const Elements<Real> block = next_block(elements, next, method);
-            if (block.empty()) {
-                continue;
+            TransducerStatus status = status_success;
+            if (!block.empty()) {
+                const console::ProgressPart part(static_cast<double>(begin) / all,
+                                                 static_cast<double>(next) / all);
+                status = solve_block(block, *elements[begin], output_is_zero);
+                output_is_zero = false;
+            } else if (next < elements.size()) {
+                const console::ProgressPart part(static_cast<double>(next) / all,
+                                                 static_cast<double>(next + 1) / all);
+                status = (elements[next]->*method.direct)();
+                output_is_zero = false;
+                ++next;
             }
-            const auto all = static_cast<double>(elements.size());
-            const console::ProgressPart part(static_cast<double>(begin) / all,
-                                             static_cast<double>(next) / all);
-            const TransducerStatus status = solve_block(block, *elements[begin], output_is_zero);
             if (status != status_success) {
                 return status;
             }
-            output_is_zero = false;
         }
     } catch (const std::bad_alloc&) {
         return status_out_of_memory;
@@ -141,7 +160,10 @@ TransducerStatus solve_in_single_precision(std::span<Transducer* const> elements
         [&method](const Transducer& element) {
             return std::make_unique<WidenedEdge>(method.edge_of(element));
         },
-        method.window_rule, method.direct_argument, method.direct_wave};
+        method.window_rule,
+        method.direct_argument,
+        method.direct_wave,
+        method.direct};
     return solve_by_decomposition(elements, widened, output);
 }
 

@@ -24,7 +24,12 @@ struct DecompositionMethod {
     WindowRule (*window_rule)(const TimeSamples&, double, double) = WindowRule::rounded_to<Real>;
     DirectArgument direct_argument = DirectArgument::axial_delay_first;
     DirectWaveBy direct_wave = DirectWaveBy::value;
+    // What solves an element whose waveform must not be decomposed.
+    TransducerStatus (Transducer::*direct)() = &Transducer::fnm_transient;
 };
+
+// Whether the waveform of an element, whose records are set, may be decomposed at all.
+bool is_decomposable(const Transducer& element);
 
 // Adds the pressure of all elements, in order, to every point. The elements share grid, time axis
 // and output. Bit for bit the result of solving them one after another, for any number of threads.

@@ -89,12 +89,15 @@ struct TermWriter {
         const Tag<Real> d;
         const auto L_squared = hn::Mul(L, L);
         const auto D = hn::Add(L_squared, q);
-        const auto g = hn::IfThenElseZero(present, hn::Div(hn::Mul(weight, L), D));
+        const auto on_it = hn::Le(D, hn::Zero(d));  // only on a face without a size
+        const auto g =
+            hn::IfThenElseZero(hn::AndNot(on_it, present), hn::Div(hn::Mul(weight, L), D));
         const auto R = hn::Sqrt(hn::Add(hn::Add(z_squared, L_squared), q));
         hn::Store(g, d, block.coefficient.data() + at);
         hn::Store(hn::Mul(R, inverse_speed), d, block.delay.data() + at);
         if (block.detail == EdgeDetail::excess) {
-            hn::Store(hn::Div(D, hn::Add(R, z)), d, block.excess.data() + at);
+            hn::Store(hn::IfThenZeroElse(on_it, hn::Div(D, hn::Add(R, z))), d,
+                      block.excess.data() + at);
         }
         sum = hn::Add(sum, g);
         at += block_lanes;

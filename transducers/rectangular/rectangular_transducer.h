@@ -1,6 +1,8 @@
 // A flat rectangle.
 #pragma once
 
+#include <cmath>
+
 #include "transducers/transducer.h"
 
 namespace kavro {
@@ -22,6 +24,7 @@ public:
 
     void debug(int level) override;
     void mex_debug(int level) override;
+    double face_extent() const override { return std::hypot(width, height); }
 
     TransducerStatus farfield_cw() override;
     TransducerStatus fnm_cw() override;

@@ -128,9 +128,12 @@ TransducerStatus bowl_fnm_transient(Transducer& element, const Bowl& bowl, BowlR
 TransducerStatus bowl_fnm_tsd(Transducer& element, const Bowl& bowl, Decomposition kind,
                               BowlReach reach) {
     Transducer* const one = &element;
-    const DecompositionMethod<double> method{.kind = kind,
-                                             .edge_of = edge_maker<double>(bowl, reach),
-                                             .direct_wave = DirectWaveBy::decomposition};
+    const DecompositionMethod<double> method{
+        .kind = kind,
+        .edge_of = edge_maker<double>(bowl, reach),
+        .direct_wave = DirectWaveBy::decomposition,
+        .direct = reach == BowlReach::everywhere ? &Transducer::fnm_transient_behind_source
+                                                 : &Transducer::fnm_transient};
     return solve_by_decomposition({&one, 1}, method);
 }
 
@@ -143,6 +146,9 @@ TransducerStatus bowl_fnm_tsd_low_precision(Transducer& element, const Bowl& bow
     }
     if (element.is_silent()) {
         return status_success;
+    }
+    if (!is_decomposable(element)) {
+        return element.fnm_transient();
     }
     element.InitializeRotationMatrix();
     return guarded([&] {

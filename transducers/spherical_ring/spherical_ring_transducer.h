@@ -22,6 +22,7 @@ public:
 
     void debug(int level) override;
     void mex_debug(int level) override;
+    double face_extent() const override { return 2.0 * outer_radius; }
 
     TransducerStatus farfield_cw() override { return not_implemented(); }
     TransducerStatus fnm_cw() override;
