@@ -113,6 +113,39 @@ TEST(DiscTransient, RayleighIntegralConvergesToIt) {
     EXPECT_GT(error(40), 3 * fine);
 }
 
+// A waveform that starts or stops with a jump: its derivative alone lacks half of the field.
+TEST(DiscTransient, RayleighIntegralConvergesToItBesideJumps) {
+    Scene scene = scene_apart();
+    set_axis(scene, 7e-8, 1.5e-6, 160);
+    std::vector<double> signal(40);
+    for (std::size_t i = 0; i < signal.size(); ++i) {
+        signal[i] = 1.0 + std::sin(0.3 * static_cast<double>(i));
+    }
+    for (const Waveform& waveform :
+         {Waveform(std::make_shared<kavro::ToneBurst>(1e6, 3.25e-6, 0)),
+          Waveform(std::make_shared<kavro::TCubedPulse>(1e6, 2.25e-6, 1e5)),
+          sampled(signal, 5e-8, 2e-6, 0)}) {
+        waveform->set_exact(true);
+        const auto solve = [&](const Method& method, int n) {
+            scene.ndiv = n;
+            Records records(scene);
+            kavro::CircularTransducer disc = element_of(scene.discs[0], *waveform);
+            disc.set_exact(true);
+            records.connect(disc);
+            EXPECT_EQ((disc.*method.solve)(), kavro::status_success);
+            return records.pressure;
+        };
+        const Field edge = solve(fnm_transient, 300);
+        const Field surface = solve(rayleigh_transient, 60);
+        double off = 0.0, whole = 0.0;
+        for (std::size_t i = 0; i < edge.size(); ++i) {
+            off += (surface[i] - edge[i]) * (surface[i] - edge[i]);
+            whole += edge[i] * edge[i];
+        }
+        EXPECT_LT(std::sqrt(off / whole), 0.05);
+    }
+}
+
 // Nodes and weights on [from, to] that swallow the square roots at the ends of an arc.
 struct Nodes {
     std::vector<double> t, weight;

@@ -149,6 +149,19 @@ TEST(SpecialPlaces, ThePlaneOfATurnedFaceIsNotBehindIt) {
     }
 }
 
+TEST(SpecialPlaces, ASurfaceSampleMayCoincideWithAPoint) {
+    Scene scene = scene_with({{0, 0, 0}});
+    kavro::RectangularTransducer rectangle(4e-3, 3e-3);
+    scene.ndiv = 200;
+    const std::complex<double> expected =
+        solve(scene, rectangle, &Transducer::fnm_cw, pulse()).wave[0];
+    scene.ndiv = 65;
+    for (const Operation operation : {&Transducer::rayleigh_cw, &Transducer::rayleigh_cw_sse}) {
+        const std::complex<double> p = solve(scene, rectangle, operation, pulse()).wave[0];
+        EXPECT_LT(std::abs(p - expected), 0.03 * std::abs(expected));
+    }
+}
+
 // The terms of a pulse that decays steeply over the face, or that has far to go, are much larger
 // than the pulse: it must not be decomposed.
 TEST(SpecialPlaces, SteeplyDecayingPulsesAreNotDecomposed) {

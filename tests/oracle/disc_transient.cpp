@@ -90,31 +90,6 @@ void fnm_transient(const Scene& scene, Field& field, WindowLog* log) {
     add_series(scene, true, field, log, series);
 }
 
-void rayleigh_transient(const Scene& scene, Field& field, WindowLog* log) {
-    const std::vector<double> cosines = midpoint_cosines(scene.ndiv);
-    const auto series = [&](const Disc& disc, const Triple& local, PointWindows& windows) {
-        const double dr = disc.radius / scene.ndiv, dphi = pi / scene.ndiv;
-        const double s = std::sqrt(local.x * local.x + local.y * local.y);
-        const double B = local.z * local.z + local.x * local.x + local.y * local.y;
-        std::vector<double> accumulator(scene.times.size());
-        for (int i = 0; i < scene.ndiv; ++i) {
-            const double r = (i + 0.5) * dr;
-            for (const double cosine : cosines) {
-                const double R = std::sqrt(r * r + B - cosine * 2 * r * s);
-                const double weight = scene.density / two_pi * 2 * (dr * r * dphi) / R;
-                for (std::size_t j = 0; j < scene.times.size(); ++j) {
-                    const double slope = disc.waveform->derivative(
-                        scene.times[j] - R / scene.speed - disc.time_delay);
-                    accumulator[j] += weight * slope;
-                    windows.terms[j] += std::fabs(weight * slope);
-                }
-            }
-        }
-        return accumulator;
-    };
-    add_series(scene, true, field, log, series);
-}
-
 namespace {
 
 double response_at(double t, double r, double z, double a, double c) {
@@ -148,6 +123,42 @@ double response_at(double t, double r, double z, double a, double c) {
 
 // Neither silent discs nor points behind are left out. The reference takes the height over the face
 // with its sign.
+void rayleigh_transient(const Scene& scene, Field& field, WindowLog* log) {
+    const std::vector<double> cosines = midpoint_cosines(scene.ndiv);
+    const auto series = [&](const Disc& disc, const Triple& local, PointWindows& windows) {
+        const double dr = disc.radius / scene.ndiv, dphi = pi / scene.ndiv;
+        const double s = std::sqrt(local.x * local.x + local.y * local.y);
+        const double B = local.z * local.z + local.x * local.x + local.y * local.y;
+        std::vector<double> accumulator(scene.times.size());
+        for (int i = 0; i < scene.ndiv; ++i) {
+            const double r = (i + 0.5) * dr;
+            for (const double cosine : cosines) {
+                const double R = std::sqrt(r * r + B - cosine * 2 * r * s);
+                const double weight = scene.density / two_pi * 2 * (dr * r * dphi) / R;
+                for (std::size_t j = 0; j < scene.times.size(); ++j) {
+                    const double slope = disc.waveform->derivative(
+                        scene.times[j] - R / scene.speed - disc.time_delay);
+                    accumulator[j] += weight * slope;
+                    windows.terms[j] += std::fabs(weight * slope);
+                }
+            }
+        }
+        for (std::size_t j = 0; disc.exact && j < scene.times.size(); ++j) {
+            // The jumps at the waveform's ends, which its derivative leaves out.
+            const double w = disc.waveform->width();
+            const double t = scene.times[j] - disc.time_delay;
+            const double first = disc.waveform->at(std::nextafter(0.0, 1.0)) *
+                                 response_at(t, s, local.z, disc.radius, scene.speed);
+            const double last = disc.waveform->at(std::nextafter(w, 0.0)) *
+                                response_at(t - w, s, local.z, disc.radius, scene.speed);
+            accumulator[j] += scene.density * (first - last);
+            windows.terms[j] += scene.density * (std::fabs(first) + std::fabs(last));
+        }
+        return accumulator;
+    };
+    add_series(scene, true, field, log, series);
+}
+
 void impulse_response(const Scene& scene, Field& field, WindowLog* log) {
     const auto series = [&](const Disc& disc, const Triple& local, PointWindows& windows) {
         const double r = std::sqrt(local.x * local.x + local.y * local.y);

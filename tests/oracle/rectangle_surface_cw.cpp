@@ -70,6 +70,11 @@ Complex sinc(Complex s) {
     return Complex(std::sin(a) * std::cosh(b), std::cos(a) * std::sinh(b)) / s;
 }
 
+// An area over its distance R; for a point on it the integral of 1/R over a disc as large.
+double over_distance(double area, double R) {
+    return R == 0.0 ? 2.0 * std::sqrt(std::numbers::pi * area) : area / R;
+}
+
 }  // namespace
 
 void add_farfield_cw(const RectangleScene& scene, ComplexField& field) {
@@ -95,8 +100,8 @@ void add_rayleigh_cw(const RectangleScene& scene, ComplexField& field) {
             for (std::size_t l = 0; l < n; ++l) {
                 const double dx = at.x - rule.x[i] * hw, dy = at.y - rule.x[l] * hh;
                 const double R = std::sqrt(dy * dy + dx * dx + at.z * at.z);
-                const Complex term = rule.w[i] * hw * (rule.w[l] * hh) * std::exp(-wave.alpha * R) *
-                                     std::exp(-j * wave.k * R) / R;
+                const Complex term = over_distance(rule.w[i] * hw * (rule.w[l] * hh), R) *
+                                     std::exp(-wave.alpha * R) * std::exp(-j * wave.k * R);
                 sum += term;
                 terms += std::abs(term);
             }
@@ -127,11 +132,14 @@ void add_rayleigh_cw_sse(const RectangleScene& scene, ComplexField& field) {
                 const float dy = y - static_cast<float>(rule.x[l] * hh);
                 const float R = std::sqrt(dy * dy + dx * dx + z * z);
                 const auto W = static_cast<float>(rule.w[i] * hw * (rule.w[l] * hh));
+                const float over_R =
+                    R == 0.0f ? static_cast<float>(over_distance(static_cast<double>(W), 0.0))
+                              : W / R;
                 float E_re = 0, E_im = 0;
                 complex_exp_lane(-alpha * R, -k * R, &E_re, &E_im);
-                re[l % 4] += W / R * E_re;
-                im[l % 4] += W / R * E_im;
-                terms += static_cast<double>(W / R * std::hypot(E_re, E_im));
+                re[l % 4] += over_R * E_re;
+                im[l % 4] += over_R * E_im;
+                terms += static_cast<double>(over_R * std::hypot(E_re, E_im));
             }
         }
         const auto across = [](const std::array<float, 4>& lanes) {

@@ -37,8 +37,8 @@ TransducerStatus solve_uniform(CircularTransducer& disc, const WaveParameters& w
 //         * ( e^(-(alpha + jk) R_ij) - e^(-(alpha + jk) z) )
 //
 // Each rim is one pass. The reference spreads the radii over [0, pi a], where the slope is 0 beyond
-// the rim, and counts dphi_j pi times over, on purpose; exactly, radii lie on [0, a], and the sum is
-// the profile's field.
+// the rim, and counts dphi_j pi times over, on purpose; exactly, radii lie on [0, a], and the sum
+// is the profile's field.
 class ApodizedDiscEdge : public EdgeGenerator<double> {
 public:
     explicit ApodizedDiscEdge(const CircularTransducer& disc) {
@@ -50,8 +50,8 @@ public:
         for (int i = 0; i < size_; ++i) {
             // Exactly, the prefactor's a/pi is taken back, and the sign is that of a step down.
             const double r = rule.get_abscissa(i) * (disc.exact() ? a / pi : a);
-            const double radial_weight = disc.exact() ? -rule.get_weight(i) / pi
-                                                      : rule.get_weight(i) * a;
+            const double radial_weight =
+                disc.exact() ? -rule.get_weight(i) / pi : rule.get_weight(i) * a;
             const double slope = derivative(disc.get_piston_apodization_index(), r, a);
             if (slope != 0.0) {
                 add_rim(rule, r, radial_weight * (disc.exact() ? 1.0 : pi) * (slope * r));

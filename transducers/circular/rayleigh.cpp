@@ -1,11 +1,15 @@
 // The disc's Rayleigh integrals.
+#include <cmath>
 #include <complex>
 
+#include "core/console.h"
 #include "core/constants.h"
 #include "transducers/circular/circular_transducer.h"
+#include "transducers/circular/disc_response.h"
 #include "transducers/circular/piston_apodization.h"
 #include "transducers/methods/guarded.h"
 #include "transducers/methods/half_annulus.h"
+#include "transducers/methods/point_series.h"
 
 namespace kavro {
 namespace {
@@ -34,6 +38,37 @@ TransducerStatus solve(CircularTransducer& disc, Weighting weighting, const Wave
     disc.InitializeRotationMatrix();
     return guarded([&] {
         return solve_rayleigh(disc, half_of<Real>(disc, weighting), wave, prefactor(disc));
+    });
+}
+
+double first_value(const ExcitationFunction& v) {
+    return v.at(std::nextafter(0.0, 1.0));
+}
+
+double last_value(const ExcitationFunction& v) {
+    return v.at(std::nextafter(v.w, 0.0));
+}
+
+bool has_jumps(const ExcitationFunction& v) {
+    return first_value(v) != 0.0 || last_value(v) != 0.0;
+}
+
+// rho A [v(0) h(t - delay) - v(w) h(t - delay - w)] with the impulse response h.
+TransducerStatus add_jumps(CircularTransducer& disc) {
+    const double density = disc.medium->_rho_density;
+    const double w = disc.excitation->w;
+    const double first = density * first_value(*disc.excitation);
+    const double last = density * last_value(*disc.excitation);
+    return add_point_series(disc, [=, &disc](const CartesianCoordinate& p, double* series) {
+        if (p.z < 0.0) {
+            return;
+        }
+        const DiscResponse h(disc.radius, disc.medium->_soundspeed,
+                             std::sqrt(p.x * p.x + p.y * p.y), p.z);
+        for (int j = 0; j < disc.time_samples->ntimes; ++j) {
+            const double t = disc.time_samples->time_index_value(j) - disc.time_delay;
+            series[j] = first * h(t) - last * h(t - w);
+        }
     });
 }
 
@@ -73,12 +108,12 @@ TransducerStatus CircularTransducer::rayleigh_cw_sse() {
     if (!has_continuous_wave_records()) {
         return status_failure;
     }
-    return is_silent() ? status_success
-                       : solve<float>(*this, Weighting::uniform, wave_of(*medium));
+    return is_silent() ? status_success : solve<float>(*this, Weighting::uniform, wave_of(*medium));
 }
 
 // p = rho / (2 pi) * sum over the half disc of 2 v'(t - R/c - delay) / R dA. A sampled waveform's
-// reference derivative lacks the factor of the frequency.
+// reference derivative lacks the factor of the frequency. A waveform that begins or ends with a
+// jump loses that jump's wave, as the derivative does not contain it; exactly, it is added.
 TransducerStatus CircularTransducer::rayleigh_transient() {
     if (!has_transient_records()) {
         return status_failure;
@@ -88,8 +123,21 @@ TransducerStatus CircularTransducer::rayleigh_transient() {
     }
     InitializeRotationMatrix();
     return guarded([this] {
-        return solve_rayleigh_transient(*this, half_of<double>(*this, Weighting::uniform),
-                                        medium->_rho_density / pi);
+        const double density = medium->_rho_density;
+        const auto integral_over = half_of<double>(*this, Weighting::uniform);
+        if (!exact() || !has_jumps(*excitation)) {
+            return solve_rayleigh_transient(*this, integral_over, density / pi);
+        }
+        TransducerStatus status = status_success;
+        {
+            const console::ProgressPart part(0.0, 0.9);
+            status = solve_rayleigh_transient(*this, integral_over, density / pi);
+        }
+        if (status == status_success) {
+            const console::ProgressPart part(0.9, 1.0);
+            status = add_jumps(*this);
+        }
+        return status;
     });
 }
 

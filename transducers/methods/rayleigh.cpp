@@ -4,6 +4,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "core/constants.h"
 #include "core/vector_dispatch.h"
 #include "transducers/methods/edge_block.h"
 #include "transducers/methods/point_tiles.h"
@@ -49,6 +50,20 @@ HWY_INLINE V Distance(D d, const SurfaceRow<Real>& row, size_t j, V x, V y, V z)
     return hn::Sqrt(hn::Add(hn::Add(hn::Mul(dx, dx), hn::Mul(dy, dy)), hn::Mul(dz, dz)));
 }
 
+// The weight of sample j over R. For a point on the sample it is 1/R averaged over a disc of the
+// sample's area S, 2 sqrt(pi S) / S.
+template <class D, class Real, class V = hn::Vec<D>>
+HWY_INLINE V WeightOverDistance(D d, const SurfaceRow<Real>& row, size_t j, V R) {
+    const auto weight = row.weight[j];
+    const auto quotient = hn::Div(hn::Set(d, weight), R);
+    const auto on_it = hn::Eq(R, hn::Zero(d));
+    if (HWY_LIKELY(hn::AllFalse(d, on_it))) {
+        return quotient;
+    }
+    const double mean = 2.0 * std::sqrt(pi * static_cast<double>(weight) / row.row_weight);
+    return hn::IfThenElse(on_it, hn::Set(d, static_cast<Real>(mean)), quotient);
+}
+
 void SumRowDouble(const SurfaceRow<double>& row, RowSum<double>& sum) {
     const hn::CappedTag<double, block_lanes> d;
     using V = hn::Vec<decltype(d)>;
@@ -65,7 +80,7 @@ void SumRowDouble(const SurfaceRow<double>& row, RowSum<double>& sum) {
             V s;
             V c;
             SinCos(d, hn::Mul(minus_k, R), s, c);
-            auto magnitude = hn::Div(hn::Set(d, row.weight[j]), R);
+            auto magnitude = WeightOverDistance(d, row, j, R);
             if (sum.attenuation != 0.0) {
                 magnitude = hn::Mul(magnitude, Exp(d, hn::Mul(minus_alpha, R)));
             }
@@ -92,7 +107,7 @@ void SumRowSingle(const SurfaceRow<float>& row, RowSum<float>& sum) {
             V wave_re;
             V wave_im;
             ComplexExpSingle(d, hn::Mul(minus_alpha, R), hn::Mul(minus_k, R), wave_re, wave_im);
-            const auto magnitude = hn::Div(hn::Set(d, row.weight[j]), R);
+            const auto magnitude = WeightOverDistance(d, row, j, R);
             re = hn::Add(re, hn::Mul(magnitude, wave_re));
             im = hn::Add(im, hn::Mul(magnitude, wave_im));
         };
