@@ -49,6 +49,12 @@ TransducerStatus CircularTransducer::kzk_cw() {
         (medium->_f0 / 1e6) * (static_cast<double>(rayleigh) * medium->_dBcmMHz * 100 / 8.686);
     shape.nonlinearity = medium->_beta * a * a * omega0 * omega0 * u0 * 0.5 / (c * c * c);
     shape.spreading = [phase](double range) { return phase > 0 ? 1.0 + range : 1.0; };
+    if (phase > 0) {
+        // A quarter of a period from sine to cosine, and the front that the coordinates follow.
+        shape.phase_left_out = [](double r, double range) {
+            return r * r / (1.0 + range) - half_pi;
+        };
+    }
     shape.initial = [this, phase](int extent, double* field, int last_column, int harmonics) {
         INIT(extent, field, last_column, harmonics, phase);
     };

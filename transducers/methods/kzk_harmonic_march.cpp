@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <complex>
 #include <cstddef>
 #include <new>
 #include <vector>
@@ -220,10 +221,18 @@ private:
                 continue;  // beyond the radial grid
             }
             const std::size_t row = static_cast<std::size_t>(place) * stride_;
+            const bool turned = element_.exact() && shape_.phase_left_out;
+            const double ahead =
+                turned ? shape_.phase_left_out(static_cast<double>(planes_.r[m]), ranges_[plane])
+                       : 0.0;
             for (std::size_t n = 0; n < alpha_.size(); ++n) {
                 const std::size_t to = m + nx * (plane + ranges_.size() * n);
-                element_.pressure_real[to] = field_.re[row + n] * scale / spreading;
-                element_.pressure_imag[to] = field_.im[row + n] * scale / spreading;
+                std::complex<double> P(field_.re[row + n], field_.im[row + n]);
+                if (turned) {
+                    P *= std::polar(1.0, static_cast<double>(n + 1) * ahead);
+                }
+                element_.pressure_real[to] = P.real() * scale / spreading;
+                element_.pressure_imag[to] = P.imag() * scale / spreading;
                 finite_ = finite_ && std::isfinite(element_.pressure_real[to]) &&
                           std::isfinite(element_.pressure_imag[to]);
             }

@@ -17,6 +17,10 @@ struct KzkHarmonicShape {
     double absorption = 0.0;                  // Np at f0 over the scale length
     double nonlinearity = 0.0;                // Kn = beta omega0 u0/c^2 times the scale length
     std::function<double(double)> spreading;  // g of the range: radii grow and pressures fall by it
+    // By how much the fundamental of a cosine drive is ahead of what is marched, rad, at a distance
+    // from the axis (in source radii) and a range; harmonic n is n times as much ahead. Empty where
+    // both are the same. Exact elements put it back, for others it is left out: deliberate.
+    std::function<double(double, double)> phase_left_out;
     // INIT: extent, field, last column, harmonics.
     std::function<void(int, double*, int, int)> initial;
     // COEFF: new range, range of the coefficients, absorption and diffraction weights, harmonics.
@@ -33,6 +37,11 @@ bool has_kzk_cw_records(const Transducer& element);
 // (Pa), entry ix + nx iz + nx nz (n - 1) of both outputs for harmonic n. Where the parameters or
 // the medium allow no march, zeros are stored; planes behind the face are silent. Warns where the
 // march has grown without bound and the result is not finite.
+//
+// The time dependence is exp(-j n omega0 t), and the phase is counted from a plane wave that
+// travels along. For an exact element, conj(P_n) exp(-j n k z) is what the continuous-wave methods
+// give; otherwise a source that starts curved (a shell, a disc with the source phase) is driven by
+// a sine instead of a cosine, and the source phase's curvature stays off.
 //
 // 20 backward Euler steps damp what the jump at the rim stirs up, then Crank-Nicolson steps follow
 // that grow with the range.

@@ -46,6 +46,8 @@ TransducerStatus SphericalTransducer::kzk_cw() {
     shape.absorption = (medium->_f0 / 1e6) * (roc * medium->_dBcmMHz * 100 / 8.686);
     shape.nonlinearity = roc * medium->_beta * omega0 * u0 / (c * c);
     shape.spreading = [](double) { return 1.0; };
+    // A quarter of a period from sine to cosine.
+    shape.phase_left_out = [](double, double) { return -half_pi; };
     shape.initial = [this, gain](int extent, double* field, int last_column, int harmonics) {
         INIT(extent, field, last_column, harmonics, gain);
     };
