@@ -126,8 +126,8 @@ TEST_F(KzkExact, HarmonicsHaveThePhaseOfTheTransientMarch) {
     }
 }
 
-// The axis's begin decides what is looked at and nothing else, even where it is later than the pulse
-// or, for a shell, than the rim; nor do its samples have to meet the arrival.
+// The axis's begin decides what is looked at and nothing else, even where it is later than the
+// pulse or, for a shell, than the rim; nor do its samples have to meet the arrival.
 TEST_F(KzkExact, TransientFieldDoesNotDependOnTheBeginOfTheTimeAxis) {
     for (const bool shell : {false, true}) {
         KzkBeam beam = small_beam(shell);

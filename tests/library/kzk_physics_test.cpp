@@ -231,7 +231,8 @@ TEST_F(KzkPhysics, PlaneWaveDecaysAsASawtoothBeyondTheShock) {
     KzkBeam beam = plane_wave();
     beam.deltat = 1.0 / 50e6;
     beam.duration = 16e-6;
-    beam.zmin = 0.105;  // whole numbers of samples: straight lines between samples take 2 % of n = 3
+    beam.zmin =
+        0.105;  // whole numbers of samples: straight lines between samples take 2 % of n = 3
     beam.zmax = 0.315;
     beam.tmax = beam.tmin + 13e-6 + beam.zmax / beam.speed;
     beam.beta = 3.5;

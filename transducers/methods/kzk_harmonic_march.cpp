@@ -19,7 +19,6 @@ namespace kavro {
 namespace {
 
 constexpr int first_stage_steps = 20;
-constexpr float whole_limit = 1e9f;                // counts beyond this are no counts
 constexpr double least_growth = 1.0 / 16777216.0;  // below, there is no end of steps
 
 // The element's parameters.
@@ -28,19 +27,14 @@ struct Scheme {
     float points_per_radius;  // as the planes' points are placed
     double growth;            // of the second stage's steps
     int harmonics;
-    int last_column = 0;  // 0 where the radial grid has fewer than two steps
+    int last_column;
 
     explicit Scheme(const NumericalIntegration& integral)
         : extent(integral.kzk_parameters[0]),
           points_per_radius(integral.kzk_parameters[1]),
           growth(static_cast<double>(integral.kzk_parameters[2])),
-          harmonics(integral.kzk_integer_parameters[0]) {
-        if (std::abs(extent) < whole_limit) {
-            const float count = std::trunc(extent) * points_per_radius;
-            last_column =
-                count >= 2.0f && count < whole_limit && extent > 0.0f ? static_cast<int>(count) : 0;
-        }
-    }
+          harmonics(integral.kzk_integer_parameters[0]),
+          last_column(kzk_last_column(extent, points_per_radius)) {}
 
     // The spacing is not quite the one by which the planes' points are placed: deliberate.
     double spacing() const {
@@ -258,12 +252,25 @@ bool is_range(float range) {
     return std::isfinite(range);
 }
 
-bool can_march(const KzkHarmonicShape& shape, const Scheme& scheme, const KzkPlanes& planes) {
-    return scheme.last_column >= 2 && scheme.growth > least_growth &&
-           std::isfinite(scheme.growth) && std::isfinite(shape.absorption) &&
-           shape.absorption >= 0.0 && std::isfinite(shape.nonlinearity) &&
-           shape.range_of(1.0f) > 0.0f && is_range(shape.range_of(1.0f)) &&
-           is_range(shape.range_of(planes.z.front())) && is_range(shape.range_of(planes.z.back()));
+std::optional<KzkFault> fault_of(const Transducer& element, const KzkHarmonicShape& shape,
+                                 const Scheme& scheme, const KzkPlanes& planes) {
+    if (auto fault = kzk_radial_fault(scheme.extent, scheme.points_per_radius)) {
+        return fault;
+    }
+    if (!(scheme.growth > least_growth && std::isfinite(scheme.growth))) {
+        return KzkFault{KzkInput::growth, "more than 6e-8", scheme.growth};
+    }
+    const bool scaled = shape.range_of(1.0f) > 0.0f && is_range(shape.range_of(1.0f)) &&
+                        shape.gain > 0.0 && std::isfinite(shape.gain);
+    const auto scale_length = static_cast<double>(1.0f / shape.range_of(1.0f));
+    if (auto fault = kzk_scale_fault(element, element.medium->_f0, scale_length, scaled,
+                                     shape.absorption, shape.nonlinearity)) {
+        return fault;
+    }
+    if (!is_range(shape.range_of(planes.z.front())) || !is_range(shape.range_of(planes.z.back()))) {
+        return KzkFault{KzkInput::planes, "at finite distances", element.coordinate_grid->zmax};
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -278,6 +285,11 @@ bool has_kzk_cw_records(const Transducer& element) {
            element.pressure_imag != nullptr && KzkPlanes::fit(*element.coordinate_grid);
 }
 
+std::optional<KzkFault> kzk_cw_fault(const Transducer& element, const KzkHarmonicShape& shape) {
+    return fault_of(element, shape, Scheme(*element.integral),
+                    KzkPlanes(*element.coordinate_grid, shape.radius, element.exact()));
+}
+
 TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmonicShape& shape) {
     try {
         const Scheme scheme(*element.integral);
@@ -289,7 +301,8 @@ TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmoni
             planes.r.size() * planes.z.size() * static_cast<std::size_t>(scheme.harmonics);
         std::fill_n(element.pressure_real, values, 0.0);
         std::fill_n(element.pressure_imag, values, 0.0);
-        if (!can_march(shape, scheme, planes) || static_cast<float>(element.amplitude) == 0.0f) {
+        if (fault_of(element, shape, scheme, planes) ||
+            static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;
         }
         March march(element, shape, scheme, planes);

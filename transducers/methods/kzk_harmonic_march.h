@@ -3,7 +3,9 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
+#include "transducers/methods/kzk_fault.h"
 #include "transducers/methods/kzk_harmonic_source.h"
 #include "transducers/transducer.h"
 
@@ -14,6 +16,7 @@ namespace kavro {
 struct KzkHarmonicShape {
     double radius = 0.0;                      // a, m
     std::function<float(float)> range_of;     // of a plane, in scale lengths, from its z in m
+    double gain = 1.0;                        // z_R over the scale length
     double absorption = 0.0;                  // Np at f0 over the scale length
     double nonlinearity = 0.0;                // Kn = beta omega0 u0/c^2 times the scale length
     std::function<double(double)> spreading;  // g of the range: radii grow and pressures fall by it
@@ -46,5 +49,8 @@ bool has_kzk_cw_records(const Transducer& element);
 // 20 backward Euler steps damp what the jump at the rim stirs up, then Crank-Nicolson steps follow
 // that grow with the range.
 TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmonicShape& shape);
+
+// What keeps it from marching.
+std::optional<KzkFault> kzk_cw_fault(const Transducer& element, const KzkHarmonicShape& shape);
 
 }  // namespace kavro

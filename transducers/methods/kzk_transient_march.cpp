@@ -20,34 +20,12 @@
 #include "transducers/methods/kzk_radial_step.h"
 #include "transducers/methods/kzk_retarded_time.h"
 #include "transducers/methods/kzk_transient_output.h"
+#include "transducers/methods/kzk_transient_setting.h"
 
 namespace kavro {
 namespace {
 
-constexpr float whole_limit = 1e9f;        // counts beyond this are no counts
-constexpr float most_steps = 16777216.0f;  // beyond, a step is lost in the rounding of the range
-
-// The element's five parameters.
-struct Scheme {
-    int last_column = 0;  // 0 where the radial grid has fewer than two steps
-    float points_per_radius;
-    float step;
-    bool implicit;
-    bool diffraction;
-
-    explicit Scheme(const std::array<float, 5>& parameters)
-        : points_per_radius(parameters[1]),
-          step(parameters[2]),
-          implicit(parameters[3] == 1.0f),
-          diffraction(parameters[4] == 1.0f) {
-        if (std::abs(parameters[0]) < whole_limit) {
-            const float count = std::trunc(parameters[0]) * points_per_radius;
-            last_column = count >= 2.0f && count < whole_limit && parameters[0] > 0.0f
-                              ? static_cast<int>(count)
-                              : 0;
-        }
-    }
-};
+constexpr float whole_limit = 1e9f;  // row numbers beyond this are none
 
 // A row number as a whole number, within bounds that no row reaches.
 int row_number(double value) {
@@ -57,8 +35,9 @@ int row_number(double value) {
 
 class March {
 public:
-    March(const Transducer& element, const KzkTransientShape& shape, const Scheme& scheme,
-          const KzkPlanes& planes, const KzkRetardedTime& axis, KzkTransientOutput& output)
+    March(const Transducer& element, const KzkTransientShape& shape,
+          const KzkTransientScheme& scheme, const KzkPlanes& planes, const KzkRetardedTime& axis,
+          KzkTransientOutput& output)
         : element_(element),
           shape_(shape),
           scheme_(scheme),
@@ -298,7 +277,7 @@ private:
 
     const Transducer& element_;
     const KzkTransientShape& shape_;
-    const Scheme& scheme_;
+    const KzkTransientScheme& scheme_;
     const KzkPlanes& planes_;
     const KzkRetardedTime& axis_;
     KzkTransientOutput& output_;
@@ -309,67 +288,18 @@ private:
     AlignedVector<float> grid_;
 };
 
-// Reference elements: what the time axis leaves. Exact ones: from before the first wave to the end
-// of the last wave at any plane, or of the time axis, whichever comes first.
-KzkRetardedTime retarded_time(const Transducer& element, const KzkTransientShape& shape,
-                              const KzkPlanes& planes, const Scheme& scheme) {
-    const TimeSamples& times = *element.time_samples;
-    const ExcitationFunction& excitation = *element.excitation;
-    const double c = element.medium->_soundspeed;
-    if (!element.exact()) {
-        return {times, excitation, *element.medium, *element.coordinate_grid};
-    }
-    const double omega0 = two_pi * excitation.f0;
-    // Shock fronts run ahead of a wave, and fall behind, by twice the root of their range in shock
-    // distances, and more in a focus; the axis's ends hold the field and stay clear of it.
-    const auto shocks = static_cast<double>(std::abs(shape.nonlinearity * shape.last_range));
-    const double margin = two_pi + std::min(4.0 * std::sqrt(shocks), 4.0 * two_pi);
-    const float farthest = std::min(*std::max_element(planes.r.begin(), planes.r.end()),
-                                    static_cast<float>(scheme.last_column) /
-                                        scheme.points_per_radius);
-    const double rim = std::pow(1.0 + static_cast<double>(farthest), 2);
-    double last = 0.0;
-    for (const float plane : planes.z) {
-        const double z = std::max(static_cast<double>(plane), 0.0);
-        const double of_axis = omega0 * (times.tmax() - z / c);
-        const double of_wave =
-            omega0 * excitation.w + rim * static_cast<double>(shape.rayleigh) / z;
-        last = std::max(last, of_wave < of_axis ? of_wave : of_axis);
-    }
-    return {times, excitation, -(static_cast<double>(shape.source_lead) + margin), last + margin};
-}
-
-bool is_positive(float value) {
-    return value > 0.0f && std::isfinite(value);
-}
-
-bool can_march(const KzkTransientShape& shape, const Scheme& scheme, const KzkRetardedTime& axis,
-               const KzkPlanes& planes) {
-    return scheme.last_column >= 2 && axis.steps >= 2 && is_positive(axis.step) &&
-           is_positive(scheme.step) && is_positive(shape.rayleigh) && is_positive(shape.gain) &&
-           std::isfinite(shape.source_lead) && std::isfinite(shape.nonlinearity) &&
-           (shape.absorption == 0.0f || is_positive(shape.absorption)) &&
-           std::abs(shape.last_range) < most_steps * scheme.step &&
-           std::abs(planes.z.front() / shape.rayleigh * shape.gain) < most_steps * scheme.step;
-}
-
 }  // namespace
 
 bool has_kzk_transient_records(const Transducer& element) {
     return element.has_transient_records() && KzkPlanes::fit(*element.coordinate_grid);
 }
 
-TransducerStatus march_kzk_transient(const Transducer& element, KzkTransientShape shape) {
+TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& of) {
     try {
-        const CoordinateGrid& grid = *element.coordinate_grid;
-        const Scheme scheme(element.integral->kzk_parameters);
-        const KzkPlanes planes(grid, shape.radius, element.exact());
-        if (element.exact()) {
-            shape.last_range = planes.z.back() / shape.rayleigh * shape.gain;
-        }
-        const KzkRetardedTime axis = retarded_time(element, shape, planes, scheme);
+        const KzkTransientSetting setting(element, of);
+        const auto& [scheme, planes, shape, axis] = setting;
         KzkTransientOutput output(element, planes, axis);
-        if (!can_march(shape, scheme, axis, planes)) {
+        if (setting.fault(element)) {
             output.clear_all();
             return status_success;
         }

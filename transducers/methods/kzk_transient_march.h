@@ -2,6 +2,9 @@
 // an axisymmetric source, in steps of range.
 #pragma once
 
+#include <optional>
+
+#include "transducers/methods/kzk_fault.h"
 #include "transducers/transducer.h"
 
 namespace kavro {
@@ -36,6 +39,10 @@ bool has_kzk_transient_records(const Transducer& element);
 // step later with a message; planes that were not reached are silent. So are, deliberately, planes
 // beyond the first that a step passes, and the last plane where rounding leaves it at the very end
 // of the march. An exact element records every plane that a step passes and marches on to the last.
-TransducerStatus march_kzk_transient(const Transducer& element, KzkTransientShape shape);
+TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& shape);
+
+// What keeps it from marching.
+std::optional<KzkFault> kzk_transient_fault(const Transducer& element,
+                                            const KzkTransientShape& shape);
 
 }  // namespace kavro

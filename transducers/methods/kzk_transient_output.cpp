@@ -22,11 +22,10 @@ KzkTransientOutput::KzkTransientOutput(const Transducer& element, const KzkPlane
                      ? static_cast<double>(axis.step) / static_cast<double>(axis.omega0) / 2.0
                      : 0.0) {
     const double span = times_.tmax() - times_.tmin();
-    rows_ = axis.steps > 0 && !exact_
-                ? clamped_index(
-                      span * static_cast<double>(axis.omega0) / static_cast<double>(axis.step),
-                      times_.ntimes)
-                : std::max(times_.ntimes, 0);
+    rows_ = axis.steps > 0 && !exact_ ? clamped_index(span * static_cast<double>(axis.omega0) /
+                                                          static_cast<double>(axis.step),
+                                                      times_.ntimes)
+                                      : std::max(times_.ntimes, 0);
 }
 
 void KzkTransientOutput::clear() {
