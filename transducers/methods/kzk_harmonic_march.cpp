@@ -14,6 +14,7 @@
 #include "core/threads.h"
 #include "transducers/methods/kzk_harmonic_kernels.h"
 #include "transducers/methods/kzk_planes.h"
+#include "transducers/methods/kzk_poll.h"
 
 namespace kavro {
 namespace {
@@ -78,7 +79,9 @@ public:
                 break;  // lost in the rounding of the range
             }
             set_step(implicit, range, next);
-            advance();
+            if (!advance()) {
+                return status_interrupted;
+            }
             range = next;
             if (range >= ranges_[plane_]) {
                 record(plane_);
@@ -150,7 +153,8 @@ private:
         former_alpha_ = alpha_;
     }
 
-    void advance() {
+    // False where the user has interrupted it.
+    bool advance() {
         constexpr std::size_t rows_at_a_time = 32;
         const auto blocks =
             static_cast<std::int64_t>((columns_ + rows_at_a_time - 1) / rows_at_a_time);
@@ -159,10 +163,12 @@ private:
             static_cast<std::int64_t>((stride_ + lanes_at_a_time - 1) / lanes_at_a_time);
         const int threads = std::clamp(thread_count(), 1, most_threads());
         std::atomic<bool> no_memory{false};
+        KzkPoll poll;
 
 #pragma omp parallel num_threads(threads)
         {
             const FlushDenormals flush;
+            const std::function<bool()> give_up = [&poll] { return poll.gives_up(); };
             AlignedVector<double> scratch;
             try {
                 scratch.reserve(std::max(6 * stride_, 4 * harmonic_lanes * columns_));
@@ -172,16 +178,16 @@ private:
 #pragma omp barrier
 #pragma omp for schedule(static)
             for (std::int64_t block = 0; block < blocks; ++block) {
-                if (shape_.nonlinearity != 0.0 && !no_memory) {
+                if (shape_.nonlinearity != 0.0 && !no_memory && !poll.interrupted()) {
                     const std::size_t first = static_cast<std::size_t>(block) * rows_at_a_time;
                     kzk_couple_harmonics(field_, step_, alpha_.size(), stride_, first,
                                          std::min(first + rows_at_a_time, columns_), source_,
-                                         scratch);
+                                         scratch, give_up);
                 }
             }
 #pragma omp for schedule(static)
             for (std::int64_t group = 0; group < groups; ++group) {
-                if (!no_memory) {
+                if (!no_memory && !give_up()) {
                     const std::size_t first = static_cast<std::size_t>(group) * lanes_at_a_time;
                     kzk_advance_harmonics(field_, source_, step_, radius_, stride_, first,
                                           std::min(lanes_at_a_time, stride_ - first), scratch);
@@ -191,6 +197,7 @@ private:
         if (no_memory) {
             throw std::bad_alloc();
         }
+        return !poll.interrupted();
     }
 
     // Threads meet twice in every step, which on a busy machine may take milliseconds: a share is

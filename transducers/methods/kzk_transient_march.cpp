@@ -17,6 +17,7 @@
 #include "core/threads.h"
 #include "transducers/methods/kzk_column_steps.h"
 #include "transducers/methods/kzk_planes.h"
+#include "transducers/methods/kzk_poll.h"
 #include "transducers/methods/kzk_radial_step.h"
 #include "transducers/methods/kzk_retarded_time.h"
 #include "transducers/methods/kzk_transient_output.h"
@@ -80,7 +81,11 @@ public:
                 diffract(step);
             }
             range += step;
-            const KzkDistortion::Result distorted = advance_columns(step);
+            KzkPoll poll;
+            const KzkDistortion::Result distorted = advance_columns(step, poll);
+            if (poll.interrupted()) {
+                return status_interrupted;
+            }
             shock = distorted.shock;
             if (shape_.nonlinearity != 0.0f) {
                 to_shock = 1.0f / (distorted.steepest * shape_.nonlinearity);
@@ -173,8 +178,9 @@ private:
         radial_.apply(grid_.data(), axis_.steps);
     }
 
-    // Absorption and distortion, which columns go through independently of each other.
-    KzkDistortion::Result advance_columns(float step) {
+    // Absorption and distortion, which columns go through independently of each other. Incomplete
+    // where `poll` was interrupted.
+    KzkDistortion::Result advance_columns(float step, KzkPoll& poll) {
         const float kappa = step * shape_.absorption / (axis_.step * axis_.step);
         const KzkAbsorption absorption(kappa, scheme_.implicit, axis_.steps);
         const std::vector<float> edge = outer_edge();
@@ -190,6 +196,9 @@ private:
             KzkDistortion::Scratch scratch;
 #pragma omp for schedule(static)
             for (int pair = 0; pair < pairs; ++pair) {
+                if (poll.gives_up()) {
+                    continue;
+                }
                 const int first = 2 * pair;
                 const int groups = std::min(2, columns_.run - first);
                 float* columns = grid_.data() + first * KzkColumns::lanes;
