@@ -270,7 +270,7 @@ std::string complaint(const Operation& operation, std::size_t element, const Kzk
     return std::string(operation.name) + " needs a time axis that " + fault.expected + ".";
 }
 
-// Called without being asked for, a march that cannot run would answer with zeros.
+// A march that cannot run answers with zeros; here it is an error.
 void Solve::check_that_marches_run(const Operation& operation) {
     const bool harmonic = operation.kind == Kind::kzk_cw;
     quadrature_ = reference_rule_;
