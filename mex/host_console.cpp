@@ -64,8 +64,10 @@ void call_with_fraction(mxArray* handle, double fraction) {
 
 HostConsole::HostConsole(const char* function)
     : function_(function),
+      print_(print),
       line_wanted_(progress_wanted()),
-      connection_({print, warn, [this](double fraction) { show_progress(fraction); },
+      connection_({[this](const char* text) { print_(text); }, warn,
+                   [this](double fraction) { show_progress(fraction); },
                    [this] { return interrupted(); }}) {}
 
 void HostConsole::show_progress_line(bool on) {

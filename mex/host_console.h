@@ -2,6 +2,8 @@
 #pragma once
 
 #include <exception>
+#include <functional>
+#include <utility>
 
 #include "core/console.h"
 #include "mex.h"
@@ -20,6 +22,9 @@ public:
     void show_progress_line(bool on);
     void hand_progress_to(const mxArray* function_handle);
 
+    // Instead of printing: `print` is given every text.
+    void hand_prints_to(std::function<void(const char*)> print) { print_ = std::move(print); }
+
     // Completes the progress; to be called after the solver. Throws what the host or the user's
     // function threw while the solver ran.
     void end_progress(bool success);
@@ -33,6 +38,7 @@ private:
     bool interrupted() const;
 
     const char* function_;
+    std::function<void(const char*)> print_;
     bool line_wanted_;
     mxArray* handle_ = nullptr;
     int shown_percent_ = -1;

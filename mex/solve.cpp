@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -17,6 +18,8 @@
 #include "mex/solve_options.h"
 #include "mex/solver_call.h"
 #include "mex/transducers_from_host.h"
+#include "transducers/circular/circular_transducer.h"
+#include "transducers/methods/kzk_fault.h"
 #include "transducers/methods/kzk_retarded_time.h"
 #include "transducers/operations.h"
 
@@ -76,6 +79,7 @@ private:
                        const mxArray* array);
     void read_excitations(const Operation& operation, const SolveOptions& options);
     void check_march(const Operation& operation) const;
+    void check_that_marches_run(const Operation& operation);
     void read_rule(const Operation& operation, const SolveOptions& options);
     void read_times_quietly(const mxArray* structure);
     void read_manners(const SolveOptions& options);
@@ -126,6 +130,9 @@ void Solve::read(const Operation& operation, const SolveOptions& options,
         check_march(operation);
     }
     attach_records();
+    if (operation.uses(input_kzk)) {
+        check_that_marches_run(operation);
+    }
 }
 
 // The reader prints every instant of a list, which was wanted of it once and is not here.
@@ -235,6 +242,58 @@ void Solve::check_march(const Operation& operation) const {
     }
 }
 
+// The text for what keeps a march from running.
+std::string complaint(const Operation& operation, std::size_t element, const KzkFault& fault) {
+    struct Name {
+        KzkInput input;
+        const char* text;
+    };
+    static constexpr Name names[] = {
+        {KzkInput::extent, "field 'extent' of the option 'kzk'"},
+        {KzkInput::points_per_radius, "field 'points_per_radius' of the option 'kzk'"},
+        {KzkInput::step, "field 'step' of the option 'kzk'"},
+        {KzkInput::growth, "field 'growth' of the option 'kzk'"},
+        {KzkInput::soundspeed, "medium's field 'soundspeed'"},
+        {KzkInput::attenuation, "medium's field 'attenuationdBcmMHz'"},
+        {KzkInput::nonlinearity, "medium's field 'nonlinearityparameter'"},
+        {KzkInput::frequency, "frequency f0"},
+        {KzkInput::amplitude, "field 'amplitude'"},
+        {KzkInput::sizes, "Rayleigh distance or the radius of curvature"},
+        {KzkInput::planes, "grid's planes"},
+    };
+    for (const Name& name : names) {
+        if (name.input == fault.input) {
+            return place(operation, element) + "the " + name.text + " must be " + fault.expected +
+                   ", not " + kzk_number(fault.value) + ".";
+        }
+    }
+    return std::string(operation.name) + " needs a time axis that " + fault.expected + ".";
+}
+
+// A march that cannot run answers with zeros; here it is an error.
+void Solve::check_that_marches_run(const Operation& operation) {
+    const bool harmonic = operation.kind == Kind::kzk_cw;
+    quadrature_ = reference_rule_;
+    for (std::size_t i = 0; i < elements_.size(); ++i) {
+        Transducer& element = *elements_[i];
+        if (harmonic && reference_rule_.kzk_integer_parameters[1] > 0 &&
+            dynamic_cast<const CircularTransducer*>(&element) == nullptr) {
+            throw InputError(place(operation, i) +
+                             "the field 'source_phase' of the option 'kzk' must be false, for only "
+                             "a disc's march has a source phase.");
+        }
+        if (const std::optional<KzkFault> fault = kzk_fault(element, harmonic)) {
+            throw InputError(complaint(operation, i, *fault));
+        }
+    }
+    if (!harmonic && !elements_.empty() &&
+        !(times_.tmax() > grid_.zcoords.back() / medium_._soundspeed)) {
+        throw InputError(std::string(operation.name) +
+                         " needs a time axis that lasts until the wave has come to the farthest "
+                         "plane.");
+    }
+}
+
 // ---- solution
 
 mxArray* Solve::solve(const Operation& operation) {
@@ -259,11 +318,8 @@ void Solve::finish(TransducerStatus status) {
 // a march has a retarded time of its own.
 void Solve::make_records_ready(const Operation& operation, const Transducer& element) {
     quadrature_ = reference_rule_;
-    if (operation.kind == Kind::kzk_transient &&
-        !set_kzk_tau_axis(times_, *element.excitation, medium_, grid_)) {
-        throw InputError(std::string(operation.name) +
-                         " needs a time axis that lasts until the wave has come to the farthest "
-                         "plane.");
+    if (operation.kind == Kind::kzk_transient && !element.exact()) {
+        set_kzk_tau_axis(times_, *element.excitation, medium_, grid_);
     }
 }
 
@@ -313,6 +369,14 @@ mxArray* Solve::solve_added(const Operation& operation) {
 // The marches store their results: each element's is added from a buffer of its own.
 mxArray* Solve::solve_stored(const Operation& operation) {
     const bool harmonic = operation.kind == Kind::kzk_cw;
+    // A march prints its nonlinearity, which is of no use here, and a disc's prints its warning.
+    console_.hand_prints_to([](const char* text) {
+        if (std::string_view(text).ends_with("dSigma")) {
+            console::warn(
+                "kzk_transient: too small dSigma. The wave has overtaken itself within a step, and "
+                "planes beyond are zero: the march needs a smaller 'step'.\n");
+        }
+    });
     const int layers = harmonic ? reference_rule_.kzk_integer_parameters[0] : times_.ntimes;
     mxArray* output = new_output({grid_.nx, grid_.nz, layers}, harmonic ? mxCOMPLEX : mxREAL);
     const auto count = static_cast<std::size_t>(grid_.npoints) * static_cast<std::size_t>(layers);

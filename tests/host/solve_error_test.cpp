@@ -248,6 +248,96 @@ TEST(SolveErrors, of_marches) {
     expect_solve_error(list, "kzk_transient needs a regular time axis.");
 }
 
+// Where the library's march would answer with zeros.
+TEST(SolveErrors, of_marches_that_cannot_run) {
+    struct Fault {
+        const char* method;  // null for both
+        const char* of;      // "kzk", "medium" or "elements"
+        const char* field;
+        double value;
+        const char* message;
+    };
+    const Fault faults[] = {
+        {nullptr, "kzk", "points_per_radius", 0.001,
+         "field 'points_per_radius' of the option 'kzk' must be at least 0.666667 and less than "
+         "3.33333e+08 for this extent, not 0.001."},
+        {nullptr, "kzk", "extent", 2147483647.0,
+         "field 'extent' of the option 'kzk' must be at least 1 and less than 1e9, not "
+         "2.14748e+09."},
+        {"kzk_cw", "kzk", "growth", 1e-12,
+         "field 'growth' of the option 'kzk' must be more than 6e-8, not 1e-12."},
+        {nullptr, "medium", "attenuationdBcmMHz", nan,
+         "medium's field 'attenuationdBcmMHz' must be 0 or positive, not nan."},
+        {nullptr, "medium", "attenuationdBcmMHz", -0.5,
+         "medium's field 'attenuationdBcmMHz' must be 0 or positive, not -0.5."},
+        {nullptr, "medium", "nonlinearityparameter", nan,
+         "medium's field 'nonlinearityparameter' must be a finite number, not nan."},
+        {nullptr, "medium", "soundspeed", -1.0,
+         "medium's field 'soundspeed' must be positive, not -1."},
+        {nullptr, "elements", "amplitude", inf,
+         "field 'amplitude' must be of a size that a wave has, not inf."}};
+    for (const std::string method : {"kzk_transient", "kzk_cw"}) {
+        for (const int kind : {0, 1, 2, 3}) {
+            const bool shell = kind % 2 == 1;
+            const auto complaint_of = [&](const std::string& of, const char* field,
+                                          const Value& value) {
+                SolveArguments arguments(method);
+                const Value kzk = march_parameters(*kavro::operation_of(method));
+                set(arguments.scene.medium, "nonlinearityparameter", scalar(3.5));
+                if (shell) {
+                    set(arguments.scene.elements, "shape", text("shel"));
+                    set(arguments.scene.elements, "rad_curvature", scalar(8e-3));
+                }
+                set(of == "kzk"      ? kzk
+                    : of == "medium" ? arguments.scene.medium
+                                     : arguments.scene.elements,
+                    field, value);
+                arguments.set_option("kzk", kzk);
+                arguments.set_option("exact", logical(kind < 2));
+                return solve(arguments).error.value_or("");
+            };
+            EXPECT_EQ(complaint_of("medium", "soundspeed", scalar(1500)), "");
+            const std::string begin = method + ", element 1: the ";
+            for (const Fault& fault : faults) {
+                if (fault.method == nullptr || fault.method == method) {
+                    EXPECT_EQ(complaint_of(fault.of, fault.field, scalar(fault.value)),
+                              begin + fault.message)
+                        << "shell " << shell << ", exact " << (kind < 2);
+                }
+            }
+            if (method == "kzk_transient") {
+                EXPECT_EQ(
+                    complaint_of("kzk", "step", scalar(1e-12))
+                        .rfind(begin + "field 'step' of the option 'kzk' must be more than ", 0),
+                    0u);
+            } else {
+                EXPECT_EQ(complaint_of("kzk", "source_phase", logical(true)),
+                          shell ? begin +
+                                      "field 'source_phase' of the option 'kzk' must be false, for "
+                                      "only a disc's march has a source phase."
+                                : "");
+            }
+        }
+    }
+}
+
+// The march's nonlinearity is not printed here, and its complaint is a warning.
+TEST(SolveErrors, of_a_shock_is_a_warning) {
+    SolveArguments arguments("kzk_transient");
+    set(arguments.scene.medium, "nonlinearityparameter", scalar(3.5));
+    const Outcome calm = solve(arguments);
+    EXPECT_EQ(calm.error, std::nullopt);
+    EXPECT_EQ(calm.printed, "");
+    EXPECT_TRUE(calm.warnings.empty());
+    set(arguments.scene.elements, "amplitude", scalar(5000));
+    const Outcome shocked = solve(arguments);
+    EXPECT_EQ(shocked.error, std::nullopt);
+    EXPECT_EQ(shocked.printed, "");
+    ASSERT_EQ(shocked.warnings.size(), 1u);
+    EXPECT_EQ(shocked.warnings[0].rfind("kzk_transient: too small dSigma. ", 0), 0u);
+    EXPECT_EQ(shocked.warnings[0].back(), '\n');
+}
+
 TEST(SolveFaults, every_allocation_may_fail) {
     SolveArguments arguments("fnm_tsd");
     arguments.scene.elements = discs(2);

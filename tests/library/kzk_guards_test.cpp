@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -78,6 +79,7 @@ TEST(KzkGuards, WhatCannotMarchIsStoredAsSilence) {
         {"f0 not a number", [](KzkBeam& b) { b.f0 = nan_value; }},
         {"no radius", [](KzkBeam& b) { b.radius = 0.0; }},
         {"no speed", [](KzkBeam& b) { b.speed = 0.0; }},
+        {"negative speed", [](KzkBeam& b) { b.speed = -1500.0; }},
         {"amplitude not a number", [](KzkBeam& b) { b.amplitude = nan_value; }},
         {"beta infinite", [](KzkBeam& b) { b.beta = infinity; }},
         {"negative losses", [](KzkBeam& b) { b.attenuation = -0.1; }},
@@ -161,9 +163,10 @@ TEST(KzkGuards, WhateverIsGivenTheMarchEnds) {
         {"huge step", [](KzkBeam& b) { b.step = 1e30f, b.growth = 1e30f; }},
         {"many harmonics of a strong wave",
          [](KzkBeam& b) { b.harmonics = 60, b.amplitude = 30; }}};
-    for (const bool shell : {false, true}) {
+    for (const int kind : {0, 1, 2, 3}) {
         for (const Change& change : changes) {
-            KzkBeam beam = small_beam(shell);
+            KzkBeam beam = small_beam(kind % 2 == 1);
+            beam.exact = kind >= 2;
             change.change(beam);
             KzkStage stage(beam);
             if (std::string(change.what) == "no tau axis") {
@@ -270,6 +273,29 @@ TEST(KzkGuards, OnlyThePlaneIsWritten) {
     EXPECT_TRUE(std::equal(flat.pressure.begin(), flat.pressure.end(), deep.pressure.begin()));
     EXPECT_TRUE(std::all_of(deep.pressure.begin() + plane, deep.pressure.end(),
                             [](double value) { return value == KzkStage::unwritten; }));
+}
+
+// One step of this beam would take hours.
+TEST(KzkGuards, InterruptEndsALongStepOfTheHarmonicMarch) {
+    for (const int threads : {1, 2}) {
+        KzkBeam beam = small_beam();
+        beam.harmonics = 1000000;
+        beam.extent = 1.0f;
+        beam.points_per_radius = 4.0f;
+        beam.nx = beam.nz = 1;
+        beam.xmax = beam.xmin;
+        beam.zmax = beam.zmin;
+        KzkStage stage(beam);
+        const auto begin = std::chrono::steady_clock::now();
+        kavro::console::Port port;
+        int asked = 0;
+        port.interrupted = [&asked] { return ++asked == 20; };
+        const kavro::console::Connection connection(port);
+        kavro::set_thread_count(threads);
+        EXPECT_EQ(stage.harmonics(), kavro::status_interrupted);
+        kavro::set_thread_count(0);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+    }
 }
 
 TEST(KzkGuards, InterruptEndsAMarchBetweenSteps) {

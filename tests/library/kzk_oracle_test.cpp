@@ -61,7 +61,6 @@ std::vector<KzkBeam> beams(bool shell) {
     all[3].scheme = 2.0f;
     all[4].extent = 1.9f;  // the source reaches the outermost column
     all[4].xmin = 1e-3;
-    all[4].exact = true;
     all[5].amplitude = 40.0;  // shortened steps
     all[5].attenuation = 0.3;
     all[6].points_per_radius = 1.0f;

@@ -72,8 +72,9 @@ struct Retarded {
         const auto start = static_cast<std::ptrdiff_t>(std::lround(z / beam.speed / beam.deltat));
         p.assign(all.begin() + start, all.end());
         p.resize(static_cast<std::size_t>(stage.times.ntaus));
-        first = stage.times.taumin();
-        step = stage.times.deltatau();
+        const double omega0 = 2.0 * pi * beam.f0;
+        first = omega0 * (stage.times.times[static_cast<std::size_t>(start)] - z / beam.speed);
+        step = omega0 * beam.deltat;
     }
 
     // Largest distance from the closed form, of the form's largest magnitude.
@@ -230,8 +231,9 @@ TEST_F(KzkPhysics, PlaneWaveDecaysAsASawtoothBeyondTheShock) {
     KzkBeam beam = plane_wave();
     beam.deltat = 1.0 / 50e6;
     beam.duration = 16e-6;
-    beam.zmin = 0.1;
-    beam.zmax = 0.3;
+    beam.zmin =
+        0.105;  // whole numbers of samples: straight lines between samples take 2 % of n = 3
+    beam.zmax = 0.315;
     beam.tmax = beam.tmin + 13e-6 + beam.zmax / beam.speed;
     beam.beta = 3.5;
     beam.amplitude = 3.0 * beam.speed * beam.speed / (beam.beta * 2.0 * pi * beam.f0 * 0.1);

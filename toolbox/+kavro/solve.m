@@ -47,7 +47,7 @@ function p = solve(varargin)
 %                      growth             kzk_cw: factor of the steps along z, which grow with
 %                                         the square of 1 + z
 %                      harmonics          kzk_cw: number of harmonics, a whole number
-%                      source_phase       kzk_cw, disc: march on a grid that widens with the
+%                      source_phase       kzk_cw, disc alone: march on a grid that widens with the
 %                                         beam, which needs a smaller extent; the field is the
 %                                         same disc's. Default false
 %     'threads'      number of threads of this call; default as kavro.threads says
@@ -72,13 +72,14 @@ function p = solve(varargin)
 %     kzk_cw                            complex pressure in Pa, nx x nz x harmonics, its time
 %                                       dependence exp(-j 2 pi n f0 t), its phase counted from
 %                                       a plane wave along z: conj(p) .* exp(-j*n*k*z) is what
-%                                       the other continuous waves give
+%                                       the other continuous waves give ('exact', true)
 %
 %   The nonlinear methods march from an element that stands at the origin and faces +z. They
-%   need a regular grid with one value of y, whose extents are whole multiples of its spacings:
-%   planes are spread evenly from zmin to zmax, and points from xmin to xmax. Results of several
-%   elements are added, although nonlinear fields do not add up: a second element is a comparison,
-%   not an array.
+%   need a regular grid with one value of y, and kzk_transient a time axis that lasts until the
+%   wave has come to the farthest plane; where the axis begins does not matter. With 'exact' false,
+%   planes are spread evenly from zmin to zmax and points from xmin to xmax, and what a wave has
+%   before the time axis begins is lost. Results of several elements are added, although nonlinear
+%   fields do not add up: a second element is a comparison, not an array.
 %
 %   Results do not depend on the number of threads.
 %

@@ -5,20 +5,19 @@
 #include "core/constants.h"
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/methods/kzk_harmonic_march.h"
+#include "transducers/methods/kzk_shapes.h"
 #include "transducers/methods/kzk_transient_march.h"
 #include "transducers/methods/kzk_tridiagonal.h"
 
 namespace kavro {
 
-TransducerStatus CircularTransducer::kzk_transient() {
-    if (!has_kzk_transient_records(*this)) {
-        return status_failure;
-    }
-    const double a = radius;
+KzkTransientShape kzk_transient_shape(const CircularTransducer& disc) {
+    const Medium* medium = disc.medium;
+    const double a = disc.radius;
     const double c = medium->_soundspeed;
-    const auto f0 = static_cast<double>(static_cast<float>(excitation->f0));
+    const auto f0 = static_cast<double>(static_cast<float>(disc.excitation->f0));
     const auto omega0 = static_cast<double>(static_cast<float>(two_pi * f0));
-    const auto u0 = static_cast<double>(static_cast<float>(amplitude));
+    const auto u0 = static_cast<double>(static_cast<float>(disc.amplitude));
     KzkTransientShape shape;
     shape.radius = a;
     shape.rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
@@ -26,21 +25,19 @@ TransducerStatus CircularTransducer::kzk_transient() {
         static_cast<float>(medium->_beta * a * a * omega0 * omega0 * u0 * 0.5 / (c * c * c));
     shape.absorption = static_cast<float>(
         (f0 / 1e6) * (static_cast<double>(shape.rayleigh) * medium->_dBcmMHz * 100.0 / 8.686));
-    shape.last_range = static_cast<float>(coordinate_grid->zmax / (a * a * 0.5 / c * omega0));
+    shape.last_range = static_cast<float>(disc.coordinate_grid->zmax / (a * a * 0.5 / c * omega0));
     shape.prints_nonlinearity = true;
     shape.shock_message = "too small dSigma";
-    return march_kzk_transient(*this, shape);
+    return shape;
 }
 
-TransducerStatus CircularTransducer::kzk_cw() {
-    if (!has_kzk_cw_records(*this)) {
-        return status_failure;
-    }
-    const double a = radius;
+KzkHarmonicShape kzk_harmonic_shape(CircularTransducer& disc) {
+    const Medium* medium = disc.medium;
+    const double a = disc.radius;
     const double c = medium->_soundspeed;
     const auto omega0 = static_cast<double>(kzk_cw_frequency(*medium));
-    const auto u0 = static_cast<double>(static_cast<float>(amplitude));
-    const int phase = integral->kzk_integer_parameters[1];
+    const auto u0 = static_cast<double>(static_cast<float>(disc.amplitude));
+    const int phase = disc.integral->kzk_integer_parameters[1];
     const auto rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
     KzkHarmonicShape shape;
     shape.radius = a;
@@ -49,15 +46,31 @@ TransducerStatus CircularTransducer::kzk_cw() {
         (medium->_f0 / 1e6) * (static_cast<double>(rayleigh) * medium->_dBcmMHz * 100 / 8.686);
     shape.nonlinearity = medium->_beta * a * a * omega0 * omega0 * u0 * 0.5 / (c * c * c);
     shape.spreading = [phase](double range) { return phase > 0 ? 1.0 + range : 1.0; };
-    shape.initial = [this, phase](int extent, double* field, int last_column, int harmonics) {
-        INIT(extent, field, last_column, harmonics, phase);
+    if (phase > 0) {
+        // A quarter of a period from sine to cosine, and the front that the coordinates follow.
+        shape.phase_left_out = [](double r, double range) {
+            return r * r / (1.0 + range) - half_pi;
+        };
+    }
+    shape.initial = [&disc, phase](int extent, double* field, int last_column, int harmonics) {
+        disc.INIT(extent, field, last_column, harmonics, phase);
     };
-    shape.coefficients = [this, phase, A = shape.absorption](double next, double eval,
-                                                             double* alpha, double* delta,
-                                                             int harmonics) {
-        COEFF(next, eval, alpha, delta, harmonics, A, phase);
+    shape.coefficients = [&disc, phase, A = shape.absorption](double next, double eval,
+                                                              double* alpha, double* delta,
+                                                              int harmonics) {
+        disc.COEFF(next, eval, alpha, delta, harmonics, A, phase);
     };
-    return march_kzk_harmonics(*this, shape);
+    return shape;
+}
+
+TransducerStatus CircularTransducer::kzk_transient() {
+    return has_kzk_transient_records(*this) ? march_kzk_transient(*this, kzk_transient_shape(*this))
+                                            : status_failure;
+}
+
+TransducerStatus CircularTransducer::kzk_cw() {
+    return has_kzk_cw_records(*this) ? march_kzk_harmonics(*this, kzk_harmonic_shape(*this))
+                                     : status_failure;
 }
 
 void CircularTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,

@@ -101,9 +101,12 @@ private:
     V sum_im_[kVectors];
 };
 
-void CoupleRows(const KzkHarmonicRows& field, const double* factor, size_t harmonics, size_t stride,
-                size_t first, size_t past, KzkHarmonicRows& source,
-                AlignedVector<double>& scratch) {
+bool CoupleRows(const KzkHarmonicRows& field, const double* factor, size_t harmonics, size_t stride,
+                size_t first, size_t past, KzkHarmonicRows& source, AlignedVector<double>& scratch,
+                const std::function<bool()>& give_up) {
+    // Vectors of four between two questions, about a million products.
+    const size_t patience = std::max<size_t>(1, 1000000 / (4 * kStep * stride));
+    size_t asked = 0;
     scratch.assign(6 * stride, 0.0);
     double* re = scratch.data() + stride;
     double* im = scratch.data() + 4 * stride;
@@ -114,12 +117,16 @@ void CoupleRows(const KzkHarmonicRows& field, const double* factor, size_t harmo
         double* to_im = source.im.data() + j * stride;
         size_t begin = 0;
         for (; begin + 4 * kStep <= stride; begin += 4 * kStep) {
+            if (++asked % patience == 0 && give_up()) {
+                return false;
+            }
             Coupling<4>(re, im, harmonics, begin).Store(factor, to_re, to_im);
         }
         for (; begin < stride; begin += kStep) {
             Coupling<1>(re, im, harmonics, begin).Store(factor, to_re, to_im);
         }
     }
+    return true;
 }
 
 // ---- elimination
@@ -283,12 +290,12 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kavro {
 
-void kzk_couple_harmonics(const KzkHarmonicRows& field, const KzkHarmonicStep& step,
+bool kzk_couple_harmonics(const KzkHarmonicRows& field, const KzkHarmonicStep& step,
                           std::size_t harmonics, std::size_t stride, std::size_t first,
-                          std::size_t past, KzkHarmonicRows& source,
-                          AlignedVector<double>& scratch) {
-    KAVRO_KERNEL(CoupleRows)
-    (field, step.coupling.data(), harmonics, stride, first, past, source, scratch);
+                          std::size_t past, KzkHarmonicRows& source, AlignedVector<double>& scratch,
+                          const std::function<bool()>& give_up) {
+    return KAVRO_KERNEL(CoupleRows)(field, step.coupling.data(), harmonics, stride, first, past,
+                                    source, scratch, give_up);
 }
 
 void kzk_advance_harmonics(KzkHarmonicRows& field, const KzkHarmonicRows& source,

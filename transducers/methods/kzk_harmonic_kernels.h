@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
 #include "core/aligned_vector.h"
 
@@ -31,11 +32,12 @@ struct KzkHarmonicRadius {
 };
 
 // The nonlinear source of rows first ... past - 1. Each harmonic's sums run over the others in
-// ascending order, so the bits are those of the plain loops.
-void kzk_couple_harmonics(const KzkHarmonicRows& field, const KzkHarmonicStep& step,
+// ascending order, so the bits are those of the plain loops. With very many harmonics a row takes
+// minutes: `give_up` is asked now and then; false, and the source is incomplete, where it says so.
+bool kzk_couple_harmonics(const KzkHarmonicRows& field, const KzkHarmonicStep& step,
                           std::size_t harmonics, std::size_t stride, std::size_t first,
-                          std::size_t past, KzkHarmonicRows& source,
-                          AlignedVector<double>& scratch);
+                          std::size_t past, KzkHarmonicRows& source, AlignedVector<double>& scratch,
+                          const std::function<bool()>& give_up);
 
 // Advances the harmonics first ... first + count - 1 (multiples of harmonic_lanes) by block
 // elimination along the radius. The matrices' blocks are complex numbers and those beside the

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <complex>
 #include <cstddef>
 #include <new>
 #include <vector>
@@ -13,12 +14,12 @@
 #include "core/threads.h"
 #include "transducers/methods/kzk_harmonic_kernels.h"
 #include "transducers/methods/kzk_planes.h"
+#include "transducers/methods/kzk_poll.h"
 
 namespace kavro {
 namespace {
 
 constexpr int first_stage_steps = 20;
-constexpr float whole_limit = 1e9f;                // counts beyond this are no counts
 constexpr double least_growth = 1.0 / 16777216.0;  // below, there is no end of steps
 
 // The element's parameters.
@@ -27,19 +28,14 @@ struct Scheme {
     float points_per_radius;  // as the planes' points are placed
     double growth;            // of the second stage's steps
     int harmonics;
-    int last_column = 0;  // 0 where the radial grid has fewer than two steps
+    int last_column;
 
     explicit Scheme(const NumericalIntegration& integral)
         : extent(integral.kzk_parameters[0]),
           points_per_radius(integral.kzk_parameters[1]),
           growth(static_cast<double>(integral.kzk_parameters[2])),
-          harmonics(integral.kzk_integer_parameters[0]) {
-        if (std::abs(extent) < whole_limit) {
-            const float count = std::trunc(extent) * points_per_radius;
-            last_column =
-                count >= 2.0f && count < whole_limit && extent > 0.0f ? static_cast<int>(count) : 0;
-        }
-    }
+          harmonics(integral.kzk_integer_parameters[0]),
+          last_column(kzk_last_column(extent, points_per_radius)) {}
 
     // The spacing is not quite the one by which the planes' points are placed: deliberate.
     double spacing() const {
@@ -83,7 +79,9 @@ public:
                 break;  // lost in the rounding of the range
             }
             set_step(implicit, range, next);
-            advance();
+            if (!advance()) {
+                return status_interrupted;
+            }
             range = next;
             if (range >= ranges_[plane_]) {
                 record(plane_);
@@ -155,7 +153,8 @@ private:
         former_alpha_ = alpha_;
     }
 
-    void advance() {
+    // False where the user has interrupted it.
+    bool advance() {
         constexpr std::size_t rows_at_a_time = 32;
         const auto blocks =
             static_cast<std::int64_t>((columns_ + rows_at_a_time - 1) / rows_at_a_time);
@@ -164,10 +163,12 @@ private:
             static_cast<std::int64_t>((stride_ + lanes_at_a_time - 1) / lanes_at_a_time);
         const int threads = std::clamp(thread_count(), 1, most_threads());
         std::atomic<bool> no_memory{false};
+        KzkPoll poll;
 
 #pragma omp parallel num_threads(threads)
         {
             const FlushDenormals flush;
+            const std::function<bool()> give_up = [&poll] { return poll.gives_up(); };
             AlignedVector<double> scratch;
             try {
                 scratch.reserve(std::max(6 * stride_, 4 * harmonic_lanes * columns_));
@@ -177,16 +178,16 @@ private:
 #pragma omp barrier
 #pragma omp for schedule(static)
             for (std::int64_t block = 0; block < blocks; ++block) {
-                if (shape_.nonlinearity != 0.0 && !no_memory) {
+                if (shape_.nonlinearity != 0.0 && !no_memory && !poll.interrupted()) {
                     const std::size_t first = static_cast<std::size_t>(block) * rows_at_a_time;
                     kzk_couple_harmonics(field_, step_, alpha_.size(), stride_, first,
                                          std::min(first + rows_at_a_time, columns_), source_,
-                                         scratch);
+                                         scratch, give_up);
                 }
             }
 #pragma omp for schedule(static)
             for (std::int64_t group = 0; group < groups; ++group) {
-                if (!no_memory) {
+                if (!no_memory && !give_up()) {
                     const std::size_t first = static_cast<std::size_t>(group) * lanes_at_a_time;
                     kzk_advance_harmonics(field_, source_, step_, radius_, stride_, first,
                                           std::min(lanes_at_a_time, stride_ - first), scratch);
@@ -196,6 +197,7 @@ private:
         if (no_memory) {
             throw std::bad_alloc();
         }
+        return !poll.interrupted();
     }
 
     // Threads meet twice in every step, which on a busy machine may take milliseconds: a share is
@@ -220,10 +222,18 @@ private:
                 continue;  // beyond the radial grid
             }
             const std::size_t row = static_cast<std::size_t>(place) * stride_;
+            const bool turned = element_.exact() && shape_.phase_left_out;
+            const double ahead =
+                turned ? shape_.phase_left_out(static_cast<double>(planes_.r[m]), ranges_[plane])
+                       : 0.0;
             for (std::size_t n = 0; n < alpha_.size(); ++n) {
                 const std::size_t to = m + nx * (plane + ranges_.size() * n);
-                element_.pressure_real[to] = field_.re[row + n] * scale / spreading;
-                element_.pressure_imag[to] = field_.im[row + n] * scale / spreading;
+                std::complex<double> P(field_.re[row + n], field_.im[row + n]);
+                if (turned) {
+                    P *= std::polar(1.0, static_cast<double>(n + 1) * ahead);
+                }
+                element_.pressure_real[to] = P.real() * scale / spreading;
+                element_.pressure_imag[to] = P.imag() * scale / spreading;
                 finite_ = finite_ && std::isfinite(element_.pressure_real[to]) &&
                           std::isfinite(element_.pressure_imag[to]);
             }
@@ -249,12 +259,25 @@ bool is_range(float range) {
     return std::isfinite(range);
 }
 
-bool can_march(const KzkHarmonicShape& shape, const Scheme& scheme, const KzkPlanes& planes) {
-    return scheme.last_column >= 2 && scheme.growth > least_growth &&
-           std::isfinite(scheme.growth) && std::isfinite(shape.absorption) &&
-           shape.absorption >= 0.0 && std::isfinite(shape.nonlinearity) &&
-           shape.range_of(1.0f) > 0.0f && is_range(shape.range_of(1.0f)) &&
-           is_range(shape.range_of(planes.z.front())) && is_range(shape.range_of(planes.z.back()));
+std::optional<KzkFault> fault_of(const Transducer& element, const KzkHarmonicShape& shape,
+                                 const Scheme& scheme, const KzkPlanes& planes) {
+    if (auto fault = kzk_radial_fault(scheme.extent, scheme.points_per_radius)) {
+        return fault;
+    }
+    if (!(scheme.growth > least_growth && std::isfinite(scheme.growth))) {
+        return KzkFault{KzkInput::growth, "more than 6e-8", scheme.growth};
+    }
+    const bool scaled = shape.range_of(1.0f) > 0.0f && is_range(shape.range_of(1.0f)) &&
+                        shape.gain > 0.0 && std::isfinite(shape.gain);
+    const auto scale_length = static_cast<double>(1.0f / shape.range_of(1.0f));
+    if (auto fault = kzk_scale_fault(element, element.medium->_f0, scale_length, scaled,
+                                     shape.absorption, shape.nonlinearity)) {
+        return fault;
+    }
+    if (!is_range(shape.range_of(planes.z.front())) || !is_range(shape.range_of(planes.z.back()))) {
+        return KzkFault{KzkInput::planes, "at finite distances", element.coordinate_grid->zmax};
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -269,6 +292,11 @@ bool has_kzk_cw_records(const Transducer& element) {
            element.pressure_imag != nullptr && KzkPlanes::fit(*element.coordinate_grid);
 }
 
+std::optional<KzkFault> kzk_cw_fault(const Transducer& element, const KzkHarmonicShape& shape) {
+    return fault_of(element, shape, Scheme(*element.integral),
+                    KzkPlanes(*element.coordinate_grid, shape.radius, element.exact()));
+}
+
 TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmonicShape& shape) {
     try {
         const Scheme scheme(*element.integral);
@@ -280,7 +308,8 @@ TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmoni
             planes.r.size() * planes.z.size() * static_cast<std::size_t>(scheme.harmonics);
         std::fill_n(element.pressure_real, values, 0.0);
         std::fill_n(element.pressure_imag, values, 0.0);
-        if (!can_march(shape, scheme, planes) || static_cast<float>(element.amplitude) == 0.0f) {
+        if (fault_of(element, shape, scheme, planes) ||
+            static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;
         }
         March march(element, shape, scheme, planes);

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
+#include "transducers/methods/kzk_fault.h"
 #include "transducers/methods/kzk_harmonic_source.h"
 #include "transducers/transducer.h"
 
@@ -14,9 +16,14 @@ namespace kavro {
 struct KzkHarmonicShape {
     double radius = 0.0;                      // a, m
     std::function<float(float)> range_of;     // of a plane, in scale lengths, from its z in m
+    double gain = 1.0;                        // z_R over the scale length
     double absorption = 0.0;                  // Np at f0 over the scale length
     double nonlinearity = 0.0;                // Kn = beta omega0 u0/c^2 times the scale length
     std::function<double(double)> spreading;  // g of the range: radii grow and pressures fall by it
+    // By how much the fundamental of a cosine drive is ahead of what is marched, rad, at a distance
+    // from the axis (in source radii) and a range; harmonic n is n times as much ahead. Empty where
+    // both are the same. Exact elements put it back, for others it is left out: deliberate.
+    std::function<double(double, double)> phase_left_out;
     // INIT: extent, field, last column, harmonics.
     std::function<void(int, double*, int, int)> initial;
     // COEFF: new range, range of the coefficients, absorption and diffraction weights, harmonics.
@@ -34,8 +41,16 @@ bool has_kzk_cw_records(const Transducer& element);
 // the medium allow no march, zeros are stored; planes behind the face are silent. Warns where the
 // march has grown without bound and the result is not finite.
 //
+// The time dependence is exp(-j n omega0 t), and the phase is counted from a plane wave that
+// travels along. For an exact element, conj(P_n) exp(-j n k z) is what the continuous-wave methods
+// give; otherwise a source that starts curved (a shell, a disc with the source phase) is driven by
+// a sine instead of a cosine, and the source phase's curvature stays off.
+//
 // 20 backward Euler steps damp what the jump at the rim stirs up, then Crank-Nicolson steps follow
 // that grow with the range.
 TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmonicShape& shape);
+
+// What keeps it from marching.
+std::optional<KzkFault> kzk_cw_fault(const Transducer& element, const KzkHarmonicShape& shape);
 
 }  // namespace kavro

@@ -9,7 +9,8 @@ namespace kavro {
 // is Re P_n cos(n tau) + Im P_n sin(n tau).
 
 // A uniform piston of radius 1 in the fundamental; column j is at j extent/(Nr + 1). `curved`: with
-// the phase of a source of the given curvature, sin(G r^2) and cos(G r^2).
+// the phase of a source of the given curvature, sin(G r^2) and cos(G r^2): the drive is a sine then
+// and a cosine otherwise, deliberately.
 void kzk_initial_field(double* field, int extent, int last_column, int harmonics, double curvature,
                        bool curved);
 

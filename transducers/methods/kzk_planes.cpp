@@ -7,6 +7,15 @@
 namespace kavro {
 
 KzkPlanes::KzkPlanes(const CoordinateGrid& grid, double radius, bool exact) {
+    if (exact) {
+        for (int k = 0; k < grid.nz; ++k) {
+            z.push_back(static_cast<float>(grid.zmin + k * grid.deltaz));
+        }
+        for (int m = 0; m < grid.nx; ++m) {
+            r.push_back(static_cast<float>(std::abs(grid.xmin + m * grid.deltax) / radius));
+        }
+        return;
+    }
     const auto zmin = static_cast<float>(grid.zmin);
     const auto zmax = static_cast<float>(grid.zmax);
     const float last_plane = static_cast<float>(grid.nz) - 1.0f;
@@ -22,9 +31,7 @@ KzkPlanes::KzkPlanes(const CoordinateGrid& grid, double radius, bool exact) {
         const float x = static_cast<float>(m) * step + xmin;
         r[m] = std::abs(static_cast<float>(static_cast<double>(x) / radius));
     }
-    if (!exact) {
-        r[0] = 0.0f;
-    }
+    r[0] = 0.0f;
 }
 
 bool KzkPlanes::fit(const CoordinateGrid& grid) {

@@ -12,8 +12,9 @@ struct KzkPlanes {
     std::vector<float> z;  // range of each plane, m
     std::vector<float> r;  // distance of each of a plane's points from the axis, in source radii
 
-    // The first point of each plane is taken to be on the axis, wherever xmin is, unless `exact`:
-    // deliberate.
+    // Planes and points are those of the grid's axes if `exact`. Otherwise they are spread evenly
+    // from limit to limit, whatever the spacing is, and the first point of each plane is taken to
+    // be on the axis, wherever xmin is: deliberate.
     KzkPlanes(const CoordinateGrid& grid, double radius, bool exact);
 
     int nx() const { return static_cast<int>(r.size()); }

@@ -10,12 +10,15 @@
 
 namespace kavro {
 
+KzkRetardedTime::KzkRetardedTime(const ExcitationFunction& excitation)
+    : f0(static_cast<float>(excitation.f0)),
+      omega0(static_cast<float>(two_pi * static_cast<double>(f0))) {}
+
 KzkRetardedTime::KzkRetardedTime(const TimeSamples& times, const ExcitationFunction& excitation,
                                  const Medium& medium, const CoordinateGrid& grid)
-    : f0(static_cast<float>(excitation.f0)),
-      omega0(static_cast<float>(two_pi * static_cast<double>(f0))) {
+    : KzkRetardedTime(excitation) {
     const auto w = static_cast<double>(omega0);
-    const auto begin = static_cast<float>(times.tmin() * w);
+    begin = static_cast<float>(times.tmin() * w);
     const auto end = static_cast<float>((times.tmax() - grid.zmax / medium._soundspeed) * w);
     const float span = end - begin;
     if (!(times.deltat() > 0.0 && f0 > 0.0f && span > 0.0f && std::isfinite(span))) {
@@ -28,6 +31,21 @@ KzkRetardedTime::KzkRetardedTime(const TimeSamples& times, const ExcitationFunct
     if (count >= 1.0 && count < std::numeric_limits<int>::max()) {
         steps = static_cast<int>(count);
         step = span / static_cast<float>(steps);
+    }
+}
+
+KzkRetardedTime::KzkRetardedTime(const TimeSamples& times, const ExcitationFunction& excitation,
+                                 double first, double last)
+    : KzkRetardedTime(excitation) {
+    step = static_cast<float>(times.deltat() * static_cast<double>(omega0));
+    if (!(times.deltat() > 0.0 && step > 0.0f && std::isfinite(step) && first < last)) {
+        return;
+    }
+    const double before = std::ceil(-first / static_cast<double>(step));
+    const double count = before + std::ceil(last / static_cast<double>(step));
+    if (before >= 0.0 && count >= 1.0 && count < std::numeric_limits<int>::max()) {
+        steps = static_cast<int>(count);
+        begin = static_cast<float>(-before * static_cast<double>(step));
     }
 }
 

@@ -17,36 +17,16 @@
 #include "core/threads.h"
 #include "transducers/methods/kzk_column_steps.h"
 #include "transducers/methods/kzk_planes.h"
+#include "transducers/methods/kzk_poll.h"
 #include "transducers/methods/kzk_radial_step.h"
 #include "transducers/methods/kzk_retarded_time.h"
+#include "transducers/methods/kzk_transient_output.h"
+#include "transducers/methods/kzk_transient_setting.h"
 
 namespace kavro {
 namespace {
 
-constexpr float whole_limit = 1e9f;        // counts beyond this are no counts
-constexpr float most_steps = 16777216.0f;  // beyond, a step is lost in the rounding of the range
-
-// The element's five parameters.
-struct Scheme {
-    int last_column = 0;  // 0 where the radial grid has fewer than two steps
-    float points_per_radius;
-    float step;
-    bool implicit;
-    bool diffraction;
-
-    explicit Scheme(const std::array<float, 5>& parameters)
-        : points_per_radius(parameters[1]),
-          step(parameters[2]),
-          implicit(parameters[3] == 1.0f),
-          diffraction(parameters[4] == 1.0f) {
-        if (std::abs(parameters[0]) < whole_limit) {
-            const float count = std::trunc(parameters[0]) * points_per_radius;
-            last_column = count >= 2.0f && count < whole_limit && parameters[0] > 0.0f
-                              ? static_cast<int>(count)
-                              : 0;
-        }
-    }
-};
+constexpr float whole_limit = 1e9f;  // row numbers beyond this are none
 
 // A row number as a whole number, within bounds that no row reaches.
 int row_number(double value) {
@@ -54,64 +34,11 @@ int row_number(double value) {
                                                               : std::numeric_limits<int>::min();
 }
 
-class MarchOutput {
-public:
-    MarchOutput(const Transducer& element, const KzkPlanes& planes, const KzkRetardedTime& axis)
-        : times_(*element.time_samples),
-          pressure_(element.transient_pressure),
-          points_(planes.z.size() * planes.r.size()),
-          speed_(element.medium->_soundspeed),
-          scale_(speed_ * static_cast<double>(static_cast<float>(element.amplitude)) *
-                 element.medium->_rho_density),
-          half_step_(axis.steps > 0
-                         ? static_cast<double>(axis.step) / static_cast<double>(axis.omega0) / 2.0
-                         : 0.0) {
-        const double span = times_.tmax() - times_.tmin();
-        rows_ = axis.steps > 0 ? clamped_index(span * static_cast<double>(axis.omega0) /
-                                                   static_cast<double>(axis.step),
-                                               times_.ntimes)
-                               : times_.ntimes;
-    }
-
-    // Samples beyond the retarded time's span stay as they are.
-    void clear() { std::fill_n(pressure_, points_ * static_cast<std::size_t>(rows_), 0.0); }
-    void clear_all() {
-        std::fill_n(pressure_, points_ * static_cast<std::size_t>(std::max(times_.ntimes, 0)), 0.0);
-    }
-
-    // The output sample at which the retarded time of a plane begins.
-    int first_sample(float z) const {
-        const auto delay = static_cast<double>(
-            static_cast<float>(static_cast<double>(z) / speed_ + times_.tmin()));
-        int n = 0;
-        while (n < rows_ && times_.time_index_value(n) < delay &&
-               delay - times_.time_index_value(n) > half_step_) {
-            ++n;
-        }
-        return n;
-    }
-
-    void store(std::size_t point, int n, float value) {
-        pressure_[point + static_cast<std::size_t>(n) * points_] =
-            scale_ * static_cast<double>(value);
-    }
-
-    int rows() const { return rows_; }
-
-private:
-    const TimeSamples& times_;
-    double* pressure_;
-    std::size_t points_;
-    double speed_;
-    double scale_;
-    double half_step_;  // of the retarded time, s
-    int rows_;
-};
-
 class March {
 public:
-    March(const Transducer& element, const KzkTransientShape& shape, const Scheme& scheme,
-          const KzkPlanes& planes, const KzkRetardedTime& axis, MarchOutput& output)
+    March(const Transducer& element, const KzkTransientShape& shape,
+          const KzkTransientScheme& scheme, const KzkPlanes& planes, const KzkRetardedTime& axis,
+          KzkTransientOutput& output)
         : element_(element),
           shape_(shape),
           scheme_(scheme),
@@ -120,11 +47,16 @@ public:
           output_(output),
           columns_(scheme.last_column),
           radial_(columns_, scheme.implicit, shape.coefficients_in_double),
-          distortion_(taus()),
+          taus_(taus()),
+          distortion_(taus_),
           grid_((static_cast<std::size_t>(axis.steps) + 1) * columns_.row(), 0.0f) {}
 
     TransducerStatus run() {
-        set_source();
+        if (element_.exact()) {
+            set_exact_source();
+        } else {
+            set_source();
+        }
         auto total =
             static_cast<std::int64_t>(static_cast<double>(shape_.last_range / scheme_.step) + 1.0);
         float range = 0.0f;
@@ -149,7 +81,11 @@ public:
                 diffract(step);
             }
             range += step;
-            const KzkDistortion::Result distorted = advance_columns(step);
+            KzkPoll poll;
+            const KzkDistortion::Result distorted = advance_columns(step, poll);
+            if (poll.interrupted()) {
+                return status_interrupted;
+            }
             shock = distorted.shock;
             if (shape_.nonlinearity != 0.0f) {
                 to_shock = 1.0f / (distorted.steepest * shape_.nonlinearity);
@@ -173,7 +109,10 @@ private:
     std::vector<double> taus() const {
         std::vector<double> values(static_cast<std::size_t>(axis_.steps) + 1);
         for (std::size_t i = 0; i < values.size(); ++i) {
-            values[i] = element_.time_samples->tau_index_value(static_cast<int>(i));
+            values[i] = element_.exact()
+                            ? static_cast<double>(i) * static_cast<double>(axis_.step) +
+                                  static_cast<double>(axis_.begin)
+                            : element_.time_samples->tau_index_value(static_cast<int>(i));
         }
         return values;
     }
@@ -186,20 +125,44 @@ private:
         return planes_.z[plane] / shape_.rayleigh * shape_.gain;
     }
 
-    // A uniform piston, its edge included. Samples beyond the last row and before the first drop
-    // out.
+    int face_columns() const {
+        int j = 0;
+        while (j <= columns_.last && static_cast<float>(j) <= scheme_.points_per_radius) {
+            ++j;
+        }
+        return j;
+    }
+
+    // A uniform piston, its edge included.
+    void set_exact_source() {
+        const auto omega0 = static_cast<double>(axis_.omega0);
+        for (int j = 0; j < face_columns(); ++j) {
+            const double r =
+                static_cast<double>(j) / static_cast<double>(scheme_.points_per_radius);
+            for (int i = 0; i <= axis_.steps; ++i) {
+                const double t = (taus_[static_cast<std::size_t>(i)] +
+                                  r * r * static_cast<double>(shape_.source_lead)) /
+                                 omega0;
+                if (t >= 0.0 && t <= element_.excitation->w) {
+                    at(i, j) = static_cast<float>(element_.excitation->at(t));
+                }
+            }
+        }
+    }
+
+    // The same with the rim's lead in whole rows. Samples beyond the last row and before the first
+    // drop out: deliberate.
     void set_source() {
         const auto omega0 = static_cast<double>(axis_.omega0);
         const double duration = pi * 2.0 * static_cast<double>(axis_.f0) * element_.excitation->w;
-        const auto begin = static_cast<float>(element_.time_samples->tmin() * omega0);
-        const int first = row_number(static_cast<double>(-begin / axis_.step));
+        const int first = row_number(static_cast<double>(-axis_.begin / axis_.step));
         const int length = row_number(duration / static_cast<double>(axis_.step) + 1.0);
         const auto end = std::min<std::int64_t>(std::int64_t{first} + length, axis_.steps);
+        const int columns = face_columns();
         for (int i = std::max(first, 0); i <= end; ++i) {
             const auto value = static_cast<float>(
-                element_.excitation->at(element_.time_samples->tau_index_value(i) / omega0));
-            for (int j = 0;
-                 j <= columns_.last && static_cast<float>(j) <= scheme_.points_per_radius; ++j) {
+                element_.excitation->at(taus_[static_cast<std::size_t>(i)] / omega0));
+            for (int j = 0; j < columns; ++j) {
                 const float r = static_cast<float>(j) * (1.0f / scheme_.points_per_radius);
                 const float lead = r * r * shape_.source_lead / axis_.step;
                 if (lead < static_cast<float>(i) + 1.0f) {
@@ -215,8 +178,9 @@ private:
         radial_.apply(grid_.data(), axis_.steps);
     }
 
-    // Absorption and distortion, which columns go through independently of each other.
-    KzkDistortion::Result advance_columns(float step) {
+    // Absorption and distortion, which columns go through independently of each other. Incomplete
+    // where `poll` was interrupted.
+    KzkDistortion::Result advance_columns(float step, KzkPoll& poll) {
         const float kappa = step * shape_.absorption / (axis_.step * axis_.step);
         const KzkAbsorption absorption(kappa, scheme_.implicit, axis_.steps);
         const std::vector<float> edge = outer_edge();
@@ -232,6 +196,9 @@ private:
             KzkDistortion::Scratch scratch;
 #pragma omp for schedule(static)
             for (int pair = 0; pair < pairs; ++pair) {
+                if (poll.gives_up()) {
+                    continue;
+                }
                 const int first = 2 * pair;
                 const int groups = std::min(2, columns_.run - first);
                 float* columns = grid_.data() + first * KzkColumns::lanes;
@@ -294,7 +261,7 @@ private:
 
     // The field as it stands after the first step that ends beyond the plane.
     void record(std::size_t plane) {
-        const int first = output_.first_sample(planes_.z[plane]);
+        std::vector<float> waveform(taus_.size());
         for (std::size_t m = 0; m < planes_.r.size(); ++m) {
             const double place =
                 static_cast<double>(planes_.r[m] * scheme_.points_per_radius) + 0.5;
@@ -302,9 +269,10 @@ private:
                 continue;  // beyond the radial grid
             }
             const int j = static_cast<int>(place);
-            for (int n = first; n < output_.rows() && n - first <= axis_.steps; ++n) {
-                output_.store(m + planes_.r.size() * plane, n, at(n - first, j));
+            for (int i = 0; i <= axis_.steps; ++i) {
+                waveform[static_cast<std::size_t>(i)] = at(i, j);
             }
+            output_.store(plane, m, waveform);
         }
     }
 
@@ -318,29 +286,16 @@ private:
 
     const Transducer& element_;
     const KzkTransientShape& shape_;
-    const Scheme& scheme_;
+    const KzkTransientScheme& scheme_;
     const KzkPlanes& planes_;
     const KzkRetardedTime& axis_;
-    MarchOutput& output_;
+    KzkTransientOutput& output_;
     KzkColumns columns_;
     KzkRadialStep radial_;
+    std::vector<double> taus_;  // rad
     KzkDistortion distortion_;
     AlignedVector<float> grid_;
 };
-
-bool is_positive(float value) {
-    return value > 0.0f && std::isfinite(value);
-}
-
-bool can_march(const KzkTransientShape& shape, const Scheme& scheme, const KzkRetardedTime& axis,
-               const KzkPlanes& planes) {
-    return scheme.last_column >= 2 && axis.steps >= 2 && is_positive(axis.step) &&
-           is_positive(scheme.step) && is_positive(shape.rayleigh) && is_positive(shape.gain) &&
-           std::isfinite(shape.source_lead) && std::isfinite(shape.nonlinearity) &&
-           (shape.absorption == 0.0f || is_positive(shape.absorption)) &&
-           std::abs(shape.last_range) < most_steps * scheme.step &&
-           std::abs(planes.z.front() / shape.rayleigh * shape.gain) < most_steps * scheme.step;
-}
 
 }  // namespace
 
@@ -348,15 +303,12 @@ bool has_kzk_transient_records(const Transducer& element) {
     return element.has_transient_records() && KzkPlanes::fit(*element.coordinate_grid);
 }
 
-TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& shape) {
+TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& of) {
     try {
-        const CoordinateGrid& grid = *element.coordinate_grid;
-        const Scheme scheme(element.integral->kzk_parameters);
-        const KzkRetardedTime axis(*element.time_samples, *element.excitation, *element.medium,
-                                   grid);
-        const KzkPlanes planes(grid, shape.radius, element.exact());
-        MarchOutput output(element, planes, axis);
-        if (!can_march(shape, scheme, axis, planes)) {
+        const KzkTransientSetting setting(element, of);
+        const auto& [scheme, planes, shape, axis] = setting;
+        KzkTransientOutput output(element, planes, axis);
+        if (setting.fault(element)) {
             output.clear_all();
             return status_success;
         }

@@ -2,6 +2,9 @@
 // an axisymmetric source, in steps of range.
 #pragma once
 
+#include <optional>
+
+#include "transducers/methods/kzk_fault.h"
 #include "transducers/transducer.h"
 
 namespace kavro {
@@ -15,7 +18,7 @@ struct KzkTransientShape {
     float source_lead = 0.0f;             // rad, by which the source's rim fires before its centre
     float nonlinearity = 0.0f;            // Kn = beta omega0 u0/c^2 times the scale length
     float absorption = 0.0f;              // Np at f0 over the scale length
-    float last_range = 0.0f;              // of the last plane, in scale lengths
+    float last_range = 0.0f;              // of the grid's zmax, in scale lengths
     bool coefficients_in_double = false;  // of the Crank-Nicolson matrix
     bool prints_nonlinearity = false;
     bool shock_is_warning = false;  // else it is printed
@@ -26,13 +29,20 @@ struct KzkTransientShape {
 bool has_kzk_transient_records(const Transducer& element);
 
 // Marches the element's excitation through the planes of its grid and stores the pressure (Pa),
-// entry ix + nx iz + n nx nz for time sample n. The tau axis must have been set (set_kzk_tau_axis).
-// Where the five parameters, medium and axes allow no march, zeros are stored.
+// entry ix + nx iz + n nx nz for time sample n. The tau axis must have been set (set_kzk_tau_axis),
+// except for an exact element, which keeps a retarded time of its own in steps of the time axis: it
+// begins before the rim's wave and ends with the last wave, so that the field does not depend on
+// where the time axis begins, and planes are stored at z/c as kzk_transient_output.h says. Where
+// the five parameters, medium and axes allow no march, zeros are stored.
 //
 // The step is shortened to half of what is left to the nearest shock. A shock ends the march one
 // step later with a message; planes that were not reached are silent. So are, deliberately, planes
 // beyond the first that a step passes, and the last plane where rounding leaves it at the very end
 // of the march. An exact element records every plane that a step passes and marches on to the last.
 TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& shape);
+
+// What keeps it from marching.
+std::optional<KzkFault> kzk_transient_fault(const Transducer& element,
+                                            const KzkTransientShape& shape);
 
 }  // namespace kavro

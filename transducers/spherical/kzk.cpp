@@ -2,20 +2,21 @@
 // routines. Ranges are counted in its radius of curvature.
 #include "core/constants.h"
 #include "transducers/methods/kzk_harmonic_march.h"
+#include "transducers/methods/kzk_shapes.h"
 #include "transducers/methods/kzk_transient_march.h"
 #include "transducers/methods/kzk_tridiagonal.h"
 #include "transducers/spherical/spherical_transducer.h"
 
 namespace kavro {
 
-TransducerStatus SphericalTransducer::kzk_transient() {
-    if (!has_kzk_transient_records(*this)) {
-        return status_failure;
-    }
+KzkTransientShape kzk_transient_shape(const SphericalTransducer& shell) {
+    const Medium* medium = shell.medium;
+    const double radius = shell.radius;
+    const double roc = shell.roc;
     const double c = medium->_soundspeed;
-    const auto f0 = static_cast<double>(static_cast<float>(excitation->f0));
+    const auto f0 = static_cast<double>(static_cast<float>(shell.excitation->f0));
     const auto omega0 = static_cast<double>(static_cast<float>(two_pi * f0));
-    const auto u0 = static_cast<double>(static_cast<float>(amplitude));
+    const auto u0 = static_cast<double>(static_cast<float>(shell.amplitude));
     KzkTransientShape shape;
     shape.radius = radius;
     shape.rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
@@ -23,37 +24,52 @@ TransducerStatus SphericalTransducer::kzk_transient() {
     shape.source_lead = shape.gain;
     shape.nonlinearity = static_cast<float>(roc * medium->_beta * omega0 * u0 / (c * c));
     shape.absorption = static_cast<float>((f0 / 1e6) * (medium->_dBcmMHz * roc * 100 / 8.686));
-    shape.last_range = static_cast<float>(coordinate_grid->zmax * static_cast<double>(shape.gain) /
-                                          static_cast<double>(shape.rayleigh));
+    shape.last_range =
+        static_cast<float>(shell.coordinate_grid->zmax * static_cast<double>(shape.gain) /
+                           static_cast<double>(shape.rayleigh));
     shape.coefficients_in_double = true;
     shape.shock_is_warning = true;
     shape.shock_message = "dSigma is too small.";
-    return march_kzk_transient(*this, shape);
+    return shape;
 }
 
-TransducerStatus SphericalTransducer::kzk_cw() {
-    if (!has_kzk_cw_records(*this)) {
-        return status_failure;
-    }
+KzkHarmonicShape kzk_harmonic_shape(SphericalTransducer& shell) {
+    const Medium* medium = shell.medium;
+    const double radius = shell.radius;
+    const double roc = shell.roc;
     const double c = medium->_soundspeed;
     const auto omega0 = static_cast<double>(kzk_cw_frequency(*medium));
-    const auto u0 = static_cast<double>(static_cast<float>(amplitude));
+    const auto u0 = static_cast<double>(static_cast<float>(shell.amplitude));
     const auto rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
     const double gain = static_cast<double>(rayleigh) / roc;
     KzkHarmonicShape shape;
     shape.radius = radius;
-    shape.range_of = [this](float z) { return static_cast<float>(static_cast<double>(z) / roc); };
+    shape.gain = gain;
+    shape.range_of = [roc](float z) { return static_cast<float>(static_cast<double>(z) / roc); };
     shape.absorption = (medium->_f0 / 1e6) * (roc * medium->_dBcmMHz * 100 / 8.686);
     shape.nonlinearity = roc * medium->_beta * omega0 * u0 / (c * c);
     shape.spreading = [](double) { return 1.0; };
-    shape.initial = [this, gain](int extent, double* field, int last_column, int harmonics) {
-        INIT(extent, field, last_column, harmonics, gain);
+    // A quarter of a period from sine to cosine.
+    shape.phase_left_out = [](double, double) { return -half_pi; };
+    shape.initial = [&shell, gain](int extent, double* field, int last_column, int harmonics) {
+        shell.INIT(extent, field, last_column, harmonics, gain);
     };
-    shape.coefficients = [this, gain, A = shape.absorption](double next, double eval, double* alpha,
-                                                            double* delta, int harmonics) {
-        COEFF(next, eval, alpha, delta, harmonics, A, gain);
+    shape.coefficients = [&shell, gain, A = shape.absorption](double next, double eval,
+                                                              double* alpha, double* delta,
+                                                              int harmonics) {
+        shell.COEFF(next, eval, alpha, delta, harmonics, A, gain);
     };
-    return march_kzk_harmonics(*this, shape);
+    return shape;
+}
+
+TransducerStatus SphericalTransducer::kzk_transient() {
+    return has_kzk_transient_records(*this) ? march_kzk_transient(*this, kzk_transient_shape(*this))
+                                            : status_failure;
+}
+
+TransducerStatus SphericalTransducer::kzk_cw() {
+    return has_kzk_cw_records(*this) ? march_kzk_harmonics(*this, kzk_harmonic_shape(*this))
+                                     : status_failure;
 }
 
 void SphericalTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,

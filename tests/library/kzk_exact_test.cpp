@@ -1,0 +1,211 @@
+// What an exact element's marches have that the reference lacks: phases, planes and times.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstddef>
+#include <numbers>
+#include <string>
+#include <vector>
+
+#include "kzk_support.h"
+#include "support.h"
+
+namespace kavro_test {
+namespace {
+
+// One thread, so that a busy machine does not make the many short steps wait for each other.
+class KzkExact : public testing::Test {
+protected:
+    void SetUp() override { kavro::set_thread_count(1); }
+    void TearDown() override { kavro::set_thread_count(0); }
+};
+
+using kavro_oracle::KzkBeam;
+using std::numbers::pi;
+using Complex = std::complex<double>;
+
+Complex phasor(const KzkStage& stage, int ix, int iz, int n) {
+    const std::size_t i =
+        static_cast<std::size_t>(ix + stage.grid.nx * iz) + stage.points() * std::size_t(n - 1);
+    return {stage.real[i], stage.imag[i]};
+}
+
+// A beam of several planes and radii, as far off the axis as the parabolic approximation goes.
+KzkBeam steady_beam(bool shell, int source_phase) {
+    KzkBeam beam = small_beam(shell);
+    beam.exact = true;
+    beam.radius = shell ? 10e-3 : 5e-3;
+    beam.roc = 60e-3;
+    beam.beta = 0.0;
+    beam.attenuation = 0.0;
+    beam.nx = 4;
+    beam.xmax = shell ? 3e-3 : 6e-3;
+    beam.nz = 4;
+    beam.zmin = 40e-3;
+    beam.zmax = 70e-3;
+    beam.extent = shell ? 4.0f : source_phase > 0 ? 6.0f : 9.0f;
+    beam.points_per_radius = 60.0f;
+    beam.growth = 0.001f;
+    beam.harmonics = 1;
+    beam.source_phase = source_phase;
+    return beam;
+}
+
+struct Case {
+    const char* what;
+    bool shell;
+    int source_phase;
+};
+constexpr Case cases[] = {{"shell", true, 0}, {"disc", false, 0}, {"disc, source phase", false, 1}};
+
+// conj(p) e^(-jkz) is what the continuous-wave methods give.
+TEST_F(KzkExact, HarmonicFieldHasThePhaseOfTheOtherMethods) {
+    for (const Case& of : cases) {
+        KzkStage stage(steady_beam(of.shell, of.source_phase));
+        ASSERT_EQ(stage.harmonics(), kavro::status_success);
+        KzkStage other(stage.beam);
+        other.rule.allocate_memory(200);
+        other.rule.gauss_quadrature();
+        std::ranges::fill(other.real, 0.0);
+        std::ranges::fill(other.imag, 0.0);
+        ASSERT_EQ(other.element->fnm_cw(), kavro::status_success);
+        for (int k = 0; k < stage.beam.nz; ++k) {
+            const double kz = 2.0 * pi * stage.beam.f0 / stage.beam.speed * stage.grid.zcoords[k];
+            for (int m = 0; m < stage.beam.nx; ++m) {
+                const Complex found = std::conj(phasor(stage, m, k, 1)) * std::polar(1.0, -kz);
+                const Complex wanted = phasor(other, m, k, 1);
+                if (std::abs(wanted) > 0.3 * std::abs(phasor(other, 0, k, 1))) {
+                    const double off = std::arg(found / wanted) * 180.0 / pi;
+                    EXPECT_LT(std::abs(off), 5.0) << of.what << ", plane " << k << ", x " << m;
+                }
+            }
+        }
+    }
+}
+
+// The waveform of the transient march, driven by a sine, has the harmonic march's harmonics, phases
+// included: a sine is a quarter of a period behind the cosine.
+TEST_F(KzkExact, HarmonicsHaveThePhaseOfTheTransientMarch) {
+    for (const Case& of : cases) {
+        KzkBeam beam = steady_beam(of.shell, of.source_phase);
+        beam.beta = 3.5;
+        beam.amplitude = of.shell ? 0.1 : 0.4;
+        beam.nz = 2;
+        beam.nx = 3;
+        beam.harmonics = 8;
+        beam.points_per_radius = 40.0f;
+        beam.step = 0.004f;
+        beam.duration = 20e-6;
+        beam.deltat = 1.0 / 120e6;
+        beam.tmin = -2e-6;
+        beam.tmax = 13e-6 + beam.zmax / beam.speed;
+        KzkStage stage(beam, std::make_shared<RisingSine>(beam.f0, beam.duration, 3.0));
+        const Recorder quiet;
+        ASSERT_EQ(stage.transient(), kavro::status_success);
+        ASSERT_EQ(stage.harmonics(), kavro::status_success);
+        for (int k = 0; k < beam.nz; ++k) {
+            const double arrival = stage.grid.zcoords[k] / beam.speed;
+            const auto first = static_cast<std::size_t>((arrival + 9e-6 - beam.tmin) / beam.deltat);
+            for (int m = 0; m < beam.nx; ++m) {
+                const std::vector<double> series = stage.series(m, k);
+                for (int n = 1; n <= 2; ++n) {
+                    Complex sum = 0.0;
+                    for (std::size_t i = first; i < first + 240; ++i) {
+                        const double tau = 2.0 * pi * beam.f0 * (stage.times.times[i] - arrival);
+                        sum += series[i] * std::polar(1.0 / 120.0, n * tau);
+                    }
+                    const Complex wanted = phasor(stage, m, k, n) * std::polar(1.0, n * pi / 2.0);
+                    EXPECT_LT(std::abs(sum - wanted), 0.1 * std::abs(phasor(stage, 0, k, n)))
+                        << of.what << ", plane " << k << ", x " << m << ", n " << n << ", phase "
+                        << std::arg(sum / wanted);
+                }
+            }
+        }
+    }
+}
+
+// The axis's begin decides what is looked at and nothing else, even where it is later than the
+// pulse or, for a shell, than the rim; nor do its samples have to meet the arrival.
+TEST_F(KzkExact, TransientFieldDoesNotDependOnTheBeginOfTheTimeAxis) {
+    for (const bool shell : {false, true}) {
+        KzkBeam beam = small_beam(shell);
+        beam.exact = true;
+        beam.radius = shell ? 10e-3 : 5e-3;
+        beam.nz = 3;
+        beam.zmin = 15e-3;
+        beam.zmax = 45e-3;
+        beam.points_per_radius = 25.0f;
+        beam.deltat = 0.025e-6;
+        beam.tmin = -5e-6;
+        beam.tmax = 45e-6;
+        KzkStage early(beam);
+        const Recorder quiet;
+        ASSERT_EQ(early.transient(), kavro::status_success);
+        const auto peak = [](const std::vector<double>& series) {
+            return std::abs(*std::ranges::max_element(
+                series, {}, [](double value) { return std::abs(value); }));
+        };
+        for (const int samples : {200, 280, 400, 1000}) {
+            beam.tmin = -5e-6 + samples * beam.deltat;
+            KzkStage late(beam);
+            ASSERT_EQ(late.transient(), kavro::status_success);
+            for (int k = 0; k < beam.nz; ++k) {
+                for (int m = 0; m < beam.nx; ++m) {
+                    const std::vector<double> all = early.series(m, k);
+                    const std::vector<double> rest = late.series(m, k);
+                    ASSERT_GT(peak(all), 1e4);
+                    for (std::size_t i = 0; i < rest.size(); ++i) {
+                        ASSERT_NEAR(rest[i], all[i + std::size_t(samples)], 1e-4 * peak(all))
+                            << "shell " << shell << ", plane " << k << ", point " << m << ", begin "
+                            << beam.tmin << ", sample " << i;
+                    }
+                }
+            }
+        }
+        // Half a sample apart, the same wave between the samples.
+        beam.tmin = -5e-6 + 0.5 * beam.deltat;
+        KzkStage between(beam);
+        ASSERT_EQ(between.transient(), kavro::status_success);
+        for (int k = 0; k < beam.nz; ++k) {
+            const std::vector<double> all = early.series(0, k);
+            const std::vector<double> half = between.series(0, k);
+            for (std::size_t i = 0; i + 1 < half.size(); ++i) {
+                ASSERT_NEAR(half[i], 0.5 * (all[i] + all[i + 1]), 0.01 * peak(all)) << i;
+            }
+        }
+    }
+}
+
+// Where an extent is no multiple of its spacing, the last plane and the last point are before the
+// limit, where the grid has them.
+TEST_F(KzkExact, PlanesAndPointsAreTheGrids) {
+    for (const bool shell : {false, true}) {
+        KzkBeam beam = small_beam(shell);
+        beam.exact = true;
+        beam.nx = 3;
+        beam.nz = 2;
+        beam.zmin = 20e-3;
+        beam.zmax = 40e-3;
+        KzkStage even(beam);
+        KzkStage odd(beam);
+        odd.grid.RegularCoordinateGrid(0, 11e-3, 0, 0, 20e-3, 59e-3, 4e-3, 0, 20e-3);
+        ASSERT_EQ(odd.points(), even.points());
+        const Recorder quiet;
+        for (KzkStage* stage : {&even, &odd}) {
+            ASSERT_EQ(stage->transient(), kavro::status_success);
+            ASSERT_EQ(stage->harmonics(), kavro::status_success);
+        }
+        EXPECT_EQ(odd.real, even.real);
+        EXPECT_EQ(odd.imag, even.imag);
+        for (int k = 0; k < 2; ++k) {
+            for (int m = 0; m < 3; ++m) {
+                EXPECT_EQ(odd.series(m, k), even.series(m, k)) << "plane " << k << ", point " << m;
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace kavro_test
