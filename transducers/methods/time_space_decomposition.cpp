@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <new>
 #include <vector>
 
 #include "core/console.h"
 #include "transducers/methods/decomposition_tile.h"
+#include "transducers/methods/guarded.h"
 #include "transducers/methods/point_tiles.h"
 #include "transducers/methods/widened_edge.h"
 
@@ -103,7 +103,7 @@ TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
             return status_not_implemented;
         }
     }
-    try {
+    return guarded([&] {
         bool output_is_zero = output == Output::all_zero;
         for (std::size_t next = 0; next < elements.size();) {
             const std::size_t begin = next;
@@ -120,10 +120,8 @@ TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
             }
             output_is_zero = false;
         }
-    } catch (const std::bad_alloc&) {
-        return status_out_of_memory;
-    }
-    return status_success;
+        return status_success;
+    });
 }
 
 TransducerStatus solve_in_single_precision(std::span<Transducer* const> elements,
