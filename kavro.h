@@ -7,6 +7,7 @@
 #include "core/constants.h"
 #include "core/coordinate_grid.h"
 #include "core/input_error.h"
+#include "core/interrupted.h"
 #include "core/medium.h"
 #include "core/numeric_kernels.h"
 #include "core/numerical_integration.h"

@@ -1,5 +1,6 @@
 #include "core/numerical_integration.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -7,6 +8,7 @@
 #include "core/constants.h"
 #include "core/counts.h"
 #include "core/input_error.h"
+#include "core/interrupted.h"
 
 namespace kavro {
 namespace {
@@ -50,9 +52,6 @@ Correction correction_to_root(const LegendreExpansion& p) {
     return {h, newton};
 }
 
-// Terms of recurrences between two looks at the caller's wish.
-constexpr std::int64_t terms_at_a_time = 10'000'000;
-
 // False where it was given up.
 bool legendre_rule(int n, double* x, double* w, bool refine,
                    const std::function<bool()>& give_up = {}) {
@@ -66,7 +65,7 @@ bool legendre_rule(int n, double* x, double* w, bool refine,
     const double t0 = 1.0 + (1.0 - 1.0 / count) / (-8.0 * count * count);
     for (int i = 1; i <= m; ++i) {
         terms += n;
-        if (terms > terms_at_a_time && give_up) {
+        if (terms > steps_between_looks && give_up) {
             terms = 0;
             if (give_up()) {
                 return false;
@@ -111,7 +110,7 @@ bool NumericalIntegration::allocate_memory(int n) {
         throw InputError("Specified number of abscissas is less than 1.\n");
     }
     const auto count = static_cast<std::size_t>(n);
-    require_memory(count, 3 * sizeof(double), "abscissas");
+    require_memory(count, 5 * sizeof(double), "abscissas");  // with a Gauss rule's standard rule
     abscissas.resize(count);
     cosines.resize(count);
     weights.resize(count);
@@ -119,8 +118,24 @@ bool NumericalIntegration::allocate_memory(int n) {
     return true;
 }
 
+// Of npoints abscissas; none below 1.
+const NumericalIntegration::StandardRule& NumericalIntegration::standard_rule() {
+    const auto n = static_cast<std::size_t>(std::max(npoints, 0));
+    if (!standard_ || standard_->abscissas.size() != n) {
+        const auto rule = std::make_shared<StandardRule>(
+            StandardRule{std::vector<double>(n), std::vector<double>(n)});
+        if (!grule(npoints, rule->abscissas.data(), rule->weights.data(), console::interrupted)) {
+            throw Interrupted();
+        }
+        standard_ = rule;
+    }
+    return *standard_;
+}
+
 bool NumericalIntegration::gauss_quadrature() {
-    grule(npoints, abscissas.data(), weights.data());
+    const StandardRule& standard = standard_rule();
+    std::copy(standard.abscissas.begin(), standard.abscissas.end(), abscissas.begin());
+    std::copy(standard.weights.begin(), standard.weights.end(), weights.begin());
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace kavro {
@@ -24,6 +25,9 @@ public:
     // beyond the memory.
     bool allocate_memory(int n);
 
+    // Gauss rules. The work grows with the square of npoints, but the last rule is remembered (by
+    // copies, too): the same npoints on another interval costs next to nothing. They throw
+    // Interrupted where the console port asks to stop, and leave the rule as it was.
     bool gauss_quadrature();                    // Gauss-Legendre on [-1, 1]; returns true
     bool gauss_quadrature(double a, double b);  // mapped to [a, b]; returns true
     bool gauss_quadrature_cylindrical();        // mapped to [0, pi], with cosines; returns true
@@ -51,6 +55,14 @@ public:
     double get_abscissa(int i) const;  // 0.0 where there is no abscissa i
     double get_weight(int i) const;    // 0.0 where there is no weight i
     int get_npoints() const { return npoints; }
+
+private:
+    struct StandardRule {  // on [-1, 1]
+        std::vector<double> abscissas, weights;
+    };
+    const StandardRule& standard_rule();
+
+    std::shared_ptr<const StandardRule> standard_;  // the last one that was computed, or null
 };
 
 }  // namespace kavro

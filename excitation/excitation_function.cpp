@@ -7,6 +7,7 @@
 
 #include "core/constants.h"
 #include "core/input_error.h"
+#include "core/interrupted.h"
 #include "excitation/discrete_spectrum.h"
 
 namespace kavro {
@@ -37,6 +38,9 @@ double largest_magnitude(const Spectrum& bins) {
     }
     return largest;
 }
+
+// Temporal factors of one term at one instant: a sine and a cosine.
+constexpr std::int64_t steps_of_factor = 8;
 
 // Real and imaginary part of C e^(j omega t).
 struct Rotated {
@@ -177,7 +181,9 @@ template <class Real, class Normalise>
 void write_temporal_factors(const ExcitationFunction& f, Real* out, TimeSamples const& times,
                             int ntimes, double delay, Normalise normalise) {
     const auto row = static_cast<std::size_t>(ntimes);
+    InterruptCheck check;
     for (int i = 0; i < ntimes; ++i) {
+        check.spend(steps_of_factor * f.n_terms);
         const double t = times.time_index_value(i) - delay;
         for (std::size_t k = 0; k < f.coefficients.size(); ++k) {
             const Rotated value(f.coefficients[k], f.frequencies[k] * t);
@@ -218,7 +224,9 @@ void ExcitationFunction::spatial_tsd(std::complex<double>* out, double const& ta
 void ExcitationFunction::temporal_tsd(std::complex<double>* out, TimeSamples const* times,
                                       int const& ntimes, double const& delay) const {
     const auto row = static_cast<std::size_t>(ntimes);
+    InterruptCheck check;
     for (int i = 0; i < ntimes; ++i) {
+        check.spend(steps_of_factor * n_terms);
         const double t = times->time_index_value(i) - delay;
         for (std::size_t k = 0; k < coefficients.size(); ++k) {
             const Rotated value(coefficients[k], frequencies[k] * t);
@@ -276,7 +284,9 @@ void ExcitationFunction::value_temporal(double* out, TimeSamples const& times, d
         return;
     }
     const auto row = static_cast<std::size_t>(times.ntimes);
+    InterruptCheck check;
     for (std::size_t i = 0; i < row; ++i) {
+        check.spend(steps_of_factor * n_terms);
         const double t = times.times[i] - delay;
         for (std::size_t k = 0; k < coefficients.size(); ++k) {
             const Rotated value(harmonics_.coefficients[k], frequencies[k] * t);

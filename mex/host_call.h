@@ -15,8 +15,8 @@ public:
     HostCall(const HostCall&) = delete;
     HostCall& operator=(const HostCall&) = delete;
 
-    // The result. Throws InputError with the text for the host, std::bad_alloc, and what the host
-    // throws.
+    // The result. Throws InputError with the text for the host, Interrupted, std::bad_alloc, and
+    // what the host throws.
     virtual mxArray* run(int nlhs, int nrhs, const mxArray* const prhs[]) = 0;
 
     // Whether a function of the user's runs within the call, which may call the module again.

@@ -46,6 +46,16 @@ std::vector<double> first_numbers(const mxArray* value, std::size_t count) {
     }
 }
 
+// All characters of an array of at most `longest`.
+std::optional<std::string> characters_of(const mxArray* array, std::size_t longest) {
+    std::string text(longest + 1, '\0');
+    if (mxGetString(array, text.data(), static_cast<mwSize>(text.size())) != 0) {
+        return std::nullopt;
+    }
+    text.resize(mxGetNumberOfElements(array));
+    return text;
+}
+
 }  // namespace
 
 const mxArray* field_of(const mxArray* structure, std::size_t i, const char* name) {
@@ -88,11 +98,8 @@ std::optional<std::string> text_of(const mxArray* value, std::size_t longest) {
     if (value == nullptr || !mxIsChar(value)) {
         return std::nullopt;
     }
-    std::vector<char> text(longest + 1);
-    if (mxGetString(value, text.data(), static_cast<mwSize>(text.size())) != 0) {
-        return std::nullopt;
-    }
-    return std::string(text.data());
+    const std::optional<std::string> text = characters_of(value, longest);
+    return text ? std::optional<std::string>(text->c_str()) : std::nullopt;
 }
 
 std::optional<std::string> text_of(const mxArray* value) {
@@ -100,7 +107,7 @@ std::optional<std::string> text_of(const mxArray* value) {
         return std::nullopt;
     }
     if (mxIsChar(value)) {
-        return text_of(value, mxGetNumberOfElements(value));
+        return characters_of(value, mxGetNumberOfElements(value));
     }
     mxArray* characters = nullptr;
     auto* string = const_cast<mxArray*>(value);  // as the host's call takes it
@@ -108,8 +115,13 @@ std::optional<std::string> text_of(const mxArray* value) {
         mexCallMATLABWithTrap(1, &characters, 1, &string, "char") != nullptr) {
         return std::nullopt;
     }
-    std::optional<std::string> text = text_of(characters, mxGetNumberOfElements(characters));
+    std::optional<std::string> text = characters_of(characters, mxGetNumberOfElements(characters));
     mxDestroyArray(characters);
+    return text;
+}
+
+std::string shown(std::string text) {
+    std::replace(text.begin(), text.end(), '\0', '?');
     return text;
 }
 

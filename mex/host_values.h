@@ -29,11 +29,15 @@ std::optional<double> single_number(const mxArray* value);
 // All numbers in column order. The value must be numeric, real and not sparse; it may be empty.
 std::vector<double> numbers_of(const mxArray* value);
 
-// A text of at most `longest` characters; nothing where the value is not text or is longer.
+// A text of at most `longest` characters, up to a NUL among them; nothing where the value is not
+// text or is longer.
 std::optional<std::string> text_of(const mxArray* value, std::size_t longest);
 
-// A text of any length, a string object of MATLAB's too; nothing where the value is neither.
+// All of a text of any length, a string object of MATLAB's too; nothing where the value is neither.
 std::optional<std::string> text_of(const mxArray* value);
+
+// A text for a message, which a NUL would end: '?' in its place.
+std::string shown(std::string text);
 
 // A logical or a number, which must be 0 or 1; nothing where the value is not one of them.
 std::optional<bool> switch_of(const mxArray* value);

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "core/input_error.h"
+#include "core/interrupted.h"
 #include "mex.h"
 #include "mex/host_call.h"
 
@@ -60,6 +61,8 @@ void run_call(Outcome& outcome, int nlhs, int nrhs, const mxArray* const prhs[])
         outcome.output = running.front()->run(nlhs, nrhs, prhs);
     } catch (const InputError& error) {
         outcome.fail(error.what());
+    } catch (const Interrupted& interrupted) {
+        outcome.fail(interrupted.what());
     } catch (const std::bad_alloc&) {
         outcome.fail("Out of memory.");
     } catch (const std::length_error&) {

@@ -1,5 +1,6 @@
 // The module `kavro.solve`: every operation of the library, by its name.
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -15,6 +16,7 @@
 #include "mex/host_values.h"
 #include "mex/kzk_from_host.h"
 #include "mex/methods_to_host.h"
+#include "mex/solve_checks.h"
 #include "mex/solve_options.h"
 #include "mex/solver_call.h"
 #include "mex/transducers_from_host.h"
@@ -39,7 +41,7 @@ const Operation& operation_from(const mxArray* name) {
         for (const Operation& other : operations()) {
             known.append(known.empty() ? "" : ", ").append(other.name);
         }
-        throw InputError("There is no method '" + *text + "'. The methods are " + known + ".");
+        throw InputError("There is no method '" + shown(*text) + "'. The methods are " + known + ".");
     }
     return *operation;
 }
@@ -102,7 +104,9 @@ void Solve::read(const Operation& operation, const SolveOptions& options,
                  const mxArray* const prhs[]) {
     read_manners(options);
     read_elements(operation, options, prhs[1]);
+    check_grid(prhs[2]);
     read_grid(prhs[2]);
+    check_medium(prhs[3]);
     read_medium(prhs[3]);
     if (operation.kind == Kind::transient || operation.kind == Kind::impulse_response) {
         warn_of_ignored_attenuation();
@@ -111,7 +115,7 @@ void Solve::read(const Operation& operation, const SolveOptions& options,
         // A medium of the library has a centre frequency; the host's may have.
         const std::optional<double> own = single_number(field_of(prhs[3], 0, "f0"));
         medium_._f0 = options.frequency(Option::f0).value_or(own.value_or(0.0));
-        if (!(medium_._f0 > 0.0)) {
+        if (!(medium_._f0 > 0.0) || std::isinf(medium_._f0)) {
             throw InputError(std::string(operation.name) + " needs the option 'f0' (Hz).");
         }
     }
@@ -120,6 +124,7 @@ void Solve::read(const Operation& operation, const SolveOptions& options,
             throw InputError(std::string(operation.name) +
                              " needs the option 'time', made by kavro.set_time_samples.");
         }
+        check_times(options.value(Option::time));
         read_times_quietly(options.value(Option::time));
     }
     if (operation.uses(input_excitation)) {
@@ -160,14 +165,20 @@ void Solve::read_elements(const Operation& operation, const SolveOptions& option
     const int n = read_element_count(array);
     elements_ = transducers_from(array, n);
     for (std::size_t i = 0; i < elements_.size(); ++i) {
+        // The reader takes a text up to a NUL.
         const std::string identifier = *text_of(field_of(array, i, "shape"));
-        const Shape& shape = *shape_of(identifier);
+        const Shape* const known = shape_of(identifier);
+        if (known == nullptr) {
+            throw InputError("Invalid transducer shape identifier.\n");
+        }
+        const Shape& shape = *known;
         if (!implements(operation, shape)) {
             throw InputError(std::string(operation.name) + ", shape '" + identifier + "' (" +
                              shape.name + "), element " + std::to_string(i + 1) +
                              ": This function is not implemented for this transducer shape.");
         }
     }
+    check_elements(array);
     set_phases_from(array, element_pointers());
     if (operation.uses(input_apodization)) {
         set_apodizations_from(array, options.value(Option::apodization), element_pointers());
@@ -187,6 +198,7 @@ void Solve::read_excitations(const Operation& operation, const SolveOptions& opt
     const std::optional<bool> exact = options.yes_or_no(Option::exact);
     excitation_vector(excitations_, options.value(Option::excitation),
                       static_cast<int>(elements_.size()), true);
+    check_excitation(options.value(Option::excitation));
     for (std::size_t i = 0; i < excitations_.size(); ++i) {
         ExcitationFunction& waveform = *excitations_[i];
         if (exact && waveform.exact() != *exact) {

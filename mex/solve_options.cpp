@@ -84,7 +84,7 @@ SolveOptions::SolveOptions(const Operation& operation, std::span<const mxArray* 
         }
         const std::size_t index = index_of(*name);
         if (index == option_count) {
-            refuse_name(operation, "There is no option '" + *name + "'.");
+            refuse_name(operation, "There is no option '" + shown(*name) + "'.");
         }
         if (!takes(operation, all_options[index])) {
             refuse_name(operation, std::string("The option '") + all_options[index].name +

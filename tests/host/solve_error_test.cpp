@@ -181,6 +181,89 @@ TEST(SolveErrors, of_waveforms_and_element_fields) {
                        "1).");
 }
 
+// Numbers that make no sense are named, wherever they are, instead of ending in a field of NaN.
+TEST(SolveErrors, of_senseless_numbers) {
+    const std::string finite = "must be finite";
+    const std::string not_negative = "must be finite and at least 0";
+    SolveArguments arguments("fnm_tsd");
+    arguments.scene.elements = discs(2);
+    const auto expect = [&](const std::string& title, const std::string& field,
+                            const std::string& expected, const std::string& holds,
+                            const std::string& place) {
+        expect_solve_error(arguments, title + " field '" + field + "' " + expected +
+                                          ", but holds " + holds + place + ".");
+    };
+    const auto refuses = [&](Value structure, const char* title, const char* field,
+                             const std::string& expected, const std::string& place,
+                             std::size_t i = 0) {
+        SCOPED_TRACE(field);
+        const Value right = get(structure, field, i);
+        for (const auto& [number, text] : {std::pair{nan, "NaN"}, {inf, "Inf"}, {-inf, "-Inf"}}) {
+            set(structure, field, scalar(number), i);
+            expect(title, field, expected, text, place);
+        }
+        if (expected == not_negative) {
+            set(structure, field, scalar(-1), i);
+            expect(title, field, expected, "-1", place);
+        }
+        set(structure, field, right, i);
+    };
+    const Value& elements = arguments.scene.elements;
+    for (const std::size_t i : {0u, 1u}) {
+        set(elements, "phase", scalar(0), i);
+        set(elements, "amplitude", scalar(1), i);
+        set(elements, "time_delay", scalar(0), i);
+    }
+    refuses(elements, "Transducer", "radius", not_negative, " (element 2)", 1);
+    for (const char* field : {"amplitude", "phase", "time_delay"}) {
+        refuses(elements, "Transducer", field, finite, " (element 2)", 1);
+        set(elements, field, scalar(-1e-6), 1);
+    }
+    EXPECT_EQ(solve(arguments).error, std::nullopt);
+    for (const char* field : {"center", "euler"}) {
+        set(elements, field, row({0, nan, 0}), 1);
+        expect("Transducer", field, finite, "NaN", " (element 2)");
+        set(elements, field, row({0, 0, 0}), 1);
+    }
+    for (const char* field : {"soundspeed", "density", "attenuationdBcmMHz"}) {
+        refuses(arguments.scene.medium, "Medium", field, not_negative, "");
+    }
+    refuses(arguments.scene.medium, "Medium", "nonlinearityparameter", finite, "");
+    for (const char* field : {"xmin", "zmax"}) {
+        refuses(arguments.scene.grid, "Coordinate grid", field, finite, "");
+    }
+    for (const char* field : {"tmin", "tmax"}) {
+        refuses(arguments.scene.times, "Time samples", field, finite, "");
+    }
+    refuses(arguments.scene.excitation, "Excitation", "f0", finite, " (row 1)");
+    refuses(arguments.scene.excitation, "Excitation", "pulse_width", not_negative, " (row 1)");
+
+    const Value signal = sampled_excitation({0, 1, 2, 1});
+    arguments.set_option("excitation", signal);
+    set(signal, "signal", row({0, 1, inf, 1}));
+    expect("Excitation", "signal", finite, "Inf", " (row 1)");
+    set(signal, "signal", row({0, 1, 2, 1}));
+    set(signal, "ts", scalar(0));
+    expect("Excitation", "ts", "must be finite and positive", "0", " (row 1)");
+    set(signal, "ts", scalar(1e-7));
+    arguments.scene.grid = list_of_points({0, 0}, {0, nan}, {1, 1});
+    expect("Coordinate grid", "coordinates", finite, "NaN", "");
+}
+
+// A name with a NUL in it is another name.
+TEST(SolveErrors, of_names_that_begin_like_right_ones) {
+    using namespace std::string_literals;
+    SolveArguments arguments("fnm_tsd");
+    arguments.method = "fnm_tsd\0x"s;
+    EXPECT_EQ(solve(arguments).error->find("There is no method 'fnm_tsd?x'."), 0u);
+    arguments.method = "fnm_tsd";
+    arguments.options.emplace_back("ndiv\0x"s, scalar(4));
+    expect_solve_error(arguments, "There is no option 'ndiv?x'. " + tsd_options);
+    arguments.options.pop_back();
+    set(arguments.scene.elements, "shape", text("circ\0x"s));
+    expect_solve_error(arguments, "Invalid transducer shape identifier.\n");
+}
+
 // An array without elements has no shape that could lack the march.
 TEST(SolveErrors, of_marches) {
     for (const char* method : {"kzk_transient", "kzk_cw"}) {

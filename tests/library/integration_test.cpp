@@ -40,6 +40,40 @@ TEST(GaussQuadrature, IsTheLiteralRuleBitForBit) {
     }
 }
 
+// The standard rule is remembered; nothing of it shows but the time.
+TEST(GaussQuadrature, FollowsItsSizeAndIgnoresWhatWasInIt) {
+    NumericalIntegration rule = sized(5);
+    rule.gauss_quadrature(2, 3);
+    NumericalIntegration copy = rule;
+    for (const int n : {5, 8, 5}) {
+        copy.allocate_memory(n);
+        copy.midpoint_rule();
+        copy.gauss_quadrature();
+        EXPECT_EQ(copy.abscissas, kavro_oracle::gauss(n).x);
+        EXPECT_EQ(copy.weights, kavro_oracle::gauss(n).w);
+        copy.gauss_quadrature_cylindrical();
+    }
+    EXPECT_EQ(rule.abscissas, kavro_oracle::gauss(5, 2, 3).x);
+}
+
+TEST(GaussQuadrature, LeavesTheRuleAsItWasWhenInterrupted) {
+    NumericalIntegration rule = sized(3000);
+    rule.midpoint_rule();
+    const NumericalIntegration before = rule;
+    int asked = 0;
+    {
+        const kavro::console::Connection impatient({{}, {}, {}, [&] { return ++asked > 1; }});
+        EXPECT_THROW(rule.gauss_quadrature(0, 1), kavro::Interrupted);
+        EXPECT_EQ(rule.abscissas, before.abscissas);
+        EXPECT_EQ(rule.weights, before.weights);
+        EXPECT_EQ(asked, 2);
+        asked = -1000;
+        EXPECT_TRUE(rule.gauss_quadrature(0, 1));
+        EXPECT_LT(asked, -990);
+    }
+    EXPECT_EQ(rule.abscissas, kavro_oracle::gauss(3000, 0, 1).x);
+}
+
 TEST(GaussQuadrature, IntegratesPolynomialsOfTwiceItsOrder) {
     for (int n = 1; n <= 24; ++n) {
         NumericalIntegration rule = sized(n);

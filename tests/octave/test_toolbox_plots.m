@@ -71,6 +71,7 @@
 %! times = kavro.set_time_samples(1e-6, 0, 2e-6);
 %! p = reshape(1:18, 3, 1, 2, 3) - 15;
 %! ax = kavro.show_field(p, grid);
+%! assert(get(get(ax, 'title'), 'string'), 'Peak pressure');
 %! assert(picture(ax), [14 13 12; 11 10 9]);
 %! assert(caxis(ax), [0 14]);
 %! assert(get(ax, 'ydir'), 'reverse');
@@ -108,6 +109,7 @@
 %! clf;
 %! ax = kavro.show_field(zeros(1, 1, 4), line_grid, 'scale', 'dB');
 %! assert(get(findobj(ax, 'type', 'line'), 'ydata'), -40 * ones(1, 4));
+%! assert(get(get(ax, 'title'), 'string'), 'Pressure magnitude');  % there are no times
 
 %!test  % faults of drawings
 %! grid = kavro.set_coordinate_grid(1, 0, 2, 0, 0, 0, 1);
@@ -115,6 +117,7 @@
 %! show = @kavro.show_field;
 %! says(@() show(zeros(2, 1, 3, 4), grid), '''p''', '3 x 1 x 2 x ntimes', '2 x 1 x 3 x 4 double');
 %! says(@() show(p, 5), '''grid''', 'set_coordinate_grid');
+%! says(@() show(complex(p, 1), grid), '''p''', 'abs(p)', 'real(p)', 'complex');
 %! says(@() show(p, grid, 'sample', 5), '''sample''', 'from 1 to 4', 'it is 5');
 %! says(@() show(p, grid, 'time', 1), '''time_samples''', 'set_time_samples');
 %! says(@() show(p, grid, 'time', 1, 'time_samples', kavro.set_time_samples(1, 0, 9)), ...

@@ -84,6 +84,8 @@ else
     dims = [numel(x), numel(y), numel(z)];
     expected = sprintf('a real %d x %d x %d x ntimes array, as the grid''s axes ask', dims);
 end
+kavro.internal.check(~isnumeric(p) || isreal(p), me, 'p', p, ...
+                     'real: abs(p) of a continuous wave, or real(p) for an instant');
 is = [size(p), 1, 1];
 ok = isnumeric(p) && isreal(p) && ~isempty(p) && all(is(1:numel(dims)) == dims) ...
      && ndims(p) <= numel(dims) + 1;
@@ -156,7 +158,8 @@ end
 function [field, caption] = pick_field(p, options)
 if isempty(options.sample)
     field = double(max(max(p, [], 2), -min(p, [], 2)));
-    caption = 'Peak pressure';
+    captions = {'Peak pressure', 'Pressure magnitude'};
+    caption = captions{1 + (size(p, 2) == 1)};  % without times, as of a continuous wave
 else
     field = double(p(:, options.sample));
     caption = sprintf('Pressure at sample %d', options.sample);

@@ -4,9 +4,13 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <cstdint>
+#include <new>
 #include <vector>
 
 #include "core/constants.h"
+#include "core/counts.h"
+#include "core/interrupted.h"
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/circular/disc_edge.h"
 #include "transducers/circular/piston_apodization.h"
@@ -46,6 +50,8 @@ public:
         NumericalIntegration& rule = *disc.integral;
         rule.gauss_quadrature(0, pi);
         size_ = rule.get_npoints();
+        require_room();
+        InterruptCheck check;
         const double a = disc.radius;
         for (int i = 0; i < size_; ++i) {
             // Exactly, the prefactor's a/pi is taken back, and the sign is that of a step down.
@@ -54,6 +60,7 @@ public:
                 disc.exact() ? -rule.get_weight(i) / pi : rule.get_weight(i) * a;
             const double slope = derivative(disc.get_piston_apodization_index(), r, a);
             if (slope != 0.0) {
+                check.spend(std::int64_t{steps_of_sample} * size_);
                 add_rim(rule, r, radial_weight * (disc.exact() ? 1.0 : pi) * (slope * r));
             }
         }
@@ -66,6 +73,17 @@ public:
     }
 
 private:
+    static constexpr int steps_of_sample = 8;  // a cosine
+
+    // Throws std::bad_alloc where as many rims as abscissas do not fit into the memory.
+    void require_room() const {
+        constexpr std::size_t bytes_of_sample = 6 * sizeof(double);
+        const auto n = static_cast<std::size_t>(size_);
+        if (!fits_into_memory(n * n, bytes_of_sample)) {
+            throw std::bad_alloc();
+        }
+    }
+
     void add_rim(const NumericalIntegration& rule, double radius, double weight) {
         rims_.emplace_back(rule, radius, weight);
     }

@@ -15,14 +15,15 @@ TransducerStatus CircularTransducer::impulse_response() {
     }
     InitializeRotationMatrix();
     return guarded([this] {
-        return add_point_series(*this, [this](const CartesianCoordinate& p, double* series) {
-            const double height = exact() ? std::abs(p.z) : p.z;
-            const DiscResponse h(radius, medium->_soundspeed, std::sqrt(p.x * p.x + p.y * p.y),
-                                 height);
-            for (int j = 0; j < time_samples->ntimes; ++j) {
-                series[j] = h(time_samples->time_index_value(j) - time_delay);
-            }
-        });
+        return add_point_series(
+            *this, [this](const CartesianCoordinate& p, SampleWindow samples, double* values) {
+                const double height = exact() ? std::abs(p.z) : p.z;
+                const DiscResponse h(radius, medium->_soundspeed, std::sqrt(p.x * p.x + p.y * p.y),
+                                     height);
+                for (int j = samples.begin; j < samples.end; ++j) {
+                    values[j - samples.begin] = h(time_samples->time_index_value(j) - time_delay);
+                }
+            });
     });
 }
 

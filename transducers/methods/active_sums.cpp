@@ -304,6 +304,7 @@ HWY_INLINE void AddManyTerms(const WaveBlock<Real>& block, ActiveSumsScratch<Rea
     const int32_t rows = block.windows->rows.end - base;
     std::fill_n(scratch.partial.data(), static_cast<size_t>(rows) * block_lanes, Real(0));
     for (int k = 0; k < block.terms; k += group_size) {
+        (*block.spend)(int64_t{group_size} * rows);
         AddEdgeWaves<group_size, true>(block, scratch, {k, std::min(group_size, block.terms - k)});
     }
     for (int lane = 0; lane < block_lanes; lane += step) {

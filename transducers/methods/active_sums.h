@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "core/aligned_vector.h"
+#include "core/interrupted.h"
 #include "transducers/methods/sample_window.h"
 
 namespace kavro {
@@ -45,6 +46,7 @@ struct WaveBlock {
 
     double* output;      // sample 0 of lane 0
     std::size_t stride;  // from one sample to the next
+    const Spend* spend;  // told of each group of terms
 };
 
 // Samples that the sums are swept at a time at the least: enough to pay for the start of a sweep,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "core/numeric_kernels.h"
@@ -83,6 +84,7 @@ public:
             place_points(element_, first + begin, present, block_.x, block_.y, block_.z);
             const int passes = edge_.passes(block_);
             for (int pass = 0; pass < passes; ++pass) {
+                spend(std::int64_t{block_lanes} * block_.size);
                 edge_.sample(block_, pass);
                 add_block(first + begin, present);
             }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "core/vector_dispatch.h"
@@ -89,6 +90,7 @@ public:
         for (int begin = 0; begin < count; begin += block_lanes) {
             const int present = std::min(count - begin, block_lanes);
             place_points(element_, first + begin, present, block_.x, block_.y, block_.z);
+            spend(std::int64_t{block_lanes} * block_.size);
             edge_.sample(block_, 0);
             Lanes<float> re;
             Lanes<float> im;

@@ -4,10 +4,12 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <cstdint>
 #include <new>
 #include <type_traits>
 
 #include "core/counts.h"
+#include "core/interrupted.h"
 
 namespace kavro {
 namespace {
@@ -20,7 +22,9 @@ template <class Source, class Real>
 AlignedVector<Real> by_sample(const std::vector<Source>& factors, std::size_t terms,
                               std::size_t ntimes) {
     AlignedVector<Real> out(terms * ntimes);
+    InterruptCheck check;
     for (std::size_t k = 0; k < terms; ++k) {
+        check.spend(static_cast<std::int64_t>(ntimes));
         for (std::size_t j = 0; j < ntimes; ++j) {
             out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
         }
@@ -44,7 +48,9 @@ AlignedVector<double> complex_factors(const ExcitationFunction& waveform, const 
     std::vector<std::complex<double>> factors(n_terms * ntimes);
     waveform.temporal_tsd(factors.data(), &times, times.ntimes, time_delay);
     AlignedVector<double> out(2 * factors.size());
+    InterruptCheck check;
     for (std::size_t k = 0; k < n_terms; ++k) {
+        check.spend(static_cast<std::int64_t>(ntimes));
         for (std::size_t j = 0; j < ntimes; ++j) {
             out[2 * (j * n_terms + k)] = factors[k * ntimes + j].real();
             out[2 * (j * n_terms + k) + 1] = factors[k * ntimes + j].imag();

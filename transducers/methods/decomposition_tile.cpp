@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace kavro {
 namespace {
@@ -20,14 +21,15 @@ std::size_t at(int row, int width) {
 
 template <class Real>
 DecompositionTile<Real>::DecompositionTile(const CoordinateGrid& grid, const TimeSamples& times,
-                                           int width)
+                                           int width, Spend spend)
     : grid_(grid),
       times_(times),
       width_(width),
+      spend_(std::move(spend)),
       points_(static_cast<std::size_t>(width)),
       series_(at(times.ntimes, width)),
-      direct_wave_(times),
-      point_(times) {}
+      direct_wave_(times, spend_),
+      point_(times, spend_) {}
 
 template <class Real>
 int DecompositionTile<Real>::suitable_width(int ntimes) {
@@ -160,6 +162,8 @@ LaneSet DecompositionTile<Real>::add_vectorised(const DecompositionElement<Real>
     wave.amplitude = element.element->amplitude;
     wave.output = series_.data() + block * block_lanes;
     wave.stride = static_cast<std::size_t>(width_);
+    wave.spend = &spend_;
+    spend_(static_cast<std::int64_t>(block_factors));
     direct_wave_.prepare(factors, element.direct_wave, edge, *windows_, wave);
     fill_spatial_factors(factors, wave);
     direct_wave_.fill_factors(factors, wave);

@@ -31,7 +31,7 @@ template <class Real>
 class DecompositionTile {
 public:
     // Tiles of up to `width` points, a multiple of block_lanes.
-    DecompositionTile(const CoordinateGrid& grid, const TimeSamples& times, int width);
+    DecompositionTile(const CoordinateGrid& grid, const TimeSamples& times, int width, Spend spend);
 
     // Begins the tile of `count` points from `first` on. Its series start from the output's values,
     // or from zero where those are known to be.
@@ -58,6 +58,7 @@ private:
     const CoordinateGrid& grid_;
     const TimeSamples& times_;
     int width_;
+    Spend spend_;
 
     int first_ = 0;
     int count_ = 0;

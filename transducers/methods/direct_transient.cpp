@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "transducers/methods/place_points.h"
 #include "transducers/methods/point_series.h"
 #include "transducers/methods/point_tiles.h"
+#include "transducers/methods/waveform_values.h"
 
 namespace kavro {
 namespace {
@@ -25,7 +27,7 @@ public:
           window_(window),
           times_(*element.time_samples),
           block_(edge.size(), EdgeDetail::arrivals),
-          series_(times_),
+          series_(times_, element.coordinate_grid->npoints),
           instants_(std::max(instants_at_a_time, static_cast<std::size_t>(edge.size()) + 1)),
           values_(instants_.size()) {}
 
@@ -112,8 +114,9 @@ private:
             }
             *out++ = t - block_.direct_delay[lane] - delay;
         }
-        element_.excitation->at_batch(values_.data(), instants_.data(),
-                                      static_cast<int>(out - instants_.data()));
+        waveform_values(*element_.excitation, values_.data(), instants_.data(),
+                        static_cast<int>(out - instants_.data()),
+                        [this](std::int64_t steps) { spend(steps); });
     }
 
     double sum_of(std::size_t lane, const double* v, std::size_t n) const {

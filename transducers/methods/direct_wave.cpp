@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <limits>
 
+#include "transducers/methods/waveform_values.h"
+
 namespace kavro {
 
 template <class Real>
@@ -98,7 +100,8 @@ void DirectWave<Real>::by_value(const DecompositionFactors<Real>& factors,
         const double t = times_.times[static_cast<std::size_t>(window.begin) + m];
         instants_[m] = factors.direct_argument(t, zeta);
     }
-    factors.waveform().at_batch(values_of_lane_.data(), instants_.data(), static_cast<int>(count));
+    waveform_values(factors.waveform(), values_of_lane_.data(), instants_.data(),
+                    static_cast<int>(count), spend_);
     const auto weight = static_cast<double>(edge.coefficient_sum[lane]);
     double* out =
         values_.data() + static_cast<std::size_t>(window.begin - first_row) * block_lanes + lane;

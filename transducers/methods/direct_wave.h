@@ -21,7 +21,7 @@ namespace kavro {
 template <class Real>
 class DirectWave {
 public:
-    explicit DirectWave(const TimeSamples& times) : times_(times) {}
+    DirectWave(const TimeSamples& times, const Spend& spend) : times_(times), spend_(spend) {}
 
     // Chooses the way of each lane; where the direct wave is an edge wave, it becomes the last edge
     // sample of block and windows. Sets the wave's samples and direct members.
@@ -44,6 +44,7 @@ private:
     void become_edge_sample(EdgeBlock<Real>& edge, WindowBlock& windows) const;
 
     const TimeSamples& times_;
+    const Spend& spend_;
     Lanes<std::int32_t> begin_{}, end_{};  // windows of the lanes that go through a decomposition
     AlignedVector<Real> spatial_;
     AlignedVector<double> values_;

@@ -4,11 +4,13 @@
 #include <new>
 #include <stdexcept>
 
+#include "core/interrupted.h"
 #include "transducers/transducer_status.h"
 
 namespace kavro {
 
-// What `solve` returns, or status_out_of_memory where it runs out of memory.
+// What `solve` returns, or status_out_of_memory where it runs out of memory, or status_interrupted
+// where it is interrupted.
 template <class Solve>
 TransducerStatus guarded(Solve solve) {
     try {
@@ -17,6 +19,8 @@ TransducerStatus guarded(Solve solve) {
         return status_out_of_memory;
     } catch (const std::length_error&) {
         return status_out_of_memory;
+    } catch (const Interrupted&) {
+        return status_interrupted;
     }
 }
 

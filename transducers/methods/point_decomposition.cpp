@@ -1,6 +1,8 @@
 #include "transducers/methods/point_decomposition.h"
 
 #include <cmath>
+#include <cstdint>
+#include <utility>
 
 #include "core/counts.h"
 
@@ -24,6 +26,15 @@ const std::vector<Real>& PointDecomposition<Real>::series(const DecompositionFac
         value = static_cast<Real>(static_cast<double>(value) * amplitude);
     }
     return series_;
+}
+
+template <class Real>
+void PointDecomposition<Real>::spend(std::int64_t steps) {
+    constexpr std::int64_t worth_a_call = 10'000;
+    steps_ += steps;
+    if (steps_ >= worth_a_call) {
+        spend_(std::exchange(steps_, 0));
+    }
 }
 
 // begin, end: seconds from the first sample. All samples of a list, whose own are compared
@@ -53,11 +64,14 @@ void PointDecomposition<Real>::add_wave(Real coefficient, Real tau, SampleWindow
     if (samples.begin >= samples.end) {
         return;
     }
+    const auto terms = static_cast<std::int64_t>(spatial_.size());
+    spend(terms);
     factors_->spatial_one(spatial_.data(), tau);
     for (int j = samples.begin; j < samples.end; ++j) {
         if (!belongs(j, begin, end)) {
             continue;
         }
+        spend(terms);
         const Real* temporal = factors_->temporal() + static_cast<std::size_t>(j) * spatial_.size();
         Real sum = 0;
         for (std::size_t k = 0; k < spatial_.size(); ++k) {
@@ -102,6 +116,7 @@ void PointDecomposition<Real>::subtract_direct_wave(const WindowRule& rule,
                rule.direct_begin_rounded_down);
     for (int j = samples.begin; j < samples.end; ++j) {
         if (belongs(j, begin, zeta)) {
+            spend(1 + factors_->waveform().n_terms);
             const double since = factors_->direct_argument(times_.time_index_value(j), zeta);
             const double value = factors_->waveform().at(since);
             Real& sum = series_[static_cast<std::size_t>(j)];

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
+#include "core/interrupted.h"
 #include "core/time_samples.h"
 #include "transducers/methods/decomposition_factors.h"
 #include "transducers/methods/edge_block.h"
@@ -16,7 +18,8 @@ namespace kavro {
 template <class Real>
 class PointDecomposition {
 public:
-    explicit PointDecomposition(const TimeSamples& times) : times_(times) {}
+    PointDecomposition(const TimeSamples& times, const Spend& spend)
+        : times_(times), spend_(spend) {}
 
     // The series of a lane of the block: ntimes values, valid until the next call.
     const std::vector<Real>& series(const DecompositionFactors<Real>& factors,
@@ -24,6 +27,7 @@ public:
                                     const EdgeBlock<Real>& edge, int lane, double amplitude);
 
 private:
+    void spend(std::int64_t steps);
     SampleWindow window(const WindowRule& rule, double begin, double end,
                         bool begin_rounded_down) const;
     bool belongs(int j, Real begin, Real end) const;
@@ -34,6 +38,8 @@ private:
                               std::size_t lane);
 
     const TimeSamples& times_;
+    const Spend& spend_;
+    std::int64_t steps_ = 0;  // not yet told of
     const DecompositionFactors<Real>* factors_ = nullptr;
     std::vector<Real> spatial_;
     std::vector<Real> series_;

@@ -16,12 +16,15 @@ namespace kavro {
 // runs fastest, so a tile's series are added sample by sample.
 class PointSeries {
 public:
-    explicit PointSeries(const TimeSamples& times)
-        : ntimes_(times.ntimes), values_(static_cast<std::size_t>(ntimes_) * block_lanes) {}
+    // With room for as many lanes as a tile of `npoints` points can have.
+    PointSeries(const TimeSamples& times, int npoints)
+        : ntimes_(times.ntimes),
+          lanes_(std::min(npoints, block_lanes)),
+          values_(static_cast<std::size_t>(ntimes_) * static_cast<std::size_t>(lanes_)) {}
 
     // Forgets the samples of the tile before.
     void begin() {
-        for (int lane = 0; lane < block_lanes; ++lane) {
+        for (int lane = 0; lane < lanes_; ++lane) {
             std::fill(of(lane) + touched_.begin, of(lane) + std::max(touched_.begin, touched_.end),
                       0.0);
         }
@@ -55,15 +58,18 @@ private:
     }
 
     int ntimes_;
+    int lanes_;
     SampleWindow touched_{0, 0};
     std::vector<double> values_;
 };
 
-// Adds amplitude times a series of its own to every point of the element's grid. `fill` gets the
-// point in the element's frame and a series of ntimes zeros; it is called from several threads. The
-// element's records are set.
-TransducerStatus add_point_series(
-    Transducer& element,
-    const std::function<void(const CartesianCoordinate& point, double* series)>& fill);
+// Writes part of the series of a point in the element's frame: the samples of a window into as many
+// values, zeros so far.
+using FillSeries =
+    std::function<void(const CartesianCoordinate& point, SampleWindow samples, double* values)>;
+
+// Adds amplitude times a series of its own to every point of the element's grid, part by part.
+// `fill` is called from several threads. The element's records are set.
+TransducerStatus add_point_series(Transducer& element, const FillSeries& fill);
 
 }  // namespace kavro

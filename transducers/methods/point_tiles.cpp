@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "core/console.h"
+#include "core/interrupted.h"
 #include "core/threads.h"
 
 #ifdef _OPENMP
@@ -40,6 +41,16 @@ bool TileWorker::is_given_up() const {
     return *status_ != status_success;
 }
 
+void TileWorker::spend(std::int64_t steps) {
+    steps_ += steps;
+    if (steps_ >= steps_between_looks) {
+        steps_ = 0;
+        if (is_given_up()) {
+            throw Interrupted();
+        }
+    }
+}
+
 TransducerStatus work_in_tiles(int npoints, int width,
                                const std::function<std::unique_ptr<TileWorker>()>& make_worker) {
     const int tiles = npoints / width + (npoints % width != 0 ? 1 : 0);
@@ -66,6 +77,8 @@ TransducerStatus work_in_tiles(int npoints, int width,
                     status = status_out_of_memory;
                 } catch (const std::length_error&) {
                     status = status_out_of_memory;
+                } catch (const Interrupted&) {
+                    // The status says why.
                 }
             }
             ++done;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -21,12 +22,17 @@ protected:
     // then.
     bool is_given_up() const;
 
+    // For work that takes long within a tile, to tell of every so many steps of a few nanoseconds
+    // each: asks now and then, and throws Interrupted where the work is given up.
+    void spend(std::int64_t steps);
+
 private:
     friend TransducerStatus work_in_tiles(int npoints, int width,
                                           const std::function<std::unique_ptr<TileWorker>()>&);
 
     std::atomic<TransducerStatus>* status_ = nullptr;  // of the whole work
     bool is_callers_ = false;                          // whether the calling thread's
+    std::int64_t steps_ = 0;                           // since the last look
 };
 
 // Shares tiles of `width` points out among the threads, each with a worker of its own. Reports

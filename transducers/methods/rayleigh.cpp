@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <type_traits>
 
@@ -148,6 +149,7 @@ public:
         Lanes<double> re{};
         Lanes<double> im{};
         for (int i = 0; i < surface_.rows(); ++i) {
+            spend(std::int64_t{block_lanes} * sum_.samples);
             surface_.fill(i, row_);
             if constexpr (std::is_same_v<Real, float>) {
                 KAVRO_KERNEL(SumRowSingle)(row_, sum_);

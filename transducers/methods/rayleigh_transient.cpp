@@ -19,7 +19,7 @@ public:
           factor_(element.amplitude * prefactor),
           times_(*element.time_samples),
           row_(surface.samples_per_row()),
-          series_(times_) {}
+          series_(times_, element.coordinate_grid->npoints) {}
 
     void work(int first, int count) override {
         series_.begin();
@@ -60,6 +60,7 @@ private:
         const SampleWindow window = samples_with_pulse(tau + element_.time_delay);
         double* series = series_.touch(lane, window);
         for (int j = window.begin; j < window.end; ++j) {
+            spend(1 + element_.excitation->n_terms);
             const double t = times_.time_index_value(j);
             series[j] += element_.excitation->derivative(t - tau - element_.time_delay) * weight;
         }

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <new>
 #include <vector>
 
 #include "core/console.h"
+#include "core/counts.h"
 #include "transducers/methods/decomposition_tile.h"
+#include "transducers/methods/guarded.h"
 #include "transducers/methods/point_tiles.h"
 #include "transducers/methods/widened_edge.h"
 
@@ -66,7 +69,8 @@ public:
     BlockWorker(const Elements<Real>& block, const Transducer& first, int width,
                 bool output_is_zero)
         : block_(block),
-          tile_(*first.coordinate_grid, *first.time_samples, width),
+          tile_(*first.coordinate_grid, *first.time_samples, width,
+                [this](std::int64_t steps) { spend(steps); }),
           output_(first.transient_pressure),
           output_is_zero_(output_is_zero) {}
 
@@ -84,6 +88,17 @@ private:
     double* output_;
     bool output_is_zero_;
 };
+
+// Throws std::bad_alloc where not even one tile's series fit into the memory, before the factors
+// are made.
+template <class Real>
+void require_room_for_a_tile(const TimeSamples& times) {
+    const auto width =
+        static_cast<std::size_t>(DecompositionTile<Real>::suitable_width(times.ntimes));
+    if (!fits_into_memory(static_cast<std::size_t>(times.ntimes), width * sizeof(double))) {
+        throw std::bad_alloc();
+    }
+}
 
 template <class Real>
 TransducerStatus solve_block(const Elements<Real>& block, const Transducer& first,
@@ -116,7 +131,10 @@ TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
             return status_not_implemented;
         }
     }
-    try {
+    return guarded([&] {
+        if (!elements.empty()) {
+            require_room_for_a_tile<Real>(*elements.front()->time_samples);
+        }
         bool output_is_zero = output == Output::all_zero;
         const auto all = static_cast<double>(elements.size());
         for (std::size_t next = 0; next < elements.size();) {
@@ -139,10 +157,8 @@ TransducerStatus solve_by_decomposition(std::span<Transducer* const> elements,
                 return status;
             }
         }
-    } catch (const std::bad_alloc&) {
-        return status_out_of_memory;
-    }
-    return status_success;
+        return status_success;
+    });
 }
 
 TransducerStatus solve_in_single_precision(std::span<Transducer* const> elements,

@@ -15,10 +15,11 @@ TransducerStatus RectangularTransducer::impulse_response() {
     }
     InitializeRotationMatrix();
     return guarded([this] {
-        return add_point_series(*this, [this](const CartesianCoordinate& p, double* series) {
+        return add_point_series(*this, [this](const CartesianCoordinate& p, SampleWindow samples,
+                                              double* values) {
             const CornerResponse h(*this, p);
-            for (int j = 0; j < time_samples->ntimes; ++j) {
-                series[j] = h.at(time_samples->time_index_value(j) - time_delay);
+            for (int j = samples.begin; j < samples.end; ++j) {
+                values[j - samples.begin] = h.at(time_samples->time_index_value(j) - time_delay);
             }
         });
     });

@@ -67,15 +67,16 @@ TransducerStatus RingTransducer::impulse_response() {
     }
     InitializeRotationMatrix();
     return guarded([this] {
-        return add_point_series(*this, [this](const CartesianCoordinate& p, double* series) {
-            const double r = std::sqrt(p.x * p.x + p.y * p.y);
-            const RimResponse outer(outer_radius, medium->_soundspeed, r, p.z);
-            const RimResponse inner(inner_radius, medium->_soundspeed, r, p.z);
-            for (int j = 0; j < time_samples->ntimes; ++j) {
-                const double t = time_samples->time_index_value(j) - time_delay;
-                series[j] = inner_radius > 0.0 ? outer(t) - inner(t) : outer(t);
-            }
-        });
+        return add_point_series(
+            *this, [this](const CartesianCoordinate& p, SampleWindow samples, double* values) {
+                const double r = std::sqrt(p.x * p.x + p.y * p.y);
+                const RimResponse outer(outer_radius, medium->_soundspeed, r, p.z);
+                const RimResponse inner(inner_radius, medium->_soundspeed, r, p.z);
+                for (int j = samples.begin; j < samples.end; ++j) {
+                    const double t = time_samples->time_index_value(j) - time_delay;
+                    values[j - samples.begin] = inner_radius > 0.0 ? outer(t) - inner(t) : outer(t);
+                }
+            });
     });
 }
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <complex>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "core/numeric_kernels.h"
@@ -115,6 +116,7 @@ private:
             block_.unrounded[static_cast<std::size_t>(lane)] = element_.rotateTranslate(
                 element_.coordinate_grid->spatial_index_value(first + std::min(lane, present - 1)));
         }
+        spend(std::int64_t{block_lanes} * block_.size);
         edge_.sample(block_, 0);
         const SingleBowlWave single{static_cast<float>(wave_.wavenumber),
                                     static_cast<float>(wave_.attenuation),

@@ -53,7 +53,8 @@ private:
 
 // Next to the focus the response is a pulse of area d (V_out - V_in) at d/c: the nearest sample
 // holds all of it.
-void write_pulse(const Transducer& element, const Bowl& bowl, double* series) {
+void write_pulse(const Transducer& element, const Bowl& bowl, SampleWindow samples,
+                 double* values) {
     const TimeSamples& times = *element.time_samples;
     const double d = bowl.curvature_radius();
     double depth = 0.0;
@@ -62,27 +63,27 @@ void write_pulse(const Transducer& element, const Bowl& bowl, double* series) {
     }
     const double arrival = d / element.medium->_soundspeed + element.time_delay;
     const double sample = std::floor((arrival - times.time_index_value(0)) / times.deltat() + 0.5);
-    if (times.deltat() != 0.0 && sample >= 0.0 && sample < times.ntimes) {
-        series[static_cast<std::size_t>(sample)] = d * depth / times.deltat();
+    if (times.deltat() != 0.0 && sample >= samples.begin && sample < samples.end) {
+        values[static_cast<int>(sample) - samples.begin] = d * depth / times.deltat();
     }
 }
 
 void write_response(const Transducer& element, const Bowl& bowl, const CartesianCoordinate& p,
-                    double* series) {
+                    SampleWindow samples, double* values) {
     const AxialPoint point = axial(p);
     const BowlPole pole = bowl.pole(point);
     const double d = bowl.curvature_radius();
     const double c = element.medium->_soundspeed;
     if (pole.s < nearest_to_focus * d) {
-        write_pulse(element, bowl, series);
+        write_pulse(element, bowl, samples, values);
         return;
     }
     const double scale = c * d / (pi * pole.s);
     for (const BowlRim& rim : bowl.rims()) {
         const RimArc arc(rim, pole, point, d, c);
-        for (int j = 0; j < element.time_samples->ntimes; ++j) {
+        for (int j = samples.begin; j < samples.end; ++j) {
             const double t = element.time_samples->time_index_value(j) - element.time_delay;
-            series[j] += rim.sign * scale * arc(t);
+            values[j - samples.begin] += rim.sign * scale * arc(t);
         }
     }
 }
@@ -107,9 +108,10 @@ TransducerStatus bowl_impulse_response(Transducer& element, const Bowl& bowl) {
     }
     element.InitializeRotationMatrix();
     return guarded([&] {
-        return add_point_series(element, [&](const CartesianCoordinate& p, double* series) {
-            write_response(element, bowl, p, series);
-        });
+        return add_point_series(
+            element, [&](const CartesianCoordinate& p, SampleWindow samples, double* values) {
+                write_response(element, bowl, p, samples, values);
+            });
     });
 }
 

@@ -13,6 +13,8 @@ elseif least == most
 else
     takes = sprintf('%d to %d', least, most);
 end
-error('kavro:argument', '%s: it takes %s arguments (%s), but it got %d.', ...
-      caller, takes, names, got);
+words = {'argument', 'arguments'};
+word = words{1 + ~(least == 1 && any(most == [1 Inf]))};
+error('kavro:argument', '%s: it takes %s %s (%s), but it got %d.', ...
+      caller, takes, word, names, got);
 end
