@@ -6,6 +6,7 @@
 #include "transducers/methods/point_series.h"
 
 namespace kavro {
+
 // The sign of z is not looked at, as in impulse_begin_and_end_times: behind the face the plateau
 // begins before the element's delay, on purpose; exactly, it begins with |z|. Every amplitude
 // counts.

@@ -59,17 +59,18 @@ TransducerStatus add_jumps(CircularTransducer& disc) {
     const double w = disc.excitation->w;
     const double first = density * first_value(*disc.excitation);
     const double last = density * last_value(*disc.excitation);
-    return add_point_series(disc, [=, &disc](const CartesianCoordinate& p, double* series) {
-        if (p.z < 0.0) {
-            return;
-        }
-        const DiscResponse h(disc.radius, disc.medium->_soundspeed,
-                             std::sqrt(p.x * p.x + p.y * p.y), p.z);
-        for (int j = 0; j < disc.time_samples->ntimes; ++j) {
-            const double t = disc.time_samples->time_index_value(j) - disc.time_delay;
-            series[j] = first * h(t) - last * h(t - w);
-        }
-    });
+    return add_point_series(
+        disc, [=, &disc](const CartesianCoordinate& p, SampleWindow samples, double* values) {
+            if (p.z < 0.0) {
+                return;
+            }
+            const DiscResponse h(disc.radius, disc.medium->_soundspeed,
+                                 std::sqrt(p.x * p.x + p.y * p.y), p.z);
+            for (int j = samples.begin; j < samples.end; ++j) {
+                const double t = disc.time_samples->time_index_value(j) - disc.time_delay;
+                values[j - samples.begin] = first * h(t) - last * h(t - w);
+            }
+        });
 }
 
 // The reference's amplitude grows with the path, on purpose; exactly, it decays.
