@@ -121,30 +121,22 @@ struct TermGroup {
     int count;  // at most kTerms of the sweep; the rest are empty
 };
 
-// A group of terms of the direct wave through its own decomposition, for the lanes from `lane` on.
-template <int kTerms, class Real>
-struct DirectTerms {
+// The direct wave's own windows, for the lanes from `lane` on.
+template <class Real>
+struct DirectWindows {
     using Integer = typename ActiveSumsScratch<Real>::Integer;
 
     int32_t first = 0;  // samples of any lane
     int32_t last = 0;
-    int count = 0;
-    size_t stride = 0;
-    const Real* temporal = nullptr;
     hn::Vec<Integers<Real>> begin, end;
-    hn::Vec<Reals<Real>> P[kTerms];
 
-    DirectTerms() = default;
-    HWY_INLINE DirectTerms(const WaveBlock<Real>& block, int lane, TermGroup group) {
-        if (block.direct_spatial == nullptr) {
-            return;
-        }
-        const Reals<Real> d;
+    DirectWindows() = default;
+    HWY_INLINE DirectWindows(const WaveBlock<Real>& block, int lane) {
         const Integers<Real> di;
         HWY_ALIGN Integer begin_lanes[block_lanes] = {};
         HWY_ALIGN Integer end_lanes[block_lanes] = {};
         first = std::numeric_limits<int32_t>::max();
-        for (size_t l = 0; l < hn::Lanes(d); ++l) {
+        for (size_t l = 0; l < hn::Lanes(di); ++l) {
             begin_lanes[l] = block.direct_begin[static_cast<size_t>(lane) + l];
             end_lanes[l] = block.direct_end[static_cast<size_t>(lane) + l];
             if (begin_lanes[l] < end_lanes[l]) {
@@ -154,31 +146,49 @@ struct DirectTerms {
         }
         begin = hn::Load(di, begin_lanes);
         end = hn::Load(di, end_lanes);
-        count = group.count;
-        stride = static_cast<size_t>(block.direct_terms);
-        temporal = block.direct_temporal + group.first;
-        for (int k = 0; k < count; ++k) {
-            P[k] = hn::Load(d, block.direct_spatial + (group.first + k) * block_lanes + lane);
+    }
+
+    // The lanes whose window contains sample j; zero in the others.
+    HWY_INLINE hn::Vec<Reals<Real>> Cut(hn::Vec<Reals<Real>> value, int32_t j) const {
+        const Reals<Real> d;
+        const Integers<Real> di;
+        const auto now = hn::Set(di, static_cast<Integer>(j));
+        const auto before = hn::VecFromMask(di, hn::Gt(begin, now));
+        const auto inside = hn::AndNot(before, hn::VecFromMask(di, hn::Lt(now, end)));
+        return hn::And(value, hn::BitCast(d, inside));
+    }
+};
+
+// The direct wave through its own decomposition of as many terms, for the lanes from `lane` on.
+template <int kTerms, class Real>
+struct DirectTerms {
+    DirectWindows<Real> windows;
+    const Real* temporal = nullptr;
+    hn::Vec<Reals<Real>> P[kTerms];
+
+    DirectTerms() = default;
+    HWY_INLINE DirectTerms(const WaveBlock<Real>& block, int lane) {
+        if (block.direct_spatial == nullptr) {
+            return;
+        }
+        windows = DirectWindows<Real>(block, lane);
+        temporal = block.direct_temporal;
+        for (int k = 0; k < kTerms; ++k) {
+            P[k] = hn::Load(Reals<Real>(), block.direct_spatial + k * block_lanes + lane);
         }
     }
 
     HWY_INLINE hn::Vec<Reals<Real>> At(int32_t j) const {
         const Reals<Real> d;
-        const Integers<Real> di;
         auto sum = hn::Zero(d);
-        if (j < first || j >= last) {
+        if (j < windows.first || j >= windows.last) {
             return sum;
         }
-        const Real* U = temporal + static_cast<size_t>(j) * stride;
+        const Real* U = temporal + static_cast<size_t>(j) * kTerms;
         for (int k = 0; k < kTerms; ++k) {
-            if (k < count) {
-                sum = hn::Add(sum, hn::Mul(P[k], hn::Set(d, U[k])));
-            }
+            sum = hn::Add(sum, hn::Mul(P[k], hn::Set(d, U[k])));
         }
-        const auto now = hn::Set(di, static_cast<Integer>(j));
-        const auto before = hn::VecFromMask(di, hn::Gt(begin, now));
-        const auto inside = hn::AndNot(before, hn::VecFromMask(di, hn::Lt(now, end)));
-        return hn::And(sum, hn::BitCast(d, inside));
+        return windows.Cut(sum, j);
     }
 };
 
@@ -207,7 +217,7 @@ HWY_INLINE void Sweep(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scr
         Integer* sums = scratch.sums.data() + lane;
         DirectTerms<kTerms, Real> direct;
         if constexpr (!kCollect) {
-            direct = DirectTerms<kTerms, Real>(block, lane, {0, kTerms});
+            direct = DirectTerms<kTerms, Real>(block, lane);
         }
         hn::Vec<Integers<Real>> A[kTerms];
         hn::Vec<Reals<Real>> unscale[kTerms];
@@ -294,6 +304,38 @@ HWY_INLINE void AddEdgeWaves(const WaveBlock<Real>& block, ActiveSumsScratch<Rea
     Sweep<kTerms, kCollect>(block, scratch, ring, group, frontier, past_last);
 }
 
+// Takes the direct wave through a decomposition of any number of terms off what was collected.
+// Four samples at a time, as one sum alone waits for each of its additions.
+template <class Real>
+HWY_INLINE void CollectDirectTerms(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
+                                   int lane) {
+    constexpr int together = 4;
+    const Reals<Real> d;
+    const DirectWindows<Real> windows(block, lane);
+    const auto K = static_cast<size_t>(block.direct_terms);
+    for (int32_t first = windows.first; first < windows.last; first += together) {
+        const Real* U[together];
+        hn::Vec<Reals<Real>> sum[together];
+        for (int s = 0; s < together; ++s) {
+            const int32_t j = std::min(first + s, windows.last - 1);
+            U[s] = block.direct_temporal + static_cast<size_t>(j) * K;
+            sum[s] = hn::Zero(d);
+        }
+        for (size_t k = 0; k < K; ++k) {
+            const auto P = hn::Load(d, block.direct_spatial + k * block_lanes + lane);
+            for (int s = 0; s < together; ++s) {
+                sum[s] = hn::Add(sum[s], hn::Mul(P, hn::Set(d, U[s][k])));
+            }
+        }
+        for (int s = 0; s < together && first + s < windows.last; ++s) {
+            const int32_t j = first + s;
+            Real* partial = scratch.partial.data() +
+                            static_cast<size_t>(j - block.windows->rows.begin) * block_lanes + lane;
+            hn::Store(hn::Sub(hn::Load(d, partial), windows.Cut(sum[s], j)), d, partial);
+        }
+    }
+}
+
 // Terms beyond a group of eight: all groups are collected, then delivered.
 template <class Real>
 HWY_INLINE void AddManyTerms(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
@@ -304,19 +346,17 @@ HWY_INLINE void AddManyTerms(const WaveBlock<Real>& block, ActiveSumsScratch<Rea
     const int32_t rows = block.windows->rows.end - base;
     std::fill_n(scratch.partial.data(), static_cast<size_t>(rows) * block_lanes, Real(0));
     for (int k = 0; k < block.terms; k += group_size) {
-        (*block.spend)(int64_t{group_size} * rows);
-        AddEdgeWaves<group_size, true>(block, scratch, {k, std::min(group_size, block.terms - k)});
+        const int count = std::min(group_size, block.terms - k);
+        (*block.spend)(int64_t{count} * rows);
+        if (count <= 2) {  // sampled waveforms have one term more than pairs
+            AddEdgeWaves<2, true>(block, scratch, {k, count});
+        } else {
+            AddEdgeWaves<group_size, true>(block, scratch, {k, count});
+        }
     }
     for (int lane = 0; lane < block_lanes; lane += step) {
-        for (int k = 0; block.direct_spatial != nullptr && k < block.direct_terms;
-             k += group_size) {
-            const DirectTerms<group_size, Real> direct(
-                block, lane, {k, std::min(group_size, block.direct_terms - k)});
-            for (int32_t j = direct.first; j < direct.last; ++j) {
-                Real* partial =
-                    scratch.partial.data() + static_cast<size_t>(j - base) * block_lanes + lane;
-                hn::Store(hn::Sub(hn::Load(d, partial), direct.At(j)), d, partial);
-            }
+        if (block.direct_spatial != nullptr) {
+            CollectDirectTerms(block, scratch, lane);
         }
         for (int32_t j = 0; j < rows; ++j) {
             const auto row = static_cast<size_t>(j) * block_lanes + static_cast<size_t>(lane);
