@@ -167,31 +167,28 @@ inline constexpr size_t side_by_side = 2;
 template <class Use>
 HWY_INLINE void ForEachHarmonic(const HarmonicSeries& series, const Wide (&t)[side_by_side],
                                 Use use) {
-    constexpr int restart_every = 32;
+    constexpr size_t restart_every = 32;
     const Doubles d;
+    const size_t terms = series.bins.size();
+    const int* bins = series.bins.data();
     Wide step_sine[side_by_side], step_cosine[side_by_side], s[side_by_side], c[side_by_side];
     for (size_t v = 0; v < side_by_side; ++v) {
         SinCos(d, hn::Mul(hn::Set(d, series.step), t[v]), step_sine[v], step_cosine[v]);
     }
-    int rotations = restart_every;
-    for (size_t k = 0; k < series.bins.size(); ++k) {
-        const bool neighbour = k > 0 && series.bins[k] == series.bins[k - 1] + 1;
-        if (neighbour && rotations < restart_every) {
+    for (size_t k = 0; k < terms;) {
+        for (size_t v = 0; v < side_by_side; ++v) {
+            SinCos(d, hn::Mul(hn::Set(d, series.frequencies[k]), t[v]), s[v], c[v]);
+            use(k, v, s[v], c[v]);
+        }
+        const size_t end = terms - k > restart_every ? k + restart_every + 1 : terms;
+        for (++k; k < end && bins[k] == bins[k - 1] + 1; ++k) {
             for (size_t v = 0; v < side_by_side; ++v) {
                 const auto turned =
                     hn::Add(hn::Mul(s[v], step_cosine[v]), hn::Mul(c[v], step_sine[v]));
                 c[v] = hn::Sub(hn::Mul(c[v], step_cosine[v]), hn::Mul(s[v], step_sine[v]));
                 s[v] = turned;
+                use(k, v, s[v], c[v]);
             }
-            ++rotations;
-        } else {
-            for (size_t v = 0; v < side_by_side; ++v) {
-                SinCos(d, hn::Mul(hn::Set(d, series.frequencies[k]), t[v]), s[v], c[v]);
-            }
-            rotations = 0;
-        }
-        for (size_t v = 0; v < side_by_side; ++v) {
-            use(k, v, s[v], c[v]);
         }
     }
 }
@@ -208,26 +205,55 @@ HWY_INLINE void LoadSideBySide(const Real* values, size_t count, size_t m, Wide 
     }
 }
 
-template <class Real>
-HWY_INLINE void HarmonicSpatial(const HarmonicSeries& series, HarmonicFactors kind, const Real* tau,
-                                size_t count, Real* out) {
+// Whole: no vector of a step is partial, so that nothing is asked in the loop over the terms.
+template <HarmonicFactors kKind, bool kWhole, class Real>
+HWY_INLINE void HarmonicSpatialStep(const HarmonicSeries& series, const Wide (&t)[side_by_side],
+                                    const size_t (&left)[side_by_side], size_t count, Real* out) {
     const Doubles d;
     const size_t lanes = hn::Lanes(d);
-    for (size_t m = 0; m < count; m += side_by_side * lanes) {
+    const double* weights = series.weights.data();
+    ForEachHarmonic(series, t, [&](size_t k, size_t v, Wide s, Wide c) HWY_ATTR {
+        Real* factor = out + v * lanes;
+        const size_t part = kWhole ? lanes : left[v];
+        if constexpr (kKind == HarmonicFactors::hartley) {
+            StoreWide(hn::Mul(hn::Set(d, weights[k]), hn::Add(c, s)), factor + k * count, part);
+        } else {
+            if constexpr (kKind != HarmonicFactors::unit_cosine_sine) {
+                c = hn::Mul(hn::Set(d, weights[k]), c);
+                s = hn::Mul(hn::Set(d, weights[k]), s);
+            }
+            StoreWide(c, factor + 2 * k * count, part);
+            StoreWide(s, factor + (2 * k + 1) * count, part);
+        }
+    });
+}
+
+template <HarmonicFactors kKind, class Real>
+HWY_INLINE void HarmonicSpatialOf(const HarmonicSeries& series, const Real* tau, size_t count,
+                                  Real* out) {
+    const size_t step = side_by_side * hn::Lanes(Doubles());
+    for (size_t m = 0; m < count; m += step) {
         Wide t[side_by_side];
         size_t left[side_by_side];
         LoadSideBySide(tau, count, m, t, left);
-        ForEachHarmonic(series, t, [&](size_t k, size_t v, Wide s, Wide c) HWY_ATTR {
-            const auto weight =
-                hn::Set(d, kind == HarmonicFactors::unit_cosine_sine ? 1.0 : series.weights[k]);
-            Real* factor = out + m + v * lanes;
-            if (kind == HarmonicFactors::hartley) {
-                StoreWide(hn::Mul(weight, hn::Add(c, s)), factor + k * count, left[v]);
-                return;
-            }
-            StoreWide(hn::Mul(weight, c), factor + 2 * k * count, left[v]);
-            StoreWide(hn::Mul(weight, s), factor + (2 * k + 1) * count, left[v]);
-        });
+        if (HWY_LIKELY(count - m >= step)) {
+            HarmonicSpatialStep<kKind, true>(series, t, left, count, out + m);
+        } else {
+            HarmonicSpatialStep<kKind, false>(series, t, left, count, out + m);
+        }
+    }
+}
+
+template <class Real>
+HWY_INLINE void HarmonicSpatial(const HarmonicSeries& series, HarmonicFactors kind, const Real* tau,
+                                size_t count, Real* out) {
+    switch (kind) {
+        case HarmonicFactors::hartley:
+            return HarmonicSpatialOf<HarmonicFactors::hartley>(series, tau, count, out);
+        case HarmonicFactors::cosine_sine:
+            return HarmonicSpatialOf<HarmonicFactors::cosine_sine>(series, tau, count, out);
+        case HarmonicFactors::unit_cosine_sine:
+            return HarmonicSpatialOf<HarmonicFactors::unit_cosine_sine>(series, tau, count, out);
     }
 }
 
