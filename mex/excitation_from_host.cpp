@@ -41,7 +41,7 @@ bool is_exact(const HostRecord& row, bool unless_told) {
     if (decomposition == nullptr) {
         return unless_told;
     }
-    const std::optional<std::string> text = text_of(decomposition, 16);
+    const std::optional<std::string> text = text_of(decomposition);
     if (text != "exact" && text != "reference") {
         row.refuse("decomposition", "must be 'exact' or 'reference'");
     }

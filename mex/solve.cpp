@@ -41,7 +41,8 @@ const Operation& operation_from(const mxArray* name) {
         for (const Operation& other : operations()) {
             known.append(known.empty() ? "" : ", ").append(other.name);
         }
-        throw InputError("There is no method '" + shown(*text) + "'. The methods are " + known + ".");
+        throw InputError("There is no method '" + shown(*text) + "'. The methods are " + known +
+                         ".");
     }
     return *operation;
 }
@@ -210,9 +211,12 @@ void Solve::read_excitations(const Operation& operation, const SolveOptions& opt
                              "this method needs a sampled waveform, not a pulse.");
         }
         if (operation.waveform_demand == WaveformDemand::centre_frequency && !(waveform.f0 > 0.0)) {
-            throw InputError(place(operation, i) +
-                             "this method needs a pulse with a centre frequency, not a sampled "
-                             "waveform.");
+            throw InputError(
+                place(operation, i) +
+                (waveform.has_complex_decomposition()
+                     ? "this method needs a pulse with a centre frequency, not a sampled waveform."
+                     : "this method needs a pulse of positive 'f0', not " +
+                           kzk_number(waveform.f0) + "."));
         }
     }
 }

@@ -5,8 +5,10 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/input_error.h"
@@ -34,8 +36,7 @@ constexpr Rule grid_rules[] = {{"coordinates", Demand::finite}, {"xmin", Demand:
                                {"ymax", Demand::finite},        {"zmin", Demand::finite},
                                {"zmax", Demand::finite},        {"delta", Demand::not_negative}};
 
-// A soundspeed of 0 stands for the default.
-constexpr Rule medium_rules[] = {{"soundspeed", Demand::not_negative},
+constexpr Rule medium_rules[] = {{"soundspeed", Demand::positive},
                                  {"density", Demand::not_negative},
                                  {"attenuationdBcmMHz", Demand::not_negative},
                                  {"bloodperfusion", Demand::finite},
@@ -96,8 +97,21 @@ struct Entry {
     std::size_t index = 0;
 };
 
+[[noreturn]] void refuse(const Entry& entry, const char* field, const std::string& expected,
+                         const std::string& held) {
+    std::string place;
+    if (entry.word != nullptr) {
+        place = std::string(" (") + entry.word + " " + std::to_string(entry.index + 1) + ")";
+    }
+    throw InputError(std::string(entry.title) + " field '" + field + "' " + expected +
+                     ", but holds " + held + place + ".");
+}
+
 void check(const Entry& entry, Rule rule) {
     const mxArray* value = field_of(entry.structure, entry.index, rule.field);
+    if (holds_numbers(value) && mxIsComplex(value)) {
+        refuse(entry, rule.field, "must hold real numbers", "complex ones");
+    }
     if (!holds_real_numbers(value)) {
         return;
     }
@@ -110,13 +124,42 @@ void check(const Entry& entry, Rule rule) {
     const auto wrong = std::find_if(numbers.begin(), numbers.end(),
                                     [&](double number) { return !meets(number, rule.demand); });
     if (wrong != numbers.end()) {
-        std::string place;
-        if (entry.word != nullptr) {
-            place = std::string(" (") + entry.word + " " + std::to_string(entry.index + 1) + ")";
-        }
-        throw InputError(std::string(entry.title) + " field '" + rule.field + "' " +
-                         expected(rule.demand) + ", but holds " + shown(*wrong) + place + ".");
+        refuse(entry, rule.field, expected(rule.demand), shown(*wrong));
     }
+}
+
+// Sizes that no face has: the first field must be at least the second.
+struct Order {
+    const char* larger;
+    const char* smaller;
+};
+
+constexpr Order orders[] = {{"outer_radius", "inner_radius"},
+                            {"rad_curvature", "radius"},
+                            {"geometric_focus", "outer_radius"}};
+
+void check_order(const Entry& entry, std::span<const char* const> sizes) {
+    const auto number = [&](const char* field) -> std::optional<double> {
+        const bool has = std::any_of(sizes.begin(), sizes.end(), [&](const char* size) {
+            return std::string_view(size) == field;
+        });
+        return has ? first_number(field_of(entry.structure, entry.index, field)) : std::nullopt;
+    };
+    for (const Order& order : orders) {
+        const std::optional<double> larger = number(order.larger);
+        const std::optional<double> smaller = number(order.smaller);
+        if (larger && smaller && *larger < *smaller) {
+            refuse(entry, order.larger,
+                   std::string("must be at least '") + order.smaller + "', " + shown(*smaller),
+                   shown(*larger));
+        }
+    }
+}
+
+// A radius of curvature has a reciprocal.
+Demand demand_of(std::string_view size) {
+    return size == "rad_curvature" || size == "geometric_focus" ? Demand::positive
+                                                                : Demand::not_negative;
 }
 
 void check_all(const Entry& entry, std::span<const Rule> rules) {
@@ -132,9 +175,12 @@ void check_all(const Entry& entry, std::span<const Rule> rules) {
 void check_elements(const mxArray* array) {
     for (std::size_t i = 0; i < mxGetNumberOfElements(array); ++i) {
         const Entry entry{array, "Transducer", "element", i};
-        for (const char* size : shape_of(*text_of(field_of(array, i, "shape")))->sizes) {
-            check(entry, {size, Demand::not_negative});
+        const std::span<const char* const> sizes =
+            shape_of(*text_of(field_of(array, i, "shape")))->sizes;
+        for (const char* size : sizes) {
+            check(entry, {size, demand_of(size)});
         }
+        check_order(entry, sizes);
         check_all(entry, element_rules);
     }
 }

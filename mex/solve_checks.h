@@ -7,7 +7,7 @@
 namespace kavro {
 
 // Each throws InputError with the field, what it must be and what it holds. Fields that are missing
-// or hold no real numbers are the reader's to refuse, and so is a value that is no structure.
+// or hold no numbers are the reader's to refuse, and so is a value that is no structure.
 void check_elements(const mxArray* array);  // of known shapes
 void check_grid(const mxArray* structure);
 void check_medium(const mxArray* structure);

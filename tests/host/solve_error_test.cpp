@@ -185,6 +185,7 @@ TEST(SolveErrors, of_waveforms_and_element_fields) {
 TEST(SolveErrors, of_senseless_numbers) {
     const std::string finite = "must be finite";
     const std::string not_negative = "must be finite and at least 0";
+    const std::string positive = "must be finite and positive";
     SolveArguments arguments("fnm_tsd");
     arguments.scene.elements = discs(2);
     const auto expect = [&](const std::string& title, const std::string& field,
@@ -202,9 +203,17 @@ TEST(SolveErrors, of_senseless_numbers) {
             set(structure, field, scalar(number), i);
             expect(title, field, expected, text, place);
         }
-        if (expected == not_negative) {
+        if (expected != finite) {
             set(structure, field, scalar(-1), i);
             expect(title, field, expected, "-1", place);
+        }
+        if (expected == positive) {
+            set(structure, field, scalar(0), i);
+            expect(title, field, expected, "0", place);
+        }
+        if (place.empty()) {  // elements and waveforms have no other reader than this module's
+            set(structure, field, complex_scalar(1), i);
+            expect(title, field, "must hold real numbers", "complex ones", place);
         }
         set(structure, field, right, i);
     };
@@ -225,7 +234,8 @@ TEST(SolveErrors, of_senseless_numbers) {
         expect("Transducer", field, finite, "NaN", " (element 2)");
         set(elements, field, row({0, 0, 0}), 1);
     }
-    for (const char* field : {"soundspeed", "density", "attenuationdBcmMHz"}) {
+    refuses(arguments.scene.medium, "Medium", "soundspeed", positive, "");
+    for (const char* field : {"density", "attenuationdBcmMHz"}) {
         refuses(arguments.scene.medium, "Medium", field, not_negative, "");
     }
     refuses(arguments.scene.medium, "Medium", "nonlinearityparameter", finite, "");
@@ -244,10 +254,36 @@ TEST(SolveErrors, of_senseless_numbers) {
     expect("Excitation", "signal", finite, "Inf", " (row 1)");
     set(signal, "signal", row({0, 1, 2, 1}));
     set(signal, "ts", scalar(0));
-    expect("Excitation", "ts", "must be finite and positive", "0", " (row 1)");
+    expect("Excitation", "ts", positive, "0", " (row 1)");
     set(signal, "ts", scalar(1e-7));
     arguments.scene.grid = list_of_points({0, 0}, {0, nan}, {1, 1});
     expect("Coordinate grid", "coordinates", finite, "NaN", "");
+}
+
+TEST(SolveErrors, of_sizes_that_no_face_has) {
+    SolveArguments arguments("fnm_transient");
+    const Value& elements = arguments.scene.elements;
+    const auto expect = [&](const std::string& message) {
+        expect_solve_error(arguments, "Transducer field " + message + " (element 1).");
+    };
+    set(elements, "shape", text("shel"));
+    set(elements, "radius", scalar(5e-3));
+    set(elements, "rad_curvature", scalar(0));
+    expect("'rad_curvature' must be finite and positive, but holds 0");
+    set(elements, "rad_curvature", scalar(4e-3));
+    expect("'rad_curvature' must be at least 'radius', 0.005, but holds 0.004");
+    set(elements, "rad_curvature", scalar(5e-3));
+    EXPECT_EQ(solve(arguments).error, std::nullopt);
+    for (const char* shape : {"ring", "sph ring"}) {
+        set(elements, "shape", text(shape));
+        set(elements, "geometric_focus", scalar(20e-3));
+        set(elements, "inner_radius", scalar(6e-3));
+        set(elements, "outer_radius", scalar(5e-3));
+        expect("'outer_radius' must be at least 'inner_radius', 0.006, but holds 0.005");
+    }
+    set(elements, "inner_radius", scalar(0));
+    set(elements, "geometric_focus", scalar(4e-3));
+    expect("'geometric_focus' must be at least 'outer_radius', 0.005, but holds 0.004");
 }
 
 // A name with a NUL in it is another name.
@@ -349,10 +385,13 @@ TEST(SolveErrors, of_marches_that_cannot_run) {
          "2.14748e+09."},
         {"kzk_cw", "kzk", "growth", 1e-12,
          "field 'growth' of the option 'kzk' must be more than 6e-8, not 1e-12."},
-        {nullptr, "medium", "soundspeed", 0.0,
-         "medium's field 'soundspeed' must be positive, not 0."},
+        {"kzk_transient", "medium", "attenuationdBcmMHz", 1e30,
+         "medium's field 'attenuationdBcmMHz' must be small enough for this step, not 1e+30."},
+        {nullptr, "elements", "radius", 0.0,
+         "Rayleigh distance or the radius of curvature must be a positive scale length, not 0."},
         {nullptr, "elements", "amplitude", 1e300,
-         "field 'amplitude' must be of a size that a wave has, not 1e+300."}};
+         "field 'amplitude' must be small enough for this medium and these lengths, not "
+         "1e+300."}};
     for (const std::string method : {"kzk_transient", "kzk_cw"}) {
         for (const int kind : {0, 1, 2, 3}) {
             const bool shell = kind % 2 == 1;

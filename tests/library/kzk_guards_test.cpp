@@ -255,7 +255,46 @@ TEST(KzkGuards, FirstPointIsTheAxisUnlessExact) {
     }
 }
 
-// y does not matter, and only nx times nz points are written.
+// A march's field is symmetric about the axis: an exact element's points may lie anywhere, the
+// reference takes them all to be in the plane y = 0.
+TEST(KzkGuards, DistanceFromTheAxisCountsYWhereExact) {
+    KzkBeam beam = small_beam();
+    beam.nx = 1;
+    beam.xmin = beam.xmax = 3e-3;
+    for (const bool exact : {false, true}) {
+        beam.exact = exact;
+        KzkStage along_x(beam);
+        KzkStage diagonal(beam);
+        diagonal.grid.xmin = diagonal.grid.xmax = exact ? 0.0 : 3e-3;
+        diagonal.grid.ymin = diagonal.grid.ymax = 3e-3;
+        const Recorder quiet;
+        for (KzkStage* stage : {&along_x, &diagonal}) {
+            ASSERT_EQ(stage->transient(), kavro::status_success);
+            ASSERT_EQ(stage->harmonics(), kavro::status_success);
+        }
+        EXPECT_EQ(along_x.series(0, 5), diagonal.series(0, 5));
+        EXPECT_EQ(along_x.magnitude(0, 5, 2), diagonal.magnitude(0, 5, 2));
+        EXPECT_GT(along_x.magnitude(0, 5, 2), 0.0);
+    }
+}
+
+// A field without a slope has no shock ahead, whatever the sign of the amplitude.
+TEST(KzkGuards, SilenceHasNoShock) {
+    KzkBeam beam = small_beam();
+    beam.amplitude = -1e-3;
+    beam.duration = 0.0;
+    for (const bool exact : {false, true}) {
+        beam.exact = exact;
+        KzkStage stage(beam);
+        const Recorder recorder;
+        ASSERT_EQ(stage.transient(), kavro::status_success);
+        EXPECT_EQ(recorder.printed.find("dSigma"), std::string::npos);
+        EXPECT_TRUE(std::ranges::all_of(recorder.progress,
+                                        [](double done) { return done >= 0.0 && done <= 1.0; }));
+    }
+}
+
+// Only nx times nz points are written, whatever ny is.
 TEST(KzkGuards, OnlyThePlaneIsWritten) {
     KzkStage flat(small_beam());
     KzkStage deep(small_beam());

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <complex>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <numbers>
 #include <utility>
@@ -114,6 +115,41 @@ TEST(SpecialPlaces, FacesWithoutASizeAreSilentOnTheirAxis) {
             EXPECT_LT(difference(solve(scene, rectangle, operation, pulse()), silence), 1e-9);
         }
         EXPECT_EQ(difference(solve(scene, disc, &Transducer::fnm_tsd_sse, pulse()), silence), 0.0);
+
+        kavro::RectangularTransducer line(0.0, 1e-3);
+        kavro::RingTransducer ring(0.0, 0.0);
+        kavro::SphericalTransducer shell(0.0, 1e-2);
+        kavro::SphericalRingTransducer shell_ring(0.0, 0.0, 1e-2);
+        for (Transducer* element :
+             std::vector<Transducer*>{&disc, &rectangle, &line, &ring, &shell, &shell_ring}) {
+            element->set_exact(exact);
+            EXPECT_EQ(
+                difference(solve(scene, *element, &Transducer::rayleigh_cw, pulse()), silence),
+                0.0);
+        }
+        for (const Operation operation :
+             {&Transducer::rayleigh_cw_apodized, &Transducer::rayleigh_cw_sse,
+              &Transducer::rayleigh_transient}) {
+            EXPECT_EQ(difference(solve(scene, disc, operation, pulse()), silence), 0.0);
+        }
+        EXPECT_EQ(difference(solve(scene, shell, &Transducer::rayleigh_cw_sse, pulse()), silence),
+                  0.0);
+    }
+}
+
+// A waveform that lasts no time has no jumps, and one without an end none at its end.
+TEST(SpecialPlaces, WaveformsWithoutDurationOrEndInRayleighTransients) {
+    const Scene scene = scene_with({{1e-3, 0, 5e-3}});
+    kavro::CircularTransducer disc(5e-3);
+    disc.set_exact(true);
+    const auto instant = std::make_shared<kavro::ExcitationFunction>(
+        std::vector<double>{1, 1, 1, 1}, 1e-7, 0.0, 0.0);
+    instant->set_exact(true);
+    EXPECT_EQ(peak_of(solve(scene, disc, &Transducer::rayleigh_transient, instant).transient), 0.0);
+    const auto endless =
+        std::make_shared<kavro::ToneBurst>(1e6, std::numeric_limits<double>::infinity(), 0.0);
+    for (const double p : solve(scene, disc, &Transducer::rayleigh_transient, endless).transient) {
+        EXPECT_TRUE(std::isfinite(p));
     }
 }
 
@@ -155,10 +191,25 @@ TEST(SpecialPlaces, ASurfaceSampleMayCoincideWithAPoint) {
     scene.ndiv = 200;
     const std::complex<double> expected =
         solve(scene, rectangle, &Transducer::fnm_cw, pulse()).wave[0];
-    scene.ndiv = 65;
-    for (const Operation operation : {&Transducer::rayleigh_cw, &Transducer::rayleigh_cw_sse}) {
-        const std::complex<double> p = solve(scene, rectangle, operation, pulse()).wave[0];
-        EXPECT_LT(std::abs(p - expected), 0.03 * std::abs(expected));
+    for (const bool exact : {false, true}) {
+        rectangle.set_exact(exact);
+        // Off the origin rounding keeps the point a little off the sample.
+        for (const double x : {0.0, 0.3e-3, 0.9e-3, 1.5e-3}) {
+            rectangle.set_center(x, 0, 0);
+            std::vector<Triple> points = {{x == 0.0 ? 0.0 : 1e-4 * std::round(x * 1e4), 0, 0}};
+            if (exact) {
+                points.insert(points.end(), {{x + 1e-9, 0, 0}, {x + 1e-6, 0, 0}});
+            }
+            Scene near = scene_with(points);
+            near.ndiv = 65;
+            for (const Operation operation :
+                 {&Transducer::rayleigh_cw, &Transducer::rayleigh_cw_sse}) {
+                for (const std::complex<double> p :
+                     solve(near, rectangle, operation, pulse()).wave) {
+                    EXPECT_LT(std::abs(p - expected), 0.03 * std::abs(expected));
+                }
+            }
+        }
     }
 }
 

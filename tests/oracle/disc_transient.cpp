@@ -143,14 +143,16 @@ void rayleigh_transient(const Scene& scene, Field& field, WindowLog* log) {
                 }
             }
         }
-        for (std::size_t j = 0; disc.exact && j < scene.times.size(); ++j) {
+        const double w = disc.waveform->width();
+        for (std::size_t j = 0; disc.exact && w > 0.0 && j < scene.times.size(); ++j) {
             // The jumps at the waveform's ends, which its derivative leaves out.
-            const double w = disc.waveform->width();
             const double t = scene.times[j] - disc.time_delay;
             const double first = disc.waveform->at(std::nextafter(0.0, 1.0)) *
                                  response_at(t, s, local.z, disc.radius, scene.speed);
-            const double last = disc.waveform->at(std::nextafter(w, 0.0)) *
-                                response_at(t - w, s, local.z, disc.radius, scene.speed);
+            const double last = std::isinf(w)
+                                    ? 0.0
+                                    : disc.waveform->at(std::nextafter(w, 0.0)) *
+                                          response_at(t - w, s, local.z, disc.radius, scene.speed);
             accumulator[j] += scene.density * (first - last);
             windows.terms[j] += scene.density * (std::fabs(first) + std::fabs(last));
         }

@@ -70,9 +70,11 @@ Complex sinc(Complex s) {
     return Complex(std::sin(a) * std::cosh(b), std::cos(a) * std::sinh(b)) / s;
 }
 
-// An area over its distance R; for a point on it the integral of 1/R over a disc as large.
-double over_distance(double area, double R) {
-    return R == 0.0 ? 2.0 * std::sqrt(std::numbers::pi * area) : area / R;
+// An area over its distance R; for a point on it the integral of 1/R over a disc as large, which
+// the exact sibling never exceeds.
+double over_distance(double area, double R, bool exact) {
+    const double mean = 2.0 * std::sqrt(std::numbers::pi * area);
+    return R == 0.0 || (exact && mean < area / R) ? mean : area / R;
 }
 
 }  // namespace
@@ -100,8 +102,9 @@ void add_rayleigh_cw(const RectangleScene& scene, ComplexField& field) {
             for (std::size_t l = 0; l < n; ++l) {
                 const double dx = at.x - rule.x[i] * hw, dy = at.y - rule.x[l] * hh;
                 const double R = std::sqrt(dy * dy + dx * dx + at.z * at.z);
-                const Complex term = over_distance(rule.w[i] * hw * (rule.w[l] * hh), R) *
-                                     std::exp(-wave.alpha * R) * std::exp(-j * wave.k * R);
+                const Complex term =
+                    over_distance(rule.w[i] * hw * (rule.w[l] * hh), R, scene.exact) *
+                    std::exp(-wave.alpha * R) * std::exp(-j * wave.k * R);
                 sum += term;
                 terms += std::abs(term);
             }
@@ -132,9 +135,8 @@ void add_rayleigh_cw_sse(const RectangleScene& scene, ComplexField& field) {
                 const float dy = y - static_cast<float>(rule.x[l] * hh);
                 const float R = std::sqrt(dy * dy + dx * dx + z * z);
                 const auto W = static_cast<float>(rule.w[i] * hw * (rule.w[l] * hh));
-                const float over_R =
-                    R == 0.0f ? static_cast<float>(over_distance(static_cast<double>(W), 0.0))
-                              : W / R;
+                const auto over_R = static_cast<float>(
+                    over_distance(static_cast<double>(W), static_cast<double>(R), scene.exact));
                 float E_re = 0, E_im = 0;
                 complex_exp_lane(-alpha * R, -k * R, &E_re, &E_im);
                 re[l % 4] += over_R * E_re;

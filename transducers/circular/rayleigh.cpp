@@ -46,11 +46,11 @@ double first_value(const ExcitationFunction& v) {
 }
 
 double last_value(const ExcitationFunction& v) {
-    return v.at(std::nextafter(v.w, 0.0));
+    return std::isfinite(v.w) ? v.at(std::nextafter(v.w, 0.0)) : 0.0;
 }
 
 bool has_jumps(const ExcitationFunction& v) {
-    return first_value(v) != 0.0 || last_value(v) != 0.0;
+    return v.w > 0.0 && (first_value(v) != 0.0 || last_value(v) != 0.0);
 }
 
 // rho A [v(0) h(t - delay) - v(w) h(t - delay - w)] with the impulse response h.

@@ -93,7 +93,8 @@ std::optional<KzkFault> kzk_scale_fault(const Transducer& element, double freque
     }
     if (!std::isfinite(nonlinearity)) {
         return std::isfinite(medium._beta)
-                   ? KzkFault{KzkInput::amplitude, "of a size that a wave has", element.amplitude}
+                   ? KzkFault{KzkInput::amplitude, "small enough for this medium and these lengths",
+                              element.amplitude}
                    : KzkFault{KzkInput::nonlinearity, "a finite number", medium._beta};
     }
     return std::nullopt;

@@ -269,7 +269,8 @@ std::optional<KzkFault> fault_of(const Transducer& element, const KzkHarmonicSha
     }
     const bool scaled = shape.range_of(1.0f) > 0.0f && is_range(shape.range_of(1.0f)) &&
                         shape.gain > 0.0 && std::isfinite(shape.gain);
-    const auto scale_length = static_cast<double>(1.0f / shape.range_of(1.0f));
+    const auto scale_length =
+        shape.gain > 0.0 ? static_cast<double>(1.0f / shape.range_of(1.0f)) : shape.gain;
     if (auto fault = kzk_scale_fault(element, element.medium->_f0, scale_length, scaled,
                                      shape.absorption, shape.nonlinearity)) {
         return fault;

@@ -12,7 +12,8 @@ KzkPlanes::KzkPlanes(const CoordinateGrid& grid, double radius, bool exact) {
             z.push_back(static_cast<float>(grid.zmin + k * grid.deltaz));
         }
         for (int m = 0; m < grid.nx; ++m) {
-            r.push_back(static_cast<float>(std::abs(grid.xmin + m * grid.deltax) / radius));
+            r.push_back(
+                static_cast<float>(std::hypot(grid.xmin + m * grid.deltax, grid.ymin) / radius));
         }
         return;
     }

@@ -7,14 +7,14 @@
 
 namespace kavro {
 
-// Single precision, as the marches place their planes. y is not used.
+// Single precision, as the marches place their planes.
 struct KzkPlanes {
     std::vector<float> z;  // range of each plane, m
     std::vector<float> r;  // distance of each of a plane's points from the axis, in source radii
 
     // Planes and points are those of the grid's axes if `exact`. Otherwise they are spread evenly
-    // from limit to limit, whatever the spacing is, and the first point of each plane is taken to
-    // be on the axis, wherever xmin is: deliberate.
+    // from limit to limit, whatever the spacing is, y does not count, and the first point of each
+    // plane is taken to be on the axis, wherever xmin is: deliberate.
     KzkPlanes(const CoordinateGrid& grid, double radius, bool exact);
 
     int nx() const { return static_cast<int>(r.size()); }

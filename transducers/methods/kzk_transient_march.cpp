@@ -69,8 +69,13 @@ public:
         };
         for (std::int64_t s = 1; goes_on(s); ++s) {
             const bool shortened = to_shock / 2.0f < scheme_.step;
-            const float step = shortened ? to_shock / 2.0f : scheme_.step;
+            float step = shortened ? to_shock / 2.0f : scheme_.step;
             total += shortened ? 1 : 0;
+            const float target = next_range(plane, range);
+            const bool arrives = element_.exact() && target - range <= step;
+            if (arrives) {
+                step = target - range;
+            }
             // Nor does a step march that is lost in the rounding of the range.
             if (shock || !(range + step > range)) {
                 tell_of_shock();
@@ -80,7 +85,7 @@ public:
             if (scheme_.diffraction) {
                 diffract(step);
             }
-            range += step;
+            range = arrives ? target : range + step;
             KzkPoll poll;
             const KzkDistortion::Result distorted = advance_columns(step, poll);
             if (poll.interrupted()) {
@@ -88,9 +93,12 @@ public:
             }
             shock = distorted.shock;
             if (shape_.nonlinearity != 0.0f) {
-                to_shock = 1.0f / (distorted.steepest * shape_.nonlinearity);
+                // Without a slope there is no shock ahead, whatever the sign.
+                to_shock = distorted.steepest != 0.0f
+                               ? 1.0f / (distorted.steepest * shape_.nonlinearity)
+                               : std::numeric_limits<float>::infinity();
             }
-            for (bool more = true; more && plane < planes_.z.size() && range > range_of(plane);) {
+            for (bool more = true; more && plane < planes_.z.size() && is_past(plane, range);) {
                 record(plane);
                 ++plane;
                 s = range >= shape_.last_range ? total : s;
@@ -123,6 +131,20 @@ private:
 
     float range_of(std::size_t plane) const {
         return planes_.z[plane] / shape_.rayleigh * shape_.gain;
+    }
+
+    // A plane is recorded after the first step that ends beyond it, up to a step late: deliberate.
+    // An exact march ends a step on each plane.
+    bool is_past(std::size_t plane, float range) const {
+        return element_.exact() ? range >= range_of(plane) : range > range_of(plane);
+    }
+
+    // The range of the next plane ahead.
+    float next_range(std::size_t plane, float range) const {
+        while (plane < planes_.z.size() && !(range_of(plane) > range)) {
+            ++plane;
+        }
+        return plane < planes_.z.size() ? range_of(plane) : std::numeric_limits<float>::infinity();
     }
 
     int face_columns() const {

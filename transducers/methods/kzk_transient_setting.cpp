@@ -9,6 +9,7 @@ namespace kavro {
 namespace {
 
 constexpr float most_steps = 16777216.0f;  // beyond, a step is lost in the rounding of the range
+constexpr float most_absorption = 1e18f;   // beyond, the square of a matrix entry is no float
 
 // Reference elements: what the time axis leaves. Exact ones: from before the first wave to the end
 // of the last wave at any plane, or of the time axis, whichever comes first.
@@ -66,10 +67,12 @@ std::optional<KzkFault> KzkTransientSetting::fault(const Transducer& element) co
     if (auto fault = kzk_radial_fault(scheme.extent, scheme.points_per_radius)) {
         return fault;
     }
-    if (auto fault = kzk_scale_fault(element, element.excitation->f0,
-                                     static_cast<double>(shape.rayleigh / shape.gain), scaled,
-                                     static_cast<double>(shape.absorption),
-                                     static_cast<double>(shape.nonlinearity))) {
+    if (auto fault = kzk_scale_fault(
+            element, element.excitation->f0,
+            static_cast<double>(is_positive(shape.rayleigh) ? shape.rayleigh / shape.gain
+                                                            : shape.rayleigh),
+            scaled, static_cast<double>(shape.absorption),
+            static_cast<double>(shape.nonlinearity))) {
         return fault;
     }
     const float first = std::abs(planes.z.front() / shape.rayleigh * shape.gain);
@@ -88,6 +91,10 @@ std::optional<KzkFault> KzkTransientSetting::fault(const Transducer& element) co
                         element.exact() ? "has a step that is longer"
                                         : "lasts until the wave has come to the farthest plane",
                         element.time_samples->tmax()};
+    }
+    if (!(scheme.step * shape.absorption / (axis.step * axis.step) < most_absorption)) {
+        return KzkFault{KzkInput::attenuation, "small enough for this step",
+                        element.medium->_dBcmMHz};
     }
     return std::nullopt;
 }

@@ -30,6 +30,7 @@ template <class Real>
 struct RowSum {
     Lanes<Real> x, y, z;
     Real wavenumber, attenuation;
+    Real averaged_within;
     int samples;  // that are summed
     Lanes<Real> re, im;
 };
@@ -51,18 +52,19 @@ HWY_INLINE V Distance(D d, const SurfaceRow<Real>& row, size_t j, V x, V y, V z)
     return hn::Sqrt(hn::Add(hn::Add(hn::Mul(dx, dx), hn::Mul(dy, dy)), hn::Mul(dz, dz)));
 }
 
-// The weight of sample j over R. For a point on the sample it is 1/R averaged over a disc of the
-// sample's area S, 2 sqrt(pi S) / S.
+// The weight of sample j over R, or its mean close to the sample.
 template <class D, class Real, class V = hn::Vec<D>>
-HWY_INLINE V WeightOverDistance(D d, const SurfaceRow<Real>& row, size_t j, V R) {
+HWY_INLINE V WeightOverDistance(D d, const SurfaceRow<Real>& row, const RowSum<Real>& sum, size_t j,
+                                V R) {
     const auto weight = row.weight[j];
+    const auto area = weight * static_cast<Real>(row.row_weight);
     const auto quotient = hn::Div(hn::Set(d, weight), R);
-    const auto on_it = hn::Eq(R, hn::Zero(d));
-    if (HWY_LIKELY(hn::AllFalse(d, on_it))) {
+    const auto near = hn::Le(hn::Mul(R, R), hn::Set(d, std::abs(area) * sum.averaged_within));
+    if (HWY_LIKELY(hn::AllFalse(d, near))) {
         return quotient;
     }
-    const double mean = 2.0 * std::sqrt(pi * static_cast<double>(weight) / row.row_weight);
-    return hn::IfThenElse(on_it, hn::Set(d, static_cast<Real>(mean)), quotient);
+    const double mean = row.row_weight != 0.0 ? mean_share(area) / row.row_weight : 0.0;
+    return hn::IfThenElse(near, hn::Set(d, static_cast<Real>(mean)), quotient);
 }
 
 void SumRowDouble(const SurfaceRow<double>& row, RowSum<double>& sum) {
@@ -81,7 +83,7 @@ void SumRowDouble(const SurfaceRow<double>& row, RowSum<double>& sum) {
             V s;
             V c;
             SinCos(d, hn::Mul(minus_k, R), s, c);
-            auto magnitude = WeightOverDistance(d, row, j, R);
+            auto magnitude = WeightOverDistance(d, row, sum, j, R);
             if (sum.attenuation != 0.0) {
                 magnitude = hn::Mul(magnitude, Exp(d, hn::Mul(minus_alpha, R)));
             }
@@ -108,7 +110,7 @@ void SumRowSingle(const SurfaceRow<float>& row, RowSum<float>& sum) {
             V wave_re;
             V wave_im;
             ComplexExpSingle(d, hn::Mul(minus_alpha, R), hn::Mul(minus_k, R), wave_re, wave_im);
-            const auto magnitude = WeightOverDistance(d, row, j, R);
+            const auto magnitude = WeightOverDistance(d, row, sum, j, R);
             re = hn::Add(re, hn::Mul(magnitude, wave_re));
             im = hn::Add(im, hn::Mul(magnitude, wave_im));
         };
@@ -139,6 +141,7 @@ public:
           row_(surface.samples_per_row()) {
         sum_.wavenumber = static_cast<Real>(wave.wavenumber);
         sum_.attenuation = static_cast<Real>(wave.attenuation);
+        sum_.averaged_within = static_cast<Real>(averaged_within(element));
         const bool in_fours = std::is_same_v<Real, float> && !element.exact();
         const int samples = surface.samples_per_row();
         sum_.samples = in_fours ? samples / 4 * 4 : samples;

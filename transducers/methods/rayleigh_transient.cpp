@@ -52,7 +52,9 @@ private:
             const double dy = p.y - row_.y[s];
             const double dz = p.z - row_.z[s];
             const double R = std::sqrt(dx * dx + dy * dy + dz * dz);
-            add_wave(lane, R / c, row_.row_weight * row_.weight[s] / R);
+            const double area = row_.row_weight * row_.weight[s];
+            const bool near = R * R <= std::abs(area) * averaged_within(element_);
+            add_wave(lane, R / c, near ? mean_share(area) : area / R);
         }
     }
 
@@ -89,9 +91,8 @@ private:
 
 TransducerStatus solve_rayleigh_transient(Transducer& element, const SurfaceRows<double>& surface,
                                           double prefactor) {
-    return work_in_tiles(element.coordinate_grid->npoints, block_lanes, [&] {
-        return std::make_unique<Worker>(element, surface, prefactor);
-    });
+    return work_in_tiles(element.coordinate_grid->npoints, block_lanes,
+                         [&] { return std::make_unique<Worker>(element, surface, prefactor); });
 }
 
 }  // namespace kavro

@@ -1,11 +1,13 @@
 // Rayleigh integrals: sums over samples of an aperture's surface.
 #pragma once
 
+#include <cmath>
 #include <complex>
 #include <cstddef>
 
 #include "core/aligned_vector.h"
 #include "core/cartesian_coordinate.h"
+#include "core/constants.h"
 #include "transducers/methods/wave_parameters.h"
 #include "transducers/transducer.h"
 
@@ -21,6 +23,17 @@ struct SurfaceRow {
     explicit SurfaceRow(int samples)
         : x(static_cast<std::size_t>(samples)), y(x.size()), z(x.size()), weight(x.size()) {}
 };
+
+// Near a sample its share, area/R, would grow without bound. There it is the mean over a disc of
+// the sample's area S around it, 2 sqrt(pi S), wherever the mean is smaller: where R^2 <= S/(4 pi).
+// Reference elements take it for points that only rounding keeps off the sample.
+inline double averaged_within(const Transducer& element) {
+    return (element.exact() ? 1.0 : 1e-10) / (4.0 * pi);
+}
+
+inline double mean_share(double area) {
+    return std::copysign(2.0 * std::sqrt(pi * std::abs(area)), area);
+}
 
 // A shape supplies its surface row by row; read by several threads at once.
 template <class Real>
@@ -52,8 +65,7 @@ TransducerStatus solve_rayleigh_transient(Transducer& element, const SurfaceRows
                                           double prefactor);
 
 extern template TransducerStatus solve_rayleigh<float>(Transducer&, const SurfaceRows<float>&,
-                                                       const WaveParameters&,
-                                                       std::complex<double>);
+                                                       const WaveParameters&, std::complex<double>);
 extern template TransducerStatus solve_rayleigh<double>(Transducer&, const SurfaceRows<double>&,
                                                         const WaveParameters&,
                                                         std::complex<double>);
