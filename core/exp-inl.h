@@ -17,8 +17,8 @@ namespace kavro {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-// scale = 2^n and residue = e^r - 1 with x = n ln 2 + r, |r| <= ln 2 / 2: e^x = scale (1 + residue).
-// Arguments below -708 count as -708.
+// scale = 2^n and residue = e^r - 1 with x = n ln 2 + r, |r| <= ln 2 / 2: e^x = scale (1 +
+// residue). Arguments below -708 count as -708.
 //
 // Reduction in two steps (Cody and Waite) and the Taylor series of e^r - 1. No fused operations, so
 // that every target gives the same bits.

@@ -75,8 +75,8 @@ HWY_INLINE void SinCosSingle(D d, V x, V& s, V& c) {
     const auto flip = hn::BitCast(d, hn::ShiftLeft<29>(hn::And(j, hn::Set(di, 4))));
     const auto sign = hn::Xor(hn::And(x, hn::SignBit(d)), flip);
     s = hn::Xor(hn::IfThenElse(keep, sine, cosine), sign);
-    const auto cosine_flip = hn::BitCast(
-        d, hn::ShiftLeft<29>(hn::AndNot(hn::Sub(j, hn::Set(di, 2)), hn::Set(di, 4))));
+    const auto cosine_flip =
+        hn::BitCast(d, hn::ShiftLeft<29>(hn::AndNot(hn::Sub(j, hn::Set(di, 2)), hn::Set(di, 4))));
     c = hn::Xor(hn::IfThenElse(keep, cosine, sine), cosine_flip);
 }
 

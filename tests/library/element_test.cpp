@@ -220,25 +220,20 @@ void expect_offers(Transducer& element, const std::set<std::string>& offered) {
 TEST(Shapes, AnswerTheMethodsThatTheyOffer) {
     const Recorder console;
     CircularTransducer disc(3e-3);
-    expect_offers(disc, {"fnm_cw", "fnm_cw_apodized", "fnm_cw_sse", "rayleigh_cw",
-                         "rayleigh_cw_apodized", "rayleigh_cw_sse", "impulse_begin_and_end_times",
-                         "impulse_response", "fnm_transient", "fnm_fdtsd", "fnm_tsd",
-                         "fnm_tsd_low_precision", "fnm_tsd_sse", "rayleigh_transient",
-                         "kzk_transient", "kzk_cw"});
+    expect_offers(disc,
+                  {"fnm_cw", "fnm_cw_apodized", "fnm_cw_sse", "rayleigh_cw", "rayleigh_cw_apodized",
+                   "rayleigh_cw_sse", "impulse_begin_and_end_times", "impulse_response",
+                   "fnm_transient", "fnm_fdtsd", "fnm_tsd", "fnm_tsd_low_precision", "fnm_tsd_sse",
+                   "rayleigh_transient", "kzk_transient", "kzk_cw"});
     kavro::RectangularTransducer rectangle(3e-3, 2e-3);
-    expect_offers(rectangle,
-                  {"farfield_cw", "fnm_cw", "fnm_cw_single", "fnm_cw_sse", "fnm_cw_sse2",
-                   "radiator_cw", "rayleigh_cw", "rayleigh_cw_sse", "impulse_begin_and_end_times",
-                   "impulse_response", "fnm_transient", "fnm_fdtsd", "fnm_tsd",
-                   "fnm_tsd_low_precision"});
-    const std::set<std::string> annuli = {"fnm_cw",
-                                          "rayleigh_cw",
-                                          "impulse_begin_and_end_times",
-                                          "impulse_response",
-                                          "fnm_transient",
-                                          "fnm_fdtsd",
-                                          "fnm_tsd",
-                                          "fnm_tsd_low_precision"};
+    expect_offers(rectangle, {"farfield_cw", "fnm_cw", "fnm_cw_single", "fnm_cw_sse", "fnm_cw_sse2",
+                              "radiator_cw", "rayleigh_cw", "rayleigh_cw_sse",
+                              "impulse_begin_and_end_times", "impulse_response", "fnm_transient",
+                              "fnm_fdtsd", "fnm_tsd", "fnm_tsd_low_precision"});
+    const std::set<std::string> annuli = {
+        "fnm_cw",           "rayleigh_cw",          "impulse_begin_and_end_times",
+        "impulse_response", "fnm_transient",        "fnm_fdtsd",
+        "fnm_tsd",          "fnm_tsd_low_precision"};
     kavro::RingTransducer ring(1e-3, 2e-3);
     expect_offers(ring, annuli);
     kavro::SphericalTransducer shell(3e-3, 2e-2);

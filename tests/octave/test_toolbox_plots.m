@@ -118,6 +118,9 @@
 %! says(@() show(zeros(2, 1, 3, 4), grid), '''p''', '3 x 1 x 2 x ntimes', '2 x 1 x 3 x 4 double');
 %! says(@() show(p, 5), '''grid''', 'set_coordinate_grid');
 %! says(@() show(complex(p, 1), grid), '''p''', 'abs(p)', 'real(p)', 'complex');
+%! says(@() show(p + NaN, grid), '''p''', 'finite', 'NaN at single points');
+%! says(@() show(p - Inf, grid), '''p''', 'finite', 'NaN at single points');
+%! says(@() show(p, grid, 'color_bar', {1}), '''color_bar''', 'true or false');
 %! says(@() show(p, grid, 'sample', 5), '''sample''', 'from 1 to 4', 'it is 5');
 %! says(@() show(p, grid, 'time', 1), '''time_samples''', 'set_time_samples');
 %! says(@() show(p, grid, 'time', 1, 'time_samples', kavro.set_time_samples(1, 0, 9)), ...

@@ -90,6 +90,8 @@ is = [size(p), 1, 1];
 ok = isnumeric(p) && isreal(p) && ~isempty(p) && all(is(1:numel(dims)) == dims) ...
      && ndims(p) <= numel(dims) + 1;
 kavro.internal.check(ok, me, 'p', p, expected);
+ok = any(isfinite(p(:))) && ~any(isinf(p(:)));
+kavro.internal.check(ok, me, 'p', p, 'finite, NaN at single points aside');
 p = reshape(p, prod(dims), []);
 end
 
@@ -107,7 +109,9 @@ if ~isempty(options.reference)
 end
 ok = kavro.internal.is_text(options.title) || isempty(options.title);
 kavro.internal.check(ok, me, 'title', options.title, 'one line of text');
-ok = isscalar(options.color_bar) && any(options.color_bar == [0 1]);
+ok = isscalar(options.color_bar) && (islogical(options.color_bar) ...
+                                    || isnumeric(options.color_bar)) ...
+     && any(options.color_bar == [0 1]);
 kavro.internal.check(ok, me, 'color_bar', options.color_bar, 'true or false');
 options = find_snapshot(me, options, ntimes);
 end

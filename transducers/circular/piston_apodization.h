@@ -3,8 +3,8 @@
 
 namespace kavro::piston_apodization {
 
-// r is the distance from the centre, a the radius (m). Every profile, and its derivative by r (1/m),
-// is 0 unless |r| < a.
+// r is the distance from the centre, a the radius (m). Every profile, and its derivative by r
+// (1/m), is 0 unless |r| < a.
 double cosine(double r, double a);        // index 1: cos(pi r / 2a)
 double raisedcosine(double r, double a);  // index 2: (1 + cos(pi r / a)) / 2
 double quadratic(double r, double a);     // index 3: 1 - (r/a)^2

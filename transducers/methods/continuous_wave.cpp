@@ -119,9 +119,8 @@ private:
 
 TransducerStatus solve_continuous_wave(Transducer& element, const EdgeGenerator<double>& edge,
                                        const WaveParameters& wave, std::complex<double> prefactor) {
-    return work_in_tiles(element.coordinate_grid->npoints, tile_width, [&] {
-        return std::make_unique<Worker>(element, edge, wave, prefactor);
-    });
+    return work_in_tiles(element.coordinate_grid->npoints, tile_width,
+                         [&] { return std::make_unique<Worker>(element, edge, wave, prefactor); });
 }
 
 }  // namespace kavro

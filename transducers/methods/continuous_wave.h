@@ -30,8 +30,7 @@ enum class EdgeDamping {
 //
 // Sample i belongs to partial sum i mod 4, and the four are added last, as four-wide vectors would
 // have them; samples beyond a multiple of four are left out unless the element is exact.
-TransducerStatus solve_continuous_wave_single(Transducer& element,
-                                              const EdgeGenerator<float>& edge,
+TransducerStatus solve_continuous_wave_single(Transducer& element, const EdgeGenerator<float>& edge,
                                               const WaveParameters& wave,
                                               std::complex<double> prefactor,
                                               EdgeDamping damping = EdgeDamping::damped);

@@ -140,9 +140,8 @@ private:
 
 TransducerStatus solve_direct_transient(Transducer& element, const EdgeGenerator<double>& edge,
                                         ArrivalWindow window) {
-    return work_in_tiles(element.coordinate_grid->npoints, block_lanes, [&] {
-        return std::make_unique<Worker>(element, edge, window);
-    });
+    return work_in_tiles(element.coordinate_grid->npoints, block_lanes,
+                         [&] { return std::make_unique<Worker>(element, edge, window); });
 }
 
 }  // namespace kavro

@@ -6,9 +6,9 @@
 
 namespace kavro {
 
-// The samples j0 <= j < j1 that a shape computes, with begin the delay from the nearest and end that
-// from the farthest point of the aperture, and w the waveform's duration. On an explicit list of
-// times they are those with begin <= t - delay <= end + w.
+// The samples j0 <= j < j1 that a shape computes, with begin the delay from the nearest and end
+// that from the farthest point of the aperture, and w the waveform's duration. On an explicit list
+// of times they are those with begin <= t - delay <= end + w.
 enum class ArrivalWindow {
     outward,              // j0 rounded down, j1 rounded up: products with 1 / step
     outward_by_division,  // the same: quotients by the step

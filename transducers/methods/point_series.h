@@ -34,8 +34,7 @@ public:
     // The series of a lane, ntimes values, to be changed within the window only.
     double* touch(int lane, SampleWindow window) {
         if (window.begin < window.end) {
-            touched_ = {std::min(touched_.begin, window.begin),
-                        std::max(touched_.end, window.end)};
+            touched_ = {std::min(touched_.begin, window.begin), std::max(touched_.end, window.end)};
         }
         return of(lane);
     }
