@@ -26,11 +26,15 @@ struct SurfaceRow {
 
 // Near a sample its share, area/R, would grow without bound. There it is the mean over a disc of
 // the sample's area S around it, 2 sqrt(pi S), wherever the mean is smaller: where R^2 <= S/(4 pi).
-// Reference elements take it for points that only rounding keeps off the sample.
+// Reference elements take it for points that only rounding keeps off the sample. An apodization
+// counts as part of the area: the share stays finite and continuous, and the sum converges.
+//
+// The largest R^2 that takes the mean, in areas of a sample.
 inline double averaged_within(const Transducer& element) {
     return (element.exact() ? 1.0 : 1e-10) / (4.0 * pi);
 }
 
+// m, from m^2.
 inline double mean_share(double area) {
     return std::copysign(2.0 * std::sqrt(pi * std::abs(area)), area);
 }
