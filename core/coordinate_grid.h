@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/cartesian_coordinate.h"
+#include "cartesian_coordinate.h"
 
 namespace kavro {
 

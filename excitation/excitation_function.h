@@ -6,8 +6,8 @@
 #include <span>
 #include <vector>
 
-#include "core/time_samples.h"
-#include "excitation/waveform_kernels.h"
+#include "../core/time_samples.h"
+#include "waveform_kernels.h"
 
 namespace kavro {
 

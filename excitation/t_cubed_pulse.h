@@ -3,7 +3,7 @@
 
 #include <emmintrin.h>
 
-#include "excitation/excitation_function.h"
+#include "excitation_function.h"
 
 namespace kavro {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "core/constants.h"
-#include "core/vector_math.h"
+#include "core/simd/vector_math.h"
 #include "excitation/waveform_kernels.h"
 
 namespace kavro {

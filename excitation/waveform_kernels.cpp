@@ -4,14 +4,14 @@
 #include <type_traits>
 
 #include "core/constants.h"
-#include "core/vector_dispatch.h"
+#include "core/simd/vector_dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "excitation/waveform_kernels.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
-#include "core/sincos-inl.h"
+#include "core/simd/sincos-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kavro {

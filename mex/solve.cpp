@@ -21,8 +21,8 @@
 #include "mex/solver_call.h"
 #include "mex/transducers_from_host.h"
 #include "transducers/circular/circular_transducer.h"
-#include "transducers/methods/kzk_fault.h"
-#include "transducers/methods/kzk_retarded_time.h"
+#include "transducers/kzk/fault.h"
+#include "transducers/kzk/retarded_time.h"
 #include "transducers/operations.h"
 
 namespace kavro {

@@ -3,8 +3,8 @@
 
 #include <span>
 
-#include "transducers/output.h"
-#include "transducers/transducer.h"
+#include "output.h"
+#include "transducer.h"
 
 namespace kavro {
 

@@ -4,9 +4,9 @@
 #include <span>
 #include <string_view>
 
-#include "transducers/output.h"
-#include "transducers/shapes.h"
-#include "transducers/transducer.h"
+#include "output.h"
+#include "shapes.h"
+#include "transducer.h"
 
 namespace kavro {
 

@@ -1,7 +1,7 @@
 // A point scatterer: a position and a scattering strength.
 #pragma once
 
-#include "core/cartesian_coordinate.h"
+#include "../core/cartesian_coordinate.h"
 
 namespace kavro {
 

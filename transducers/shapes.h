@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-#include "transducers/transducer.h"
+#include "transducer.h"
 
 namespace kavro {
 

@@ -6,14 +6,14 @@
 #include <cstdint>
 #include <limits>
 
-#include "core/cartesian_coordinate.h"
-#include "core/coordinate_grid.h"
-#include "core/medium.h"
-#include "core/numeric_kernels.h"
-#include "core/numerical_integration.h"
-#include "core/time_samples.h"
-#include "excitation/excitation_function.h"
-#include "transducers/transducer_status.h"
+#include "../core/cartesian_coordinate.h"
+#include "../core/coordinate_grid.h"
+#include "../core/medium.h"
+#include "../core/numeric_kernels.h"
+#include "../core/numerical_integration.h"
+#include "../core/time_samples.h"
+#include "../excitation/excitation_function.h"
+#include "transducer_status.h"
 
 namespace kavro {
 

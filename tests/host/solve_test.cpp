@@ -13,7 +13,7 @@
 #include "core/medium.h"
 #include "excitation/hanning_pulse.h"
 #include "solve_call.h"
-#include "transducers/methods/kzk_retarded_time.h"
+#include "transducers/kzk/retarded_time.h"
 
 namespace host {
 namespace {

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "core/simd/vector_target.h"
 #include "core/threads.h"
-#include "core/vector_target.h"
 #include "rectangle_support.h"
 
 namespace kavro_test {

@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "core/simd/vector_target.h"
 #include "core/threads.h"
-#include "core/vector_target.h"
 
 #include "curved_support.h"
 

@@ -11,10 +11,10 @@
 #include "core/constants.h"
 #include "core/counts.h"
 #include "core/interrupted.h"
+#include "transducers/blocks/guarded.h"
+#include "transducers/circular/circular_edge.h"
 #include "transducers/circular/circular_transducer.h"
-#include "transducers/circular/disc_edge.h"
 #include "transducers/circular/piston_apodization.h"
-#include "transducers/methods/guarded.h"
 
 namespace kavro {
 namespace {
@@ -30,7 +30,7 @@ std::complex<double> prefactor(const CircularTransducer& disc, const WaveParamet
 TransducerStatus solve_uniform(CircularTransducer& disc, const WaveParameters& wave) {
     disc.InitializeRotationMatrix();
     return guarded([&] {
-        const DiscEdge<double> edge(disc, DelayBy::quotient, EdgeUnits::lengths);
+        const CircularEdge<double> edge(disc, DelayBy::quotient, EdgeUnits::lengths);
         return solve_continuous_wave(disc, edge, wave, prefactor(disc, wave));
     });
 }
@@ -89,7 +89,7 @@ private:
     }
 
     int size_ = 0;
-    std::vector<DiscEdge<double>> rims_;
+    std::vector<CircularEdge<double>> rims_;
 };
 
 }  // namespace
@@ -131,7 +131,7 @@ TransducerStatus CircularTransducer::fnm_cw_sse() {
     const WaveParameters wave = wave_of(*medium);
     InitializeRotationMatrix();
     return guarded([&] {
-        const DiscEdge<float> edge(*this, DelayBy::quotient, EdgeUnits::lengths);
+        const CircularEdge<float> edge(*this, DelayBy::quotient, EdgeUnits::lengths);
         return solve_continuous_wave_single(*this, edge, wave, prefactor(*this, wave));
     });
 }

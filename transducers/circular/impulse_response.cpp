@@ -1,9 +1,9 @@
 #include <cmath>
 
+#include "transducers/blocks/guarded.h"
+#include "transducers/blocks/point_series.h"
+#include "transducers/circular/circular_response.h"
 #include "transducers/circular/circular_transducer.h"
-#include "transducers/circular/disc_response.h"
-#include "transducers/methods/guarded.h"
-#include "transducers/methods/point_series.h"
 
 namespace kavro {
 
@@ -19,8 +19,8 @@ TransducerStatus CircularTransducer::impulse_response() {
         return add_point_series(
             *this, [this](const CartesianCoordinate& p, SampleWindow samples, double* values) {
                 const double height = exact() ? std::abs(p.z) : p.z;
-                const DiscResponse h(radius, medium->_soundspeed, std::sqrt(p.x * p.x + p.y * p.y),
-                                     height);
+                const CircularResponse h(radius, medium->_soundspeed,
+                                         std::sqrt(p.x * p.x + p.y * p.y), height);
                 for (int j = samples.begin; j < samples.end; ++j) {
                     values[j - samples.begin] = h(time_samples->time_index_value(j) - time_delay);
                 }

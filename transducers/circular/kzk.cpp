@@ -4,10 +4,10 @@
 
 #include "core/constants.h"
 #include "transducers/circular/circular_transducer.h"
-#include "transducers/methods/kzk_harmonic_march.h"
-#include "transducers/methods/kzk_shapes.h"
-#include "transducers/methods/kzk_transient_march.h"
-#include "transducers/methods/kzk_tridiagonal.h"
+#include "transducers/kzk/harmonic_march.h"
+#include "transducers/kzk/shapes.h"
+#include "transducers/kzk/transient_march.h"
+#include "transducers/kzk/tridiagonal.h"
 
 namespace kavro {
 

@@ -4,12 +4,12 @@
 
 #include "core/console.h"
 #include "core/constants.h"
+#include "transducers/blocks/guarded.h"
+#include "transducers/blocks/point_series.h"
+#include "transducers/circular/circular_response.h"
 #include "transducers/circular/circular_transducer.h"
-#include "transducers/circular/disc_response.h"
 #include "transducers/circular/piston_apodization.h"
-#include "transducers/methods/guarded.h"
-#include "transducers/methods/half_annulus.h"
-#include "transducers/methods/point_series.h"
+#include "transducers/surface/half_annulus.h"
 
 namespace kavro {
 namespace {
@@ -64,8 +64,8 @@ TransducerStatus add_jumps(CircularTransducer& disc) {
             if (p.z < 0.0) {
                 return;
             }
-            const DiscResponse h(disc.radius, disc.medium->_soundspeed,
-                                 std::sqrt(p.x * p.x + p.y * p.y), p.z);
+            const CircularResponse h(disc.radius, disc.medium->_soundspeed,
+                                     std::sqrt(p.x * p.x + p.y * p.y), p.z);
             for (int j = samples.begin; j < samples.end; ++j) {
                 const double t = disc.time_samples->time_index_value(j) - disc.time_delay;
                 values[j - samples.begin] = first * h(t) - last * h(t - w);

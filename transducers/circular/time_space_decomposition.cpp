@@ -4,19 +4,19 @@
 
 #include <memory>
 
+#include "transducers/blocks/guarded.h"
+#include "transducers/circular/circular_edge.h"
 #include "transducers/circular/circular_transducer.h"
-#include "transducers/circular/disc_edge.h"
+#include "transducers/decomposition/time_space_decomposition.h"
 #include "transducers/methods/direct_transient.h"
-#include "transducers/methods/guarded.h"
-#include "transducers/methods/time_space_decomposition.h"
 
 namespace kavro {
 namespace {
 
 template <class Real>
 std::unique_ptr<EdgeGenerator<Real>> disc_edge(const Transducer& element, DelayBy delay_by) {
-    return std::make_unique<DiscEdge<Real>>(static_cast<const CircularTransducer&>(element),
-                                            delay_by);
+    return std::make_unique<CircularEdge<Real>>(static_cast<const CircularTransducer&>(element),
+                                                delay_by);
 }
 
 TransducerStatus solve_double(std::span<Transducer* const> discs, Decomposition kind) {
@@ -65,7 +65,7 @@ TransducerStatus CircularTransducer::fnm_transient() {
     }
     InitializeRotationMatrix();
     return guarded([this] {
-        return solve_direct_transient(*this, DiscEdge<double>(*this, DelayBy::quotient),
+        return solve_direct_transient(*this, CircularEdge<double>(*this, DelayBy::quotient),
                                       ArrivalWindow::outward);
     });
 }

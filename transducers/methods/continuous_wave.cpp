@@ -6,17 +6,17 @@
 #include <memory>
 
 #include "core/numeric_kernels.h"
-#include "core/vector_dispatch.h"
-#include "transducers/methods/place_points.h"
-#include "transducers/methods/point_tiles.h"
+#include "core/simd/vector_dispatch.h"
+#include "transducers/blocks/place_points.h"
+#include "transducers/blocks/point_tiles.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transducers/methods/continuous_wave.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
-#include "core/exp-inl.h"
-#include "core/sincos-inl.h"
+#include "core/simd/exp-inl.h"
+#include "core/simd/sincos-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kavro {

@@ -3,7 +3,7 @@
 
 #include <complex>
 
-#include "transducers/methods/edge_block.h"
+#include "transducers/blocks/edge_block.h"
 #include "transducers/methods/wave_parameters.h"
 #include "transducers/transducer.h"
 

@@ -4,18 +4,18 @@
 #include <cstdint>
 #include <memory>
 
-#include "core/vector_dispatch.h"
+#include "core/simd/vector_dispatch.h"
+#include "transducers/blocks/place_points.h"
+#include "transducers/blocks/point_tiles.h"
 #include "transducers/methods/continuous_wave.h"
-#include "transducers/methods/place_points.h"
-#include "transducers/methods/point_tiles.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transducers/methods/continuous_wave_single.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
-#include "core/partial_sums-inl.h"
-#include "core/vector_math-inl.h"
+#include "core/simd/partial_sums-inl.h"
+#include "core/simd/vector_math-inl.h"
 
 #ifndef KAVRO_SINGLE_WAVE
 #define KAVRO_SINGLE_WAVE

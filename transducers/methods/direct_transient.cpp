@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "core/counts.h"
-#include "transducers/methods/place_points.h"
-#include "transducers/methods/point_series.h"
-#include "transducers/methods/point_tiles.h"
+#include "transducers/blocks/place_points.h"
+#include "transducers/blocks/point_series.h"
+#include "transducers/blocks/point_tiles.h"
 #include "transducers/methods/waveform_values.h"
 
 namespace kavro {

@@ -1,7 +1,7 @@
 // Transient pressure by the fast nearfield method, the waveform evaluated directly.
 #pragma once
 
-#include "transducers/methods/edge_block.h"
+#include "transducers/blocks/edge_block.h"
 #include "transducers/transducer.h"
 
 namespace kavro {

@@ -4,8 +4,8 @@
 #include <complex>
 
 #include "core/constants.h"
-#include "transducers/methods/guarded.h"
-#include "transducers/rectangular/rectangle_edge.h"
+#include "transducers/blocks/guarded.h"
+#include "transducers/rectangular/rectangular_edge.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 #include "transducers/rectangular/single_wave.h"
 
@@ -28,7 +28,7 @@ TransducerStatus solve_double(RectangularTransducer& rectangle, const WaveParame
                               Abscissas abscissas, std::complex<double> P) {
     rectangle.InitializeRotationMatrix();
     return guarded([&] {
-        const RectangleEdge<double> edge(rectangle, EdgeUnits::lengths, abscissas);
+        const RectangularEdge<double> edge(rectangle, EdgeUnits::lengths, abscissas);
         return solve_continuous_wave(rectangle, edge, wave, P);
     });
 }
@@ -37,7 +37,7 @@ TransducerStatus solve_single(RectangularTransducer& rectangle, const WaveParame
                               EdgeDamping damping) {
     rectangle.InitializeRotationMatrix();
     return guarded([&] {
-        const RectangleEdge<float> edge(rectangle, EdgeUnits::lengths, Abscissas::in_fours);
+        const RectangularEdge<float> edge(rectangle, EdgeUnits::lengths, Abscissas::in_fours);
         return solve_continuous_wave_single(rectangle, edge, single_wave(*rectangle.medium),
                                             prefactor(rectangle, wave, two_pi), damping);
     });

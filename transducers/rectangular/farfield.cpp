@@ -3,8 +3,8 @@
 #include <complex>
 
 #include "core/numeric_kernels.h"
-#include "transducers/methods/guarded.h"
-#include "transducers/methods/point_pressures.h"
+#include "transducers/blocks/guarded.h"
+#include "transducers/blocks/point_pressures.h"
 #include "transducers/methods/wave_parameters.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 

@@ -1,6 +1,6 @@
+#include "transducers/blocks/guarded.h"
 #include "transducers/methods/direct_transient.h"
-#include "transducers/methods/guarded.h"
-#include "transducers/rectangular/rectangle_edge.h"
+#include "transducers/rectangular/rectangular_edge.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 
 namespace kavro {
@@ -15,7 +15,7 @@ TransducerStatus RectangularTransducer::fnm_transient() {
     }
     InitializeRotationMatrix();
     return guarded([this] {
-        const RectangleEdge<double> edge(*this);
+        const RectangularEdge<double> edge(*this);
         return solve_direct_transient(*this, edge, ArrivalWindow::outward_by_division);
     });
 }

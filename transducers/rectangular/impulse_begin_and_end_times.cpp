@@ -2,7 +2,7 @@
 #include <cmath>
 #include <limits>
 
-#include "transducers/rectangular/rectangle_geometry.h"
+#include "transducers/rectangular/rectangular_geometry.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 
 namespace kavro {

@@ -1,5 +1,5 @@
-#include "transducers/methods/guarded.h"
-#include "transducers/methods/point_series.h"
+#include "transducers/blocks/guarded.h"
+#include "transducers/blocks/point_series.h"
 #include "transducers/rectangular/corner_response.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 

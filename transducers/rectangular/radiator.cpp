@@ -13,9 +13,9 @@
 
 #include "core/console.h"
 #include "core/counts.h"
-#include "transducers/methods/edge_block.h"
-#include "transducers/methods/guarded.h"
-#include "transducers/methods/point_tiles.h"
+#include "transducers/blocks/edge_block.h"
+#include "transducers/blocks/guarded.h"
+#include "transducers/blocks/point_tiles.h"
 #include "transducers/rectangular/radiator_row.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 

@@ -2,16 +2,16 @@
 
 #include <cstddef>
 
-#include "core/vector_dispatch.h"
-#include "transducers/methods/edge_block.h"
+#include "core/simd/vector_dispatch.h"
+#include "transducers/blocks/edge_block.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transducers/rectangular/radiator_row.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
-#include "core/exp-inl.h"
-#include "core/sincos-inl.h"
+#include "core/simd/exp-inl.h"
+#include "core/simd/sincos-inl.h"
 
 #ifndef KAVRO_RADIATOR_ROW
 #define KAVRO_RADIATOR_ROW

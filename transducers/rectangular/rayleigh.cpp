@@ -2,10 +2,10 @@
 #include <complex>
 #include <cstddef>
 
-#include "transducers/methods/guarded.h"
-#include "transducers/methods/surface_rows.h"
+#include "transducers/blocks/guarded.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 #include "transducers/rectangular/single_wave.h"
+#include "transducers/surface/surface_rows.h"
 
 namespace kavro {
 namespace {

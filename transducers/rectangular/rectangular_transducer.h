@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "transducers/transducer.h"
+#include "../transducer.h"
 
 namespace kavro {
 

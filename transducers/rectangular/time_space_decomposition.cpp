@@ -1,9 +1,9 @@
 // The rectangle's transient pressure by time-space decomposition, in its precisions and variants.
-#include "transducers/methods/time_space_decomposition.h"
+#include "transducers/decomposition/time_space_decomposition.h"
 
 #include <memory>
 
-#include "transducers/rectangular/rectangle_edge.h"
+#include "transducers/rectangular/rectangular_edge.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 
 namespace kavro {
@@ -15,7 +15,7 @@ template <class Real>
 DecompositionMethod<Real> method_of(Decomposition kind) {
     return {kind,
             [](const Transducer& element) -> std::unique_ptr<EdgeGenerator<Real>> {
-                return std::make_unique<RectangleEdge<Real>>(
+                return std::make_unique<RectangularEdge<Real>>(
                     static_cast<const RectangularTransducer&>(element));
             },
             WindowRule::with_early_direct_wave<Real>, DirectArgument::element_delay_first};

@@ -6,10 +6,10 @@
 #include <complex>
 
 #include "core/constants.h"
-#include "transducers/methods/guarded.h"
-#include "transducers/methods/half_annulus.h"
+#include "transducers/blocks/guarded.h"
 #include "transducers/ring/ring_edge.h"
 #include "transducers/ring/ring_transducer.h"
+#include "transducers/surface/half_annulus.h"
 
 namespace kavro {
 namespace {

@@ -2,9 +2,9 @@
 #include <cmath>
 
 #include "core/constants.h"
+#include "transducers/blocks/guarded.h"
+#include "transducers/blocks/point_series.h"
 #include "transducers/methods/arrival_times.h"
-#include "transducers/methods/guarded.h"
-#include "transducers/methods/point_series.h"
 #include "transducers/ring/ring_transducer.h"
 
 namespace kavro {

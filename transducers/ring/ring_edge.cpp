@@ -20,7 +20,7 @@ struct Radii {
 
 template <class Real>
 RingEdge<Real>::RingEdge(const RingTransducer& element, DelayBy delay_by, EdgeUnits units)
-    : DiscEdge<Real>(element, Radii(element).rims(), delay_by, units) {}
+    : CircularEdge<Real>(element, Radii(element).rims(), delay_by, units) {}
 
 template class RingEdge<float>;
 template class RingEdge<double>;

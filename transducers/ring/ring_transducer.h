@@ -1,7 +1,7 @@
 // A flat annulus.
 #pragma once
 
-#include "transducers/transducer.h"
+#include "../transducer.h"
 
 namespace kavro {
 

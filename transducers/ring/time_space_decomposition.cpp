@@ -1,10 +1,10 @@
 // The flat annulus's transient pressure, decomposed and directly.
-#include "transducers/methods/time_space_decomposition.h"
+#include "transducers/decomposition/time_space_decomposition.h"
 
 #include <memory>
 
+#include "transducers/blocks/guarded.h"
 #include "transducers/methods/direct_transient.h"
-#include "transducers/methods/guarded.h"
 #include "transducers/ring/ring_edge.h"
 #include "transducers/ring/ring_transducer.h"
 

@@ -1,10 +1,10 @@
 // The shell's nonlinear beams: its parameters of the two marches, and the harmonic march's
 // routines. Ranges are counted in its radius of curvature.
 #include "core/constants.h"
-#include "transducers/methods/kzk_harmonic_march.h"
-#include "transducers/methods/kzk_shapes.h"
-#include "transducers/methods/kzk_transient_march.h"
-#include "transducers/methods/kzk_tridiagonal.h"
+#include "transducers/kzk/harmonic_march.h"
+#include "transducers/kzk/shapes.h"
+#include "transducers/kzk/transient_march.h"
+#include "transducers/kzk/tridiagonal.h"
 #include "transducers/spherical/spherical_transducer.h"
 
 namespace kavro {

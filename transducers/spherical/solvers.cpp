@@ -1,62 +1,65 @@
 // The shell's operations.
-#include "transducers/spherical/bowl_methods.h"
+#include "transducers/spherical/methods.h"
 #include "transducers/spherical/spherical_transducer.h"
 
 namespace kavro {
 namespace {
 
-Bowl bowl_of(const SphericalTransducer& shell) {
-    return Bowl(shell.roc, shell.radius);
+SphericalGeometry geometry_of(const SphericalTransducer& shell) {
+    return SphericalGeometry(shell.roc, shell.radius);
 }
 
 }  // namespace
 
 TransducerStatus SphericalTransducer::fnm_cw() {
-    return bowl_fnm_cw(*this, bowl_of(*this));
+    return spherical_fnm_cw(*this, geometry_of(*this));
 }
 
 TransducerStatus SphericalTransducer::fnm_cw_sse() {
-    return bowl_fnm_cw_sse(*this, bowl_of(*this));
+    return spherical_fnm_cw_sse(*this, geometry_of(*this));
 }
 
 TransducerStatus SphericalTransducer::rayleigh_cw() {
-    return bowl_rayleigh_cw(*this, bowl_of(*this));
+    return spherical_rayleigh_cw(*this, geometry_of(*this));
 }
 
 TransducerStatus SphericalTransducer::rayleigh_cw_sse() {
-    return bowl_rayleigh_cw_sse(*this, bowl_of(*this));
+    return spherical_rayleigh_cw_sse(*this, geometry_of(*this));
 }
 
 TransducerStatus SphericalTransducer::impulse_begin_and_end_times() {
-    return bowl_begin_and_end_times(*this, bowl_of(*this));
+    return spherical_begin_and_end_times(*this, geometry_of(*this));
 }
 
 TransducerStatus SphericalTransducer::impulse_response() {
-    return bowl_impulse_response(*this, bowl_of(*this));
+    return spherical_impulse_response(*this, geometry_of(*this));
 }
 
 TransducerStatus SphericalTransducer::fnm_transient() {
-    return bowl_fnm_transient(*this, bowl_of(*this), BowlReach::facing);
+    return spherical_fnm_transient(*this, geometry_of(*this), SphericalReach::facing);
 }
 
 TransducerStatus SphericalTransducer::fnm_transient_behind_source() {
-    return bowl_fnm_transient(*this, bowl_of(*this), BowlReach::everywhere);
+    return spherical_fnm_transient(*this, geometry_of(*this), SphericalReach::everywhere);
 }
 
 TransducerStatus SphericalTransducer::fnm_tsd() {
-    return bowl_fnm_tsd(*this, bowl_of(*this), Decomposition::real, BowlReach::facing);
+    return spherical_fnm_tsd(*this, geometry_of(*this), Decomposition::real,
+                             SphericalReach::facing);
 }
 
 TransducerStatus SphericalTransducer::fnm_tsd_behind_source() {
-    return bowl_fnm_tsd(*this, bowl_of(*this), Decomposition::real, BowlReach::everywhere);
+    return spherical_fnm_tsd(*this, geometry_of(*this), Decomposition::real,
+                             SphericalReach::everywhere);
 }
 
 TransducerStatus SphericalTransducer::fnm_fdtsd() {
-    return bowl_fnm_tsd(*this, bowl_of(*this), Decomposition::complex, BowlReach::facing);
+    return spherical_fnm_tsd(*this, geometry_of(*this), Decomposition::complex,
+                             SphericalReach::facing);
 }
 
 TransducerStatus SphericalTransducer::fnm_tsd_low_precision() {
-    return bowl_fnm_tsd_low_precision(*this, bowl_of(*this));
+    return spherical_fnm_tsd_low_precision(*this, geometry_of(*this));
 }
 
 }  // namespace kavro

@@ -1,7 +1,7 @@
 // A concave spherical shell (bowl).
 #pragma once
 
-#include "transducers/transducer.h"
+#include "../transducer.h"
 
 namespace kavro {
 
@@ -48,8 +48,8 @@ public:
     virtual TransducerStatus farfield_cw_lossless() { return not_implemented(); }
 
     // Routines of the nonlinear marches; field layouts in
-    // transducers/methods/kzk_harmonic_source.h. Solvers of tridiagonal systems, see
-    // transducers/methods/kzk_tridiagonal.h.
+    // transducers/kzk/harmonic_source.h. Solvers of tridiagonal systems, see
+    // transducers/kzk/tridiagonal.h.
     virtual void Tridiag(float first, float last, float* a, float* b, float* c, float* r, float* x,
                          float* bet, float* gam);
     virtual void TRIDIA(double* matrix, int last, double* r, double* solution, double* bet,

@@ -1,7 +1,7 @@
 // A concave annulus of a sphere.
 #pragma once
 
-#include "transducers/transducer.h"
+#include "../transducer.h"
 
 namespace kavro {
 

@@ -1,7 +1,7 @@
 // A flat triangle: a placeholder without solvers.
 #pragma once
 
-#include "transducers/transducer.h"
+#include "../transducer.h"
 
 namespace kavro {
 

@@ -1,0 +1,69 @@
+// The disc's edge generator.
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "core/aligned_vector.h"
+#include "transducers/blocks/edge_block.h"
+#include "transducers/circular/circular_transducer.h"
+
+namespace kavro {
+
+// How a distance becomes a delay: by division by the speed of sound, or by a product with its
+// reciprocal, which rounds differently.
+enum class DelayBy { quotient, product };
+
+// Samples of the rim at the abscissas phi_i of a Gauss rule on [0, pi]:
+//
+//     g_i = w_i (rho c a / pi) (r cos phi_i - a) / D_i,   D_i = r^2 + a^2 - 2 a r cos phi_i,
+//     tau_i = sqrt(D_i + z^2) / c,   zeta = z / c
+//
+// for a point at distance r from the axis and height z over the face. Points behind the face
+// (z < 0) receive nothing. The direct wave's window begins with the nearest rim point's delay where
+// the foot of the point is on or outside the rim, so that it may be empty, and ends by the axial
+// delay in both cases: deliberate.
+//
+// A disc with a hole is the difference of two discs: its second rim's samples follow those of the
+// first, with the opposite sign. The direct wave's window begins with the nearest rim point over
+// the hole, too, where all coefficients together give nothing.
+//
+// Arrivals: the nearest point of the face is the foot where that lies on the face, else the nearest
+// rim point. In lengths, g_i lacks rho c and is a / pi short of it, a being the outer radius.
+//
+// Everything is rounded to Real where it is stored. Construction refills the element's quadrature
+// rule and leaves it on [0, pi].
+template <class Real>
+class CircularEdge : public EdgeGenerator<Real> {
+public:
+    CircularEdge(const CircularTransducer& element, DelayBy delay_by,
+                 EdgeUnits units = EdgeUnits::times);
+
+    // One rim of a radius (m), in lengths, with coefficients weight * w_i (r cos phi_i - a) / D_i.
+    // The rule lies on [0, pi].
+    CircularEdge(const NumericalIntegration& rule, double radius, double weight);
+
+    int size() const override { return static_cast<int>(cosine_.size()); }
+    void sample(EdgeBlock<Real>& block, int pass) const override;
+
+protected:
+    // The radii of the outer rim and, if there is one, of the hole's.
+    CircularEdge(const Transducer& element, std::span<const double> radii, DelayBy delay_by,
+                 EdgeUnits units);
+
+private:
+    void add_rim(const NumericalIntegration& rule, Real radius, double scale);
+
+    std::vector<Real> radii_;
+    Real speed_;
+    DelayBy delay_by_;
+    // Over the abscissas of the outer, then of the inner rim.
+    AlignedVector<Real> cosine_;        // cos phi_i
+    AlignedVector<Real> two_a_cosine_;  // 2 a cos phi_i
+    AlignedVector<Real> weight_;        // w_i rho c a / pi
+};
+
+extern template class CircularEdge<float>;
+extern template class CircularEdge<double>;
+
+}  // namespace kavro

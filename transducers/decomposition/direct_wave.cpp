@@ -1,0 +1,177 @@
+#include "transducers/decomposition/direct_wave.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+
+#include "transducers/methods/waveform_values.h"
+
+namespace kavro {
+
+template <class Real>
+void DirectWave<Real>::prepare(const DecompositionFactors<Real>& factors, DirectWaveBy by,
+                               EdgeBlock<Real>& edge, WindowBlock& windows, WaveBlock<Real>& wave) {
+    if (by == DirectWaveBy::decomposition) {
+        begin_ = windows.direct_begin;
+        end_ = windows.direct_end;
+        become_edge_sample(edge, windows);
+        wave.samples = edge.size + 1;
+        wave.direct_values = nullptr;
+        wave.direct_spatial = nullptr;
+        return;
+    }
+    bool any_by_value = false;
+    bool any_decomposed = false;
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        SampleWindow window{windows.direct_begin[lane], windows.direct_end[lane]};
+        begin_[lane] = end_[lane] = 0;
+        if (window.begin >= window.end) {
+            continue;
+        }
+        if (factors.direct_terms() > 0 &&
+            is_exact_difference(window, edge.direct_delay[lane], factors)) {
+            window = inside_pulse(window, edge.direct_delay[lane], factors);
+            begin_[lane] = window.begin;
+            end_[lane] = window.end;
+            any_decomposed = true;
+            continue;
+        }
+        if (!any_by_value) {
+            any_by_value = true;
+            const auto rows = static_cast<std::size_t>(windows.rows.end - windows.rows.begin);
+            values_.assign(rows * block_lanes, 0.0);
+        }
+        by_value(factors, edge, windows.rows.begin, lane, window);
+    }
+    wave.samples = edge.size;
+    if (factors.direct_is_edge_wave()) {
+        become_edge_sample(edge, windows);
+        ++wave.samples;
+    }
+    wave.direct_values = any_by_value ? values_.data() : nullptr;
+    wave.direct_spatial = nullptr;
+    if (any_decomposed) {
+        spatial_.resize(static_cast<std::size_t>(factors.direct_terms()) * block_lanes);
+        wave.direct_spatial = spatial_.data();
+        wave.direct_temporal = factors.direct_temporal();
+        wave.direct_terms = factors.direct_terms();
+        wave.direct_begin = begin_.data();
+        wave.direct_end = end_.data();
+    }
+}
+
+template <class Real>
+bool DirectWave<Real>::is_exact_difference(SampleWindow window, Real zeta,
+                                           const DecompositionFactors<Real>& factors) const {
+    if (factors.argument() == DirectArgument::element_delay_first) {
+        return true;  // formed in double
+    }
+    // Numbers within a factor of two of each other subtract without rounding.
+    const auto rounded = [this](int j) { return static_cast<Real>(times_.time_index_value(j)); };
+    return 2 * rounded(window.begin) >= zeta && rounded(window.end - 1) <= 2 * zeta;
+}
+
+// The samples of the window at which the waveform is not cut off.
+template <class Real>
+SampleWindow DirectWave<Real>::inside_pulse(SampleWindow window, Real zeta,
+                                            const DecompositionFactors<Real>& factors) const {
+    const auto is_inside = [&](int j) {
+        const double since = factors.direct_argument(times_.time_index_value(j), zeta);
+        return factors.waveform().is_inside_pulse(since);
+    };
+    while (window.begin < window.end && !is_inside(window.begin)) {
+        ++window.begin;
+    }
+    while (window.begin < window.end && !is_inside(window.end - 1)) {
+        --window.end;
+    }
+    return window;
+}
+
+template <class Real>
+void DirectWave<Real>::by_value(const DecompositionFactors<Real>& factors,
+                                const EdgeBlock<Real>& edge, std::int32_t first_row,
+                                std::size_t lane, SampleWindow window) {
+    const auto count = static_cast<std::size_t>(window.end - window.begin);
+    instants_.resize(std::max(instants_.size(), count));
+    values_of_lane_.resize(instants_.size());
+    const Real zeta = edge.direct_delay[lane];
+    for (std::size_t m = 0; m < count; ++m) {
+        const double t = times_.times[static_cast<std::size_t>(window.begin) + m];
+        instants_[m] = factors.direct_argument(t, zeta);
+    }
+    waveform_values(factors.waveform(), values_of_lane_.data(), instants_.data(),
+                    static_cast<int>(count), spend_);
+    const auto weight = static_cast<double>(edge.coefficient_sum[lane]);
+    double* out =
+        values_.data() + static_cast<std::size_t>(window.begin - first_row) * block_lanes + lane;
+    for (std::size_t m = 0; m < count; ++m) {
+        out[m * block_lanes] = values_of_lane_[m] * weight;
+    }
+}
+
+template <class Real>
+void DirectWave<Real>::become_edge_sample(EdgeBlock<Real>& edge, WindowBlock& windows) const {
+    const auto last = static_cast<std::size_t>(edge.size);
+    std::int32_t begin_min = std::numeric_limits<std::int32_t>::max();
+    std::int32_t end_min = begin_min;
+    std::int32_t begin_max = -1;
+    std::int32_t end_max = -1;
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        const std::size_t slot = last * block_lanes + lane;
+        const bool present = begin_[lane] < end_[lane];
+        edge.delay[slot] = edge.direct_delay[lane];
+        edge.coefficient[slot] = present ? -edge.coefficient_sum[lane] : Real(0);
+        windows.begin[slot] = present ? begin_[lane] : -1;
+        windows.end[slot] = present ? end_[lane] : -1;
+        if (present) {
+            begin_min = std::min(begin_min, begin_[lane]);
+            end_min = std::min(end_min, end_[lane]);
+            begin_max = std::max(begin_max, begin_[lane]);
+            end_max = std::max(end_max, end_[lane]);
+        }
+    }
+    windows.begin_min[last] = begin_min;
+    windows.begin_max[last] = begin_max;
+    windows.end_min[last] = end_min;
+    windows.end_max[last] = end_max;
+}
+
+template <class Real>
+void DirectWave<Real>::fill_factors(const DecompositionFactors<Real>& factors,
+                                    const WaveBlock<Real>& wave) {
+    if (wave.direct_spatial == nullptr) {
+        return;
+    }
+    const EdgeBlock<Real>& edge = *wave.edge;
+    const auto row = static_cast<std::size_t>(wave.samples) * block_lanes;
+    if (!factors.direct_is_edge_wave()) {
+        factors.direct_spatial(spatial_.data(), edge.direct_delay.data(), block_lanes);
+    }
+    for (std::size_t k = 0; k < static_cast<std::size_t>(wave.direct_terms); ++k) {
+        Real* direct = spatial_.data() + k * block_lanes;
+        const Real* factor =
+            factors.direct_is_edge_wave() ? wave.spatial + (k + 1) * row - block_lanes : direct;
+        for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+            direct[lane] = factor[lane] * edge.coefficient_sum[lane];
+        }
+    }
+}
+
+template <class Real>
+void DirectWave<Real>::exclude(LaneSet lanes) {
+    for (std::size_t lane = 0; lanes != 0 && lane < block_lanes; ++lane) {
+        if ((lanes >> lane & 1) == 0) {
+            continue;
+        }
+        begin_[lane] = end_[lane] = 0;
+        for (std::size_t i = lane; i < values_.size(); i += block_lanes) {
+            values_[i] = 0.0;
+        }
+    }
+}
+
+template class DirectWave<float>;
+template class DirectWave<double>;
+
+}  // namespace kavro

@@ -1,0 +1,149 @@
+#include "transducers/decomposition/factors.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <type_traits>
+
+#include "core/counts.h"
+#include "core/interrupted.h"
+
+namespace kavro {
+namespace {
+
+// Room behind a factor matrix for the last group of a tone burst's factors.
+constexpr std::size_t slack = 3;
+
+// From term-major to sample-major.
+template <class Source, class Real>
+AlignedVector<Real> by_sample(const std::vector<Source>& factors, std::size_t terms,
+                              std::size_t ntimes) {
+    AlignedVector<Real> out(terms * ntimes);
+    InterruptCheck check;
+    for (std::size_t k = 0; k < terms; ++k) {
+        check.spend(static_cast<std::int64_t>(ntimes));
+        for (std::size_t j = 0; j < ntimes; ++j) {
+            out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
+        }
+    }
+    return out;
+}
+
+template <class Real>
+AlignedVector<Real> real_factors(const ExcitationFunction& waveform, const TimeSamples& times,
+                                 double time_delay, std::size_t terms) {
+    const auto ntimes = static_cast<std::size_t>(times.ntimes);
+    std::vector<Real> factors(terms * ntimes + slack);
+    waveform.temporal_tsd(factors.data(), &times, times.ntimes, static_cast<Real>(time_delay));
+    return by_sample<Real, Real>(factors, terms, ntimes);
+}
+
+AlignedVector<double> complex_factors(const ExcitationFunction& waveform, const TimeSamples& times,
+                                      double time_delay) {
+    const auto ntimes = static_cast<std::size_t>(times.ntimes);
+    const auto n_terms = static_cast<std::size_t>(waveform.n_terms);
+    std::vector<std::complex<double>> factors(n_terms * ntimes);
+    waveform.temporal_tsd(factors.data(), &times, times.ntimes, time_delay);
+    AlignedVector<double> out(2 * factors.size());
+    InterruptCheck check;
+    for (std::size_t k = 0; k < n_terms; ++k) {
+        check.spend(static_cast<std::int64_t>(ntimes));
+        for (std::size_t j = 0; j < ntimes; ++j) {
+            out[2 * (j * n_terms + k)] = factors[k * ntimes + j].real();
+            out[2 * (j * n_terms + k) + 1] = factors[k * ntimes + j].imag();
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+int real_terms(const ExcitationFunction& waveform, Decomposition kind) {
+    return kind == Decomposition::complex ? 2 * waveform.n_terms : waveform.number_of_tsd_terms();
+}
+
+template <class Real>
+DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& waveform,
+                                                 Decomposition kind, const TimeSamples& times,
+                                                 double time_delay, DirectArgument argument)
+    : waveform_(&waveform),
+      kind_(kind),
+      time_delay_(time_delay),
+      argument_(argument),
+      terms_(real_terms(waveform, kind)) {
+    const auto terms = static_cast<std::size_t>(terms_);
+    // The factors by term, in double, and by sample; those of the direct wave too.
+    const std::size_t values =
+        (terms + static_cast<std::size_t>(waveform.number_of_value_terms())) *
+        static_cast<std::size_t>(times.ntimes);
+    if (!fits_into_memory(values, 2 * sizeof(double))) {
+        throw std::bad_alloc();
+    }
+    if constexpr (std::is_same_v<Real, double>) {
+        temporal_ = kind == Decomposition::complex
+                        ? complex_factors(waveform, times, time_delay)
+                        : real_factors<double>(waveform, times, time_delay, terms);
+    } else {
+        temporal_ = real_factors<float>(waveform, times, time_delay, terms);
+        direct_terms_ = waveform.number_of_value_terms();
+        if (direct_terms_ > 0) {
+            TimeSamples rounded = times;
+            if (argument == DirectArgument::axial_delay_first) {
+                for (double& t : rounded.times) {
+                    t = static_cast<double>(static_cast<float>(t));
+                }
+            }
+            const auto ntimes = static_cast<std::size_t>(times.ntimes);
+            const auto value_terms = static_cast<std::size_t>(direct_terms_);
+            std::vector<double> factors(value_terms * ntimes);
+            waveform.value_temporal(factors.data(), rounded, time_delay);
+            direct_is_edge_wave_ = waveform.value_uses_spatial_tsd();
+            for (std::size_t k = 0; direct_is_edge_wave_ && k < terms; ++k) {
+                for (std::size_t j = 0; j < ntimes; ++j) {
+                    factors[k * ntimes + j] -= static_cast<double>(temporal_[j * terms + k]);
+                }
+            }
+            direct_temporal_ = by_sample<double, float>(factors, value_terms, ntimes);
+        }
+    }
+    const auto is_finite = [](Real value) { return std::isfinite(value); };
+    finite_ = std::all_of(temporal_.begin(), temporal_.end(), is_finite) &&
+              std::all_of(direct_temporal_.begin(), direct_temporal_.end(), is_finite);
+}
+
+template <class Real>
+void DecompositionFactors<Real>::spatial(Real* out, const Real* tau, int count) const {
+    if constexpr (std::is_same_v<Real, double>) {
+        if (kind_ == Decomposition::complex) {
+            waveform_->complex_spatial_tsd_batch(out, tau, count);
+            return;
+        }
+    }
+    waveform_->spatial_tsd_batch(out, tau, count);
+}
+
+template <class Real>
+void DecompositionFactors<Real>::direct_spatial(Real* out, const Real* tau, int count) const {
+    if constexpr (std::is_same_v<Real, float>) {
+        waveform_->value_spatial_batch(out, tau, count);
+    }
+}
+
+template <class Real>
+void DecompositionFactors<Real>::spatial_one(Real* out, Real tau) const {
+    if constexpr (std::is_same_v<Real, double>) {
+        if (kind_ == Decomposition::complex) {
+            waveform_->complex_spatial_tsd_batch(out, &tau, 1);
+            return;
+        }
+    }
+    waveform_->spatial_tsd(out, tau);
+}
+
+template class DecompositionFactors<float>;
+template class DecompositionFactors<double>;
+
+}  // namespace kavro

@@ -1,0 +1,283 @@
+#include "transducers/kzk/column_steps.h"
+
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "core/simd/vector_dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "transducers/kzk/column_steps.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace kavro {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+inline constexpr size_t kLanes = 16;
+
+// ---- absorption
+
+template <int kGroups>
+HWY_INLINE void AbsorbGroups(const KzkAbsorption::System& system, float* columns, size_t stride) {
+    const hn::CappedTag<float, kLanes> d;
+    using V = hn::Vec<decltype(d)>;
+    constexpr size_t kStep = hn::MaxLanes(decltype(d)());
+    constexpr size_t kParts = kGroups * kLanes / kStep;
+    const auto last = static_cast<size_t>(system.last_row);
+    const V off_diagonal = hn::Set(d, system.off_diagonal);
+    const V neighbour = hn::Set(d, system.neighbour);
+    const V same = hn::Set(d, system.same);
+    V before[kParts];  // old values of the row before
+    V g[kParts];
+    for (size_t v = 0; v < kParts; ++v) {
+        before[v] = hn::Load(d, columns + v * kStep);
+    }
+    for (size_t i = 1; i < last; ++i) {
+        float* row = columns + i * stride;
+        const V diagonal = hn::Set(d, system.diagonal.data()[i]);
+        for (size_t v = 0; v < kParts; ++v) {
+            V r = hn::Load(d, row + v * kStep);
+            if (!system.implicit) {
+                const V old = r;
+                const V after = hn::Load(d, row + stride + v * kStep);
+                r = hn::Add(hn::Add(hn::Mul(neighbour, after), hn::Mul(same, old)),
+                            hn::Mul(neighbour, before[v]));
+                before[v] = old;
+            }
+            if (i > 1) {
+                r = hn::Sub(r, hn::Mul(off_diagonal, g[v]));
+            }
+            g[v] = hn::Div(r, diagonal);
+            hn::Store(g[v], d, row + v * kStep);
+        }
+    }
+    for (size_t i = last - 2; i >= 1; --i) {
+        float* row = columns + i * stride;
+        const V diagonal = hn::Set(d, system.diagonal.data()[i]);
+        for (size_t v = 0; v < kParts; ++v) {
+            g[v] = hn::Sub(hn::Load(d, row + v * kStep),
+                           hn::Div(hn::Mul(off_diagonal, g[v]), diagonal));
+            hn::Store(g[v], d, row + v * kStep);
+        }
+    }
+}
+
+void AbsorbOne(const KzkAbsorption::System& system, float* columns, size_t stride) {
+    AbsorbGroups<1>(system, columns, stride);
+}
+
+void AbsorbTwo(const KzkAbsorption::System& system, float* columns, size_t stride) {
+    AbsorbGroups<2>(system, columns, stride);
+}
+
+// ---- distortion, in vectors of as many columns as there are doubles
+
+using Doubles = hn::CappedTag<double, kLanes>;
+using Singles = hn::Rebind<float, Doubles>;
+using Single = hn::Vec<Singles>;
+
+// Fills the scratch with the values of all rows and where they move. Whether they keep their order
+// strictly.
+bool MoveColumns(const KzkDistortion::Axis& axis, const float* columns, size_t stride, float length,
+                 KzkDistortion::Scratch& scratch) {
+    const Doubles wide;
+    const Singles d;
+    const size_t rows = axis.tau.size();
+    const auto lambda = hn::Set(d, length);
+    auto ordered = hn::Eq(lambda, lambda);
+    for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
+        auto former = hn::Set(d, -std::numeric_limits<float>::infinity());
+        for (size_t i = 0; i < rows; ++i) {
+            const auto u = hn::Load(d, columns + i * stride + lane);
+            const auto shift = hn::PromoteTo(wide, hn::Mul(u, lambda));
+            const auto moved = hn::DemoteTo(d, hn::Sub(hn::Set(wide, axis.tau.data()[i]), shift));
+            ordered = hn::And(ordered, hn::Gt(moved, former));
+            former = moved;
+            hn::Store(u, d, scratch.values.data() + i * kLanes + lane);
+            hn::Store(moved, d, scratch.moved.data() + i * kLanes + lane);
+        }
+    }
+    return hn::AllTrue(d, ordered);
+}
+
+// The two moved samples that a new one lies between.
+struct Bracket {
+    Single u_before, u, tau_before, tau;
+};
+
+class Resampling {
+public:
+    Resampling(const KzkDistortion::Axis& axis, const KzkDistortion::Scratch& scratch, size_t lane)
+        : axis_(axis),
+          values_(scratch.values.data() + lane),
+          moved_(scratch.moved.data() + lane),
+          last_(axis.tau.size() - 1) {}
+
+    // The steepest slope, for positive slopes (forward) or negative ones.
+    Single Apply(float* columns, size_t stride, bool forward) {
+        const Singles d;
+        const auto end = hn::Load(d, values_ + last_ * kLanes);
+        auto steepest = hn::Zero(d);
+        for (size_t i = 1; i < last_; ++i) {
+            float* to = columns + i * stride;
+            hn::Mask<Singles> past;
+            const Bracket at = Find(axis_.tau_up.data()[i], past);
+            const auto slope = hn::Div(hn::Sub(at.u, at.u_before), hn::Sub(at.tau, at.tau_before));
+            const auto value = Interpolate(axis_.tau.data()[i], at, slope);
+            hn::Store(hn::IfThenElse(past, end, value), d, to);
+            const auto counted = hn::IfThenZeroElse(past, slope);
+            steepest = hn::IfThenElse(
+                forward ? hn::Gt(counted, steepest) : hn::Lt(counted, steepest), counted, steepest);
+        }
+        return steepest;
+    }
+
+private:
+    // The first moved sample of each column that is not before tau, from the one found last time
+    // on; `past` where there is none.
+    HWY_INLINE Bracket Find(float tau, hn::Mask<Singles>& past) {
+        const Singles d;
+        const auto target = hn::Set(d, tau);
+        auto moved = hn::Load(d, moved_ + next_ * kLanes);
+        past = hn::Lt(moved, target);
+        while (next_ < last_ && hn::AllTrue(d, past)) {
+            ++next_;
+            moved = hn::Load(d, moved_ + next_ * kLanes);
+            past = hn::Lt(moved, target);
+        }
+        Bracket at{hn::Load(d, values_ + (next_ - 1) * kLanes),
+                   hn::Load(d, values_ + next_ * kLanes),
+                   hn::Load(d, moved_ + (next_ - 1) * kLanes), moved};
+        for (size_t k = next_ + 1; k <= last_ && !hn::AllFalse(d, past); ++k) {
+            at.u_before = hn::IfThenElse(past, at.u, at.u_before);
+            at.tau_before = hn::IfThenElse(past, at.tau, at.tau_before);
+            at.u = hn::IfThenElse(past, hn::Load(d, values_ + k * kLanes), at.u);
+            at.tau = hn::IfThenElse(past, hn::Load(d, moved_ + k * kLanes), at.tau);
+            past = hn::And(past, hn::Lt(at.tau, target));
+        }
+        return at;
+    }
+
+    static HWY_INLINE Single Interpolate(double tau, const Bracket& at, Single slope) {
+        const Doubles wide;
+        const auto ahead = hn::Sub(hn::Set(wide, tau), hn::PromoteTo(wide, at.tau_before));
+        return hn::DemoteTo(Singles(), hn::Add(hn::Mul(ahead, hn::PromoteTo(wide, slope)),
+                                               hn::PromoteTo(wide, at.u_before)));
+    }
+
+    const KzkDistortion::Axis& axis_;
+    const float* values_;
+    const float* moved_;
+    size_t last_;
+    size_t next_ = 1;
+};
+
+float ResampleColumns(const KzkDistortion::Axis& axis, const KzkDistortion::Scratch& scratch,
+                      float* columns, size_t stride, bool forward) {
+    const Singles d;
+    auto steepest = hn::Zero(d);
+    for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
+        const auto own = Resampling(axis, scratch, lane).Apply(columns + lane, stride, forward);
+        steepest = forward ? hn::Max(steepest, own) : hn::Min(steepest, own);
+    }
+    const auto lanes = forward ? hn::MaxOfLanes(d, steepest) : hn::MinOfLanes(d, steepest);
+    return hn::GetLane(lanes);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace kavro
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kavro {
+
+KzkAbsorption::KzkAbsorption(float kappa, bool implicit, int last_row)
+    : system_{implicit,     last_row,     implicit ? -kappa : -kappa / 2.0f,
+              kappa / 2.0f, 1.0f - kappa, {}} {
+    const float off = system_.off_diagonal;
+    const float diagonal = implicit ? 1.0f + 2.0f * kappa : 1.0f + kappa;
+    system_.diagonal.assign(static_cast<std::size_t>(last_row), diagonal);
+    for (std::size_t i = 2; i < system_.diagonal.size(); ++i) {
+        system_.diagonal[i] = diagonal - off * off / system_.diagonal[i - 1];
+    }
+}
+
+void KzkAbsorption::apply(float* columns, std::size_t stride, int groups) const {
+    if (groups == 1) {
+        KAVRO_KERNEL(AbsorbOne)(system_, columns, stride);
+    } else {
+        KAVRO_KERNEL(AbsorbTwo)(system_, columns, stride);
+    }
+}
+
+KzkDistortion::KzkDistortion(std::vector<double> taus) : axis_{std::move(taus), {}, true} {
+    for (std::size_t i = 0; i < axis_.tau.size(); ++i) {
+        const double tau = axis_.tau[i];
+        auto up = static_cast<float>(tau);
+        if (static_cast<double>(up) < tau) {
+            up = std::nextafter(up, std::numeric_limits<float>::infinity());
+        }
+        axis_.tau_up.push_back(up);
+        axis_.increasing =
+            axis_.increasing && std::isfinite(up) && (i == 0 || tau > axis_.tau[i - 1]);
+    }
+}
+
+namespace {
+
+// One column, sample by sample, in whatever order the samples have come to be.
+void resample_column(const KzkDistortion::Axis& axis, const float* u, const float* moved,
+                     float* column, std::size_t stride, bool forward,
+                     KzkDistortion::Result& result) {
+    constexpr std::size_t lanes = HWY_NAMESPACE::kLanes;
+    const std::size_t last = axis.tau.size() - 1;
+    for (std::size_t i = 2; i <= last; ++i) {
+        result.shock = result.shock || moved[i * lanes] <= moved[(i - 1) * lanes];
+    }
+    std::size_t k = 1;
+    for (std::size_t i = 1; i < last; ++i) {
+        while (k <= last && static_cast<double>(moved[k * lanes]) < axis.tau[i]) {
+            ++k;
+        }
+        if (k > last) {
+            column[i * stride] = u[last * lanes];
+            continue;
+        }
+        const float slope =
+            (u[k * lanes] - u[(k - 1) * lanes]) / (moved[k * lanes] - moved[(k - 1) * lanes]);
+        if (forward ? slope > result.steepest : slope < result.steepest) {
+            result.steepest = slope;
+        }
+        column[i * stride] =
+            static_cast<float>((axis.tau[i] - static_cast<double>(moved[(k - 1) * lanes])) *
+                                   static_cast<double>(slope) +
+                               static_cast<double>(u[(k - 1) * lanes]));
+    }
+}
+
+}  // namespace
+
+KzkDistortion::Result KzkDistortion::apply(float* columns, std::size_t stride, float length,
+                                           bool forward, Scratch& scratch) const {
+    constexpr std::size_t lanes = HWY_NAMESPACE::kLanes;
+    scratch.values.resize(axis_.tau.size() * lanes);
+    scratch.moved.resize(axis_.tau.size() * lanes);
+    Result result;
+    const bool ordered =
+        KAVRO_KERNEL(MoveColumns)(axis_, columns, stride, length, scratch) && axis_.increasing;
+    if (ordered) {
+        result.steepest = KAVRO_KERNEL(ResampleColumns)(axis_, scratch, columns, stride, forward);
+        return result;
+    }
+    for (std::size_t lane = 0; lane < lanes; ++lane) {
+        resample_column(axis_, scratch.values.data() + lane, scratch.moved.data() + lane,
+                        columns + lane, stride, forward, result);
+    }
+    return result;
+}
+
+}  // namespace kavro
+#endif  // HWY_ONCE

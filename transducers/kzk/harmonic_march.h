@@ -1,0 +1,56 @@
+// The harmonic nonlinear march: the steady field of an axisymmetric source driven at one frequency,
+// as a series of harmonics on a radial grid, in steps of range.
+#pragma once
+
+#include <functional>
+#include <optional>
+
+#include "transducers/kzk/fault.h"
+#include "transducers/kzk/harmonic_source.h"
+#include "transducers/transducer.h"
+
+namespace kavro {
+
+// What tells the disc from the shell. The range is counted in a scale length: the Rayleigh distance
+// z_R = omega0 a^2/(2c), or the shell's radius of curvature.
+struct KzkHarmonicShape {
+    double radius = 0.0;                      // a, m
+    std::function<float(float)> range_of;     // of a plane, in scale lengths, from its z in m
+    double gain = 1.0;                        // z_R over the scale length
+    double absorption = 0.0;                  // Np at f0 over the scale length
+    double nonlinearity = 0.0;                // Kn = beta omega0 u0/c^2 times the scale length
+    std::function<double(double)> spreading;  // g of the range: radii grow and pressures fall by it
+    // By how much the fundamental of a cosine drive is ahead of what is marched, rad, at a distance
+    // from the axis (in source radii) and a range; harmonic n is n times as much ahead. Empty where
+    // both are the same. Exact elements put it back, for others it is left out: deliberate.
+    std::function<double(double, double)> phase_left_out;
+    // INIT: extent, field, last column, harmonics.
+    std::function<void(int, double*, int, int)> initial;
+    // COEFF: new range, range of the coefficients, absorption and diffraction weights, harmonics.
+    std::function<void(double, double, double*, double*, int)> coefficients;
+};
+
+// omega0 = 2 pi f0 of the medium, rad/s.
+float kzk_cw_frequency(const Medium& medium);
+
+// Whether the element has the records, and a regular grid of points, that the march needs.
+bool has_kzk_cw_records(const Transducer& element);
+
+// Marches through the planes of the element's grid and stores each harmonic's complex pressure
+// (Pa), entry ix + nx iz + nx nz (n - 1) of both outputs for harmonic n. Where the parameters or
+// the medium allow no march, zeros are stored; planes behind the face are silent. Warns where the
+// march has grown without bound and the result is not finite.
+//
+// The time dependence is exp(-j n omega0 t), and the phase is counted from a plane wave that
+// travels along. For an exact element, conj(P_n) exp(-j n k z) is what the continuous-wave methods
+// give; otherwise a source that starts curved (a shell, a disc with the source phase) is driven by
+// a sine instead of a cosine, and the source phase's curvature stays off.
+//
+// 20 backward Euler steps damp what the jump at the rim stirs up, then Crank-Nicolson steps follow
+// that grow with the range.
+TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmonicShape& shape);
+
+// What keeps it from marching.
+std::optional<KzkFault> kzk_cw_fault(const Transducer& element, const KzkHarmonicShape& shape);
+
+}  // namespace kavro

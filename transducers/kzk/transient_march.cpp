@@ -1,0 +1,354 @@
+#include "transducers/kzk/transient_march.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <vector>
+
+#include "core/console.h"
+#include "core/constants.h"
+#include "core/counts.h"
+#include "core/flush_denormals.h"
+#include "core/threads.h"
+#include "transducers/kzk/column_steps.h"
+#include "transducers/kzk/planes.h"
+#include "transducers/kzk/poll.h"
+#include "transducers/kzk/radial_step.h"
+#include "transducers/kzk/retarded_time.h"
+#include "transducers/kzk/transient_output.h"
+#include "transducers/kzk/transient_setting.h"
+
+namespace kavro {
+namespace {
+
+constexpr float whole_limit = 1e9f;  // row numbers beyond this are none
+
+// A row number as a whole number, within bounds that no row reaches.
+int row_number(double value) {
+    return std::abs(value) < static_cast<double>(whole_limit) ? static_cast<int>(value)
+                                                              : std::numeric_limits<int>::min();
+}
+
+class March {
+public:
+    March(const Transducer& element, const KzkTransientShape& shape,
+          const KzkTransientScheme& scheme, const KzkPlanes& planes, const KzkRetardedTime& axis,
+          KzkTransientOutput& output)
+        : element_(element),
+          shape_(shape),
+          scheme_(scheme),
+          planes_(planes),
+          axis_(axis),
+          output_(output),
+          columns_(scheme.last_column),
+          radial_(columns_, scheme.implicit, shape.coefficients_in_double),
+          taus_(taus()),
+          distortion_(taus_),
+          grid_((static_cast<std::size_t>(axis.steps) + 1) * columns_.row(), 0.0f) {}
+
+    TransducerStatus run() {
+        if (element_.exact()) {
+            set_exact_source();
+        } else {
+            set_source();
+        }
+        auto total =
+            static_cast<std::int64_t>(static_cast<double>(shape_.last_range / scheme_.step) + 1.0);
+        float range = 0.0f;
+        float to_shock = 11.0f * scheme_.step;
+        bool shock = false;
+        std::size_t plane = 0;
+        bool stopped = false;
+        const auto goes_on = [&](std::int64_t s) {
+            return plane < planes_.z.size() && (s <= total || (element_.exact() && !stopped));
+        };
+        for (std::int64_t s = 1; goes_on(s); ++s) {
+            const bool shortened = to_shock / 2.0f < scheme_.step;
+            float step = shortened ? to_shock / 2.0f : scheme_.step;
+            total += shortened ? 1 : 0;
+            const float target = next_range(plane, range);
+            const bool arrives = element_.exact() && target - range <= step;
+            if (arrives) {
+                step = target - range;
+            }
+            // Nor does a step march that is lost in the rounding of the range.
+            if (shock || !(range + step > range)) {
+                tell_of_shock();
+                stopped = true;
+                s = total;
+            }
+            if (scheme_.diffraction) {
+                diffract(step);
+            }
+            range = arrives ? target : range + step;
+            KzkPoll poll;
+            const KzkDistortion::Result distorted = advance_columns(step, poll);
+            if (poll.interrupted()) {
+                return status_interrupted;
+            }
+            shock = distorted.shock;
+            if (shape_.nonlinearity != 0.0f) {
+                // Without a slope there is no shock ahead, whatever the sign.
+                to_shock = distorted.steepest != 0.0f
+                               ? 1.0f / (distorted.steepest * shape_.nonlinearity)
+                               : std::numeric_limits<float>::infinity();
+            }
+            for (bool more = true; more && plane < planes_.z.size() && is_past(plane, range);) {
+                record(plane);
+                ++plane;
+                s = range >= shape_.last_range ? total : s;
+                more = element_.exact();
+            }
+            console::progress(
+                range < shape_.last_range ? static_cast<double>(range / shape_.last_range) : 1.0);
+            if (console::interrupted()) {
+                return status_interrupted;
+            }
+        }
+        return status_success;
+    }
+
+private:
+    std::vector<double> taus() const {
+        std::vector<double> values(static_cast<std::size_t>(axis_.steps) + 1);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            values[i] = element_.exact()
+                            ? static_cast<double>(i) * static_cast<double>(axis_.step) +
+                                  static_cast<double>(axis_.begin)
+                            : element_.time_samples->tau_index_value(static_cast<int>(i));
+        }
+        return values;
+    }
+
+    float& at(int i, int j) {
+        return grid_[static_cast<std::size_t>(i) * columns_.row() + columns_.place(j)];
+    }
+
+    float range_of(std::size_t plane) const {
+        return planes_.z[plane] / shape_.rayleigh * shape_.gain;
+    }
+
+    // A plane is recorded after the first step that ends beyond it, up to a step late: deliberate.
+    // An exact march ends a step on each plane.
+    bool is_past(std::size_t plane, float range) const {
+        return element_.exact() ? range >= range_of(plane) : range > range_of(plane);
+    }
+
+    // The range of the next plane ahead.
+    float next_range(std::size_t plane, float range) const {
+        while (plane < planes_.z.size() && !(range_of(plane) > range)) {
+            ++plane;
+        }
+        return plane < planes_.z.size() ? range_of(plane) : std::numeric_limits<float>::infinity();
+    }
+
+    int face_columns() const {
+        int j = 0;
+        while (j <= columns_.last && static_cast<float>(j) <= scheme_.points_per_radius) {
+            ++j;
+        }
+        return j;
+    }
+
+    // A uniform piston, its edge included.
+    void set_exact_source() {
+        const auto omega0 = static_cast<double>(axis_.omega0);
+        for (int j = 0; j < face_columns(); ++j) {
+            const double r =
+                static_cast<double>(j) / static_cast<double>(scheme_.points_per_radius);
+            for (int i = 0; i <= axis_.steps; ++i) {
+                const double t = (taus_[static_cast<std::size_t>(i)] +
+                                  r * r * static_cast<double>(shape_.source_lead)) /
+                                 omega0;
+                if (t >= 0.0 && t <= element_.excitation->w) {
+                    at(i, j) = static_cast<float>(element_.excitation->at(t));
+                }
+            }
+        }
+    }
+
+    // The same with the rim's lead in whole rows. Samples beyond the last row and before the first
+    // drop out: deliberate.
+    void set_source() {
+        const auto omega0 = static_cast<double>(axis_.omega0);
+        const double duration = pi * 2.0 * static_cast<double>(axis_.f0) * element_.excitation->w;
+        const int first = row_number(static_cast<double>(-axis_.begin / axis_.step));
+        const int length = row_number(duration / static_cast<double>(axis_.step) + 1.0);
+        const auto end = std::min<std::int64_t>(std::int64_t{first} + length, axis_.steps);
+        const int columns = face_columns();
+        for (int i = std::max(first, 0); i <= end; ++i) {
+            const auto value = static_cast<float>(
+                element_.excitation->at(taus_[static_cast<std::size_t>(i)] / omega0));
+            for (int j = 0; j < columns; ++j) {
+                const float r = static_cast<float>(j) * (1.0f / scheme_.points_per_radius);
+                const float lead = r * r * shape_.source_lead / axis_.step;
+                if (lead < static_cast<float>(i) + 1.0f) {
+                    at(i - static_cast<int>(lead), j) = value;
+                }
+            }
+        }
+    }
+
+    void diffract(float step) {
+        const float spacing = 1.0f / scheme_.points_per_radius;
+        radial_.factor(axis_.step * step / (spacing * spacing * shape_.gain));
+        radial_.apply(grid_.data(), axis_.steps);
+    }
+
+    // Absorption and distortion, which columns go through independently of each other. Incomplete
+    // where `poll` was interrupted.
+    KzkDistortion::Result advance_columns(float step, KzkPoll& poll) {
+        const float kappa = step * shape_.absorption / (axis_.step * axis_.step);
+        const KzkAbsorption absorption(kappa, scheme_.implicit, axis_.steps);
+        const std::vector<float> edge = outer_edge();
+        const int pairs = (columns_.run + 1) / 2;
+        const int threads = std::clamp(thread_count(), 1, most_threads());
+        const bool forward = shape_.nonlinearity > 0.0f;
+        std::vector<KzkDistortion::Result> results(static_cast<std::size_t>(columns_.run));
+        std::atomic<bool> no_memory{false};
+
+#pragma omp parallel num_threads(threads)
+        {
+            const FlushDenormals flush;
+            KzkDistortion::Scratch scratch;
+#pragma omp for schedule(static)
+            for (int pair = 0; pair < pairs; ++pair) {
+                if (poll.gives_up()) {
+                    continue;
+                }
+                const int first = 2 * pair;
+                const int groups = std::min(2, columns_.run - first);
+                float* columns = grid_.data() + first * KzkColumns::lanes;
+                if (shape_.absorption != 0.0f) {
+                    absorption.apply(columns, columns_.row(), groups);
+                    restore_outer_edge(edge, first, groups);
+                }
+                if (shape_.nonlinearity == 0.0f) {
+                    continue;
+                }
+                try {
+                    for (int group = 0; group < groups; ++group) {
+                        results[static_cast<std::size_t>(first + group)] =
+                            distortion_.apply(columns + group * KzkColumns::lanes, columns_.row(),
+                                              step * shape_.nonlinearity, forward, scratch);
+                    }
+                } catch (const std::bad_alloc&) {
+                    no_memory = true;
+                }
+            }
+        }
+        if (no_memory) {
+            throw std::bad_alloc();
+        }
+        KzkDistortion::Result all;
+        for (const KzkDistortion::Result& one : results) {
+            all.shock = all.shock || one.shock;
+            all.steepest = forward ? std::max(all.steepest, one.steepest)
+                                   : std::min(all.steepest, one.steepest);
+        }
+        return all;
+    }
+
+    // Threads meet after every step, which on a busy machine may take milliseconds: a share is to
+    // last about half of one.
+    int most_threads() const {
+        constexpr std::size_t values_worth_a_thread = 400000;
+        const auto pairs = static_cast<std::size_t>((columns_.run + 1) / 2);
+        return static_cast<int>(
+            std::clamp<std::size_t>(grid_.size() / values_worth_a_thread, 1, pairs));
+    }
+
+    // The outermost column is distorted but neither diffracts nor is absorbed: deliberate.
+    std::vector<float> outer_edge() {
+        std::vector<float> edge;
+        for (int i = 0; shape_.absorption != 0.0f && i <= axis_.steps; ++i) {
+            edge.push_back(at(i, columns_.last));
+        }
+        return edge;
+    }
+
+    void restore_outer_edge(const std::vector<float>& edge, int first_group, int groups) {
+        const int own = columns_.last % columns_.run;
+        if (own >= first_group && own < first_group + groups) {
+            for (int i = 0; i <= axis_.steps; ++i) {
+                at(i, columns_.last) = edge[static_cast<std::size_t>(i)];
+            }
+        }
+    }
+
+    // The field as it stands after the first step that ends beyond the plane.
+    void record(std::size_t plane) {
+        std::vector<float> waveform(taus_.size());
+        for (std::size_t m = 0; m < planes_.r.size(); ++m) {
+            const double place =
+                static_cast<double>(planes_.r[m] * scheme_.points_per_radius) + 0.5;
+            if (!(place < columns_.last + 1.0)) {
+                continue;  // beyond the radial grid
+            }
+            const int j = static_cast<int>(place);
+            for (int i = 0; i <= axis_.steps; ++i) {
+                waveform[static_cast<std::size_t>(i)] = at(i, j);
+            }
+            output_.store(plane, m, waveform);
+        }
+    }
+
+    void tell_of_shock() const {
+        if (shape_.shock_is_warning) {
+            console::warn(shape_.shock_message);
+        } else {
+            console::print("%s", shape_.shock_message);
+        }
+    }
+
+    const Transducer& element_;
+    const KzkTransientShape& shape_;
+    const KzkTransientScheme& scheme_;
+    const KzkPlanes& planes_;
+    const KzkRetardedTime& axis_;
+    KzkTransientOutput& output_;
+    KzkColumns columns_;
+    KzkRadialStep radial_;
+    std::vector<double> taus_;  // rad
+    KzkDistortion distortion_;
+    AlignedVector<float> grid_;
+};
+
+}  // namespace
+
+bool has_kzk_transient_records(const Transducer& element) {
+    return element.has_transient_records() && KzkPlanes::fit(*element.coordinate_grid);
+}
+
+TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& of) {
+    try {
+        const KzkTransientSetting setting(element, of);
+        const auto& [scheme, planes, shape, axis] = setting;
+        KzkTransientOutput output(element, planes, axis);
+        if (setting.fault(element)) {
+            output.clear_all();
+            return status_success;
+        }
+        output.clear();
+        if (shape.prints_nonlinearity) {
+            console::print("    - Knonlinearity: %e\n", static_cast<double>(shape.nonlinearity));
+        }
+        if (static_cast<float>(element.amplitude) == 0.0f) {
+            return status_success;  // silent all along
+        }
+        const std::size_t row = KzkColumns(scheme.last_column).row();
+        if (!fits_into_memory((static_cast<std::size_t>(axis.steps) + 1) * row, sizeof(float))) {
+            return status_out_of_memory;
+        }
+        return March(element, shape, scheme, planes, axis, output).run();
+    } catch (const std::bad_alloc&) {
+        return status_out_of_memory;
+    }
+}
+
+}  // namespace kavro

@@ -1,0 +1,48 @@
+// The transient nonlinear march: diffraction, absorption and nonlinear distortion of a pulse from
+// an axisymmetric source, in steps of range.
+#pragma once
+
+#include <optional>
+
+#include "transducers/kzk/fault.h"
+#include "transducers/transducer.h"
+
+namespace kavro {
+
+// What tells the disc from the shell. The range is counted in a scale length: the Rayleigh distance
+// z_R = omega0 a^2/(2c), or the shell's radius of curvature.
+struct KzkTransientShape {
+    double radius = 0.0;  // a, m
+    float rayleigh = 0.0f;
+    float gain = 1.0f;                    // z_R over the scale length
+    float source_lead = 0.0f;             // rad, by which the source's rim fires before its centre
+    float nonlinearity = 0.0f;            // Kn = beta omega0 u0/c^2 times the scale length
+    float absorption = 0.0f;              // Np at f0 over the scale length
+    float last_range = 0.0f;              // of the grid's zmax, in scale lengths
+    bool coefficients_in_double = false;  // of the Crank-Nicolson matrix
+    bool prints_nonlinearity = false;
+    bool shock_is_warning = false;  // else it is printed
+    const char* shock_message = "";
+};
+
+// Whether the element has the records, and a regular grid of points, that the march needs.
+bool has_kzk_transient_records(const Transducer& element);
+
+// Marches the element's excitation through the planes of its grid and stores the pressure (Pa),
+// entry ix + nx iz + n nx nz for time sample n. The tau axis must have been set (set_kzk_tau_axis),
+// except for an exact element, which keeps a retarded time of its own in steps of the time axis: it
+// begins before the rim's wave and ends with the last wave, so that the field does not depend on
+// where the time axis begins, and planes are stored at z/c as kzk_transient_output.h says. Where
+// the five parameters, medium and axes allow no march, zeros are stored.
+//
+// The step is shortened to half of what is left to the nearest shock. A shock ends the march one
+// step later with a message; planes that were not reached are silent. So are, deliberately, planes
+// beyond the first that a step passes, and the last plane where rounding leaves it at the very end
+// of the march. An exact element records every plane that a step passes and marches on to the last.
+TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& shape);
+
+// What keeps it from marching.
+std::optional<KzkFault> kzk_transient_fault(const Transducer& element,
+                                            const KzkTransientShape& shape);
+
+}  // namespace kavro

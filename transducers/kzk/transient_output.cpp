@@ -1,0 +1,88 @@
+#include "transducers/kzk/transient_output.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/counts.h"
+
+namespace kavro {
+
+KzkTransientOutput::KzkTransientOutput(const Transducer& element, const KzkPlanes& planes,
+                                       const KzkRetardedTime& axis)
+    : times_(*element.time_samples),
+      planes_(planes),
+      axis_(axis),
+      pressure_(element.transient_pressure),
+      points_(planes.z.size() * planes.r.size()),
+      exact_(element.exact()),
+      speed_(element.medium->_soundspeed),
+      scale_(speed_ * static_cast<double>(static_cast<float>(element.amplitude)) *
+             element.medium->_rho_density),
+      half_step_(axis.steps > 0
+                     ? static_cast<double>(axis.step) / static_cast<double>(axis.omega0) / 2.0
+                     : 0.0) {
+    const double span = times_.tmax() - times_.tmin();
+    rows_ = axis.steps > 0 && !exact_ ? clamped_index(span * static_cast<double>(axis.omega0) /
+                                                          static_cast<double>(axis.step),
+                                                      times_.ntimes)
+                                      : std::max(times_.ntimes, 0);
+}
+
+void KzkTransientOutput::clear() {
+    std::fill_n(pressure_, points_ * static_cast<std::size_t>(rows_), 0.0);
+}
+
+void KzkTransientOutput::clear_all() {
+    std::fill_n(pressure_, points_ * static_cast<std::size_t>(std::max(times_.ntimes, 0)), 0.0);
+}
+
+void KzkTransientOutput::store(std::size_t plane, std::size_t m,
+                               const std::vector<float>& waveform) {
+    double* to = pressure_ + m + planes_.r.size() * plane;
+    const float z = planes_.z[plane];
+    if (exact_) {
+        store_interpolated(to, static_cast<double>(z) / speed_, waveform);
+    } else {
+        store_as_it_is(to, first_sample(z), waveform);
+    }
+}
+
+// The output sample at which the retarded time of a plane begins.
+int KzkTransientOutput::first_sample(float z) const {
+    const auto delay =
+        static_cast<double>(static_cast<float>(static_cast<double>(z) / speed_ + times_.tmin()));
+    int n = 0;
+    while (n < rows_ && times_.time_index_value(n) < delay &&
+           delay - times_.time_index_value(n) > half_step_) {
+        ++n;
+    }
+    return n;
+}
+
+void KzkTransientOutput::store_as_it_is(double* to, int first,
+                                        const std::vector<float>& waveform) const {
+    for (int n = first; n < rows_ && n - first <= axis_.steps; ++n) {
+        to[static_cast<std::size_t>(n) * points_] =
+            scale_ * static_cast<double>(waveform[static_cast<std::size_t>(n - first)]);
+    }
+}
+
+void KzkTransientOutput::store_interpolated(double* to, double delay,
+                                            const std::vector<float>& waveform) const {
+    const auto omega0 = static_cast<double>(axis_.omega0);
+    for (int n = 0; n < rows_; ++n) {
+        const double tau = omega0 * (times_.time_index_value(n) - delay);
+        const double row =
+            (tau - static_cast<double>(axis_.begin)) / static_cast<double>(axis_.step);
+        if (!(row >= 0.0 && row < static_cast<double>(axis_.steps))) {
+            continue;
+        }
+        const auto i = static_cast<std::size_t>(row);
+        const auto before = static_cast<double>(waveform[i]);
+        const auto after = static_cast<double>(waveform[i + 1]);
+        to[static_cast<std::size_t>(n) * points_] =
+            scale_ * (before + (row - std::floor(row)) * (after - before));
+    }
+}
+
+}  // namespace kavro

@@ -1,0 +1,46 @@
+// Where the transient nonlinear march leaves its waveforms.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "transducers/kzk/planes.h"
+#include "transducers/kzk/retarded_time.h"
+#include "transducers/transducer.h"
+
+namespace kavro {
+
+// The element's transient pressure, entry ix + nx iz + n nx nz for time sample n.
+//
+// A plane's waveform begins at the time sample next to z/c + tmin, and samples that the retarded
+// time's span leaves over at the end stay as they are: deliberate. An exact element's waveform is
+// where it belongs, by straight lines between its samples, and zero elsewhere.
+class KzkTransientOutput {
+public:
+    KzkTransientOutput(const Transducer& element, const KzkPlanes& planes,
+                       const KzkRetardedTime& axis);
+
+    void clear();      // what will be stored
+    void clear_all();  // every sample
+
+    // The waveform of point m on a plane, a value for each retarded time.
+    void store(std::size_t plane, std::size_t m, const std::vector<float>& waveform);
+
+private:
+    int first_sample(float z) const;
+    void store_as_it_is(double* to, int first, const std::vector<float>& waveform) const;
+    void store_interpolated(double* to, double delay, const std::vector<float>& waveform) const;
+
+    const TimeSamples& times_;
+    const KzkPlanes& planes_;
+    const KzkRetardedTime& axis_;
+    double* pressure_;
+    std::size_t points_;
+    bool exact_;
+    double speed_;
+    double scale_;
+    double half_step_;  // of the retarded time, s
+    int rows_;
+};
+
+}  // namespace kavro

@@ -1,0 +1,107 @@
+#include "transducers/kzk/transient_setting.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/constants.h"
+
+namespace kavro {
+namespace {
+
+constexpr float most_steps = 16777216.0f;  // beyond, a step is lost in the rounding of the range
+constexpr float most_absorption = 1e18f;   // beyond, the square of a matrix entry is no float
+
+// Reference elements: what the time axis leaves. Exact ones: from before the first wave to the end
+// of the last wave at any plane, or of the time axis, whichever comes first.
+KzkRetardedTime retarded_time(const Transducer& element, const KzkTransientShape& shape,
+                              const KzkPlanes& planes, const KzkTransientScheme& scheme) {
+    const TimeSamples& times = *element.time_samples;
+    const ExcitationFunction& excitation = *element.excitation;
+    const double c = element.medium->_soundspeed;
+    if (!element.exact()) {
+        return {times, excitation, *element.medium, *element.coordinate_grid};
+    }
+    const double omega0 = two_pi * excitation.f0;
+    // Shock fronts run ahead of a wave, and fall behind, by twice the root of their range in shock
+    // distances, and more in a focus; the axis's ends hold the field and stay clear of it.
+    const auto shocks = static_cast<double>(std::abs(shape.nonlinearity * shape.last_range));
+    const double margin = two_pi + std::min(4.0 * std::sqrt(shocks), 4.0 * two_pi);
+    const float farthest =
+        std::min(*std::max_element(planes.r.begin(), planes.r.end()),
+                 static_cast<float>(scheme.last_column) / scheme.points_per_radius);
+    const double rim = std::pow(1.0 + static_cast<double>(farthest), 2);
+    double last = 0.0;
+    for (const float plane : planes.z) {
+        const double z = std::max(static_cast<double>(plane), 0.0);
+        const double of_axis = omega0 * (times.tmax() - z / c);
+        const double of_wave =
+            omega0 * excitation.w + rim * static_cast<double>(shape.rayleigh) / z;
+        last = std::max(last, of_wave < of_axis ? of_wave : of_axis);
+    }
+    return {times, excitation, -(static_cast<double>(shape.source_lead) + margin), last + margin};
+}
+
+bool is_positive(float value) {
+    return value > 0.0f && std::isfinite(value);
+}
+
+KzkTransientShape with_last_range(KzkTransientShape shape, const Transducer& element,
+                                  const KzkPlanes& planes) {
+    if (element.exact()) {
+        shape.last_range = planes.z.back() / shape.rayleigh * shape.gain;
+    }
+    return shape;
+}
+
+}  // namespace
+
+KzkTransientSetting::KzkTransientSetting(const Transducer& element, const KzkTransientShape& of)
+    : scheme(element.integral->kzk_parameters),
+      planes(*element.coordinate_grid, of.radius, element.exact()),
+      shape(with_last_range(of, element, planes)),
+      axis(retarded_time(element, shape, planes, scheme)) {}
+
+std::optional<KzkFault> KzkTransientSetting::fault(const Transducer& element) const {
+    const bool scaled =
+        is_positive(shape.rayleigh) && is_positive(shape.gain) && std::isfinite(shape.source_lead);
+    if (auto fault = kzk_radial_fault(scheme.extent, scheme.points_per_radius)) {
+        return fault;
+    }
+    if (auto fault = kzk_scale_fault(
+            element, element.excitation->f0,
+            static_cast<double>(is_positive(shape.rayleigh) ? shape.rayleigh / shape.gain
+                                                            : shape.rayleigh),
+            scaled, static_cast<double>(shape.absorption),
+            static_cast<double>(shape.nonlinearity))) {
+        return fault;
+    }
+    const float first = std::abs(planes.z.front() / shape.rayleigh * shape.gain);
+    const float range = std::max(std::abs(shape.last_range), first);
+    if (!std::isfinite(range) || !std::isfinite(first)) {
+        return KzkFault{KzkInput::planes, "at finite distances", element.coordinate_grid->zmax};
+    }
+    if (!(is_positive(scheme.step) && range < most_steps * scheme.step)) {
+        return KzkFault{KzkInput::step,
+                        "more than " + kzk_number(static_cast<double>(range / most_steps)) +
+                            " for these planes",
+                        static_cast<double>(scheme.step)};
+    }
+    if (!(axis.steps >= 2 && is_positive(axis.step))) {
+        return KzkFault{KzkInput::time,
+                        element.exact() ? "has a step that is longer"
+                                        : "lasts until the wave has come to the farthest plane",
+                        element.time_samples->tmax()};
+    }
+    if (!(scheme.step * shape.absorption / (axis.step * axis.step) < most_absorption)) {
+        return KzkFault{KzkInput::attenuation, "small enough for this step",
+                        element.medium->_dBcmMHz};
+    }
+    return std::nullopt;
+}
+
+std::optional<KzkFault> kzk_transient_fault(const Transducer& element,
+                                            const KzkTransientShape& shape) {
+    return KzkTransientSetting(element, shape).fault(element);
+}
+
+}  // namespace kavro

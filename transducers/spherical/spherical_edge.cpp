@@ -1,0 +1,341 @@
+#include "transducers/spherical/spherical_edge.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <type_traits>
+
+#include "core/constants.h"
+#include "core/simd/vector_dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "transducers/spherical/spherical_edge.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+#ifndef KAVRO_SPHERICAL_EDGE_TABLES
+#define KAVRO_SPHERICAL_EDGE_TABLES
+namespace kavro {
+
+// How a rim's samples count in a pass.
+enum class RimPart {
+    whole,      // N / (D (1 - D/4))
+    near_pole,  // N / D
+    far_pole,   // N / (4 - D)
+    absent,
+};
+
+// What a rim and the points of a block share, rounded.
+template <class Real>
+struct RimLanes {
+    Lanes<Real> least, spread;   // D = least + spread kappa
+    Lanes<Real> along, retreat;  // N = along - retreat kappa
+    RimPart part;
+};
+
+template <class Real>
+struct SphericalLanes {
+    RimLanes<Real> rims[2];
+    int rim_count;
+    int abscissas;
+    Lanes<Real> product;       // sigma d s
+    Lanes<Real> ratio;         // sigma / s, times a neighbour's weight
+    Lanes<Real> path_squared;  // R_0^2
+    Lanes<Real> direct_path;   // R_0, or R_1 in the far pole's pass
+    Lanes<double> exact_ratio;
+    Lanes<double> between_poles;  // R_0 - R_1
+    Real speed;
+    const Real* kappa;
+    const Real* weight;
+};
+
+}  // namespace kavro
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace kavro {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// By a quotient in double, by a product with the reciprocal in single precision.
+HWY_INLINE hn::Vec<hn::CappedTag<double, block_lanes>> Delay(
+    hn::Vec<hn::CappedTag<double, block_lanes>> distance, double speed) {
+    return hn::Div(distance, hn::Set(hn::CappedTag<double, block_lanes>(), speed));
+}
+
+HWY_INLINE hn::Vec<hn::CappedTag<float, block_lanes>> Delay(
+    hn::Vec<hn::CappedTag<float, block_lanes>> distance, float speed) {
+    return hn::Mul(distance, hn::Set(hn::CappedTag<float, block_lanes>(), 1.0f / speed));
+}
+
+template <class V>
+HWY_INLINE V Fraction(V N, V D, RimPart part) {
+    const hn::DFromV<V> d;
+    using Real = hn::TFromD<decltype(d)>;
+    switch (part) {
+        case RimPart::whole:
+            return hn::Div(
+                N, hn::Mul(D, hn::Sub(hn::Set(d, Real(1)), hn::Mul(D, hn::Set(d, Real(0.25))))));
+        case RimPart::near_pole:
+            return hn::Div(N, D);
+        case RimPart::far_pole:
+            return hn::Div(N, hn::Sub(hn::Set(d, Real(4)), D));
+        default:
+            return hn::Zero(d);
+    }
+}
+
+template <class Real>
+HWY_INLINE void SampleRims(const SphericalLanes<Real>& face, EdgeBlock<Real>& block) {
+    const hn::CappedTag<Real, block_lanes> d;
+    for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
+        const auto load = [&](const Lanes<Real>& lanes)
+                              HWY_ATTR { return hn::Load(d, lanes.data() + lane); };
+        const auto product = load(face.product);
+        const auto ratio = load(face.ratio);
+        const auto path_squared = load(face.path_squared);
+        const auto direct_path = load(face.direct_path);
+        auto sum = hn::Zero(d);
+        for (int rim_index = 0; rim_index < face.rim_count; ++rim_index) {
+            const RimLanes<Real>& rim = face.rims[rim_index];
+            const auto least = load(rim.least);
+            const auto spread = load(rim.spread);
+            const auto along = load(rim.along);
+            const auto retreat = load(rim.retreat);
+            for (int i = 0; i < face.abscissas; ++i) {
+                const int sample = rim_index * face.abscissas + i;
+                const int at = sample * block_lanes + lane;
+                const auto kappa = hn::Set(d, face.kappa[i]);
+                const auto D = hn::Add(least, hn::Mul(spread, kappa));
+                const auto N = hn::Sub(along, hn::Mul(retreat, kappa));
+                const auto g = hn::Mul(hn::Mul(hn::Set(d, face.weight[sample]), ratio),
+                                       Fraction(N, D, rim.part));
+                const auto R_squared = hn::Add(path_squared, hn::Mul(product, D));
+                const auto R = hn::Sqrt(hn::Max(hn::Zero(d), R_squared));
+                hn::Store(g, d, block.coefficient.data() + at);
+                hn::Store(Delay(R, face.speed), d, block.delay.data() + at);
+                sum = hn::Add(sum, g);
+                if (block.detail == EdgeDetail::excess) {
+                    // R^2 - R_0^2 = sigma d s D, and R^2 - R_1^2 = -sigma d s (4 - D).
+                    const auto gained =
+                        rim.part == RimPart::far_pole ? hn::Sub(D, hn::Set(d, Real(4))) : D;
+                    hn::Store(hn::Div(hn::Mul(product, gained), hn::Add(R, direct_path)), d,
+                              block.excess.data() + at);
+                }
+            }
+        }
+        hn::Store(sum, d, block.coefficient_sum.data() + lane);
+        hn::Store(Delay(direct_path, face.speed), d, block.direct_delay.data() + lane);
+    }
+}
+
+void SampleRimsSingle(const SphericalLanes<float>& face, EdgeBlock<float>& block) {
+    SampleRims(face, block);
+}
+
+void SampleRimsDouble(const SphericalLanes<double>& face, EdgeBlock<double>& block) {
+    SampleRims(face, block);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace kavro
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kavro {
+namespace {
+
+// A point beside the axis that stands for one next to the focus.
+struct Neighbour {
+    AxialPoint point;
+    double weight;
+};
+
+// The first or second one: p(r) = (4 - x)/3 p(r_0) + (x - 1)/3 p(2 r_0), x = (r/r_0)^2.
+Neighbour neighbour_of(const AxialPoint& point, double d, int index) {
+    const double r0 = d * nearest_to_focus;
+    const double x = point.r * point.r / (r0 * r0);
+    return index == 0 ? Neighbour{{r0, point.z}, (4.0 - x) / 3.0}
+                      : Neighbour{{2.0 * r0, point.z}, (x - 1.0) / 3.0};
+}
+
+RimPart part_of(const SphericalRim& rim, bool far_pass) {
+    if (rim.is_nearly_hemispherical()) {
+        return far_pass ? RimPart::far_pole : RimPart::near_pole;
+    }
+    return far_pass ? RimPart::absent : RimPart::whole;
+}
+
+template <class Real>
+void set_lane(RimLanes<Real>& lanes, std::size_t lane, const SphericalRim& rim,
+              const SphericalPole& pole) {
+    const double S = rim.sine;
+    const double C = rim.cosine;
+    const double across = S - pole.sine;
+    const double up = rim.depth - pole.depth;
+    lanes.least[lane] = static_cast<Real>(across * across + up * up);
+    lanes.spread[lane] = static_cast<Real>(2.0 * S * pole.sine);
+    lanes.along[lane] = static_cast<Real>(C * pole.sine - S * pole.cosine);
+    lanes.retreat[lane] = static_cast<Real>(C * pole.sine);
+}
+
+}  // namespace
+
+template <class Real>
+SphericalEdge<Real>::SphericalEdge(const Transducer& element, const SphericalGeometry& geometry,
+                                   SphericalReach reach, EdgeUnits units)
+    : geometry_(geometry),
+      reach_(reach),
+      units_(units),
+      density_speed_(1.0),
+      speed_(1.0),
+      splits_(geometry.has_nearly_hemispherical_rim()),
+      abscissas_(element.integral->get_npoints()) {
+    NumericalIntegration& rule = *element.integral;
+    rule.gauss_quadrature(0, pi);
+    if (units == EdgeUnits::times) {
+        speed_ = element.medium->_soundspeed;
+        density_speed_ = element.medium->_rho_density * speed_;
+    }
+    for (int i = 0; i < abscissas_; ++i) {
+        const double h = std::sin(rule.get_abscissa(i) / 2.0);
+        kappa_.push_back(static_cast<Real>(2.0 * (h * h)));
+    }
+    for (const SphericalRim& rim : geometry_.rims()) {
+        if (rim.is_nearly_hemispherical()) {
+            share_ += rim.sign * (density_speed_ * geometry.curvature_radius() * rim.depth / 2.0);
+        }
+        const double scale = rim.sign * (density_speed_ * rim.radius / pi);
+        for (int i = 0; i < abscissas_; ++i) {
+            weight_.push_back(static_cast<Real>(rule.get_weight(i) * scale));
+        }
+    }
+}
+
+template <class Real>
+int SphericalEdge<Real>::size() const {
+    const bool shares = splits_ && units_ == EdgeUnits::lengths;
+    return static_cast<int>(weight_.size()) + (shares ? 1 : 0);
+}
+
+template <class Real>
+AxialPoint SphericalEdge<Real>::point_of(const EdgeBlock<Real>& block, std::size_t lane) const {
+    if constexpr (std::is_same_v<Real, float>) {
+        return axial(block.unrounded[lane]);
+    } else {
+        return axial({block.x[lane], block.y[lane], block.z[lane]});
+    }
+}
+
+template <class Real>
+bool SphericalEdge<Real>::is_next_to_focus(const SphericalPole& pole) const {
+    return units_ == EdgeUnits::times && pole.s < nearest_to_focus * geometry_.curvature_radius();
+}
+
+template <class Real>
+bool SphericalEdge<Real>::reaches(const AxialPoint& point, double s) const {
+    if (reach_ == SphericalReach::everywhere) {
+        return true;
+    }
+    return !geometry_.is_behind(point) &&
+           (reach_ == SphericalReach::facing || s >= geometry_.curvature_radius() / 16.0);
+}
+
+template <class Real>
+int SphericalEdge<Real>::passes(const EdgeBlock<Real>& block) const {
+    int neighbours = 1;
+    for (std::size_t lane = 0; units_ == EdgeUnits::times && lane < block_lanes; ++lane) {
+        if (is_next_to_focus(geometry_.pole(point_of(block, lane)))) {
+            neighbours = 2;
+        }
+    }
+    return splits_ ? 2 * neighbours : neighbours;
+}
+
+// What the lanes share, and the rims' parts in this pass.
+template <class Real>
+SphericalLanes<Real> SphericalEdge<Real>::tables(bool far_pass) const {
+    SphericalLanes<Real> lanes;
+    lanes.rim_count = static_cast<int>(geometry_.rims().size());
+    lanes.abscissas = abscissas_;
+    lanes.speed = static_cast<Real>(speed_);
+    lanes.kappa = kappa_.data();
+    lanes.weight = weight_.data();
+    for (std::size_t k = 0; k < geometry_.rims().size(); ++k) {
+        lanes.rims[k].part = part_of(geometry_.rims()[k], far_pass);
+    }
+    return lanes;
+}
+
+template <class Real>
+void SphericalEdge<Real>::place(EdgeBlock<Real>& block, std::size_t lane, Pass pass,
+                                SphericalLanes<Real>& lanes) const {
+    const double d = geometry_.curvature_radius();
+    AxialPoint point = point_of(block, lane);
+    SphericalPole pole = geometry_.pole(point);
+    const bool next_to_focus = is_next_to_focus(pole);
+    block.reached[lane] = (next_to_focus || pass.neighbour == 0) && reaches(point, pole.s) ? 1 : 0;
+    double weight = 1.0;
+    if (next_to_focus) {
+        const Neighbour neighbour = neighbour_of(point, d, pass.neighbour);
+        point = neighbour.point;
+        weight = neighbour.weight;
+        pole = geometry_.pole(point);
+    }
+    for (std::size_t k = 0; k < geometry_.rims().size(); ++k) {
+        set_lane(lanes.rims[k], lane, geometry_.rims()[k], pole);
+    }
+    lanes.exact_ratio[lane] = weight * (pole.side / pole.s);
+    lanes.between_poles[lane] = -2.0 * pole.side * std::min(pole.s, d);
+    lanes.product[lane] = static_cast<Real>(pole.side * d * pole.s);
+    lanes.ratio[lane] = static_cast<Real>(lanes.exact_ratio[lane]);
+    lanes.path_squared[lane] = static_cast<Real>(pole.path * pole.path);
+    lanes.direct_path[lane] = static_cast<Real>(pass.far_pole ? pole.far_path : pole.path);
+    const SphericalDistances distances = geometry_.distances(point, pole);
+    block.first_arrival[lane] = static_cast<Real>(distances.nearest / speed_);
+    block.last_arrival[lane] = static_cast<Real>(distances.farthest / speed_);
+}
+
+// The direct wave's window and what of its coefficient moves between the poles.
+template <class Real>
+void SphericalEdge<Real>::finish(EdgeBlock<Real>& block, Pass pass,
+                                 const SphericalLanes<Real>& lanes) const {
+    const bool as_sample = size() > static_cast<int>(weight_.size());
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        const double moved = (pass.far_pole ? share_ : -share_) * lanes.exact_ratio[lane];
+        const Real direct = block.direct_delay[lane];
+        block.coefficient_sum[lane] += static_cast<Real>(splits_ ? moved : 0.0);
+        block.direct_begin[lane] = std::max(direct, block.first_arrival[lane]);
+        block.direct_end[lane] = std::min(direct, block.last_arrival[lane]);
+        if (as_sample) {
+            const std::size_t at = weight_.size() * block_lanes + lane;
+            block.coefficient[at] = static_cast<Real>(pass.far_pole ? moved : 0.0);
+            block.delay[at] = direct;
+            if (block.detail == EdgeDetail::excess) {
+                block.excess[at] =
+                    static_cast<Real>(pass.far_pole ? lanes.between_poles[lane] : 0.0);
+            }
+        }
+    }
+}
+
+template <class Real>
+void SphericalEdge<Real>::sample(EdgeBlock<Real>& block, int index) const {
+    const Pass pass{splits_ ? index / 2 : index, splits_ && index % 2 == 1};
+    SphericalLanes<Real> lanes = tables(pass.far_pole);
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        place(block, lane, pass, lanes);
+    }
+    if constexpr (std::is_same_v<Real, float>) {
+        KAVRO_KERNEL(SampleRimsSingle)(lanes, block);
+    } else {
+        KAVRO_KERNEL(SampleRimsDouble)(lanes, block);
+    }
+    finish(block, pass, lanes);
+}
+
+template class SphericalEdge<float>;
+template class SphericalEdge<double>;
+
+}  // namespace kavro
+#endif  // HWY_ONCE
