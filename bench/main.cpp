@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "arrays.h"
 #include "kzk.h"
 #include "machine.h"
 #include "measure.h"
@@ -28,6 +29,7 @@ constexpr const char* usage =
     "            [--repeat N] [--json FILE] [--no-literal]\n"
     "kavro_bench --with-output [--scenes ...] [--threads N] [--vectors ...] [--repeat N]\n"
     "kavro_bench --speed-up --threads N [--scenes ...] [--vectors ...] [--repeat N]\n"
+    "kavro_bench --arrays --threads N [--vectors ...] [--repeat N]\n"
     "kavro_bench --scaling [--vectors ...] [--repeat N] [--json FILE]\n"
     "kavro_bench --memory [--threads N]\n"
     "kavro_bench --kzk [--threads N] [--vectors ...] [--repeat N] [--json FILE] [--no-literal]\n"
@@ -36,11 +38,12 @@ constexpr const char* usage =
     "CPU times for one thread and wall times for more, medians over the repetitions.\n"
     "--with-output: times of a call that makes its output as well, in ms.\n"
     "--speed-up: wall time of one thread over that of N, by turns.\n"
+    "--arrays: one call over an array beside a call for each element, and N threads beside one.\n"
     "--scaling: CPU time of one thread against each quantity in turn.\n"
     "--memory: what a call takes beside its output.\n"
     "--kzk: both nonlinear marches and their literal transcriptions.\n";
 
-enum class Mode { scenes, with_output, speed_up, scaling, memory, kzk };
+enum class Mode { scenes, arrays, with_output, speed_up, scaling, memory, kzk };
 
 struct Options {
     Mode mode = Mode::scenes;
@@ -52,19 +55,14 @@ struct Options {
 };
 
 Options parse(int argc, char** argv) {
-    const option table[] = {{"scenes", required_argument, nullptr, 's'},
-                            {"threads", required_argument, nullptr, 't'},
-                            {"vectors", required_argument, nullptr, 'v'},
-                            {"repeat", required_argument, nullptr, 'r'},
-                            {"json", required_argument, nullptr, 'j'},
-                            {"no-literal", no_argument, nullptr, 'n'},
-                            {"with-output", no_argument, nullptr, 'o'},
-                            {"scaling", no_argument, nullptr, 'c'},
-                            {"speed-up", no_argument, nullptr, 'u'},
-                            {"memory", no_argument, nullptr, 'm'},
-                            {"kzk", no_argument, nullptr, 'k'},
-                            {"help", no_argument, nullptr, 'h'},
-                            {nullptr, 0, nullptr, 0}};
+    const option table[] = {
+        {"scenes", required_argument, nullptr, 's'},  {"threads", required_argument, nullptr, 't'},
+        {"vectors", required_argument, nullptr, 'v'}, {"repeat", required_argument, nullptr, 'r'},
+        {"json", required_argument, nullptr, 'j'},    {"no-literal", no_argument, nullptr, 'n'},
+        {"with-output", no_argument, nullptr, 'o'},   {"arrays", no_argument, nullptr, 'a'},
+        {"scaling", no_argument, nullptr, 'c'},       {"speed-up", no_argument, nullptr, 'u'},
+        {"memory", no_argument, nullptr, 'm'},        {"kzk", no_argument, nullptr, 'k'},
+        {"help", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
     Options options;
     for (int choice = 0; (choice = getopt_long(argc, argv, "", table, nullptr)) != -1;) {
         const std::string value = optarg != nullptr ? optarg : "";
@@ -92,6 +90,8 @@ Options parse(int argc, char** argv) {
             options.mode = Mode::with_output;
         } else if (choice == 'u') {
             options.mode = Mode::speed_up;
+        } else if (choice == 'a') {
+            options.mode = Mode::arrays;
         } else if (choice == 'c') {
             options.mode = Mode::scaling;
         } else if (choice == 'm') {
@@ -249,6 +249,8 @@ int main(int argc, char** argv) {
             if (!options.json.empty()) {
                 write_scaling(all, options.json);
             }
+        } else if (options.mode == Mode::arrays) {
+            print_arrays(options.repeat, options.threads);
         } else if (options.mode == Mode::kzk) {
             const std::vector<KzkRow> rows =
                 measure_kzk(options.repeat, options.threads, options.literal);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
 #include "scenes.h"
 
@@ -24,6 +25,9 @@ struct Errors {
     std::size_t other_zeros = 0;  // samples that are zero in one of the two only
     std::size_t samples = 0;      // samples compared
 };
+
+// Wall time of some work, s; `prepare` is not timed.
+double time_work(const std::function<void()>& prepare, const std::function<void()>& work);
 
 // The library's array call over the whole scene; the output is in memory before the clock starts.
 Timing time_product(BenchScene& scene, kavro::Output output, int repetitions);

@@ -9,6 +9,7 @@
 #include "core/counts.h"
 #include "core/input_error.h"
 #include "core/interrupted.h"
+#include "core/quadrature_rule.h"
 
 namespace kavro {
 namespace {
@@ -118,35 +119,20 @@ bool NumericalIntegration::allocate_memory(int n) {
     return true;
 }
 
-// Of npoints abscissas; none below 1.
-const NumericalIntegration::StandardRule& NumericalIntegration::standard_rule() {
-    const auto n = static_cast<std::size_t>(std::max(npoints, 0));
-    if (!standard_ || standard_->abscissas.size() != n) {
-        const auto rule = std::make_shared<StandardRule>(
-            StandardRule{std::vector<double>(n), std::vector<double>(n)});
-        if (!grule(npoints, rule->abscissas.data(), rule->weights.data(), console::interrupted)) {
-            throw Interrupted();
-        }
-        standard_ = rule;
-    }
-    return *standard_;
-}
-
 bool NumericalIntegration::gauss_quadrature() {
-    const StandardRule& standard = standard_rule();
-    std::copy(standard.abscissas.begin(), standard.abscissas.end(), abscissas.begin());
-    std::copy(standard.weights.begin(), standard.weights.end(), weights.begin());
+    if (!standard_ || standard_->order() != npoints) {
+        standard_ = gauss_rule(npoints);
+    }
+    std::copy(standard_->abscissas.begin(), standard_->abscissas.end(), abscissas.begin());
+    std::copy(standard_->weights.begin(), standard_->weights.end(), weights.begin());
     return true;
 }
 
 bool NumericalIntegration::gauss_quadrature(double a, double b) {
     gauss_quadrature();
-    for (double& x : abscissas) {
-        x = x * (b - a) * 0.5 + (a + b) * 0.5;
-    }
-    for (double& w : weights) {
-        w = w * (b - a) * 0.5;
-    }
+    const QuadratureRule mapped = standard_->mapped(a, b);
+    std::copy(mapped.abscissas.begin(), mapped.abscissas.end(), abscissas.begin());
+    std::copy(mapped.weights.begin(), mapped.weights.end(), weights.begin());
     return true;
 }
 

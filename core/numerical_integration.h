@@ -9,9 +9,14 @@
 
 namespace kavro {
 
-// One rule, shared by all elements of a call. It is mutable on purpose: solvers refill it for
-// their own interval, and whatever the last one asked for is what the next reader sees. Size it
-// with `allocate_memory` before filling it. Not to be filled and read from two threads at once.
+struct QuadratureRule;
+
+// One rule, shared by all elements of a call. Size it with `allocate_memory` before filling it. Not
+// to be filled and read from two threads at once.
+//
+// An element in exact mode reads nothing of it but the number of abscissas, and never writes it. In
+// reference mode it is mutable on purpose: a method that needs the interval [0, pi] refills it, and
+// whatever the last one asked for is what the next reader sees.
 class NumericalIntegration {
 public:
     std::array<float, 5> kzk_parameters{};        // set by the two KZK setters
@@ -57,12 +62,7 @@ public:
     int get_npoints() const { return npoints; }
 
 private:
-    struct StandardRule {  // on [-1, 1]
-        std::vector<double> abscissas, weights;
-    };
-    const StandardRule& standard_rule();
-
-    std::shared_ptr<const StandardRule> standard_;  // the last one that was computed, or null
+    std::shared_ptr<const QuadratureRule> standard_;  // the last Gauss rule on [-1, 1], or null
 };
 
 }  // namespace kavro

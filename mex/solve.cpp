@@ -373,12 +373,16 @@ mxArray* Solve::solve_added(const Operation& operation) {
             element->set_transient_pressure_pointer(real_parts(output));
         }
     }
-    if (operation.solve_array != nullptr) {
-        quadrature_ = reference_rule_;
-        finish(operation.solve_array(element_pointers(), Output::all_zero));
-    } else {
-        solve_each(operation, [](std::size_t) {});
+    quadrature_ = reference_rule_;
+    // In reference mode a method may refill its rule, and none is to read what another has left.
+    std::vector<NumericalIntegration> rules;
+    rules.reserve(elements_.size());
+    for (const std::unique_ptr<Transducer>& element : elements_) {
+        if (!element->exact()) {
+            element->set_integral_pointer(&rules.emplace_back(reference_rule_));
+        }
     }
+    finish(operation.solve_array(element_pointers(), Output::all_zero));
     return output;
 }
 

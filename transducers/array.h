@@ -3,17 +3,24 @@
 
 #include <span>
 
+#include "method.h"
 #include "output.h"
 #include "transducer.h"
 
 namespace kavro {
 
-// Bit for bit what fnm_tsd_sse() of each element in order gives, much faster: elements that share
-// grid, time axis and output are solved together. Returns the first status that is not 0; elements
-// after that one are not solved. status_failure for a null element or one whose records are not all
-// set. Reports progress to the console port, and asks it between tiles of points whether to stop:
-// status_interrupted then, with an incomplete output.
-TransducerStatus fnm_tsd_sse(std::span<Transducer* const> elements,
-                             Output output = Output::accumulate);
+// Bit for bit what the method of each element in order gives, much faster: elements that share
+// grid, time axis and output, of any shapes, are solved together, point by point. Returns the first
+// status that is not 0; elements after that one are not solved. status_failure for a null element
+// or one whose records are not all set. Reports progress to the console port, and asks it between
+// tiles of points whether to stop: status_interrupted then, with an incomplete output. Methods that
+// do not add (arrival times, nonlinear marches) are carried out for one element after the other.
+TransducerStatus solve(Method method, std::span<Transducer* const> elements,
+                       Output output = Output::accumulate);
+
+inline TransducerStatus fnm_tsd_sse(std::span<Transducer* const> elements,
+                                    Output output = Output::accumulate) {
+    return solve(Method::fnm_tsd_sse, elements, output);
+}
 
 }  // namespace kavro

@@ -4,6 +4,8 @@
 #include <span>
 #include <string_view>
 
+#include "array.h"
+#include "method.h"
 #include "output.h"
 #include "shapes.h"
 #include "transducer.h"
@@ -36,9 +38,8 @@ enum class WaveformDemand { none, sampled, centre_frequency };
 
 struct Operation {
     const char* name;
+    Method method;
     TransducerStatus (Transducer::*solve)();
-    // The same over an array, faster; null where there is no such.
-    TransducerStatus (*solve_array)(std::span<Transducer* const>, Output);
     OperationKind kind;
     unsigned inputs;    // OperationInput
     int default_ndiv;   // abscissas that suffice for elements of a few wavelengths
@@ -47,6 +48,11 @@ struct Operation {
     const char* summary;
 
     bool uses(OperationInput input) const { return (inputs & input) != 0; }
+
+    // The same over an array, see array.h.
+    TransducerStatus solve_array(std::span<Transducer* const> elements, Output output) const {
+        return kavro::solve(method, elements, output);
+    }
 };
 
 // All operations of Transducer, in its order.
@@ -55,7 +61,7 @@ std::span<const Operation> operations();
 // The operation of this name; null where there is none.
 const Operation* operation_of(std::string_view name);
 
-// Whether the shape offers the operation. It is found by asking a fresh element of the shape.
+// Whether the shape offers the operation.
 bool implements(const Operation& operation, const Shape& shape);
 
 }  // namespace kavro

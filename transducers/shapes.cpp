@@ -22,15 +22,15 @@ using Sizes = std::span<const double>;
 using Element = std::unique_ptr<Transducer>;
 
 constexpr std::array table{
-    Shape{"circ", "disc", disc_sizes,
+    Shape{"circ", "disc", disc_sizes, CircularTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<CircularTransducer>(s[0]); }},
-    Shape{"ring", "ring", ring_sizes,
+    Shape{"ring", "ring", ring_sizes, RingTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<RingTransducer>(s[0], s[1]); }},
-    Shape{"rect", "rectangle", rectangle_sizes,
+    Shape{"rect", "rectangle", rectangle_sizes, RectangularTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<RectangularTransducer>(s[0], s[1]); }},
-    Shape{"shel", "shell", shell_sizes,
+    Shape{"shel", "shell", shell_sizes, SphericalTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<SphericalTransducer>(s[0], s[1]); }},
-    Shape{"sph ring", "shell ring", shell_ring_sizes,
+    Shape{"sph ring", "shell ring", shell_ring_sizes, SphericalRingTransducer::offered,
           [](Sizes s) -> Element {
               return std::make_unique<SphericalRingTransducer>(s[0], s[1], s[2]);
           }},

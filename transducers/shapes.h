@@ -5,6 +5,7 @@
 #include <span>
 #include <string_view>
 
+#include "method.h"
 #include "transducer.h"
 
 namespace kavro {
@@ -13,6 +14,7 @@ struct Shape {
     const char* identifier;              // as hosts write it, "circ"
     const char* name;                    // as people say it, "disc"
     std::span<const char* const> sizes;  // names of its sizes, m
+    MethodSet methods;                   // that it offers
     std::unique_ptr<Transducer> (*make)(std::span<const double> sizes);  // sizes in that order
 };
 

@@ -7,6 +7,8 @@
 #include <limits>
 
 #include "core/console.h"
+#include "transducers/blocks/sample_window.h"
+#include "transducers/shape.h"
 
 namespace kavro {
 namespace {
@@ -144,6 +146,41 @@ CartesianCoordinate Transducer::rotateTranslate(const CartesianCoordinate& point
     return local;
 }
 
+Departures Transducer::departures() const {
+    return {};
+}
+
+ApertureDistances Transducer::distances(const CartesianCoordinate&) const {
+    return {};
+}
+
+std::unique_ptr<EdgeGenerator<double>> Transducer::edge(const Wanted&) const {
+    return nullptr;
+}
+
+std::unique_ptr<EdgeGenerator<float>> Transducer::single_edge(const Wanted&) const {
+    return nullptr;
+}
+
+std::unique_ptr<EdgeGenerator<double>> Transducer::rounded_edge(const Wanted&) const {
+    return nullptr;
+}
+
+std::unique_ptr<SurfaceRows<double>> Transducer::surface(const Wanted&) const {
+    return nullptr;
+}
+
+std::unique_ptr<SurfaceRows<float>> Transducer::single_surface(const Wanted&) const {
+    return nullptr;
+}
+
+void Transducer::write_impulse_response(const CartesianCoordinate&, SampleWindow, double,
+                                        double*) const {}
+
+std::unique_ptr<Share> Transducer::own_share(const OwnMethod&) const {
+    return nullptr;
+}
+
 bool Transducer::has_transient_records() const {
     return excitation != nullptr && integral != nullptr && has_impulse_response_records();
 }
@@ -195,7 +232,7 @@ void Transducer::zerofill_transient_pressure() {
     std::fill_n(transient_pressure, count, 0.0);
 }
 
-void Transducer::mex_debug(int level) {
+void Transducer::mex_debug(int level) const {
     console::print("Element center: (%e, %e, %e)\n", center.x, center.y, center.z);
     console::print("Element Euler angles: (%e, %e, %e)\n", euler.x, euler.y, euler.z);
     console::print("Amplitude: %e\n", amplitude);
@@ -221,7 +258,7 @@ void Transducer::mex_debug(int level) {
     console::print("z range: %f to %f\n", grid.zmin, grid.zmax);
 }
 
-void Transducer::debug(int) {
+void Transducer::debug(int) const {
     std::ostream& out = std::cout;
     out << "Center Coordinates Address: " << &center << "\n  center.x: " << center.x
         << "\n  center.y: " << center.y << "\n  center.z: " << center.z

@@ -5,6 +5,7 @@
 #include <complex>
 #include <cstdint>
 #include <limits>
+#include <memory>
 
 #include "../core/cartesian_coordinate.h"
 #include "../core/coordinate_grid.h"
@@ -13,11 +14,41 @@
 #include "../core/numerical_integration.h"
 #include "../core/time_samples.h"
 #include "../excitation/excitation_function.h"
+#include "departures.h"
+#include "method.h"
 #include "transducer_status.h"
 
 namespace kavro {
 
-// Placement, weighting and records of an element, and one virtual operation per solution method.
+template <class Real>
+class EdgeGenerator;
+template <class Real>
+class SurfaceRows;
+class Share;
+struct OwnMethod;
+struct SampleWindow;
+struct Wanted;
+
+// From a point to the nearest and to the farthest point of a face (m).
+struct ApertureDistances {
+    double nearest = 0.0;
+    double farthest = 0.0;
+};
+
+// Where a method's Gauss rule lies. In reference mode, `half_circle` refills the shared rule on
+// [0, pi], and `standard` reads it as it stands.
+enum class RuleInterval {
+    none,         // only the number of abscissas counts
+    standard,     // [-1, 1]
+    half_circle,  // [0, pi]
+};
+
+struct EdgeScale {
+    double factor = 1.0;
+    double divisor = 1.0;
+};
+
+// Placement, weighting and records of an element, and one operation per solution method.
 //
 // An element owns nothing it points to: grid, medium, quadrature, time axis, excitation and outputs
 // belong to the caller and must outlive the solver calls. Results are added into the outputs, never
@@ -53,8 +84,9 @@ public:
     Transducer() = default;
     virtual ~Transducer() = default;
 
-    virtual void debug(int level);      // writes the element to the standard output stream
-    virtual void mex_debug(int level);  // prints the element to the console; level 2: records too
+    virtual void debug(int level) const;  // writes the element to the standard output stream
+    virtual void mex_debug(
+        int level) const;  // prints the element to the console; level 2: records too
 
     // Three doubles each; the rotation matrix is not recomputed.
     virtual void set_center(CartesianCoordinate value);
@@ -82,31 +114,77 @@ public:
     virtual void set_transient_pressure_pointer(double* pressure);
 
     // The solution methods. Each answers status_not_implemented where the shape does not offer it.
-    virtual TransducerStatus farfield_cw() = 0;
-    virtual TransducerStatus fnm_cw() = 0;
-    virtual TransducerStatus fnm_cw_apodized() = 0;
-    virtual TransducerStatus fnm_cw_single() = 0;
-    virtual TransducerStatus fnm_cw_sse() = 0;
-    virtual TransducerStatus fnm_cw_sse2() = 0;
-    virtual TransducerStatus radiator_cw() = 0;
-    virtual TransducerStatus rayleigh_cw() = 0;
-    virtual TransducerStatus rayleigh_cw_apodized() = 0;
-    virtual TransducerStatus rayleigh_cw_sse() = 0;
-    virtual TransducerStatus impulse_begin_and_end_times() = 0;
-    virtual TransducerStatus impulse_response() = 0;
-    virtual TransducerStatus fnm_transient() = 0;
-    virtual TransducerStatus fnm_transient_behind_source() = 0;
-    virtual TransducerStatus fnm_fdtsd() = 0;
-    virtual TransducerStatus fnm_tsd() = 0;
-    virtual TransducerStatus fnm_tsd_behind_source() = 0;
-    virtual TransducerStatus fnm_tsd_low_precision() = 0;
-    virtual TransducerStatus fnm_tsd_sse() = 0;
-    virtual TransducerStatus rayleigh_transient() = 0;
-    virtual TransducerStatus kzk_transient() = 0;
-    virtual TransducerStatus kzk_cw() = 0;
+    // They are the same for all shapes, and for one element as for an array (array.h): what differs
+    // is what a shape states below.
+    TransducerStatus farfield_cw() { return solve_alone(Method::farfield_cw); }
+    TransducerStatus fnm_cw() { return solve_alone(Method::fnm_cw); }
+    TransducerStatus fnm_cw_apodized() { return solve_alone(Method::fnm_cw_apodized); }
+    TransducerStatus fnm_cw_single() { return solve_alone(Method::fnm_cw_single); }
+    TransducerStatus fnm_cw_sse() { return solve_alone(Method::fnm_cw_sse); }
+    TransducerStatus fnm_cw_sse2() { return solve_alone(Method::fnm_cw_sse2); }
+    TransducerStatus radiator_cw() { return solve_alone(Method::radiator_cw); }
+    TransducerStatus rayleigh_cw() { return solve_alone(Method::rayleigh_cw); }
+    TransducerStatus rayleigh_cw_apodized() { return solve_alone(Method::rayleigh_cw_apodized); }
+    TransducerStatus rayleigh_cw_sse() { return solve_alone(Method::rayleigh_cw_sse); }
+    TransducerStatus impulse_begin_and_end_times() {
+        return solve_alone(Method::impulse_begin_and_end_times);
+    }
+    TransducerStatus impulse_response() { return solve_alone(Method::impulse_response); }
+    TransducerStatus fnm_transient() { return solve_alone(Method::fnm_transient); }
+    TransducerStatus fnm_transient_behind_source() {
+        return solve_alone(Method::fnm_transient_behind_source);
+    }
+    TransducerStatus fnm_fdtsd() { return solve_alone(Method::fnm_fdtsd); }
+    TransducerStatus fnm_tsd() { return solve_alone(Method::fnm_tsd); }
+    TransducerStatus fnm_tsd_behind_source() { return solve_alone(Method::fnm_tsd_behind_source); }
+    TransducerStatus fnm_tsd_low_precision() { return solve_alone(Method::fnm_tsd_low_precision); }
+    TransducerStatus fnm_tsd_sse() { return solve_alone(Method::fnm_tsd_sse); }
+    TransducerStatus rayleigh_transient() { return solve_alone(Method::rayleigh_transient); }
+    // The nonlinear marches store their results, they do not add. A shape that has them overrides
+    // them.
+    virtual TransducerStatus kzk_transient() { return status_not_implemented; }
+    virtual TransducerStatus kzk_cw() { return status_not_implemented; }
 
-    // No two points of the face are farther apart, m. A shape that does not know answers infinity.
+    // ---- What a shape states of itself. Points are in the element's own frame, the rotation
+    // matrix is set, and so are the records that the method needs.
+
+    virtual MethodSet methods() const = 0;
+
+    // In reference or exact mode, as the element is. None.
+    virtual Departures departures() const;
+
+    // No two points of the face are farther apart, m: tells whether a waveform's decomposition
+    // keeps its precision over the face. A shape that does not know answers infinity.
     virtual double face_extent() const { return std::numeric_limits<double>::infinity(); }
+
+    // The nearest and the farthest point of the face.
+    virtual ApertureDistances distances(const CartesianCoordinate& point) const;
+
+    // On which interval a method wants its rule.
+    virtual RuleInterval rule_interval(Method) const { return RuleInterval::standard; }
+
+    // The edge generators: blocks in lengths for continuous waves, in times for the others. Null
+    // where there is nothing to add. In single precision null where that would not hold; in double
+    // precision and rounded at the end for those points that the single one leaves out.
+    virtual std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const;
+    virtual std::unique_ptr<EdgeGenerator<float>> single_edge(const Wanted& wanted) const;
+    virtual std::unique_ptr<EdgeGenerator<double>> rounded_edge(const Wanted& wanted) const;
+
+    // What rho c times the complex weight is multiplied with and divided by to give the prefactor
+    // of edges in lengths.
+    virtual EdgeScale edge_scale(Method) const { return {}; }
+
+    // Samples of the face for the Rayleigh integrals.
+    virtual std::unique_ptr<SurfaceRows<double>> surface(const Wanted& wanted) const;
+    virtual std::unique_ptr<SurfaceRows<float>> single_surface(const Wanted& wanted) const;
+
+    // Writes the spatial impulse response (m/s) at a point: h(t - delay - later) at the samples of
+    // a window, into as many values, zeros so far.
+    virtual void write_impulse_response(const CartesianCoordinate& point, SampleWindow samples,
+                                        double later, double* values) const;
+
+    // The methods that no other shape knows.
+    virtual std::unique_ptr<Share> own_share(const OwnMethod& own) const;
 
     // A global point in the element's own frame. Needs InitializeRotationMatrix. Rounding may put a
     // point of the plane z = 0 behind it, where faces do not radiate; exactly, it stays in the
@@ -142,8 +220,7 @@ public:
     bool is_silent() const;
 
 protected:
-    // The answer of every method that a shape does not offer.
-    static TransducerStatus not_implemented() { return status_not_implemented; }
+    TransducerStatus solve_alone(Method method);
 
 private:
     template <class Real>

@@ -442,7 +442,7 @@ TEST(DiscContinuousWave, RefillsTheRuleAlongTheRimOnly) {
             element.set_exact(exact);
             records.connect_continuous_wave(element);
             (element.*operation.solve)();
-            if (!operation.surface) {
+            if (!operation.surface && !exact) {
                 expected.gauss_quadrature(0, 3.14159265358979);
             }
             EXPECT_EQ(records.rule.abscissas, expected.abscissas) << operation.name;

@@ -18,8 +18,8 @@ using kavro::Transducer;
 // The triangle leaves the two nonlinear methods open; this closes them.
 class Triangle : public kavro::TriangleTransducer {
 public:
-    kavro::TransducerStatus kzk_transient() override { return not_implemented(); }
-    kavro::TransducerStatus kzk_cw() override { return not_implemented(); }
+    kavro::TransducerStatus kzk_transient() override { return kavro::status_not_implemented; }
+    kavro::TransducerStatus kzk_cw() override { return kavro::status_not_implemented; }
 };
 
 TEST(Transducer, StartsWithAmplitudeOneAndNoWeight) {

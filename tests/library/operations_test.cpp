@@ -14,47 +14,9 @@ using kavro::Operation;
 using kavro::Shape;
 using kavro::TransducerStatus;
 
-#define KAVRO_RECORD(name)             \
-    TransducerStatus name() override { \
-        asked = #name;                 \
-        return kavro::status_success;  \
-    }
-
-// Remembers which operation it was asked for.
-class Recording : public kavro::Transducer {
-public:
-    std::string asked;
-
-    KAVRO_RECORD(farfield_cw)
-    KAVRO_RECORD(fnm_cw)
-    KAVRO_RECORD(fnm_cw_apodized)
-    KAVRO_RECORD(fnm_cw_single)
-    KAVRO_RECORD(fnm_cw_sse)
-    KAVRO_RECORD(fnm_cw_sse2)
-    KAVRO_RECORD(radiator_cw)
-    KAVRO_RECORD(rayleigh_cw)
-    KAVRO_RECORD(rayleigh_cw_apodized)
-    KAVRO_RECORD(rayleigh_cw_sse)
-    KAVRO_RECORD(impulse_begin_and_end_times)
-    KAVRO_RECORD(impulse_response)
-    KAVRO_RECORD(fnm_transient)
-    KAVRO_RECORD(fnm_transient_behind_source)
-    KAVRO_RECORD(fnm_fdtsd)
-    KAVRO_RECORD(fnm_tsd)
-    KAVRO_RECORD(fnm_tsd_behind_source)
-    KAVRO_RECORD(fnm_tsd_low_precision)
-    KAVRO_RECORD(fnm_tsd_sse)
-    KAVRO_RECORD(rayleigh_transient)
-    KAVRO_RECORD(kzk_transient)
-    KAVRO_RECORD(kzk_cw)
-};
-
 TEST(Operations, NamesLeadToTheirOperations) {
     EXPECT_EQ(kavro::operations().size(), 22u);
     for (const Operation& operation : kavro::operations()) {
-        Recording element;
-        EXPECT_EQ((element.*operation.solve)(), kavro::status_success);
-        EXPECT_EQ(element.asked, operation.name);
         EXPECT_EQ(kavro::operation_of(operation.name), &operation);
         EXPECT_EQ(operation.default_ndiv % operation.ndiv_multiple, 0) << operation.name;
         EXPECT_EQ(operation.default_ndiv > 0, operation.uses(kavro::input_quadrature))

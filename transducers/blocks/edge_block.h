@@ -19,11 +19,6 @@ struct alignas(64) Lanes : std::array<T, block_lanes> {};
 // What a method wants to know of the points beside coefficients and delays.
 enum class EdgeDetail { none, arrivals, excess };
 
-// How a transient method takes the direct wave: as the waveform's value, or through the same
-// decomposition as the edge waves. Where the coefficients grow without bound, as at a focus, the
-// two kinds of wave must be alike to the last term, so that they cancel.
-enum class DirectWaveBy { value, decomposition };
-
 // Every fast-nearfield pressure has the form
 //
 //     p(t) = sum over i of g_i [ v(t - tau_i) - v(t - zeta) ],
@@ -37,10 +32,8 @@ template <class Real>
 struct EdgeBlock {
     // The points, in the element's own frame, in the precision of the method (m).
     Lanes<Real> x, y, z;
-    // The same before rounding: of single-precision blocks of the time-space decomposition.
-    std::array<CartesianCoordinate, block_lanes> unrounded;
+    Lanes<CartesianCoordinate> unrounded;  // the same before rounding
 
-    int room;  // most edge samples per point
     int size;  // edge samples per point; a generator may need fewer for some blocks
     // One entry more than there are edge samples: a consumer may treat the direct wave as the last
     // one.
@@ -48,6 +41,7 @@ struct EdgeBlock {
     AlignedVector<Real> delay;        // tau_i
     Lanes<Real> coefficient_sum;      // of all g_i, in the order of i
     Lanes<Real> direct_delay;         // zeta
+    Lanes<double> direct_path;        // R_0 before rounding (m): of generators that know it
     Lanes<Real> direct_begin;         // delay at which the direct wave's window begins
     // Delay whose wave ends the direct wave's window; methods that take that wave by its value know
     // the direct delay only.
@@ -64,12 +58,12 @@ struct EdgeBlock {
           y{},
           z{},
           unrounded{},
-          room(edge_samples),
           size(edge_samples),
           coefficient((static_cast<std::size_t>(edge_samples) + 1) * block_lanes),
           delay(coefficient.size()),
           coefficient_sum{},
           direct_delay{},
+          direct_path{},
           direct_begin{},
           direct_end{},
           reached{},
@@ -77,11 +71,25 @@ struct EdgeBlock {
           first_arrival{},
           last_arrival{},
           excess(wanted == EdgeDetail::excess ? coefficient.size() : 0) {}
+
+    // Ready for another generator of so many edge samples.
+    void resize(int edge_samples) {
+        size = edge_samples;
+        const auto needed = (static_cast<std::size_t>(edge_samples) + 1) * block_lanes;
+        if (needed > coefficient.size()) {
+            coefficient.resize(needed);
+            delay.resize(needed);
+            excess.resize(excess.empty() ? 0 : needed);
+        }
+    }
 };
 
 // Times, for the transient methods, or lengths, for continuous wave: the speed of sound counts as 1
 // then, and rho c is left to the method.
 enum class EdgeUnits { times, lengths };
+
+// What a generator keeps for each edge sample, about.
+inline constexpr std::size_t bytes_of_sample = 64;
 
 // A shape is one edge generator: from points in its own frame it fills the block. A method is a
 // consumer of edge blocks. Generators are immutable and used from several threads at once.

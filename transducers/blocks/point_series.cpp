@@ -1,70 +1,95 @@
 #include "transducers/blocks/point_series.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
-#include <memory>
-#include <vector>
-
-#include "transducers/blocks/point_tiles.h"
+#include <utility>
 
 namespace kavro {
 namespace {
 
-// Samples of a part: those of a tile stay in a near cache.
+// Samples of a part: those of a block stay in a near cache.
 constexpr int samples_at_a_time = 2048;
 
-class Worker : public TileWorker {
+class SeriesShare : public Share {
 public:
-    Worker(Transducer& element, const FillSeries& fill)
-        : element_(element),
-          fill_(fill),
-          room_(std::min(element.time_samples->ntimes, samples_at_a_time)),
-          values_(static_cast<std::size_t>(room_) * block_lanes) {}
+    SeriesShare(const Transducer& element, FillSeries fill)
+        : element_(element), fill_(std::move(fill)) {}
 
-    void work(int first, int count) override {
+    void add(PointTile& tile) const override {
         constexpr int steps = 8;  // for one sample
-        const int ntimes = element_.time_samples->ntimes;
-        for (int begin = 0; begin < ntimes;) {
-            const int some = std::min(ntimes - begin, samples_at_a_time);
-            spend(std::int64_t{steps} * some * count);
-            add_part(first, count, {begin, begin + some});
-            begin += some;
+        const int ntimes = tile.times().ntimes;
+        auto& values =
+            tile.room<std::vector<double>>([] { return std::make_shared<std::vector<double>>(); });
+        values.resize(static_cast<std::size_t>(std::min(ntimes, samples_at_a_time)) * block_lanes);
+        tile.write_rows();
+        for (int b = 0; b < tile.blocks(); ++b) {
+            for (int begin = 0; begin < ntimes;) {
+                const int some = std::min(ntimes - begin, samples_at_a_time);
+                tile.spend()(std::int64_t{steps} * some * tile.present(b));
+                add_part(tile, b, {begin, begin + some}, values);
+                begin += some;
+            }
         }
     }
 
 private:
-    // The output's point index runs fastest, so the tile's series are added sample by sample.
-    void add_part(int first, int count, SampleWindow samples) {
-        const CoordinateGrid& grid = *element_.coordinate_grid;
-        const auto room = static_cast<std::size_t>(room_);
-        std::fill(values_.begin(), values_.end(), 0.0);
-        for (int lane = 0; lane < count; ++lane) {
-            fill_(element_.rotateTranslate(grid.spatial_index_value(first + lane)), samples,
-                  values_.data() + static_cast<std::size_t>(lane) * room);
+    // The output's point index runs fastest, so the block's series are added sample by sample.
+    void add_part(PointTile& tile, int b, SampleWindow samples, std::vector<double>& values) const {
+        const std::size_t room = values.size() / block_lanes;
+        const auto count = static_cast<std::size_t>(tile.present(b));
+        Lanes<CartesianCoordinate> local;
+        tile.place(element_, b, local);
+        std::fill(values.begin(), values.end(), 0.0);
+        for (std::size_t lane = 0; lane < count; ++lane) {
+            fill_(local[lane], samples, values.data() + lane * room);
         }
-        const double* in = values_.data();
+        const double* in = values.data();
         for (int j = samples.begin; j < samples.end; ++j, ++in) {
-            double* out = element_.transient_pressure +
-                          static_cast<std::size_t>(j) * static_cast<std::size_t>(grid.npoints) +
-                          static_cast<std::size_t>(first);
-            for (std::size_t lane = 0; lane < static_cast<std::size_t>(count); ++lane) {
+            double* out = tile.output(b, j);
+            for (std::size_t lane = 0; lane < count; ++lane) {
                 out[lane] += in[lane * room] * element_.amplitude;
             }
         }
     }
 
-    Transducer& element_;
-    const FillSeries& fill_;
-    const int room_;              // for samples of each lane
-    std::vector<double> values_;  // lane after lane
+    const Transducer& element_;
+    const FillSeries fill_;
 };
 
 }  // namespace
 
-TransducerStatus add_point_series(Transducer& element, const FillSeries& fill) {
-    return work_in_tiles(element.coordinate_grid->npoints, block_lanes,
-                         [&] { return std::make_unique<Worker>(element, fill); });
+void PointSeries::begin(int lanes) {
+    for (int lane = 0; lane < lanes_; ++lane) {
+        std::fill(of(lane) + touched_.begin, of(lane) + std::max(touched_.begin, touched_.end),
+                  0.0);
+    }
+    touched_ = {ntimes_, 0};
+    if (lanes > lanes_) {
+        lanes_ = lanes;
+        values_.resize(static_cast<std::size_t>(ntimes_) * static_cast<std::size_t>(lanes));
+    }
+}
+
+double* PointSeries::touch(int lane, SampleWindow window) {
+    if (window.begin < window.end) {
+        touched_ = {std::min(touched_.begin, window.begin), std::max(touched_.end, window.end)};
+    }
+    return of(lane);
+}
+
+void PointSeries::add_to(PointTile& tile, int block, double factor) const {
+    const auto ntimes = static_cast<std::size_t>(ntimes_);
+    const auto count = static_cast<std::size_t>(tile.present(block));
+    for (int j = touched_.begin; j < touched_.end; ++j) {
+        double* out = tile.output(block, j);
+        for (std::size_t lane = 0; lane < count; ++lane) {
+            out[lane] += values_[lane * ntimes + static_cast<std::size_t>(j)] * factor;
+        }
+    }
+}
+
+std::unique_ptr<Share> point_series_share(const Transducer& element, FillSeries fill) {
+    return std::make_unique<SeriesShare>(element, std::move(fill));
 }
 
 }  // namespace kavro

@@ -208,43 +208,38 @@ HWY_AFTER_NAMESPACE();
 namespace kavro {
 
 template <class Real>
-CircularEdge<Real>::CircularEdge(const CircularTransducer& element, DelayBy delay_by,
-                                 EdgeUnits units)
-    : CircularEdge(element, std::span(&element.radius, 1), delay_by, units) {}
-
-template <class Real>
 CircularEdge<Real>::CircularEdge(const Transducer& element, std::span<const double> radii,
-                                 DelayBy delay_by, EdgeUnits units)
+                                 const Wanted& wanted, DelayBy delay_by)
     : speed_(1), delay_by_(delay_by) {
-    element.integral->gauss_quadrature(0, pi);
+    const bool in_times = wanted.units() == EdgeUnits::times;
     double density = 0.0;
-    if (units == EdgeUnits::times) {
+    if (in_times) {
         speed_ = static_cast<Real>(element.medium->_soundspeed);
         density = element.medium->_rho_density;
     }
     for (std::size_t k = 0; k < radii.size(); ++k) {
         const auto a = static_cast<Real>(radii[k]);
-        const double in_lengths = k == 0 ? 1.0 : radii[k] / radii[0];
-        const double in_times = static_cast<double>(static_cast<Real>(density) * speed_ * a) / pi;
-        const double scale = units == EdgeUnits::times ? in_times : in_lengths;
-        add_rim(*element.integral, a, k == 0 ? scale : -scale);
+        const double of_times = static_cast<double>(static_cast<Real>(density) * speed_ * a) / pi;
+        const double of_lengths = k == 0 ? 1.0 : radii[k] / radii[0];
+        const double scale = in_times ? of_times : of_lengths;
+        add_rim(wanted.rule, a, k == 0 ? scale : -scale);
     }
 }
 
 template <class Real>
-CircularEdge<Real>::CircularEdge(const NumericalIntegration& rule, double radius, double weight)
+CircularEdge<Real>::CircularEdge(const QuadratureRule& rule, double radius, double weight)
     : speed_(1), delay_by_(DelayBy::quotient) {
     add_rim(rule, static_cast<Real>(radius), weight);
 }
 
 template <class Real>
-void CircularEdge<Real>::add_rim(const NumericalIntegration& rule, Real radius, double scale) {
+void CircularEdge<Real>::add_rim(const QuadratureRule& rule, Real radius, double scale) {
     radii_.push_back(radius);
-    for (int i = 0; i < rule.get_npoints(); ++i) {
-        const auto cosine = static_cast<Real>(std::cos(rule.get_abscissa(i)));
+    for (std::size_t i = 0; i < rule.abscissas.size(); ++i) {
+        const auto cosine = static_cast<Real>(std::cos(rule.abscissas[i]));
         cosine_.push_back(cosine);
         two_a_cosine_.push_back(cosine * (2 * radius));
-        weight_.push_back(static_cast<Real>(rule.get_weight(i) * scale));
+        weight_.push_back(static_cast<Real>(rule.weights[i] * scale));
     }
 }
 

@@ -5,8 +5,7 @@
 #include <vector>
 
 #include "core/aligned_vector.h"
-#include "transducers/blocks/edge_block.h"
-#include "transducers/circular/circular_transducer.h"
+#include "transducers/shape.h"
 
 namespace kavro {
 
@@ -31,28 +30,23 @@ enum class DelayBy { quotient, product };
 // Arrivals: the nearest point of the face is the foot where that lies on the face, else the nearest
 // rim point. In lengths, g_i lacks rho c and is a / pi short of it, a being the outer radius.
 //
-// Everything is rounded to Real where it is stored. Construction refills the element's quadrature
-// rule and leaves it on [0, pi].
+// Everything is rounded to Real where it is stored.
 template <class Real>
 class CircularEdge : public EdgeGenerator<Real> {
 public:
-    CircularEdge(const CircularTransducer& element, DelayBy delay_by,
-                 EdgeUnits units = EdgeUnits::times);
+    // Of an element with these rim radii (m): the outer one and, if there is one, the hole's. The
+    // wanted rule lies on [0, pi].
+    CircularEdge(const Transducer& element, std::span<const double> radii, const Wanted& wanted,
+                 DelayBy delay_by = DelayBy::quotient);
 
     // One rim of a radius (m), in lengths, with coefficients weight * w_i (r cos phi_i - a) / D_i.
-    // The rule lies on [0, pi].
-    CircularEdge(const NumericalIntegration& rule, double radius, double weight);
+    CircularEdge(const QuadratureRule& rule, double radius, double weight);
 
     int size() const override { return static_cast<int>(cosine_.size()); }
     void sample(EdgeBlock<Real>& block, int pass) const override;
 
-protected:
-    // The radii of the outer rim and, if there is one, of the hole's.
-    CircularEdge(const Transducer& element, std::span<const double> radii, DelayBy delay_by,
-                 EdgeUnits units);
-
 private:
-    void add_rim(const NumericalIntegration& rule, Real radius, double scale);
+    void add_rim(const QuadratureRule& rule, Real radius, double scale);
 
     std::vector<Real> radii_;
     Real speed_;

@@ -20,12 +20,12 @@ CircularTransducer::CircularTransducer(double radius_value, double amplitude_val
     set_phase(phase_value);
 }
 
-void CircularTransducer::debug(int level) {
+void CircularTransducer::debug(int level) const {
     Transducer::debug(level);
     std::cout << "radius: " << radius << '\n';
 }
 
-void CircularTransducer::mex_debug(int level) {
+void CircularTransducer::mex_debug(int level) const {
     Transducer::mex_debug(level);
     console::print("radius: %f\n", radius);
 }

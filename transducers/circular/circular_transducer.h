@@ -16,30 +16,39 @@ public:
     CircularTransducer(double radius, double time_delay);
     CircularTransducer(double radius, double amplitude, double phase);
 
-    void debug(int level) override;
-    void mex_debug(int level) override;
-    double face_extent() const override { return 2.0 * radius; }
+    void debug(int level) const override;
+    void mex_debug(int level) const override;
 
-    TransducerStatus farfield_cw() override { return not_implemented(); }
-    TransducerStatus fnm_cw() override;
-    TransducerStatus fnm_cw_apodized() override;
-    TransducerStatus fnm_cw_single() override { return not_implemented(); }
-    TransducerStatus fnm_cw_sse() override;
-    TransducerStatus fnm_cw_sse2() override { return not_implemented(); }
-    TransducerStatus radiator_cw() override { return not_implemented(); }
-    TransducerStatus rayleigh_cw() override;
-    TransducerStatus rayleigh_cw_apodized() override;
-    TransducerStatus rayleigh_cw_sse() override;
-    TransducerStatus impulse_begin_and_end_times() override;
-    TransducerStatus impulse_response() override;
-    TransducerStatus fnm_transient() override;
-    TransducerStatus fnm_transient_behind_source() override { return not_implemented(); }
-    TransducerStatus fnm_fdtsd() override;
-    TransducerStatus fnm_tsd() override;
-    TransducerStatus fnm_tsd_behind_source() override { return not_implemented(); }
-    TransducerStatus fnm_tsd_low_precision() override;
-    TransducerStatus fnm_tsd_sse() override;
-    TransducerStatus rayleigh_transient() override;
+    static constexpr MethodSet offered{Method::fnm_cw,
+                                       Method::fnm_cw_apodized,
+                                       Method::fnm_cw_sse,
+                                       Method::rayleigh_cw,
+                                       Method::rayleigh_cw_apodized,
+                                       Method::rayleigh_cw_sse,
+                                       Method::fnm_transient,
+                                       Method::fnm_fdtsd,
+                                       Method::fnm_tsd,
+                                       Method::fnm_tsd_sse,
+                                       Method::fnm_tsd_low_precision,
+                                       Method::rayleigh_transient,
+                                       Method::impulse_begin_and_end_times,
+                                       Method::impulse_response,
+                                       Method::kzk_transient,
+                                       Method::kzk_cw};
+
+    MethodSet methods() const override { return offered; }
+    Departures departures() const override;
+    double face_extent() const override { return 2.0 * radius; }
+    ApertureDistances distances(const CartesianCoordinate& point) const override;
+    RuleInterval rule_interval(Method method) const override;
+    std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;
+    std::unique_ptr<EdgeGenerator<float>> single_edge(const Wanted& wanted) const override;
+    EdgeScale edge_scale(Method method) const override;
+    std::unique_ptr<SurfaceRows<double>> surface(const Wanted& wanted) const override;
+    std::unique_ptr<SurfaceRows<float>> single_surface(const Wanted& wanted) const override;
+    void write_impulse_response(const CartesianCoordinate& point, SampleWindow samples,
+                                double later, double* values) const override;
+
     // The nonlinear marches store their results, they do not add.
     TransducerStatus kzk_transient() override;
     TransducerStatus kzk_cw() override;

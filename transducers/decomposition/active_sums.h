@@ -7,7 +7,7 @@
 
 #include "core/aligned_vector.h"
 #include "core/interrupted.h"
-#include "transducers/decomposition/sample_window.h"
+#include "transducers/decomposition/windows.h"
 
 namespace kavro {
 

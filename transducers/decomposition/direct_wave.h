@@ -9,7 +9,7 @@
 #include "transducers/blocks/edge_block.h"
 #include "transducers/decomposition/active_sums.h"
 #include "transducers/decomposition/factors.h"
-#include "transducers/decomposition/sample_window.h"
+#include "transducers/decomposition/windows.h"
 
 namespace kavro {
 

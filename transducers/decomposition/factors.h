@@ -8,16 +8,12 @@
 #include "core/aligned_vector.h"
 #include "core/time_samples.h"
 #include "excitation/excitation_function.h"
+#include "transducers/departures.h"
 
 namespace kavro {
 
 // Which decomposition of the waveform a method uses.
 enum class Decomposition { real, complex };
-
-// How the direct wave's argument is formed from a sample's time t, the axial delay zeta and the
-// element's delay t_d: (t - zeta) - t_d, the first difference rounded to the method's precision, or
-// (t - t_d) - zeta in double.
-enum class DirectArgument { axial_delay_first, element_delay_first };
 
 // Temporal factors over a time axis, and the waveform's spatial factors as real numbers: the
 // complex decomposition counts as twice as many real terms.
@@ -61,9 +57,11 @@ public:
     // The same one delay at a time, by the waveform's scalar operations.
     void spatial_one(Real* out, Real tau) const;
 
-    // Whether these factors serve a waveform and delay as well.
-    bool serves(const ExcitationFunction& waveform, double time_delay) const {
-        return time_delay == time_delay_ && waveform_->same_waveform(waveform);
+    // Whether these factors serve another element as well.
+    bool serves(const ExcitationFunction& waveform, Decomposition kind, double time_delay,
+                DirectArgument argument) const {
+        return time_delay == time_delay_ && kind == kind_ && argument == argument_ &&
+               waveform_->same_waveform(waveform);
     }
 
     // Memory that the temporal factors take.

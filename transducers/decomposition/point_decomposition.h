@@ -9,7 +9,7 @@
 #include "core/time_samples.h"
 #include "transducers/blocks/edge_block.h"
 #include "transducers/decomposition/factors.h"
-#include "transducers/decomposition/sample_window.h"
+#include "transducers/decomposition/windows.h"
 
 namespace kavro {
 

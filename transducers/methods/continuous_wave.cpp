@@ -1,14 +1,13 @@
 #include "transducers/methods/continuous_wave.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "core/numeric_kernels.h"
 #include "core/simd/vector_dispatch.h"
-#include "transducers/blocks/place_points.h"
-#include "transducers/blocks/point_tiles.h"
+#include "transducers/blocks/point_tile.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transducers/methods/continuous_wave.cpp"
@@ -66,61 +65,62 @@ HWY_AFTER_NAMESPACE();
 namespace kavro {
 namespace {
 
-constexpr int tile_width = 4 * block_lanes;
-
-class Worker : public TileWorker {
+class ContinuousWave : public Share {
 public:
-    Worker(Transducer& element, const EdgeGenerator<double>& edge, const WaveParameters& wave,
-           std::complex<double> prefactor)
-        : element_(element),
-          edge_(edge),
-          wave_(wave),
-          prefactor_(prefactor),
-          block_(edge.size(), EdgeDetail::excess) {}
+    ContinuousWave(const Transducer& element, std::unique_ptr<EdgeGenerator<double>> edge,
+                   const WaveParameters& wave, std::complex<double> prefactor)
+        : element_(element), edge_(std::move(edge)), wave_(wave), prefactor_(prefactor) {}
 
-    void work(int first, int count) override {
-        for (int begin = 0; begin < count; begin += block_lanes) {
-            const int present = std::min(count - begin, block_lanes);
-            place_points(element_, first + begin, present, block_.x, block_.y, block_.z);
-            const int passes = edge_.passes(block_);
+    int tile_width() const override { return 4 * block_lanes; }
+
+    std::size_t bytes() const override {
+        return static_cast<std::size_t>(edge_->size()) * bytes_of_sample;
+    }
+
+    void add(PointTile& tile) const override {
+        auto& block = tile.room<EdgeBlock<double>>(
+            [&] { return std::make_shared<EdgeBlock<double>>(edge_->size(), EdgeDetail::excess); });
+        block.resize(edge_->size());
+        for (int b = 0; b < tile.blocks(); ++b) {
+            tile.place(element_, b, block);
+            const int passes = edge_->passes(block);
             for (int pass = 0; pass < passes; ++pass) {
-                spend(std::int64_t{block_lanes} * block_.size);
-                edge_.sample(block_, pass);
-                add_block(first + begin, present);
+                tile.spend()(std::int64_t{block_lanes} * block.size);
+                edge_->sample(block, pass);
+                add_block(block, tile, b);
             }
         }
     }
 
 private:
-    void add_block(int first, int present) {
+    void add_block(const EdgeBlock<double>& block, PointTile& tile, int b) const {
         Lanes<double> re;
         Lanes<double> im;
-        KAVRO_KERNEL(SumEdgeWaves)(block_, wave_, re, im);
-        for (int lane = 0; lane < present; ++lane) {
+        KAVRO_KERNEL(SumEdgeWaves)(block, wave_, re, im);
+        for (int lane = 0; lane < tile.present(b); ++lane) {
             const auto k = static_cast<std::size_t>(lane);
-            if (block_.reached[k] != 0) {
-                const double path = block_.direct_delay[k];
+            if (block.reached[k] != 0) {
+                const double path = block.direct_delay[k];
                 const std::complex<double> direct =
                     smart_exp(-wave_.attenuation * path, -wave_.wavenumber * path);
-                element_.superpose_complex_pressure(
-                    first + lane, prefactor_ * (direct * std::complex<double>(re[k], im[k])));
+                tile.add(b, lane, prefactor_ * (direct * std::complex<double>(re[k], im[k])));
             }
         }
     }
 
-    Transducer& element_;
-    const EdgeGenerator<double>& edge_;
+    const Transducer& element_;
+    const std::unique_ptr<EdgeGenerator<double>> edge_;
     const WaveParameters wave_;
     const std::complex<double> prefactor_;
-    EdgeBlock<double> block_;
 };
 
 }  // namespace
 
-TransducerStatus solve_continuous_wave(Transducer& element, const EdgeGenerator<double>& edge,
-                                       const WaveParameters& wave, std::complex<double> prefactor) {
-    return work_in_tiles(element.coordinate_grid->npoints, tile_width,
-                         [&] { return std::make_unique<Worker>(element, edge, wave, prefactor); });
+std::unique_ptr<Share> continuous_wave_share(const Transducer& element,
+                                             std::unique_ptr<EdgeGenerator<double>> edge,
+                                             const WaveParameters& wave,
+                                             std::complex<double> prefactor) {
+    return std::make_unique<ContinuousWave>(element, std::move(edge), wave, prefactor);
 }
 
 }  // namespace kavro

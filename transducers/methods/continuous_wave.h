@@ -2,8 +2,10 @@
 #pragma once
 
 #include <complex>
+#include <memory>
 
 #include "transducers/blocks/edge_block.h"
+#include "transducers/blocks/share.h"
 #include "transducers/methods/wave_parameters.h"
 #include "transducers/transducer.h"
 
@@ -14,14 +16,17 @@ namespace kavro {
 //     p = P e^(-(alpha + jk) R_0) * sum over i of g_i ( e^(-(alpha + jk)(R_i - R_0)) - 1 )
 //
 // with P the prefactor, all passes of the generator summed. The difference of the two waves is
-// formed from R_i - R_0 without cancellation. The element's records are set.
-TransducerStatus solve_continuous_wave(Transducer& element, const EdgeGenerator<double>& edge,
-                                       const WaveParameters& wave, std::complex<double> prefactor);
+// formed from R_i - R_0 without cancellation.
+std::unique_ptr<Share> continuous_wave_share(const Transducer& element,
+                                             std::unique_ptr<EdgeGenerator<double>> edge,
+                                             const WaveParameters& wave,
+                                             std::complex<double> prefactor);
 
-// How a single-precision sum treats the losses.
-enum class EdgeDamping {
-    damped,    // e^(-(alpha + jk) R_i)
-    undamped,  // e^(-jk R_i); only the direct wave is attenuated
+struct SingleWave {
+    float wavenumber;
+    float attenuation;
+    bool edge_is_damped;  // else only the direct wave is attenuated
+    bool in_fours;        // samples beyond a multiple of four are left out
 };
 
 // The same in single precision, four samples at a time:
@@ -29,10 +34,16 @@ enum class EdgeDamping {
 //     p = P * sum over i of g_i ( e^(-(alpha + jk) R_i) - e^(-(alpha + jk) R_0) )
 //
 // Sample i belongs to partial sum i mod 4, and the four are added last, as four-wide vectors would
-// have them; samples beyond a multiple of four are left out unless the element is exact.
-TransducerStatus solve_continuous_wave_single(Transducer& element, const EdgeGenerator<float>& edge,
-                                              const WaveParameters& wave,
-                                              std::complex<double> prefactor,
-                                              EdgeDamping damping = EdgeDamping::damped);
+// have them.
+std::unique_ptr<Share> single_wave_share(const Transducer& element,
+                                         std::unique_ptr<EdgeGenerator<float>> edge,
+                                         const SingleWave& wave, std::complex<double> prefactor);
+
+// In single precision by the form of the double one: for generators whose coefficients grow where
+// the waves nearly cancel. The direct path's phase stays in double (`wave`).
+std::unique_ptr<Share> single_excess_share(const Transducer& element,
+                                           std::unique_ptr<EdgeGenerator<float>> edge,
+                                           const WaveParameters& wave, bool in_fours,
+                                           std::complex<double> prefactor);
 
 }  // namespace kavro

@@ -32,4 +32,10 @@ WaveParameters wave_with_default_speed(const Medium& medium) {
     return {medium._f0 * two_pi / speed, attenuation_of(medium)};
 }
 
+WaveParameters rounded_wave(const Medium& medium) {
+    const auto wavelength = static_cast<float>(wavelength_of(medium));
+    const auto attenuation = static_cast<float>(attenuation_of(medium));
+    return {static_cast<double>(6.2831855f / wavelength), static_cast<double>(attenuation)};
+}
+
 }  // namespace kavro

@@ -34,6 +34,10 @@ WaveParameters wave_with_default_frequency(const Medium& medium);
 // The medium's wave; without a speed of sound, with 1500 m/s, and warns.
 WaveParameters wave_with_default_speed(const Medium& medium);
 
+// The medium's wave with all quantities, 2 pi and the wavelength among them, rounded to single
+// precision.
+WaveParameters rounded_wave(const Medium& medium);
+
 // The factor by which the rim form of the Rayleigh integral of a lossy medium differs from that of
 // a lossless one, jk / (alpha + jk): the exact fast-nearfield pressure carries it, the reference
 // one does not.

@@ -220,27 +220,27 @@ HWY_AFTER_NAMESPACE();
 namespace kavro {
 
 template <class Real>
-RectangularEdge<Real>::RectangularEdge(const RectangularTransducer& element, EdgeUnits units,
-                                       Abscissas abscissas)
+RectangularEdge<Real>::RectangularEdge(const RectangularTransducer& element, const Wanted& wanted)
     : half_width_(static_cast<Real>(element.width * 0.5)),
       half_height_(static_cast<Real>(element.height * 0.5)) {
     double scale = 1.0;
-    if (units == EdgeUnits::times) {
+    if (wanted.units() == EdgeUnits::times) {
         speed_ = static_cast<Real>(element.medium->_soundspeed);
         const auto density = static_cast<Real>(element.medium->_rho_density);
         scale = static_cast<double>(density * speed_) / -two_pi;
     }
     const double half_width = element.width * 0.5;
     const double half_height = element.height * 0.5;
-    const NumericalIntegration& rule = *element.integral;
-    const bool in_fours = abscissas == Abscissas::in_fours && !element.exact();
-    const int n = in_fours ? rule.get_npoints() / 4 * 4 : rule.get_npoints();
-    for (int i = 0; i < n; ++i) {
-        double t = rule.get_abscissa(i);
-        if (abscissas == Abscissas::rounded_to_single) {
+    const bool four_wide =
+        wanted.method == Method::fnm_cw_sse || wanted.method == Method::fnm_cw_sse2;
+    const std::size_t all = wanted.rule.abscissas.size();
+    const std::size_t n = four_wide && !element.exact() ? all / 4 * 4 : all;
+    for (std::size_t i = 0; i < n; ++i) {
+        double t = wanted.rule.abscissas[i];
+        if (wanted.method == Method::fnm_cw_single) {
             t = static_cast<double>(static_cast<float>(t));
         }
-        const double w = rule.get_weight(i);
+        const double w = wanted.rule.weights[i];
         const double u = (t + 1) * 0.5;
         piece_.push_back(static_cast<Real>(u * u));
         piece_weight_.push_back(static_cast<Real>(w * 0.5 * scale));

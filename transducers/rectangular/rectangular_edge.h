@@ -2,17 +2,10 @@
 #pragma once
 
 #include "core/aligned_vector.h"
-#include "transducers/blocks/edge_block.h"
 #include "transducers/rectangular/rectangular_transducer.h"
+#include "transducers/shape.h"
 
 namespace kavro {
-
-// How a variant takes the abscissas of the rule.
-enum class Abscissas {
-    all,
-    rounded_to_single,  // before anything is formed of them
-    in_fours,           // those beyond a multiple of four are left out, unless the element is exact
-};
 
 // Samples of the four edges. Lines through the foot of a point (x, y, z), parallel to the edges,
 // divide the plane; along an edge at the signed distance L from the foot (negative where the face
@@ -31,7 +24,9 @@ enum class Abscissas {
 //
 // edges along y likewise. Four terms an abscissa and direction in the first case, two in the
 // second; where a block has points of both kinds, those of the second carry two more of
-// coefficient 0. Points behind the face (z < 0) receive nothing.
+// coefficient 0. fnm_cw_single rounds the abscissas to single precision before anything is formed
+// of them; the four-wide methods leave out those beyond a multiple of four, unless the element is
+// exact. Points behind the face (z < 0) receive nothing.
 //
 // The direct wave's window begins with the delay of the nearest point of the face, beside the face
 // too, and ends by the axial delay. Distances become delays by a product with 1/c; that of the
@@ -40,9 +35,7 @@ enum class Abscissas {
 template <class Real>
 class RectangularEdge : public EdgeGenerator<Real> {
 public:
-    explicit RectangularEdge(const RectangularTransducer& element,
-                             EdgeUnits units = EdgeUnits::times,
-                             Abscissas abscissas = Abscissas::all);
+    RectangularEdge(const RectangularTransducer& element, const Wanted& wanted);
 
     int size() const override { return 8 * static_cast<int>(piece_.size()); }
     void sample(EdgeBlock<Real>& block, int pass) const override;

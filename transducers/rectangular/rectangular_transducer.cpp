@@ -22,12 +22,12 @@ RectangularTransducer::RectangularTransducer(double width_value, double height_v
     set_phase(phase_value);
 }
 
-void RectangularTransducer::debug(int level) {
+void RectangularTransducer::debug(int level) const {
     Transducer::debug(level);
     std::cout << "width: " << width << '\n' << "height: " << height << '\n';
 }
 
-void RectangularTransducer::mex_debug(int level) {
+void RectangularTransducer::mex_debug(int level) const {
     Transducer::mex_debug(level);
     console::print("width: %f\n", width);
     console::print("height: %f\n\n", height);

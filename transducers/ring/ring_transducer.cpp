@@ -22,13 +22,13 @@ RingTransducer::RingTransducer(double inner_radius_value, double outer_radius_va
     set_phase(phase_value);
 }
 
-void RingTransducer::debug(int level) {
+void RingTransducer::debug(int level) const {
     Transducer::debug(level);
     std::cout << "inner radius: " << inner_radius << '\n'
               << "outer radius: " << outer_radius << '\n';
 }
 
-void RingTransducer::mex_debug(int level) {
+void RingTransducer::mex_debug(int level) const {
     Transducer::mex_debug(level);
     console::print("inner radius: %f\n", inner_radius);
     console::print("outer radius: %f\n\n", outer_radius);

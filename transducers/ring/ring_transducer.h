@@ -17,32 +17,25 @@ public:
     RingTransducer(double inner_radius, double outer_radius, double time_delay);
     RingTransducer(double inner_radius, double outer_radius, double amplitude, double phase);
 
-    void debug(int level) override;
-    void mex_debug(int level) override;
-    double face_extent() const override { return 2.0 * outer_radius; }
+    void debug(int level) const override;
+    void mex_debug(int level) const override;
 
-    TransducerStatus farfield_cw() override { return not_implemented(); }
-    TransducerStatus fnm_cw() override;
-    TransducerStatus fnm_cw_apodized() override { return not_implemented(); }
-    TransducerStatus fnm_cw_single() override { return not_implemented(); }
-    TransducerStatus fnm_cw_sse() override { return not_implemented(); }
-    TransducerStatus fnm_cw_sse2() override { return not_implemented(); }
-    TransducerStatus radiator_cw() override { return not_implemented(); }
-    TransducerStatus rayleigh_cw() override;
-    TransducerStatus rayleigh_cw_apodized() override { return not_implemented(); }
-    TransducerStatus rayleigh_cw_sse() override { return not_implemented(); }
-    TransducerStatus impulse_begin_and_end_times() override;
-    TransducerStatus impulse_response() override;
-    TransducerStatus fnm_transient() override;
-    TransducerStatus fnm_transient_behind_source() override { return not_implemented(); }
-    TransducerStatus fnm_fdtsd() override;
-    TransducerStatus fnm_tsd() override;
-    TransducerStatus fnm_tsd_behind_source() override { return not_implemented(); }
-    TransducerStatus fnm_tsd_low_precision() override;
-    TransducerStatus fnm_tsd_sse() override { return not_implemented(); }
-    TransducerStatus rayleigh_transient() override { return not_implemented(); }
-    TransducerStatus kzk_transient() override { return not_implemented(); }
-    TransducerStatus kzk_cw() override { return not_implemented(); }
+    static constexpr MethodSet offered{
+        Method::fnm_cw,           Method::rayleigh_cw,          Method::impulse_begin_and_end_times,
+        Method::impulse_response, Method::fnm_transient,        Method::fnm_fdtsd,
+        Method::fnm_tsd,          Method::fnm_tsd_low_precision};
+
+    MethodSet methods() const override { return offered; }
+    Departures departures() const override;
+    double face_extent() const override { return 2.0 * outer_radius; }
+    ApertureDistances distances(const CartesianCoordinate& point) const override;
+    RuleInterval rule_interval(Method method) const override;
+    std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;
+    std::unique_ptr<EdgeGenerator<float>> single_edge(const Wanted& wanted) const override;
+    EdgeScale edge_scale(Method method) const override;
+    std::unique_ptr<SurfaceRows<double>> surface(const Wanted& wanted) const override;
+    void write_impulse_response(const CartesianCoordinate& point, SampleWindow samples,
+                                double later, double* values) const override;
 };
 
 }  // namespace kavro

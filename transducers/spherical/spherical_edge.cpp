@@ -183,22 +183,20 @@ void set_lane(RimLanes<Real>& lanes, std::size_t lane, const SphericalRim& rim,
 
 template <class Real>
 SphericalEdge<Real>::SphericalEdge(const Transducer& element, const SphericalGeometry& geometry,
-                                   SphericalReach reach, EdgeUnits units)
+                                   SphericalReach reach, const Wanted& wanted)
     : geometry_(geometry),
       reach_(reach),
-      units_(units),
+      units_(wanted.units()),
       density_speed_(1.0),
       speed_(1.0),
       splits_(geometry.has_nearly_hemispherical_rim()),
-      abscissas_(element.integral->get_npoints()) {
-    NumericalIntegration& rule = *element.integral;
-    rule.gauss_quadrature(0, pi);
-    if (units == EdgeUnits::times) {
+      abscissas_(wanted.rule.order()) {
+    if (units_ == EdgeUnits::times) {
         speed_ = element.medium->_soundspeed;
         density_speed_ = element.medium->_rho_density * speed_;
     }
-    for (int i = 0; i < abscissas_; ++i) {
-        const double h = std::sin(rule.get_abscissa(i) / 2.0);
+    for (const double phi : wanted.rule.abscissas) {
+        const double h = std::sin(phi / 2.0);
         kappa_.push_back(static_cast<Real>(2.0 * (h * h)));
     }
     for (const SphericalRim& rim : geometry_.rims()) {
@@ -206,8 +204,8 @@ SphericalEdge<Real>::SphericalEdge(const Transducer& element, const SphericalGeo
             share_ += rim.sign * (density_speed_ * geometry.curvature_radius() * rim.depth / 2.0);
         }
         const double scale = rim.sign * (density_speed_ * rim.radius / pi);
-        for (int i = 0; i < abscissas_; ++i) {
-            weight_.push_back(static_cast<Real>(rule.get_weight(i) * scale));
+        for (const double weight : wanted.rule.weights) {
+            weight_.push_back(static_cast<Real>(weight * scale));
         }
     }
 }
@@ -237,17 +235,25 @@ bool SphericalEdge<Real>::reaches(const AxialPoint& point, double s) const {
     if (reach_ == SphericalReach::everywhere) {
         return true;
     }
+    const bool near = s < geometry_.curvature_radius() / 16.0;
     return !geometry_.is_behind(point) &&
-           (reach_ == SphericalReach::facing || s >= geometry_.curvature_radius() / 16.0);
+           (reach_ == SphericalReach::facing || near == (reach_ == SphericalReach::near_focus));
 }
 
 template <class Real>
 int SphericalEdge<Real>::passes(const EdgeBlock<Real>& block) const {
     int neighbours = 1;
+    bool reaches_any = reach_ != SphericalReach::near_focus;
     for (std::size_t lane = 0; units_ == EdgeUnits::times && lane < block_lanes; ++lane) {
-        if (is_next_to_focus(geometry_.pole(point_of(block, lane)))) {
+        const AxialPoint point = point_of(block, lane);
+        const SphericalPole pole = geometry_.pole(point);
+        reaches_any = reaches_any || reaches(point, pole.s);
+        if (is_next_to_focus(pole)) {
             neighbours = 2;
         }
+    }
+    if (!reaches_any) {
+        return 0;
     }
     return splits_ ? 2 * neighbours : neighbours;
 }
@@ -290,7 +296,8 @@ void SphericalEdge<Real>::place(EdgeBlock<Real>& block, std::size_t lane, Pass p
     lanes.product[lane] = static_cast<Real>(pole.side * d * pole.s);
     lanes.ratio[lane] = static_cast<Real>(lanes.exact_ratio[lane]);
     lanes.path_squared[lane] = static_cast<Real>(pole.path * pole.path);
-    lanes.direct_path[lane] = static_cast<Real>(pass.far_pole ? pole.far_path : pole.path);
+    block.direct_path[lane] = pass.far_pole ? pole.far_path : pole.path;
+    lanes.direct_path[lane] = static_cast<Real>(block.direct_path[lane]);
     const SphericalDistances distances = geometry_.distances(point, pole);
     block.first_arrival[lane] = static_cast<Real>(distances.nearest / speed_);
     block.last_arrival[lane] = static_cast<Real>(distances.farthest / speed_);

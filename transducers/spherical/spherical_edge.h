@@ -4,9 +4,8 @@
 #include <cstddef>
 
 #include "core/aligned_vector.h"
-#include "transducers/blocks/edge_block.h"
+#include "transducers/shape.h"
 #include "transducers/spherical/spherical_geometry.h"
-#include "transducers/transducer.h"
 
 namespace kavro {
 
@@ -17,7 +16,11 @@ struct SphericalLanes;
 enum class SphericalReach {
     facing,      // those that it does not turn its back to
     everywhere,  // all: the field behind is that of the bare surface, without its own shadow
-    off_focus,   // of those it faces, the ones at least d / 16 from the focus
+    // Of those it faces, the ones at least d / 16 from the focus, and the others: where rim waves
+    // and direct wave nearly cancel, single-precision coefficients of size d / s would leave a
+    // thousandth and more.
+    off_focus,
+    near_focus,
 };
 
 // Samples of the rims at the abscissas phi_i of a Gauss rule on [0, pi], the outer rim's first.
@@ -45,12 +48,12 @@ enum class SphericalReach {
 // the split). In lengths nothing of the kind is needed.
 //
 // In single precision the geometry is in double until all that points and rims share is rounded.
-// Construction refills the element's quadrature rule and leaves it on [0, pi].
 template <class Real>
 class SphericalEdge : public EdgeGenerator<Real> {
 public:
+    // The wanted rule lies on [0, pi].
     SphericalEdge(const Transducer& element, const SphericalGeometry& geometry,
-                  SphericalReach reach, EdgeUnits units = EdgeUnits::times);
+                  SphericalReach reach, const Wanted& wanted);
 
     int size() const override;
     int passes(const EdgeBlock<Real>& block) const override;

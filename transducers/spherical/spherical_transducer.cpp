@@ -22,12 +22,12 @@ SphericalTransducer::SphericalTransducer(double radius_value, double roc_value,
     set_phase(phase_value);
 }
 
-void SphericalTransducer::debug(int level) {
+void SphericalTransducer::debug(int level) const {
     Transducer::debug(level);
     std::cout << "radius: " << radius << '\n' << "ROC: " << roc << '\n';
 }
 
-void SphericalTransducer::mex_debug(int level) {
+void SphericalTransducer::mex_debug(int level) const {
     Transducer::mex_debug(level);
     // The curvature is not printed.
     console::print("radius: %f\n", radius);

@@ -1,13 +1,13 @@
 // A concave spherical shell (bowl).
 #pragma once
 
-#include "../transducer.h"
+#include "spherical_shape.h"
 
 namespace kavro {
 
 // A bowl with its apex at the origin of its own frame, open towards +z: rim radius `radius`, radius
 // of curvature `roc`. Lengths in metres.
-class SphericalTransducer : public Transducer {
+class SphericalTransducer : public SphericalShape {
 public:
     double radius = 0.0;
     double roc = 0.0;
@@ -17,35 +17,33 @@ public:
     SphericalTransducer(double radius, double roc, double time_delay);
     SphericalTransducer(double radius, double roc, double amplitude, double phase);
 
-    void debug(int level) override;
-    void mex_debug(int level) override;
-    double face_extent() const override { return 2.0 * radius; }
+    void debug(int level) const override;
+    void mex_debug(int level) const override;
 
-    TransducerStatus farfield_cw() override { return not_implemented(); }
-    TransducerStatus fnm_cw() override;
-    TransducerStatus fnm_cw_apodized() override { return not_implemented(); }
-    TransducerStatus fnm_cw_single() override { return not_implemented(); }
-    TransducerStatus fnm_cw_sse() override;
-    TransducerStatus fnm_cw_sse2() override { return not_implemented(); }
-    TransducerStatus radiator_cw() override { return not_implemented(); }
-    TransducerStatus rayleigh_cw() override;
-    TransducerStatus rayleigh_cw_apodized() override { return not_implemented(); }
-    TransducerStatus rayleigh_cw_sse() override;
-    TransducerStatus impulse_begin_and_end_times() override;
-    TransducerStatus impulse_response() override;
-    TransducerStatus fnm_transient() override;
-    TransducerStatus fnm_transient_behind_source() override;
-    TransducerStatus fnm_fdtsd() override;
-    TransducerStatus fnm_tsd() override;
-    TransducerStatus fnm_tsd_behind_source() override;
-    TransducerStatus fnm_tsd_low_precision() override;
-    TransducerStatus fnm_tsd_sse() override { return not_implemented(); }
-    TransducerStatus rayleigh_transient() override { return not_implemented(); }
+    static constexpr MethodSet offered{Method::fnm_cw,
+                                       Method::fnm_cw_sse,
+                                       Method::rayleigh_cw,
+                                       Method::rayleigh_cw_sse,
+                                       Method::impulse_begin_and_end_times,
+                                       Method::impulse_response,
+                                       Method::fnm_transient,
+                                       Method::fnm_transient_behind_source,
+                                       Method::fnm_fdtsd,
+                                       Method::fnm_tsd,
+                                       Method::fnm_tsd_behind_source,
+                                       Method::fnm_tsd_low_precision,
+                                       Method::kzk_transient,
+                                       Method::kzk_cw};
+
+    MethodSet methods() const override { return offered; }
+
     // The nonlinear marches store their results, they do not add.
     TransducerStatus kzk_transient() override;
     TransducerStatus kzk_cw() override;
 
-    virtual TransducerStatus farfield_cw_lossless() { return not_implemented(); }
+    TransducerStatus farfield_cw_lossless() { return solve_alone(Method::farfield_cw_lossless); }
+
+    SphericalCap cap() const override { return {roc, radius, 0.0}; }
 
     // Routines of the nonlinear marches; field layouts in
     // transducers/kzk/harmonic_source.h. Solvers of tridiagonal systems, see

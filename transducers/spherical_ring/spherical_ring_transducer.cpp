@@ -30,14 +30,14 @@ SphericalRingTransducer::SphericalRingTransducer(double inner_radius_value,
     set_phase(phase_value);
 }
 
-void SphericalRingTransducer::debug(int level) {
+void SphericalRingTransducer::debug(int level) const {
     Transducer::debug(level);
     std::cout << "inner radius: " << inner_radius << '\n'
               << "outer radius: " << outer_radius << '\n'
               << "geometric focus: " << geometric_focus << '\n';
 }
 
-void SphericalRingTransducer::mex_debug(int level) {
+void SphericalRingTransducer::mex_debug(int level) const {
     Transducer::mex_debug(level);
     console::print("inner radius: %f\n", inner_radius);
     console::print("outer radius: %f\n", outer_radius);

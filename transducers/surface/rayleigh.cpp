@@ -1,14 +1,14 @@
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 #include "core/constants.h"
 #include "core/simd/vector_dispatch.h"
 #include "transducers/blocks/edge_block.h"
-#include "transducers/blocks/point_tiles.h"
+#include "transducers/blocks/point_tile.h"
 #include "transducers/surface/surface_rows.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -131,86 +131,99 @@ namespace kavro {
 namespace {
 
 template <class Real>
-class Worker : public TileWorker {
+class Rayleigh : public Share {
 public:
-    Worker(Transducer& element, const SurfaceRows<Real>& surface, const WaveParameters& wave,
-           std::complex<double> prefactor)
+    Rayleigh(const Transducer& element, std::unique_ptr<SurfaceRows<Real>> surface,
+             const WaveParameters& wave, const SurfaceManners& manners,
+             std::complex<double> prefactor)
         : element_(element),
-          surface_(surface),
-          prefactor_(prefactor),
-          row_(surface.samples_per_row()) {
-        sum_.wavenumber = static_cast<Real>(wave.wavenumber);
-        sum_.attenuation = static_cast<Real>(wave.attenuation);
-        sum_.averaged_within = static_cast<Real>(averaged_within(element));
-        const bool in_fours = std::is_same_v<Real, float> && !element.exact();
-        const int samples = surface.samples_per_row();
-        sum_.samples = in_fours ? samples / 4 * 4 : samples;
-    }
+          surface_(std::move(surface)),
+          wave_(wave),
+          manners_(manners),
+          prefactor_(prefactor) {}
 
-    void work(int first, int count) override {
-        place(first, count);
-        Lanes<double> re{};
-        Lanes<double> im{};
-        for (int i = 0; i < surface_.rows(); ++i) {
-            spend(std::int64_t{block_lanes} * sum_.samples);
-            surface_.fill(i, row_);
-            if constexpr (std::is_same_v<Real, float>) {
-                KAVRO_KERNEL(SumRowSingle)(row_, sum_);
-            } else {
-                KAVRO_KERNEL(SumRowDouble)(row_, sum_);
-            }
-            for (std::size_t k = 0; k < block_lanes; ++k) {
-                re[k] += static_cast<double>(sum_.re[k]) * row_.row_weight;
-                im[k] += static_cast<double>(sum_.im[k]) * row_.row_weight;
-            }
-        }
-        for (int lane = 0; lane < count; ++lane) {
-            const auto k = static_cast<std::size_t>(lane);
-            if (reached_[k]) {
-                element_.superpose_complex_pressure(
-                    first + lane, std::complex<double>(re[k], im[k]) * prefactor_);
-            }
+    void add(PointTile& tile) const override {
+        RowSum<Real> sum{};
+        sum.wavenumber = static_cast<Real>(wave_.wavenumber);
+        sum.attenuation = static_cast<Real>(wave_.attenuation);
+        sum.averaged_within = static_cast<Real>(averaged_within(manners_.means_within_rounding));
+        const int samples = surface_->samples_per_row();
+        const bool in_fours = std::is_same_v<Real, float> && manners_.in_fours;
+        sum.samples = in_fours ? samples / 4 * 4 : samples;
+        auto& row = tile.room<SurfaceRow<Real>>(
+            [&] { return std::make_shared<SurfaceRow<Real>>(samples); });
+        row.resize(samples);
+        for (int b = 0; b < tile.blocks(); ++b) {
+            add_block(tile, b, row, sum);
         }
     }
 
 private:
-    void place(int first, int count) {
-        for (int lane = 0; lane < block_lanes; ++lane) {
-            CartesianCoordinate p = element_.rotateTranslate(
-                element_.coordinate_grid->spatial_index_value(first + std::min(lane, count - 1)));
-            const auto k = static_cast<std::size_t>(lane);
-            reached_[k] = surface_.reaches(p);
-            if (surface_.is_half_of_axisymmetric()) {
-                p = {std::sqrt(p.x * p.x + p.y * p.y), 0.0, p.z};
+    void add_block(PointTile& tile, int b, SurfaceRow<Real>& row, RowSum<Real>& sum) const {
+        const Lanes<bool> reached = place(tile, b, sum);
+        Lanes<double> re{};
+        Lanes<double> im{};
+        for (int i = 0; i < surface_->rows(); ++i) {
+            tile.spend()(std::int64_t{block_lanes} * sum.samples);
+            surface_->fill(i, row);
+            if constexpr (std::is_same_v<Real, float>) {
+                KAVRO_KERNEL(SumRowSingle)(row, sum);
+            } else {
+                KAVRO_KERNEL(SumRowDouble)(row, sum);
             }
-            sum_.x[k] = static_cast<Real>(p.x);
-            sum_.y[k] = static_cast<Real>(p.y);
-            sum_.z[k] = static_cast<Real>(p.z);
+            for (std::size_t k = 0; k < block_lanes; ++k) {
+                re[k] += static_cast<double>(sum.re[k]) * row.row_weight;
+                im[k] += static_cast<double>(sum.im[k]) * row.row_weight;
+            }
+        }
+        for (int lane = 0; lane < tile.present(b); ++lane) {
+            const auto k = static_cast<std::size_t>(lane);
+            if (reached[k]) {
+                tile.add(b, lane, std::complex<double>(re[k], im[k]) * prefactor_);
+            }
         }
     }
 
-    Transducer& element_;
-    const SurfaceRows<Real>& surface_;
+    // Returns which points receive anything.
+    Lanes<bool> place(const PointTile& tile, int b, RowSum<Real>& sum) const {
+        Lanes<CartesianCoordinate> local;
+        tile.place(element_, b, local);
+        Lanes<bool> reached;
+        for (std::size_t k = 0; k < block_lanes; ++k) {
+            reached[k] = surface_->reaches(local[k]);
+            const CartesianCoordinate p = surface_->turned(local[k]);
+            sum.x[k] = static_cast<Real>(p.x);
+            sum.y[k] = static_cast<Real>(p.y);
+            sum.z[k] = static_cast<Real>(p.z);
+        }
+        return reached;
+    }
+
+    const Transducer& element_;
+    const std::unique_ptr<SurfaceRows<Real>> surface_;
+    const WaveParameters wave_;
+    const SurfaceManners manners_;
     const std::complex<double> prefactor_;
-    SurfaceRow<Real> row_;
-    RowSum<Real> sum_{};
-    Lanes<bool> reached_{};
 };
 
 }  // namespace
 
 template <class Real>
-TransducerStatus solve_rayleigh(Transducer& element, const SurfaceRows<Real>& surface,
-                                const WaveParameters& wave, std::complex<double> prefactor) {
-    return work_in_tiles(element.coordinate_grid->npoints, block_lanes, [&] {
-        return std::make_unique<Worker<Real>>(element, surface, wave, prefactor);
-    });
+std::unique_ptr<Share> rayleigh_share(const Transducer& element,
+                                      std::unique_ptr<SurfaceRows<Real>> surface,
+                                      const WaveParameters& wave, const SurfaceManners& manners,
+                                      std::complex<double> prefactor) {
+    return std::make_unique<Rayleigh<Real>>(element, std::move(surface), wave, manners, prefactor);
 }
 
-template TransducerStatus solve_rayleigh<float>(Transducer&, const SurfaceRows<float>&,
-                                                const WaveParameters&, std::complex<double>);
-template TransducerStatus solve_rayleigh<double>(Transducer&, const SurfaceRows<double>&,
-                                                 const WaveParameters&, std::complex<double>);
+template std::unique_ptr<Share> rayleigh_share<float>(const Transducer&,
+                                                      std::unique_ptr<SurfaceRows<float>>,
+                                                      const WaveParameters&, const SurfaceManners&,
+                                                      std::complex<double>);
+template std::unique_ptr<Share> rayleigh_share<double>(const Transducer&,
+                                                       std::unique_ptr<SurfaceRows<double>>,
+                                                       const WaveParameters&, const SurfaceManners&,
+                                                       std::complex<double>);
 
 }  // namespace kavro
 #endif  // HWY_ONCE

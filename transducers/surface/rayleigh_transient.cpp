@@ -1,70 +1,79 @@
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "core/counts.h"
 #include "transducers/blocks/point_series.h"
-#include "transducers/blocks/point_tiles.h"
+#include "transducers/blocks/point_tile.h"
 #include "transducers/surface/surface_rows.h"
 
 namespace kavro {
 namespace {
 
-class Worker : public TileWorker {
-public:
-    Worker(Transducer& element, const SurfaceRows<double>& surface, double prefactor)
-        : element_(element),
-          surface_(surface),
-          factor_(element.amplitude * prefactor),
-          times_(*element.time_samples),
-          row_(surface.samples_per_row()),
-          series_(times_, element.coordinate_grid->npoints) {}
+// What a thread computes with.
+struct Room {
+    SurfaceRow<double> row{0};
+    PointSeries series;
 
-    void work(int first, int count) override {
-        series_.begin();
-        Lanes<CartesianCoordinate> points;
-        for (int lane = 0; lane < count; ++lane) {
-            points[static_cast<std::size_t>(lane)] = element_.rotateTranslate(
-                element_.coordinate_grid->spatial_index_value(first + lane));
-        }
-        for (int i = 0; i < surface_.rows(); ++i) {
-            surface_.fill(i, row_);
-            for (int lane = 0; lane < count; ++lane) {
-                const CartesianCoordinate& p = points[static_cast<std::size_t>(lane)];
-                if (surface_.reaches(p)) {
-                    add_row(lane, p);
+    explicit Room(const PointTile& tile) : series(tile.times().ntimes) {}
+};
+
+class RayleighTransient : public Share {
+public:
+    RayleighTransient(const Transducer& element, std::unique_ptr<SurfaceRows<double>> surface,
+                      const SurfaceManners& manners, double prefactor)
+        : element_(element),
+          surface_(std::move(surface)),
+          averaged_within_(averaged_within(manners.means_within_rounding)),
+          factor_(element.amplitude * prefactor),
+          times_(*element.time_samples) {}
+
+    void add(PointTile& tile) const override {
+        Room& room = tile.room<Room>([&] { return std::make_shared<Room>(tile); });
+        room.row.resize(surface_->samples_per_row());
+        tile.write_rows();
+        for (int b = 0; b < tile.blocks(); ++b) {
+            Lanes<CartesianCoordinate> points;
+            tile.place(element_, b, points);
+            room.series.begin(tile.present(b));
+            for (int i = 0; i < surface_->rows(); ++i) {
+                surface_->fill(i, room.row);
+                for (int lane = 0; lane < tile.present(b); ++lane) {
+                    const CartesianCoordinate& p = points[static_cast<std::size_t>(lane)];
+                    if (surface_->reaches(p)) {
+                        add_row(room, tile.spend(), lane, surface_->turned(p));
+                    }
                 }
             }
+            room.series.add_to(tile, b, factor_);
         }
-        series_.add_to(element_.transient_pressure, element_.coordinate_grid->npoints, first, count,
-                       factor_);
     }
 
 private:
-    void add_row(int lane, CartesianCoordinate p) {
-        if (surface_.is_half_of_axisymmetric()) {
-            p = {std::sqrt(p.x * p.x + p.y * p.y), 0.0, p.z};
-        }
+    void add_row(Room& room, const Spend& spend, int lane, const CartesianCoordinate& p) const {
+        const SurfaceRow<double>& row = room.row;
         const double c = element_.medium->_soundspeed;
-        for (std::size_t s = 0; s < row_.x.size(); ++s) {
-            const double dx = p.x - row_.x[s];
-            const double dy = p.y - row_.y[s];
-            const double dz = p.z - row_.z[s];
+        for (std::size_t s = 0; s < row.x.size(); ++s) {
+            const double dx = p.x - row.x[s];
+            const double dy = p.y - row.y[s];
+            const double dz = p.z - row.z[s];
             const double R = std::sqrt(dx * dx + dy * dy + dz * dz);
-            const double area = row_.row_weight * row_.weight[s];
-            const bool near = R * R <= std::abs(area) * averaged_within(element_);
-            add_wave(lane, R / c, near ? mean_share(area) : area / R);
+            const double area = row.row_weight * row.weight[s];
+            const bool near = R * R <= std::abs(area) * averaged_within_;
+            add_wave(room.series, spend, lane, R / c, near ? mean_share(area) : area / R);
         }
     }
 
-    void add_wave(int lane, double tau, double weight) {
+    void add_wave(PointSeries& series, const Spend& spend, int lane, double tau,
+                  double weight) const {
         const SampleWindow window = samples_with_pulse(tau + element_.time_delay);
-        double* series = series_.touch(lane, window);
+        double* values = series.touch(lane, window);
+        spend(std::int64_t{window.end - window.begin} * (1 + element_.excitation->n_terms));
         for (int j = window.begin; j < window.end; ++j) {
-            spend(1 + element_.excitation->n_terms);
             const double t = times_.time_index_value(j);
-            series[j] += element_.excitation->derivative(t - tau - element_.time_delay) * weight;
+            values[j] += element_.excitation->derivative(t - tau - element_.time_delay) * weight;
         }
     }
 
@@ -79,20 +88,19 @@ private:
                 clamped_index(std::ceil(u + length) + 2.0, times_.ntimes)};
     }
 
-    Transducer& element_;
-    const SurfaceRows<double>& surface_;
+    const Transducer& element_;
+    const std::unique_ptr<SurfaceRows<double>> surface_;
+    const double averaged_within_;
     const double factor_;
     const TimeSamples& times_;
-    SurfaceRow<double> row_;
-    PointSeries series_;
 };
 
 }  // namespace
 
-TransducerStatus solve_rayleigh_transient(Transducer& element, const SurfaceRows<double>& surface,
-                                          double prefactor) {
-    return work_in_tiles(element.coordinate_grid->npoints, block_lanes,
-                         [&] { return std::make_unique<Worker>(element, surface, prefactor); });
+std::unique_ptr<Share> rayleigh_transient_share(const Transducer& element,
+                                                std::unique_ptr<SurfaceRows<double>> surface,
+                                                const SurfaceManners& manners, double prefactor) {
+    return std::make_unique<RayleighTransient>(element, std::move(surface), manners, prefactor);
 }
 
 }  // namespace kavro

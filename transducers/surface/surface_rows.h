@@ -4,10 +4,12 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <memory>
 
 #include "core/aligned_vector.h"
 #include "core/cartesian_coordinate.h"
 #include "core/constants.h"
+#include "transducers/blocks/share.h"
 #include "transducers/methods/wave_parameters.h"
 #include "transducers/transducer.h"
 
@@ -20,18 +22,23 @@ struct SurfaceRow {
     AlignedVector<Real> x, y, z, weight;
     double row_weight = 0.0;
 
-    explicit SurfaceRow(int samples)
-        : x(static_cast<std::size_t>(samples)), y(x.size()), z(x.size()), weight(x.size()) {}
+    explicit SurfaceRow(int samples) { resize(samples); }
+
+    void resize(int samples) {
+        for (auto* values : {&x, &y, &z, &weight}) {
+            values->resize(static_cast<std::size_t>(samples));
+        }
+    }
 };
 
 // Near a sample its share, area/R, would grow without bound. There it is the mean over a disc of
 // the sample's area S around it, 2 sqrt(pi S), wherever the mean is smaller: where R^2 <= S/(4 pi).
-// Reference elements take it for points that only rounding keeps off the sample. An apodization
+// Within rounding, it is taken for points that only rounding keeps off the sample. An apodization
 // counts as part of the area: the share stays finite and continuous, and the sum converges.
 //
 // The largest R^2 that takes the mean, in areas of a sample.
-inline double averaged_within(const Transducer& element) {
-    return (element.exact() ? 1.0 : 1e-10) / (4.0 * pi);
+inline double averaged_within(bool means_within_rounding) {
+    return (means_within_rounding ? 1e-10 : 1.0) / (4.0 * pi);
 }
 
 // m, from m^2.
@@ -52,26 +59,34 @@ public:
     // points are then turned to (r, 0, z), and the method's prefactor counts the other half.
     virtual bool is_half_of_axisymmetric() const { return true; }
 
+    // A point in the element's frame as the rows want it.
+    CartesianCoordinate turned(const CartesianCoordinate& p) const {
+        return is_half_of_axisymmetric()
+                   ? CartesianCoordinate{std::sqrt(p.x * p.x + p.y * p.y), 0.0, p.z}
+                   : p;
+    }
+
     // Whether a point in the element's frame receives anything.
     virtual bool reaches(const CartesianCoordinate& point) const { return !(point.z < 0.0); }
 };
 
+struct SurfaceManners {
+    bool means_within_rounding;
+    bool in_fours;  // single precision: samples of a row beyond a multiple of four are left out
+};
+
 // Adds prefactor * sum over the samples of area e^(-(alpha + jk) R) / R at every point. In single
 // precision, the samples of a row are summed in four partial sums, sample j in sum j mod 4, which
-// are added and widened before the row's weight is applied; samples beyond a multiple of four are
-// left out unless the element is exact. The element's records are set.
+// are added and widened before the row's weight is applied.
 template <class Real>
-TransducerStatus solve_rayleigh(Transducer& element, const SurfaceRows<Real>& surface,
-                                const WaveParameters& wave, std::complex<double> prefactor);
+std::unique_ptr<Share> rayleigh_share(const Transducer& element,
+                                      std::unique_ptr<SurfaceRows<Real>> surface,
+                                      const WaveParameters& wave, const SurfaceManners& manners,
+                                      std::complex<double> prefactor);
 
 // Adds amplitude * prefactor * sum over the samples of area v'(t - R/c - delay) / R.
-TransducerStatus solve_rayleigh_transient(Transducer& element, const SurfaceRows<double>& surface,
-                                          double prefactor);
-
-extern template TransducerStatus solve_rayleigh<float>(Transducer&, const SurfaceRows<float>&,
-                                                       const WaveParameters&, std::complex<double>);
-extern template TransducerStatus solve_rayleigh<double>(Transducer&, const SurfaceRows<double>&,
-                                                        const WaveParameters&,
-                                                        std::complex<double>);
+std::unique_ptr<Share> rayleigh_transient_share(const Transducer& element,
+                                                std::unique_ptr<SurfaceRows<double>> surface,
+                                                const SurfaceManners& manners, double prefactor);
 
 }  // namespace kavro

@@ -1,21 +1,18 @@
 #include "transducers/triangle/triangle_transducer.h"
 
-#include "core/console.h"
+#include "transducers/shape.h"
 
 namespace kavro {
 
-// Walks over the points and the rule as a solver would, computes nothing and answers success on
-// purpose: no output is touched.
-TransducerStatus TriangleTransducer::fnm_cw() {
-    if (medium == nullptr || integral == nullptr || coordinate_grid == nullptr) {
-        return status_failure;
-    }
-    if (medium->_f0 <= 1e-10) {
-        console::warn("f0 not set; using default of 1 MHz to calculate wavelength.");
-    }
-    InitializeRotationMatrix();
+Departures TriangleTransducer::departures() const {
+    Departures departures;
+    departures.writes_nothing = true;
+    return departures;
+}
+
+std::unique_ptr<EdgeGenerator<double>> TriangleTransducer::edge(const Wanted&) const {
     debug(2);
-    return status_success;
+    return nullptr;
 }
 
 }  // namespace kavro

@@ -6,33 +6,19 @@
 namespace kavro {
 
 // Abstract: the two KZK operations have no body here, so no triangle can be made until somebody
-// derives from it.
+// derives from it. fnm_cw warns of a missing frequency, writes the element to the standard output
+// stream, computes nothing and answers success on purpose: no output is touched.
 class TriangleTransducer : public Transducer {
 public:
     TriangleTransducer() = default;
 
-    TransducerStatus farfield_cw() override { return not_implemented(); }
-    TransducerStatus fnm_cw() override;
-    TransducerStatus fnm_cw_apodized() override { return not_implemented(); }
-    TransducerStatus fnm_cw_single() override { return not_implemented(); }
-    TransducerStatus fnm_cw_sse() override { return not_implemented(); }
-    TransducerStatus fnm_cw_sse2() override { return not_implemented(); }
-    TransducerStatus radiator_cw() override { return not_implemented(); }
-    TransducerStatus rayleigh_cw() override { return not_implemented(); }
-    TransducerStatus rayleigh_cw_apodized() override { return not_implemented(); }
-    TransducerStatus rayleigh_cw_sse() override { return not_implemented(); }
-    TransducerStatus impulse_begin_and_end_times() override { return not_implemented(); }
-    TransducerStatus impulse_response() override { return not_implemented(); }
-    TransducerStatus fnm_transient() override { return not_implemented(); }
-    TransducerStatus fnm_transient_behind_source() override { return not_implemented(); }
-    TransducerStatus fnm_fdtsd() override { return not_implemented(); }
-    TransducerStatus fnm_tsd() override { return not_implemented(); }
-    TransducerStatus fnm_tsd_behind_source() override { return not_implemented(); }
-    TransducerStatus fnm_tsd_low_precision() override { return not_implemented(); }
-    TransducerStatus fnm_tsd_sse() override { return not_implemented(); }
-    TransducerStatus rayleigh_transient() override { return not_implemented(); }
+    MethodSet methods() const override { return {Method::fnm_cw}; }
+    Departures departures() const override;
+    std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;
+    TransducerStatus kzk_transient() override = 0;
+    TransducerStatus kzk_cw() override = 0;
 
-    virtual TransducerStatus kzk_nonlinear() { return not_implemented(); }
+    TransducerStatus kzk_nonlinear() { return status_not_implemented; }
 };
 
 }  // namespace kavro

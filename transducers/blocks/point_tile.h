@@ -1,0 +1,113 @@
+// A tile of neighbouring points, where the shares of all elements come together.
+#pragma once
+
+#include <algorithm>
+#include <complex>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <typeindex>
+#include <utility>
+#include <vector>
+
+#include "core/aligned_vector.h"
+#include "core/interrupted.h"
+#include "transducers/blocks/edge_block.h"
+#include "transducers/blocks/sample_window.h"
+#include "transducers/transducer.h"
+
+namespace kavro {
+
+// The points with successive indices that a thread works on, and their place in the outputs. A
+// point knows nothing of the other points, so any division into tiles gives the same result. One
+// for each thread, used again from tile to tile.
+//
+// Transient methods either add to rows, the tile's own copy of the time slices, which is written
+// back once for all elements, or straight into the output, after write_rows. Either way a point's
+// elements are added in their order.
+class PointTile {
+public:
+    // For tiles of up to `width` points, a multiple of block_lanes, of the grid of an element whose
+    // outputs and time axis are those of all. `gives_up` says whether the work is given up.
+    PointTile(const Transducer& first, int width, Spend spend, std::function<bool()> gives_up);
+
+    // Begins the tile of `count` points from `first` on. Rows start from the output's values, or
+    // from zero where those are known to be.
+    void begin(int first, int count, bool output_is_zero);
+
+    // ---- points, in blocks of block_lanes
+    int count() const { return count_; }
+    int blocks() const { return (count_ + block_lanes - 1) / block_lanes; }
+    int first_of(int block) const { return first_ + block * block_lanes; }  // index in the grid
+    int present(int block) const { return std::min(count_ - block * block_lanes, block_lanes); }
+
+    // A block's points in an element's own frame; the last one fills the lanes beyond. The rotation
+    // matrix is set.
+    void place(const Transducer& element, int block, Lanes<CartesianCoordinate>& local) const;
+    template <class Real>
+    void place(const Transducer& element, int block, EdgeBlock<Real>& edge) const;
+
+    // ---- outputs
+    const TimeSamples& times() const { return *times_; }
+    void add(int block, int lane, const std::complex<double>& pressure);
+
+    // Entry (j, p) of the rows, sample j of point p, at j * width() + p. Only loaded ones hold
+    // anything.
+    double* rows();
+    int width() const { return width_; }
+    void load_rows(SampleWindow window);
+    SampleWindow loaded() const { return loaded_; }
+    void write_rows();  // into the output; none is loaded then
+
+    // A block's values of sample j in the output.
+    double* output(int block, int j);
+
+    // ---- the thread
+    const Spend& spend() const { return spend_; }
+    bool gives_up() const { return gives_up_(); }
+
+    // Scratch of the type, made once by the function and kept for the next element and tile.
+    template <class Room, class Make>
+    Room& room(Make make);
+
+private:
+    const CoordinateGrid& grid_;
+    const TimeSamples* times_;
+    double* real_;
+    double* imaginary_;
+    double* transient_;
+    int width_;
+    Spend spend_;
+    std::function<bool()> gives_up_;
+
+    int first_ = 0;
+    int count_ = 0;
+    bool output_is_zero_ = false;
+    std::vector<CartesianCoordinate> points_;  // of the tile, the last one repeated to fill a block
+    SampleWindow loaded_{0, 0};
+    AlignedVector<double> rows_;
+    std::vector<std::pair<std::type_index, std::shared_ptr<void>>> rooms_;
+};
+
+template <class Real>
+void PointTile::place(const Transducer& element, int block, EdgeBlock<Real>& edge) const {
+    place(element, block, edge.unrounded);
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        edge.x[lane] = static_cast<Real>(edge.unrounded[lane].x);
+        edge.y[lane] = static_cast<Real>(edge.unrounded[lane].y);
+        edge.z[lane] = static_cast<Real>(edge.unrounded[lane].z);
+    }
+}
+
+template <class Room, class Make>
+Room& PointTile::room(Make make) {
+    for (const auto& [type, room] : rooms_) {
+        if (type == typeid(Room)) {
+            return *static_cast<Room*>(room.get());
+        }
+    }
+    rooms_.emplace_back(typeid(Room), std::shared_ptr<Room>(make()));
+    return *static_cast<Room*>(rooms_.back().second.get());
+}
+
+}  // namespace kavro

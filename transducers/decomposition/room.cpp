@@ -1,0 +1,122 @@
+#include "transducers/decomposition/room.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+namespace kavro {
+namespace {
+
+// Blocks whose windows spread over more samples than this go point by point.
+constexpr std::int32_t most_block_rows = 1 << 16;
+
+// And so do blocks with more spatial factors than this.
+constexpr std::size_t most_block_factors = std::size_t{1} << 22;
+
+}  // namespace
+
+template <class Real>
+DecompositionRoom<Real>::DecompositionRoom(const PointTile& tile)
+    : edge_(0),
+      windows_(0),
+      direct_wave_(tile.times(), tile.spend()),
+      point_(tile.times(), tile.spend()) {}
+
+template <class Real>
+void DecompositionRoom<Real>::add(const DecompositionElement<Real>& element, PointTile& tile) {
+    const int size = element.edge->size();
+    edge_.resize(size);
+    windows_.resize(size);
+    for (int block = 0; block < tile.blocks(); ++block) {
+        tile.place(*element.element, block, edge_);
+        const int passes = element.edge->passes(edge_);
+        for (int pass = 0; pass < passes; ++pass) {
+            element.edge->sample(edge_, pass);
+            add_sampled_block(element, tile, block);
+        }
+    }
+}
+
+template <class Real>
+void DecompositionRoom<Real>::add_sampled_block(const DecompositionElement<Real>& element,
+                                                PointTile& tile, int block) {
+    const int present = tile.present(block);
+    std::fill(edge_.reached.begin() + present, edge_.reached.end(), 0);
+
+    const LaneSet point_by_point = add_vectorised(element, tile, block);
+    for (int lane = 0; point_by_point != 0 && lane < present; ++lane) {
+        if ((point_by_point >> lane & 1) != 0 &&
+            edge_.reached[static_cast<std::size_t>(lane)] != 0) {
+            add_point(element, tile, block, lane);
+        }
+    }
+}
+
+// Returns the lanes that the vector kernels leave out.
+template <class Real>
+LaneSet DecompositionRoom<Real>::add_vectorised(const DecompositionElement<Real>& element,
+                                                PointTile& tile, int block) {
+    const DecompositionFactors<Real>& factors = *element.factors;
+    const std::size_t block_factors = (static_cast<std::size_t>(element.edge->size()) + 1) *
+                                      block_lanes * static_cast<std::size_t>(factors.terms());
+    if (tile.times().deltat() == 0.0 || !factors.finite() || factors.terms() == 0 ||
+        edge_.size == 0 || block_factors > most_block_factors) {
+        return all_lanes;
+    }
+    find_windows(element.rule, element.direct_wave, edge_, windows_);
+    const SampleWindow rows = windows_.rows;
+    if (rows.begin >= rows.end) {
+        return 0;
+    }
+    if (rows.end - rows.begin > most_block_rows) {
+        return all_lanes;
+    }
+    WaveBlock<Real> wave{};
+    wave.terms = factors.terms();
+    wave.edge = &edge_;
+    wave.windows = &windows_;
+    wave.temporal = factors.temporal();
+    wave.amplitude = element.element->amplitude;
+    wave.output = tile.rows() + block * block_lanes;
+    wave.stride = static_cast<std::size_t>(tile.width());
+    wave.spend = &tile.spend();
+    tile.spend()(static_cast<std::int64_t>(block_factors));
+    direct_wave_.prepare(factors, element.direct_wave, edge_, windows_, wave);
+    fill_spatial_factors(factors, wave);
+    direct_wave_.fill_factors(factors, wave);
+    const LaneSet left_out = scale_edge_waves(wave, sums_);
+    if (left_out != all_lanes) {
+        direct_wave_.exclude(left_out);
+        tile.load_rows(rows);
+        add_wave_block(wave, sums_);
+    }
+    return left_out;
+}
+
+template <class Real>
+void DecompositionRoom<Real>::fill_spatial_factors(const DecompositionFactors<Real>& factors,
+                                                   WaveBlock<Real>& wave) {
+    const std::size_t delays = static_cast<std::size_t>(wave.samples) * block_lanes;
+    spatial_.resize(std::max(spatial_.size(), delays * static_cast<std::size_t>(factors.terms())));
+    factors.spatial(spatial_.data(), wave.edge->delay.data(), static_cast<int>(delays));
+    wave.spatial = spatial_.data();
+}
+
+template <class Real>
+void DecompositionRoom<Real>::add_point(const DecompositionElement<Real>& element, PointTile& tile,
+                                        int block, int lane) {
+    const std::vector<Real>& series =
+        point_.series(*element.factors, element.rule, element.direct_wave, edge_, lane,
+                      element.element->amplitude);
+    tile.load_rows({0, tile.times().ntimes});
+    double* out = tile.rows() + block * block_lanes + lane;
+    for (const Real value : series) {
+        *out += static_cast<double>(value);
+        out += tile.width();
+    }
+}
+
+template class DecompositionRoom<float>;
+template class DecompositionRoom<double>;
+
+}  // namespace kavro

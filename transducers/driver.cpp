@@ -1,0 +1,169 @@
+// The one driver of all methods: records, silence, rules, rotation, and the elements of an array
+// together, point by point.
+#include <algorithm>
+#include <complex>
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "core/console.h"
+#include "core/constants.h"
+#include "core/interrupted.h"
+#include "transducers/array.h"
+#include "transducers/blocks/guarded.h"
+#include "transducers/blocks/point_tile.h"
+#include "transducers/blocks/point_tiles.h"
+#include "transducers/preparation.h"
+
+namespace kavro {
+namespace {
+
+// Memory for what elements keep that are solved together; larger arrays are solved in parts.
+constexpr std::size_t most_memory = std::size_t{32} << 20;
+
+bool adds(Method method) {
+    return method != Method::impulse_begin_and_end_times && method != Method::kzk_transient &&
+           method != Method::kzk_cw;
+}
+
+bool share_outputs(const Transducer& a, const Transducer& b) {
+    return a.coordinate_grid == b.coordinate_grid && a.time_samples == b.time_samples &&
+           a.transient_pressure == b.transient_pressure && a.pressure_real == b.pressure_real &&
+           a.pressure_imag == b.pressure_imag;
+}
+
+class Worker : public TileWorker {
+public:
+    Worker(const Shares& shares, const Transducer& first, int width, bool output_is_zero)
+        : shares_(shares),
+          output_is_zero_(output_is_zero),
+          tile_(
+              first, width, [this](std::int64_t steps) { spend(steps); },
+              [this] { return is_given_up(); }) {}
+
+    void work(int first, int count) override {
+        tile_.begin(first, count, output_is_zero_);
+        for (const std::unique_ptr<Share>& share : shares_) {
+            share->add(tile_);
+        }
+        tile_.write_rows();
+    }
+
+private:
+    const Shares& shares_;
+    const bool output_is_zero_;
+    PointTile tile_;
+};
+
+TransducerStatus add_shares(const Shares& shares, const Transducer& first, bool output_is_zero) {
+    int width = shares.front()->tile_width();
+    for (const std::unique_ptr<Share>& share : shares) {
+        width = std::min(width, share->tile_width());
+    }
+    return work_in_tiles(first.coordinate_grid->npoints, width, [&] {
+        return std::make_unique<Worker>(shares, first, width, output_is_zero);
+    });
+}
+
+TransducerStatus solve_together(Method method, std::span<Transducer* const> elements,
+                                Output output) {
+    bool output_is_zero = output == Output::all_zero;
+    const auto all = static_cast<double>(elements.size());
+    TransducerStatus status = status_success;
+    for (std::size_t next = 0; next < elements.size() && status == status_success;) {
+        const std::size_t begin = next;
+        Preparation preparation(method);
+        const Transducer* first = nullptr;
+        while (next < elements.size() && preparation.bytes() < most_memory) {
+            Transducer* const element = elements[next];
+            if (first != nullptr && element != nullptr && !share_outputs(*first, *element)) {
+                break;
+            }
+            status = guarded([&] { return preparation.add(element); });
+            if (status != status_success) {
+                break;
+            }
+            if (first == nullptr && !preparation.shares().empty()) {
+                first = element;
+            }
+            ++next;
+        }
+        if (first == nullptr) {
+            continue;
+        }
+        const console::ProgressPart part(static_cast<double>(begin) / all,
+                                         static_cast<double>(next) / all);
+        const TransducerStatus added =
+            guarded([&] { return add_shares(preparation.shares(), *first, output_is_zero); });
+        if (added != status_success) {
+            return added;
+        }
+        output_is_zero = false;
+    }
+    return status;
+}
+
+TransducerStatus record_arrival_times(Transducer& element) {
+    if (!element.methods().contains(Method::impulse_begin_and_end_times)) {
+        return status_not_implemented;
+    }
+    if (element.coordinate_grid == nullptr || element.medium == nullptr) {
+        return status_failure;
+    }
+    element.InitializeRotationMatrix();
+    const CoordinateGrid& grid = *element.coordinate_grid;
+    const double c = element.medium->_soundspeed;
+    const bool from_extremes = element.departures().arrivals_of_no_points;
+    element.impulse_begin_time = std::numeric_limits<double>::max();
+    element.impulse_end_time = 0.0;
+    for (int i = 0; i < std::max(grid.npoints, from_extremes ? 0 : 1); ++i) {
+        const ApertureDistances distances =
+            element.distances(element.rotateTranslate(grid.spatial_index_value(i)));
+        const double begin = distances.nearest / c + element.time_delay;
+        const double end = distances.farthest / c + element.time_delay;
+        const bool sets = i == 0 && !from_extremes;
+        element.impulse_begin_time = sets ? begin : std::min(element.impulse_begin_time, begin);
+        element.impulse_end_time = sets ? end : std::max(element.impulse_end_time, end);
+    }
+    return status_success;
+}
+
+TransducerStatus solve_one(Method method, Transducer& element) {
+    switch (method) {
+        case Method::kzk_transient:
+            return element.kzk_transient();
+        case Method::kzk_cw:
+            return element.kzk_cw();
+        default:
+            return record_arrival_times(element);
+    }
+}
+
+TransducerStatus solve_each(Method method, std::span<Transducer* const> elements) {
+    const auto all = static_cast<double>(elements.size());
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        if (elements[i] == nullptr) {
+            return status_failure;
+        }
+        const console::ProgressPart part(static_cast<double>(i) / all,
+                                         static_cast<double>(i + 1) / all);
+        const TransducerStatus status = solve_one(method, *elements[i]);
+        if (status != status_success) {
+            return status;
+        }
+    }
+    return status_success;
+}
+
+}  // namespace
+
+TransducerStatus solve(Method method, std::span<Transducer* const> elements, Output output) {
+    return adds(method) ? solve_together(method, elements, output) : solve_each(method, elements);
+}
+
+TransducerStatus Transducer::solve_alone(Method method) {
+    Transducer* const element = this;
+    return solve(method, {&element, 1}, Output::accumulate);
+}
+
+}  // namespace kavro

@@ -1,0 +1,55 @@
+// The solution methods, and sets of them.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+
+namespace kavro {
+
+enum class Method {
+    farfield_cw,
+    fnm_cw,
+    fnm_cw_apodized,
+    fnm_cw_single,
+    fnm_cw_sse,
+    fnm_cw_sse2,
+    radiator_cw,
+    rayleigh_cw,
+    rayleigh_cw_apodized,
+    rayleigh_cw_sse,
+    impulse_begin_and_end_times,
+    impulse_response,
+    fnm_transient,
+    fnm_transient_behind_source,
+    fnm_fdtsd,
+    fnm_tsd,
+    fnm_tsd_behind_source,
+    fnm_tsd_low_precision,
+    fnm_tsd_sse,
+    rayleigh_transient,
+    kzk_transient,
+    kzk_cw,
+    farfield_cw_lossless,
+};
+
+// The methods that a shape offers.
+class MethodSet {
+public:
+    constexpr MethodSet() = default;
+    constexpr MethodSet(std::initializer_list<Method> methods) {
+        for (const Method method : methods) {
+            bits_ |= bit(method);
+        }
+    }
+
+    constexpr bool contains(Method method) const { return (bits_ & bit(method)) != 0; }
+
+private:
+    static constexpr std::uint32_t bit(Method method) {
+        return std::uint32_t{1} << static_cast<unsigned>(method);
+    }
+
+    std::uint32_t bits_ = 0;
+};
+
+}  // namespace kavro

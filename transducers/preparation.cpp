@@ -1,0 +1,283 @@
+#include "transducers/preparation.h"
+
+#include <cmath>
+#include <utility>
+
+#include "core/constants.h"
+#include "core/quadrature_rule.h"
+#include "transducers/blocks/point_series.h"
+#include "transducers/methods/continuous_wave.h"
+#include "transducers/methods/direct_transient.h"
+#include "transducers/methods/jump_waves.h"
+#include "transducers/surface/surface_rows.h"
+
+namespace kavro {
+namespace {
+
+bool is_continuous_wave(Method method) {
+    return method <= Method::rayleigh_cw_sse || method == Method::farfield_cw_lossless;
+}
+
+bool is_rayleigh(Method method) {
+    return method == Method::rayleigh_cw || method == Method::rayleigh_cw_apodized ||
+           method == Method::rayleigh_cw_sse;
+}
+
+// P = rho c w times the scale. With losses the exact one has the Rayleigh integral's factor, too.
+std::complex<double> edge_prefactor(const Transducer& element, Method method,
+                                    const Departures& departures, const WaveParameters& wave) {
+    const Medium& medium = *element.medium;
+    const EdgeScale scale = element.edge_scale(method);
+    const std::complex<double> reference = medium._rho_density * medium._soundspeed * scale.factor *
+                                           element.complex_weight / scale.divisor;
+    return departures.without_loss_factor ? reference : reference * loss_factor(wave);
+}
+
+QuadratureRule as_it_stands(const NumericalIntegration& shared) {
+    QuadratureRule rule;
+    for (int i = 0; i < shared.get_npoints(); ++i) {
+        rule.abscissas.push_back(shared.get_abscissa(i));
+        rule.weights.push_back(shared.get_weight(i));
+    }
+    return rule;
+}
+
+}  // namespace
+
+EdgeUnits Wanted::units() const {
+    return is_continuous_wave(method) ? EdgeUnits::lengths : EdgeUnits::times;
+}
+
+bool Preparation::has_records(const Transducer& element) const {
+    if (element.departures().writes_nothing) {
+        return element.coordinate_grid != nullptr && element.medium != nullptr &&
+               element.integral != nullptr;
+    }
+    if (is_continuous_wave(method_)) {
+        return element.has_continuous_wave_records();
+    }
+    return method_ == Method::impulse_response ? element.has_impulse_response_records()
+                                               : element.has_transient_records();
+}
+
+// Two methods make no amplitude test: an element of amplitude zero is computed in full.
+bool Preparation::passes_over(const Transducer& element, const Departures& departures) const {
+    const bool tests =
+        method_ != Method::fnm_cw_sse &&
+        (method_ != Method::impulse_response || departures.silent_without_impulse_response);
+    return tests && element.is_silent();
+}
+
+TransducerStatus Preparation::add(Transducer* element) {
+    if (element == nullptr) {
+        return status_failure;
+    }
+    if (!element->methods().contains(method_)) {
+        return status_not_implemented;
+    }
+    if (!has_records(*element)) {
+        return status_failure;
+    }
+    if (method_ == Method::fnm_fdtsd && !element->excitation->has_complex_decomposition()) {
+        return status_not_implemented;
+    }
+    const Departures departures = element->departures();
+    WaveParameters wave{};
+    if (is_continuous_wave(method_)) {
+        wave = wave_of_method(*element, departures);  // it warns, of a silent element, too
+    }
+    if (passes_over(*element, departures)) {
+        return status_success;
+    }
+    element->InitializeRotationMatrix();
+    if (!is_continuous_wave(method_)) {
+        add_transient(*element, departures);
+    } else if (is_rayleigh(method_)) {
+        add_rayleigh(*element, departures, wave);
+    } else if (method_ == Method::fnm_cw_sse || method_ == Method::fnm_cw_sse2) {
+        add_single_wave(*element, departures, wave);
+    } else if (method_ == Method::fnm_cw || method_ == Method::fnm_cw_apodized ||
+               method_ == Method::fnm_cw_single) {
+        add_continuous_wave(*element, departures, wave);
+    } else {
+        append(element->own_share({method_, wave}));
+    }
+    return status_success;
+}
+
+void Preparation::append(std::unique_ptr<Share> share) {
+    if (share) {
+        bytes_ += share->bytes();
+        shares_.push_back(std::move(share));
+    }
+}
+
+Wanted Preparation::wanted(Transducer& element, Method method) {
+    NumericalIntegration& shared = *element.integral;
+    const int order = shared.get_npoints();
+    const RuleInterval interval = element.rule_interval(method);
+    if (interval == RuleInterval::none) {
+        rule_ = {};
+    } else if (element.exact()) {
+        const QuadratureRule& standard = *gauss_rule(order);
+        rule_ = interval == RuleInterval::half_circle ? standard.mapped(0, pi) : standard;
+    } else {
+        // Whatever the last method asked for is what the next one reads, on purpose.
+        if (interval == RuleInterval::half_circle) {
+            shared.gauss_quadrature(0, pi);
+        }
+        rule_ = as_it_stands(shared);
+    }
+    return {method, order, rule_};
+}
+
+// ---- continuous wave
+
+WaveParameters Preparation::wave_of_method(const Transducer& element,
+                                           const Departures& departures) const {
+    const Medium& medium = *element.medium;
+    switch (method_) {
+        case Method::fnm_cw_apodized:
+        case Method::rayleigh_cw_apodized:
+            return wave_of(medium);
+        case Method::rayleigh_cw:
+            return departures.defaults_frequency ? wave_with_default_frequency(medium)
+                                                 : wave_with_default_speed(medium);
+        case Method::fnm_cw_sse:
+        case Method::rayleigh_cw_sse:
+            return departures.defaults_frequency ? wave_with_default_frequency(medium)
+                                                 : wave_of(medium);
+        default:
+            return wave_with_default_frequency(medium);
+    }
+}
+
+void Preparation::add_continuous_wave(Transducer& element, const Departures& departures,
+                                      const WaveParameters& wave) {
+    std::unique_ptr<EdgeGenerator<double>> edge = element.edge(wanted(element, method_));
+    if (!edge) {
+        return;
+    }
+    const bool rounds = departures.rounds_wave && method_ == Method::fnm_cw_single;
+    append(continuous_wave_share(element, std::move(edge),
+                                 rounds ? rounded_wave(*element.medium) : wave,
+                                 edge_prefactor(element, method_, departures, wave)));
+}
+
+void Preparation::add_single_wave(Transducer& element, const Departures& departures,
+                                  const WaveParameters& wave) {
+    std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted(element, method_));
+    const std::complex<double> prefactor = edge_prefactor(element, method_, departures, wave);
+    if (!edge) {
+        append(continuous_wave_share(element, element.edge(wanted(element, method_)), wave,
+                                     prefactor));
+    } else if (departures.single_wave == SingleWaveBy::excess) {
+        append(single_excess_share(element, std::move(edge), wave, departures.in_fours, prefactor));
+    } else {
+        const WaveParameters used = departures.rounds_wave ? rounded_wave(*element.medium) : wave;
+        const bool damped = method_ != Method::fnm_cw_sse2 || !departures.undamped_edges;
+        append(
+            single_wave_share(element, std::move(edge),
+                              {static_cast<float>(used.wavenumber),
+                               static_cast<float>(used.attenuation), damped, departures.in_fours},
+                              prefactor));
+    }
+}
+
+// p = j rho f0 w * sum of dA e^(-(alpha + jk) R) / R, twice that for half an aperture.
+void Preparation::add_rayleigh(Transducer& element, const Departures& departures,
+                               WaveParameters wave) {
+    const Medium& medium = *element.medium;
+    const auto prefactor = [&](bool is_half) {
+        const double density = is_half ? 2 * medium._rho_density : medium._rho_density;
+        return std::complex<double>(0.0, density * medium._f0) * element.complex_weight;
+    };
+    const SurfaceManners manners{departures.means_within_rounding, departures.in_fours};
+    if (method_ == Method::rayleigh_cw_sse) {
+        std::unique_ptr<SurfaceRows<float>> surface =
+            element.single_surface(wanted(element, method_));
+        const std::complex<double> Q = prefactor(surface->is_half_of_axisymmetric());
+        append(rayleigh_share<float>(element, std::move(surface),
+                                     departures.rounds_wave ? rounded_wave(medium) : wave, manners,
+                                     Q));
+        return;
+    }
+    std::unique_ptr<SurfaceRows<double>> surface = element.surface(wanted(element, method_));
+    const std::complex<double> Q = prefactor(surface->is_half_of_axisymmetric());
+    if (departures.rayleigh_grows) {
+        wave.attenuation = -wave.attenuation;
+    }
+    append(rayleigh_share<double>(element, std::move(surface), wave, manners, Q));
+}
+
+// ---- over time
+
+void Preparation::add_transient(Transducer& element, const Departures& departures) {
+    switch (method_) {
+        case Method::impulse_response:
+            add_impulse_response(element);
+            break;
+        case Method::rayleigh_transient:
+            add_rayleigh_transient(element, departures);
+            break;
+        case Method::fnm_transient:
+        case Method::fnm_transient_behind_source:
+            add_direct_transient(element, method_, departures);
+            break;
+        default:
+            if (is_decomposable(element)) {
+                add_decomposition(element, departures);
+            } else {
+                add_direct_transient(element,
+                                     method_ == Method::fnm_tsd_behind_source
+                                         ? Method::fnm_transient_behind_source
+                                         : Method::fnm_transient,
+                                     departures);
+            }
+    }
+}
+
+void Preparation::add_decomposition(Transducer& element, const Departures& departures) {
+    require_room_for_a_tile(*element.time_samples);
+    const Wanted wanted = this->wanted(element, method_);
+    if (method_ != Method::fnm_tsd_low_precision && method_ != Method::fnm_tsd_sse) {
+        const Decomposition kind =
+            method_ == Method::fnm_fdtsd ? Decomposition::complex : Decomposition::real;
+        append(decomposition_share(element, element.edge(wanted), kind, departures, factors_));
+        return;
+    }
+    if (std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted)) {
+        append(single_decomposition_share(element, std::move(edge), departures, single_factors_,
+                                          factors_));
+    }
+    if (std::unique_ptr<EdgeGenerator<double>> edge = element.rounded_edge(wanted)) {
+        append(rounded_decomposition_share(element, std::move(edge), departures, factors_));
+    }
+}
+
+void Preparation::add_direct_transient(Transducer& element, Method method,
+                                       const Departures& departures) {
+    append(direct_transient_share(element, element.edge(wanted(element, method)),
+                                  departures.arrival_window));
+}
+
+void Preparation::add_rayleigh_transient(Transducer& element, const Departures& departures) {
+    std::unique_ptr<SurfaceRows<double>> surface = element.surface(wanted(element, method_));
+    const double prefactor =
+        element.medium->_rho_density / (surface->is_half_of_axisymmetric() ? pi : two_pi);
+    append(rayleigh_transient_share(element, std::move(surface),
+                                    {departures.means_within_rounding, departures.in_fours},
+                                    prefactor));
+    if (!departures.without_jump_waves) {
+        append(jump_waves_share(element));
+    }
+}
+
+void Preparation::add_impulse_response(const Transducer& element) {
+    append(point_series_share(element, [&element](const CartesianCoordinate& point,
+                                                  SampleWindow samples, double* values) {
+        element.write_impulse_response(point, samples, 0.0, values);
+    }));
+}
+
+}  // namespace kavro

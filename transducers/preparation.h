@@ -1,0 +1,58 @@
+// Elements on their way to be solved together.
+#pragma once
+
+#include <complex>
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "transducers/blocks/share.h"
+#include "transducers/decomposition/decomposition.h"
+#include "transducers/shape.h"
+
+namespace kavro {
+
+using Shares = std::vector<std::unique_ptr<Share>>;
+
+// Asks each element's shape for what a method needs, and makes the element's share of it.
+class Preparation {
+public:
+    explicit Preparation(Method method) : method_(method) {}
+
+    // Appends the element's shares: none for a silent one. Returns what the method answers for it:
+    // status_failure for null or where a record is missing, status_not_implemented where its shape
+    // does not offer the method. Throws std::bad_alloc and Interrupted. In reference mode, the
+    // shared rule is left as the method promises.
+    TransducerStatus add(Transducer* element);
+
+    const Shares& shares() const { return shares_; }
+
+    // Memory that all shares take.
+    std::size_t bytes() const { return bytes_ + factors_.bytes() + single_factors_.bytes(); }
+
+private:
+    bool has_records(const Transducer& element) const;
+    bool passes_over(const Transducer& element, const Departures& departures) const;
+    WaveParameters wave_of_method(const Transducer& element, const Departures& departures) const;
+    void add_continuous_wave(Transducer& element, const Departures& departures,
+                             const WaveParameters& wave);
+    void add_single_wave(Transducer& element, const Departures& departures,
+                         const WaveParameters& wave);
+    void add_rayleigh(Transducer& element, const Departures& departures, WaveParameters wave);
+    void add_transient(Transducer& element, const Departures& departures);
+    void add_decomposition(Transducer& element, const Departures& departures);
+    void add_direct_transient(Transducer& element, Method method, const Departures& departures);
+    void add_rayleigh_transient(Transducer& element, const Departures& departures);
+    void add_impulse_response(const Transducer& element);
+    Wanted wanted(Transducer& element, Method method);
+    void append(std::unique_ptr<Share> share);
+
+    Method method_;
+    Shares shares_;
+    std::size_t bytes_ = 0;
+    SharedFactors<float> single_factors_;
+    SharedFactors<double> factors_;
+    QuadratureRule rule_;  // of the element at hand
+};
+
+}  // namespace kavro
