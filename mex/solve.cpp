@@ -216,7 +216,7 @@ void Solve::read_excitations(const Operation& operation, const SolveOptions& opt
                 (waveform.has_complex_decomposition()
                      ? "this method needs a pulse with a centre frequency, not a sampled waveform."
                      : "this method needs a pulse of positive 'f0', not " +
-                           kzk_number(waveform.f0) + "."));
+                           kzk::shown(waveform.f0) + "."));
         }
     }
 }
@@ -259,28 +259,28 @@ void Solve::check_march(const Operation& operation) const {
 }
 
 // The text for what keeps a march from running.
-std::string complaint(const Operation& operation, std::size_t element, const KzkFault& fault) {
+std::string complaint(const Operation& operation, std::size_t element, const kzk::Fault& fault) {
     struct Name {
-        KzkInput input;
+        kzk::Input input;
         const char* text;
     };
     static constexpr Name names[] = {
-        {KzkInput::extent, "field 'extent' of the option 'kzk'"},
-        {KzkInput::points_per_radius, "field 'points_per_radius' of the option 'kzk'"},
-        {KzkInput::step, "field 'step' of the option 'kzk'"},
-        {KzkInput::growth, "field 'growth' of the option 'kzk'"},
-        {KzkInput::soundspeed, "medium's field 'soundspeed'"},
-        {KzkInput::attenuation, "medium's field 'attenuationdBcmMHz'"},
-        {KzkInput::nonlinearity, "medium's field 'nonlinearityparameter'"},
-        {KzkInput::frequency, "frequency f0"},
-        {KzkInput::amplitude, "field 'amplitude'"},
-        {KzkInput::sizes, "Rayleigh distance or the radius of curvature"},
-        {KzkInput::planes, "grid's planes"},
+        {kzk::Input::extent, "field 'extent' of the option 'kzk'"},
+        {kzk::Input::points_per_radius, "field 'points_per_radius' of the option 'kzk'"},
+        {kzk::Input::step, "field 'step' of the option 'kzk'"},
+        {kzk::Input::growth, "field 'growth' of the option 'kzk'"},
+        {kzk::Input::soundspeed, "medium's field 'soundspeed'"},
+        {kzk::Input::attenuation, "medium's field 'attenuationdBcmMHz'"},
+        {kzk::Input::nonlinearity, "medium's field 'nonlinearityparameter'"},
+        {kzk::Input::frequency, "frequency f0"},
+        {kzk::Input::amplitude, "field 'amplitude'"},
+        {kzk::Input::sizes, "Rayleigh distance or the radius of curvature"},
+        {kzk::Input::planes, "grid's planes"},
     };
     for (const Name& name : names) {
         if (name.input == fault.input) {
             return place(operation, element) + "the " + name.text + " must be " + fault.expected +
-                   ", not " + kzk_number(fault.value) + ".";
+                   ", not " + kzk::shown(fault.value) + ".";
         }
     }
     return std::string(operation.name) + " needs a time axis that " + fault.expected + ".";
@@ -298,7 +298,7 @@ void Solve::check_that_marches_run(const Operation& operation) {
                              "the field 'source_phase' of the option 'kzk' must be false, for only "
                              "a disc's march has a source phase.");
         }
-        if (const std::optional<KzkFault> fault = kzk_fault(element, harmonic)) {
+        if (const std::optional<kzk::Fault> fault = kzk::fault_of(element, harmonic)) {
             throw InputError(complaint(operation, i, *fault));
         }
     }

@@ -16,7 +16,7 @@
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/poll.h"
 
-namespace kavro {
+namespace kavro::kzk {
 namespace {
 
 constexpr int first_stage_steps = 20;
@@ -35,7 +35,7 @@ struct Scheme {
           points_per_radius(integral.kzk_parameters[1]),
           growth(static_cast<double>(integral.kzk_parameters[2])),
           harmonics(integral.kzk_integer_parameters[0]),
-          last_column(kzk_last_column(extent, points_per_radius)) {}
+          last_column(last_column_of(extent, points_per_radius)) {}
 
     // The spacing is not quite the one by which the planes' points are placed: deliberate.
     double spacing() const {
@@ -45,8 +45,8 @@ struct Scheme {
 
 class March {
 public:
-    March(const Transducer& element, const KzkHarmonicShape& shape, const Scheme& scheme,
-          const KzkPlanes& planes)
+    March(const Transducer& element, const HarmonicShape& shape, const Scheme& scheme,
+          const Planes& planes)
         : element_(element), shape_(shape), scheme_(scheme), planes_(planes) {
         for (const float z : planes.z) {
             ranges_.push_back(static_cast<double>(shape.range_of(z)));
@@ -163,7 +163,7 @@ private:
             static_cast<std::int64_t>((stride_ + lanes_at_a_time - 1) / lanes_at_a_time);
         const int threads = std::clamp(thread_count(), 1, most_threads());
         std::atomic<bool> no_memory{false};
-        KzkPoll poll;
+        Poll poll;
 
 #pragma omp parallel num_threads(threads)
         {
@@ -180,17 +180,17 @@ private:
             for (std::int64_t block = 0; block < blocks; ++block) {
                 if (shape_.nonlinearity != 0.0 && !no_memory && !poll.interrupted()) {
                     const std::size_t first = static_cast<std::size_t>(block) * rows_at_a_time;
-                    kzk_couple_harmonics(field_, step_, alpha_.size(), stride_, first,
-                                         std::min(first + rows_at_a_time, columns_), source_,
-                                         scratch, give_up);
+                    couple_harmonics(field_, step_, alpha_.size(), stride_, first,
+                                     std::min(first + rows_at_a_time, columns_), source_, scratch,
+                                     give_up);
                 }
             }
 #pragma omp for schedule(static)
             for (std::int64_t group = 0; group < groups; ++group) {
                 if (!no_memory && !give_up()) {
                     const std::size_t first = static_cast<std::size_t>(group) * lanes_at_a_time;
-                    kzk_advance_harmonics(field_, source_, step_, radius_, stride_, first,
-                                          std::min(lanes_at_a_time, stride_ - first), scratch);
+                    advance_harmonics(field_, source_, step_, radius_, stride_, first,
+                                      std::min(lanes_at_a_time, stride_ - first), scratch);
                 }
             }
         }
@@ -241,17 +241,17 @@ private:
     }
 
     const Transducer& element_;
-    const KzkHarmonicShape& shape_;
+    const HarmonicShape& shape_;
     const Scheme& scheme_;
-    const KzkPlanes& planes_;
+    const Planes& planes_;
     int count_;
     std::size_t columns_, stride_;
     std::vector<double> ranges_;  // of the planes
     std::size_t plane_ = 0;       // the next to record
     bool finite_ = true;          // what was recorded
-    KzkHarmonicRows field_, source_;
-    KzkHarmonicStep step_;
-    KzkHarmonicRadius radius_;
+    HarmonicRows field_, source_;
+    HarmonicStep step_;
+    HarmonicRadius radius_;
     std::vector<double> alpha_, former_alpha_, delta_;
 };
 
@@ -259,52 +259,52 @@ bool is_range(float range) {
     return std::isfinite(range);
 }
 
-std::optional<KzkFault> fault_of(const Transducer& element, const KzkHarmonicShape& shape,
-                                 const Scheme& scheme, const KzkPlanes& planes) {
-    if (auto fault = kzk_radial_fault(scheme.extent, scheme.points_per_radius)) {
+std::optional<Fault> fault_of(const Transducer& element, const HarmonicShape& shape,
+                              const Scheme& scheme, const Planes& planes) {
+    if (auto fault = radial_fault(scheme.extent, scheme.points_per_radius)) {
         return fault;
     }
     if (!(scheme.growth > least_growth && std::isfinite(scheme.growth))) {
-        return KzkFault{KzkInput::growth, "more than 6e-8", scheme.growth};
+        return Fault{Input::growth, "more than 6e-8", scheme.growth};
     }
     const bool scaled = shape.range_of(1.0f) > 0.0f && is_range(shape.range_of(1.0f)) &&
                         shape.gain > 0.0 && std::isfinite(shape.gain);
     const auto scale_length =
         shape.gain > 0.0 ? static_cast<double>(1.0f / shape.range_of(1.0f)) : shape.gain;
-    if (auto fault = kzk_scale_fault(element, element.medium->_f0, scale_length, scaled,
-                                     shape.absorption, shape.nonlinearity)) {
+    if (auto fault = scale_fault(element, element.medium->_f0, scale_length, scaled,
+                                 shape.absorption, shape.nonlinearity)) {
         return fault;
     }
     if (!is_range(shape.range_of(planes.z.front())) || !is_range(shape.range_of(planes.z.back()))) {
-        return KzkFault{KzkInput::planes, "at finite distances", element.coordinate_grid->zmax};
+        return Fault{Input::planes, "at finite distances", element.coordinate_grid->zmax};
     }
     return std::nullopt;
 }
 
 }  // namespace
 
-float kzk_cw_frequency(const Medium& medium) {
+float angular_frequency(const Medium& medium) {
     return static_cast<float>(medium._f0) * 6.2831855f;
 }
 
-bool has_kzk_cw_records(const Transducer& element) {
+bool has_harmonic_records(const Transducer& element) {
     return element.coordinate_grid != nullptr && element.medium != nullptr &&
            element.integral != nullptr && element.pressure_real != nullptr &&
-           element.pressure_imag != nullptr && KzkPlanes::fit(*element.coordinate_grid);
+           element.pressure_imag != nullptr && Planes::fit(*element.coordinate_grid);
 }
 
-std::optional<KzkFault> kzk_cw_fault(const Transducer& element, const KzkHarmonicShape& shape) {
+std::optional<Fault> harmonic_fault(const Transducer& element, const HarmonicShape& shape) {
     return fault_of(element, shape, Scheme(*element.integral),
-                    KzkPlanes(*element.coordinate_grid, shape.radius, element.exact()));
+                    Planes(*element.coordinate_grid, shape.radius, element.exact()));
 }
 
-TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmonicShape& shape) {
+TransducerStatus march_harmonics(const Transducer& element, const HarmonicShape& shape) {
     try {
         const Scheme scheme(*element.integral);
         if (scheme.harmonics < 1) {
             return status_success;
         }
-        const KzkPlanes planes(*element.coordinate_grid, shape.radius, element.exact());
+        const Planes planes(*element.coordinate_grid, shape.radius, element.exact());
         const std::size_t values =
             planes.r.size() * planes.z.size() * static_cast<std::size_t>(scheme.harmonics);
         std::fill_n(element.pressure_real, values, 0.0);
@@ -323,4 +323,4 @@ TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmoni
     }
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -9,10 +9,10 @@
 
 #include "core/console.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // Shared by the threads of a parallel region, each of which asks now and then whether to give up.
-class KzkPoll {
+class Poll {
 public:
     // Asks the console, if the thread is the calling one and nobody has given up yet.
     bool gives_up() {
@@ -35,4 +35,4 @@ private:
     std::atomic<bool> interrupted_{false};
 };
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -23,7 +23,7 @@
 #include "transducers/kzk/transient_output.h"
 #include "transducers/kzk/transient_setting.h"
 
-namespace kavro {
+namespace kavro::kzk {
 namespace {
 
 constexpr float whole_limit = 1e9f;  // row numbers beyond this are none
@@ -36,9 +36,8 @@ int row_number(double value) {
 
 class March {
 public:
-    March(const Transducer& element, const KzkTransientShape& shape,
-          const KzkTransientScheme& scheme, const KzkPlanes& planes, const KzkRetardedTime& axis,
-          KzkTransientOutput& output)
+    March(const Transducer& element, const TransientShape& shape, const TransientScheme& scheme,
+          const Planes& planes, const RetardedTime& axis, TransientOutput& output)
         : element_(element),
           shape_(shape),
           scheme_(scheme),
@@ -86,8 +85,8 @@ public:
                 diffract(step);
             }
             range = arrives ? target : range + step;
-            KzkPoll poll;
-            const KzkDistortion::Result distorted = advance_columns(step, poll);
+            Poll poll;
+            const Distortion::Result distorted = advance_columns(step, poll);
             if (poll.interrupted()) {
                 return status_interrupted;
             }
@@ -202,20 +201,20 @@ private:
 
     // Absorption and distortion, which columns go through independently of each other. Incomplete
     // where `poll` was interrupted.
-    KzkDistortion::Result advance_columns(float step, KzkPoll& poll) {
+    Distortion::Result advance_columns(float step, Poll& poll) {
         const float kappa = step * shape_.absorption / (axis_.step * axis_.step);
-        const KzkAbsorption absorption(kappa, scheme_.implicit, axis_.steps);
+        const Absorption absorption(kappa, scheme_.implicit, axis_.steps);
         const std::vector<float> edge = outer_edge();
         const int pairs = (columns_.run + 1) / 2;
         const int threads = std::clamp(thread_count(), 1, most_threads());
         const bool forward = shape_.nonlinearity > 0.0f;
-        std::vector<KzkDistortion::Result> results(static_cast<std::size_t>(columns_.run));
+        std::vector<Distortion::Result> results(static_cast<std::size_t>(columns_.run));
         std::atomic<bool> no_memory{false};
 
 #pragma omp parallel num_threads(threads)
         {
             const FlushDenormals flush;
-            KzkDistortion::Scratch scratch;
+            Distortion::Scratch scratch;
 #pragma omp for schedule(static)
             for (int pair = 0; pair < pairs; ++pair) {
                 if (poll.gives_up()) {
@@ -223,7 +222,7 @@ private:
                 }
                 const int first = 2 * pair;
                 const int groups = std::min(2, columns_.run - first);
-                float* columns = grid_.data() + first * KzkColumns::lanes;
+                float* columns = grid_.data() + first * Columns::lanes;
                 if (shape_.absorption != 0.0f) {
                     absorption.apply(columns, columns_.row(), groups);
                     restore_outer_edge(edge, first, groups);
@@ -234,7 +233,7 @@ private:
                 try {
                     for (int group = 0; group < groups; ++group) {
                         results[static_cast<std::size_t>(first + group)] =
-                            distortion_.apply(columns + group * KzkColumns::lanes, columns_.row(),
+                            distortion_.apply(columns + group * Columns::lanes, columns_.row(),
                                               step * shape_.nonlinearity, forward, scratch);
                     }
                 } catch (const std::bad_alloc&) {
@@ -245,8 +244,8 @@ private:
         if (no_memory) {
             throw std::bad_alloc();
         }
-        KzkDistortion::Result all;
-        for (const KzkDistortion::Result& one : results) {
+        Distortion::Result all;
+        for (const Distortion::Result& one : results) {
             all.shock = all.shock || one.shock;
             all.steepest = forward ? std::max(all.steepest, one.steepest)
                                    : std::min(all.steepest, one.steepest);
@@ -307,29 +306,29 @@ private:
     }
 
     const Transducer& element_;
-    const KzkTransientShape& shape_;
-    const KzkTransientScheme& scheme_;
-    const KzkPlanes& planes_;
-    const KzkRetardedTime& axis_;
-    KzkTransientOutput& output_;
-    KzkColumns columns_;
-    KzkRadialStep radial_;
+    const TransientShape& shape_;
+    const TransientScheme& scheme_;
+    const Planes& planes_;
+    const RetardedTime& axis_;
+    TransientOutput& output_;
+    Columns columns_;
+    RadialStep radial_;
     std::vector<double> taus_;  // rad
-    KzkDistortion distortion_;
+    Distortion distortion_;
     AlignedVector<float> grid_;
 };
 
 }  // namespace
 
-bool has_kzk_transient_records(const Transducer& element) {
-    return element.has_transient_records() && KzkPlanes::fit(*element.coordinate_grid);
+bool has_transient_records(const Transducer& element) {
+    return element.has_transient_records() && Planes::fit(*element.coordinate_grid);
 }
 
-TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& of) {
+TransducerStatus march_transient(const Transducer& element, const TransientShape& of) {
     try {
-        const KzkTransientSetting setting(element, of);
+        const TransientSetting setting(element, of);
         const auto& [scheme, planes, shape, axis] = setting;
-        KzkTransientOutput output(element, planes, axis);
+        TransientOutput output(element, planes, axis);
         if (setting.fault(element)) {
             output.clear_all();
             return status_success;
@@ -341,7 +340,7 @@ TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransie
         if (static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;  // silent all along
         }
-        const std::size_t row = KzkColumns(scheme.last_column).row();
+        const std::size_t row = Columns(scheme.last_column).row();
         if (!fits_into_memory((static_cast<std::size_t>(axis.steps) + 1) * row, sizeof(float))) {
             return status_out_of_memory;
         }
@@ -351,4 +350,4 @@ TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransie
     }
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk

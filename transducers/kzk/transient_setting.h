@@ -9,10 +9,10 @@
 #include "transducers/kzk/retarded_time.h"
 #include "transducers/kzk/transient_march.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // The element's five parameters.
-struct KzkTransientScheme {
+struct TransientScheme {
     float extent;
     float points_per_radius;
     int last_column;
@@ -20,25 +20,25 @@ struct KzkTransientScheme {
     bool implicit;
     bool diffraction;
 
-    explicit KzkTransientScheme(const std::array<float, 5>& parameters)
+    explicit TransientScheme(const std::array<float, 5>& parameters)
         : extent(parameters[0]),
           points_per_radius(parameters[1]),
-          last_column(kzk_last_column(extent, points_per_radius)),
+          last_column(last_column_of(extent, points_per_radius)),
           step(parameters[2]),
           implicit(parameters[3] == 1.0f),
           diffraction(parameters[4] == 1.0f) {}
 };
 
-struct KzkTransientSetting {
-    KzkTransientScheme scheme;
-    KzkPlanes planes;
-    KzkTransientShape shape;
-    KzkRetardedTime axis;
+struct TransientSetting {
+    TransientScheme scheme;
+    Planes planes;
+    TransientShape shape;
+    RetardedTime axis;
 
     // The element has its records. An exact one's last range is that of its last plane.
-    KzkTransientSetting(const Transducer& element, const KzkTransientShape& of);
+    TransientSetting(const Transducer& element, const TransientShape& of);
 
-    std::optional<KzkFault> fault(const Transducer& element) const;
+    std::optional<Fault> fault(const Transducer& element) const;
 };
 
-}  // namespace kavro
+}  // namespace kavro::kzk
