@@ -292,7 +292,7 @@ void Solve::check_that_marches_run(const Operation& operation) {
     quadrature_ = reference_rule_;
     for (std::size_t i = 0; i < elements_.size(); ++i) {
         Transducer& element = *elements_[i];
-        if (harmonic && reference_rule_.kzk_integer_parameters[1] > 0 &&
+        if (harmonic && reference_rule_.kzk_parameters.source_phase > 0 &&
             dynamic_cast<const CircularTransducer*>(&element) == nullptr) {
             throw InputError(place(operation, i) +
                              "the field 'source_phase' of the option 'kzk' must be false, for only "
@@ -393,7 +393,7 @@ mxArray* Solve::solve_stored(const Operation& operation) {
                 "planes beyond are zero: the march needs a smaller 'step'.\n");
         }
     });
-    const int layers = harmonic ? reference_rule_.kzk_integer_parameters[0] : times_.ntimes;
+    const int layers = harmonic ? reference_rule_.kzk_parameters.harmonics : times_.ntimes;
     mxArray* output = new_output({grid_.nx, grid_.nz, layers}, harmonic ? mxCOMPLEX : mxREAL);
     const auto count = static_cast<std::size_t>(grid_.npoints) * static_cast<std::size_t>(layers);
     require_memory(count, (harmonic ? 2 : 1) * sizeof(double), "output values");

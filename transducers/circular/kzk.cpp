@@ -38,7 +38,7 @@ HarmonicShape harmonic_shape(CircularTransducer& disc) {
     const double c = medium->_soundspeed;
     const auto omega0 = static_cast<double>(angular_frequency(*medium));
     const auto u0 = static_cast<double>(static_cast<float>(disc.amplitude));
-    const int phase = disc.integral->kzk_integer_parameters[1];
+    const int phase = disc.integral->kzk_parameters.source_phase;
     const auto rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
     HarmonicShape shape;
     shape.radius = a;

@@ -30,11 +30,11 @@ struct Scheme {
     int harmonics;
     int last_column;
 
-    explicit Scheme(const NumericalIntegration& integral)
-        : extent(integral.kzk_parameters[0]),
-          points_per_radius(integral.kzk_parameters[1]),
-          growth(static_cast<double>(integral.kzk_parameters[2])),
-          harmonics(integral.kzk_integer_parameters[0]),
+    explicit Scheme(const Parameters& parameters)
+        : extent(parameters.extent),
+          points_per_radius(parameters.points_per_radius),
+          growth(static_cast<double>(parameters.growth)),
+          harmonics(parameters.harmonics),
           last_column(last_column_of(extent, points_per_radius)) {}
 
     // The spacing is not quite the one by which the planes' points are placed: deliberate.
@@ -294,13 +294,13 @@ bool has_harmonic_records(const Transducer& element) {
 }
 
 std::optional<Fault> harmonic_fault(const Transducer& element, const HarmonicShape& shape) {
-    return fault_of(element, shape, Scheme(*element.integral),
+    return fault_of(element, shape, Scheme(element.integral->kzk_parameters),
                     Planes(*element.coordinate_grid, shape.radius, element.exact()));
 }
 
 TransducerStatus march_harmonics(const Transducer& element, const HarmonicShape& shape) {
     try {
-        const Scheme scheme(*element.integral);
+        const Scheme scheme(element.integral->kzk_parameters);
         if (scheme.harmonics < 1) {
             return status_success;
         }

@@ -1,9 +1,9 @@
 // What a transient nonlinear march is made of, and whether it can run.
 #pragma once
 
-#include <array>
 #include <optional>
 
+#include "core/kzk_parameters.h"
 #include "transducers/kzk/fault.h"
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/retarded_time.h"
@@ -11,7 +11,7 @@
 
 namespace kavro::kzk {
 
-// The element's five parameters.
+// The element's parameters.
 struct TransientScheme {
     float extent;
     float points_per_radius;
@@ -20,13 +20,13 @@ struct TransientScheme {
     bool implicit;
     bool diffraction;
 
-    explicit TransientScheme(const std::array<float, 5>& parameters)
-        : extent(parameters[0]),
-          points_per_radius(parameters[1]),
+    explicit TransientScheme(const Parameters& parameters)
+        : extent(parameters.extent),
+          points_per_radius(parameters.points_per_radius),
           last_column(last_column_of(extent, points_per_radius)),
-          step(parameters[2]),
-          implicit(parameters[3] == 1.0f),
-          diffraction(parameters[4] == 1.0f) {}
+          step(parameters.step),
+          implicit(parameters.is_implicit()),
+          diffraction(parameters.diffracts()) {}
 };
 
 struct TransientSetting {
