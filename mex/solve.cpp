@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -21,7 +20,7 @@
 #include "mex/solver_call.h"
 #include "mex/transducers_from_host.h"
 #include "transducers/circular/circular_transducer.h"
-#include "transducers/kzk/fault.h"
+#include "transducers/kzk/march.h"
 #include "transducers/kzk/retarded_time.h"
 #include "transducers/operations.h"
 
@@ -94,6 +93,7 @@ private:
     template <class After>
     void solve_each(const Operation& operation, After after);
     void make_records_ready(const Operation& operation, const Transducer& element);
+    TransducerStatus march(const Operation& operation, Transducer& element);
     void finish(TransducerStatus status);
 
     NumericalIntegration reference_rule_;
@@ -339,6 +339,17 @@ void Solve::make_records_ready(const Operation& operation, const Transducer& ele
     }
 }
 
+// What a march only prints of a shock is a warning here.
+TransducerStatus Solve::march(const Operation& operation, Transducer& element) {
+    const kzk::Outcome outcome = kzk::march(element, operation.kind == Kind::kzk_cw);
+    if (outcome.shocked && !outcome.warned) {
+        console::warn(
+            "kzk_transient: too small dSigma. The wave has overtaken itself within a step, and "
+            "planes beyond are zero: the march needs a smaller 'step'.\n");
+    }
+    return outcome.status;
+}
+
 // Element by element in order; `after` is told when element i is solved.
 template <class After>
 void Solve::solve_each(const Operation& operation, After after) {
@@ -348,7 +359,8 @@ void Solve::solve_each(const Operation& operation, After after) {
         const console::ProgressPart part(static_cast<double>(i) / all,
                                          static_cast<double>(i + 1) / all);
         make_records_ready(operation, *elements_[i]);
-        status = ((*elements_[i]).*operation.solve)();
+        status = operation.uses(input_kzk) ? march(operation, *elements_[i])
+                                           : ((*elements_[i]).*operation.solve)();
         if (status == status_success) {
             after(i);
             console::progress(1.0);
@@ -385,14 +397,8 @@ mxArray* Solve::solve_added(const Operation& operation) {
 // The marches store their results: each element's is added from a buffer of its own.
 mxArray* Solve::solve_stored(const Operation& operation) {
     const bool harmonic = operation.kind == Kind::kzk_cw;
-    // A march prints its nonlinearity, which is of no use here, and a disc's prints its warning.
-    console_.hand_prints_to([](const char* text) {
-        if (std::string_view(text).ends_with("dSigma")) {
-            console::warn(
-                "kzk_transient: too small dSigma. The wave has overtaken itself within a step, and "
-                "planes beyond are zero: the march needs a smaller 'step'.\n");
-        }
-    });
+    // A march prints its nonlinearity, and a disc's its shock: neither is of use here.
+    console_.hand_prints_to([](const char*) {});
     const int layers = harmonic ? reference_rule_.kzk_parameters.harmonics : times_.ntimes;
     mxArray* output = new_output({grid_.nx, grid_.nz, layers}, harmonic ? mxCOMPLEX : mxREAL);
     const auto count = static_cast<std::size_t>(grid_.npoints) * static_cast<std::size_t>(layers);

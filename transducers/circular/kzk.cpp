@@ -5,6 +5,7 @@
 #include "core/constants.h"
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/kzk/harmonic_march.h"
+#include "transducers/kzk/march.h"
 #include "transducers/kzk/shapes.h"
 #include "transducers/kzk/transient_march.h"
 #include "transducers/kzk/tridiagonal.h"
@@ -67,15 +68,11 @@ HarmonicShape harmonic_shape(CircularTransducer& disc) {
 }  // namespace kzk
 
 TransducerStatus CircularTransducer::kzk_transient() {
-    return kzk::has_transient_records(*this)
-               ? kzk::march_transient(*this, kzk::transient_shape(*this))
-               : status_failure;
+    return kzk::march(*this, false).status;
 }
 
 TransducerStatus CircularTransducer::kzk_cw() {
-    return kzk::has_harmonic_records(*this)
-               ? kzk::march_harmonics(*this, kzk::harmonic_shape(*this))
-               : status_failure;
+    return kzk::march(*this, true).status;
 }
 
 void CircularTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,

@@ -1,4 +1,4 @@
-// What keeps a nonlinear march from running: the one place that decides.
+// What keeps a nonlinear march from running.
 #pragma once
 
 #include <optional>
@@ -30,19 +30,8 @@ struct Fault {
     double value;          // what came
 };
 
-// What keeps kzk_transient (or, if `harmonic`, kzk_cw) of the element from marching, the first that
-// is found; empty where it can march, where a record but the output is missing and where the
-// element has no such march. An operation called all the same stores zeros.
-std::optional<Fault> fault_of(Transducer& element, bool harmonic);
-
-// ---- for the marches
-
+// A number as a message has it.
 std::string shown(double value);
-
-// The last column of the radial grid; 0 where it has fewer than two steps, or too many to count.
-int last_column_of(float extent, float points_per_radius);
-
-std::optional<Fault> radial_fault(float extent, float points_per_radius);
 
 // `scaled`: the lengths that ranges are counted in are positive numbers; absorption and
 // nonlinearity are over the scale length (m).

@@ -1,6 +1,7 @@
 #include "transducers/kzk/harmonic_kernels.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "core/simd/vector_dispatch.h"
 
@@ -101,12 +102,9 @@ private:
     V sum_im_[kVectors];
 };
 
-bool CoupleRows(const HarmonicRows& field, const double* factor, size_t harmonics, size_t stride,
+void CoupleRows(const HarmonicRows& field, const double* factor, size_t harmonics, size_t stride,
                 size_t first, size_t past, HarmonicRows& source, AlignedVector<double>& scratch,
-                const std::function<bool()>& give_up) {
-    // Vectors of four between two questions, about a million products.
-    const size_t patience = std::max<size_t>(1, 1000000 / (4 * kStep * stride));
-    size_t asked = 0;
+                const Spend& spend) {
     scratch.assign(6 * stride, 0.0);
     double* re = scratch.data() + stride;
     double* im = scratch.data() + 4 * stride;
@@ -117,16 +115,13 @@ bool CoupleRows(const HarmonicRows& field, const double* factor, size_t harmonic
         double* to_im = source.im.data() + j * stride;
         size_t begin = 0;
         for (; begin + 4 * kStep <= stride; begin += 4 * kStep) {
-            if (++asked % patience == 0 && give_up()) {
-                return false;
-            }
+            spend(static_cast<std::int64_t>(4 * kStep * stride));
             Coupling<4>(re, im, harmonics, begin).Store(factor, to_re, to_im);
         }
         for (; begin < stride; begin += kStep) {
             Coupling<1>(re, im, harmonics, begin).Store(factor, to_re, to_im);
         }
     }
-    return true;
 }
 
 // ---- elimination
@@ -290,11 +285,11 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kavro::kzk {
 
-bool couple_harmonics(const HarmonicRows& field, const HarmonicStep& step, std::size_t harmonics,
+void couple_harmonics(const HarmonicRows& field, const HarmonicStep& step, std::size_t harmonics,
                       std::size_t stride, std::size_t first, std::size_t past, HarmonicRows& source,
-                      AlignedVector<double>& scratch, const std::function<bool()>& give_up) {
-    return KAVRO_KERNEL(CoupleRows)(field, step.coupling.data(), harmonics, stride, first, past,
-                                    source, scratch, give_up);
+                      AlignedVector<double>& scratch, const Spend& spend) {
+    KAVRO_KERNEL(CoupleRows)
+    (field, step.coupling.data(), harmonics, stride, first, past, source, scratch, spend);
 }
 
 void advance_harmonics(HarmonicRows& field, const HarmonicRows& source, const HarmonicStep& step,

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 
 #include "core/aligned_vector.h"
+#include "core/interrupted.h"
 
 namespace kavro::kzk {
 
@@ -33,10 +33,10 @@ struct HarmonicRadius {
 
 // The nonlinear source of rows first ... past - 1. Each harmonic's sums run over the others in
 // ascending order, so the bits are those of the plain loops. With very many harmonics a row takes
-// minutes: `give_up` is asked now and then; false, and the source is incomplete, where it says so.
-bool couple_harmonics(const HarmonicRows& field, const HarmonicStep& step, std::size_t harmonics,
+// minutes: `spend` is told of the steps, and may throw.
+void couple_harmonics(const HarmonicRows& field, const HarmonicStep& step, std::size_t harmonics,
                       std::size_t stride, std::size_t first, std::size_t past, HarmonicRows& source,
-                      AlignedVector<double>& scratch, const std::function<bool()>& give_up);
+                      AlignedVector<double>& scratch, const Spend& spend);
 
 // Advances the harmonics first ... first + count - 1 (multiples of harmonic_lanes) by block
 // elimination along the radius. The matrices' blocks are complex numbers and those beside the

@@ -7,6 +7,7 @@
 
 #include "transducers/kzk/fault.h"
 #include "transducers/kzk/harmonic_source.h"
+#include "transducers/kzk/outcome.h"
 #include "transducers/transducer.h"
 
 namespace kavro::kzk {
@@ -33,13 +34,10 @@ struct HarmonicShape {
 // omega0 = 2 pi f0 of the medium, rad/s.
 float angular_frequency(const Medium& medium);
 
-// Whether the element has the records, and a regular grid of points, that the march needs.
-bool has_harmonic_records(const Transducer& element);
-
-// Marches through the planes of the element's grid and stores each harmonic's complex pressure
-// (Pa), entry ix + nx iz + nx nz (n - 1) of both outputs for harmonic n. Where the parameters or
-// the medium allow no march, zeros are stored; planes behind the face are silent. Warns where the
-// march has grown without bound and the result is not finite.
+// The element has its records. Marches through the planes of the element's grid and stores each
+// harmonic's complex pressure (Pa), entry ix + nx iz + nx nz (n - 1) of both outputs for harmonic
+// n. Where the parameters or the medium allow no march, zeros are stored; planes behind the face
+// are silent. Warns where the march has grown without bound and the result is not finite.
 //
 // The time dependence is exp(-j n omega0 t), and the phase is counted from a plane wave that
 // travels along. For an exact element, conj(P_n) exp(-j n k z) is what the continuous-wave methods
@@ -48,7 +46,7 @@ bool has_harmonic_records(const Transducer& element);
 //
 // 20 backward Euler steps damp what the jump at the rim stirs up, then Crank-Nicolson steps follow
 // that grow with the range.
-TransducerStatus march_harmonics(const Transducer& element, const HarmonicShape& shape);
+Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape);
 
 // What keeps it from marching.
 std::optional<Fault> harmonic_fault(const Transducer& element, const HarmonicShape& shape);

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "transducers/kzk/fault.h"
+#include "transducers/kzk/outcome.h"
 #include "transducers/transducer.h"
 
 namespace kavro::kzk {
@@ -25,21 +26,18 @@ struct TransientShape {
     const char* shock_message = "";
 };
 
-// Whether the element has the records, and a regular grid of points, that the march needs.
-bool has_transient_records(const Transducer& element);
-
-// Marches the element's excitation through the planes of its grid and stores the pressure (Pa),
-// entry ix + nx iz + n nx nz for time sample n. The tau axis must have been set (set_kzk_tau_axis),
-// except for an exact element, which keeps a retarded time of its own in steps of the time axis: it
-// begins before the rim's wave and ends with the last wave, so that the field does not depend on
-// where the time axis begins, and planes are stored at z/c as transient_output.h says. Where
-// the five parameters, medium and axes allow no march, zeros are stored.
+// The element has its records. Marches the element's excitation through the planes of its grid and
+// stores the pressure (Pa), entry ix + nx iz + n nx nz for time sample n. The tau axis must have
+// been set (set_kzk_tau_axis), except for an exact element, which keeps a retarded time of its own
+// in steps of the time axis: it begins before the rim's wave and ends with the last wave, so that
+// the field does not depend on where the time axis begins, and planes are stored at z/c as
+// transient_output.h says. Where the parameters, medium and axes allow no march, zeros are stored.
 //
 // The step is shortened to half of what is left to the nearest shock. A shock ends the march one
 // step later with a message; planes that were not reached are silent. So are, deliberately, planes
 // beyond the first that a step passes, and the last plane where rounding leaves it at the very end
 // of the march. An exact element records every plane that a step passes and marches on to the last.
-TransducerStatus march_transient(const Transducer& element, const TransientShape& shape);
+Outcome march_transient(const Transducer& element, const TransientShape& shape);
 
 // What keeps it from marching.
 std::optional<Fault> transient_fault(const Transducer& element, const TransientShape& shape);

@@ -14,7 +14,7 @@ constexpr float most_absorption = 1e18f;   // beyond, the square of a matrix ent
 // Reference elements: what the time axis leaves. Exact ones: from before the first wave to the end
 // of the last wave at any plane, or of the time axis, whichever comes first.
 RetardedTime retarded_time(const Transducer& element, const TransientShape& shape,
-                           const Planes& planes, const TransientScheme& scheme) {
+                           const Planes& planes, const RadialGrid& radii) {
     const TimeSamples& times = *element.time_samples;
     const ExcitationFunction& excitation = *element.excitation;
     const double c = element.medium->_soundspeed;
@@ -28,7 +28,7 @@ RetardedTime retarded_time(const Transducer& element, const TransientShape& shap
     const double margin = two_pi + std::min(4.0 * std::sqrt(shocks), 4.0 * two_pi);
     const float farthest =
         std::min(*std::max_element(planes.r.begin(), planes.r.end()),
-                 static_cast<float>(scheme.last_column) / scheme.points_per_radius);
+                 static_cast<float>(radii.last_column) / radii.points_per_radius);
     const double rim = std::pow(1.0 + static_cast<double>(farthest), 2);
     double last = 0.0;
     for (const float plane : planes.z) {
@@ -56,15 +56,16 @@ TransientShape with_last_range(TransientShape shape, const Transducer& element,
 }  // namespace
 
 TransientSetting::TransientSetting(const Transducer& element, const TransientShape& of)
-    : scheme(element.integral->kzk_parameters),
+    : parameters(element.integral->kzk_parameters),
+      radii(parameters),
       planes(*element.coordinate_grid, of.radius, element.exact()),
       shape(with_last_range(of, element, planes)),
-      axis(retarded_time(element, shape, planes, scheme)) {}
+      axis(retarded_time(element, shape, planes, radii)) {}
 
 std::optional<Fault> TransientSetting::fault(const Transducer& element) const {
     const bool scaled =
         is_positive(shape.rayleigh) && is_positive(shape.gain) && std::isfinite(shape.source_lead);
-    if (auto fault = radial_fault(scheme.extent, scheme.points_per_radius)) {
+    if (auto fault = radii.fault()) {
         return fault;
     }
     if (auto fault = scale_fault(
@@ -80,11 +81,11 @@ std::optional<Fault> TransientSetting::fault(const Transducer& element) const {
     if (!std::isfinite(range) || !std::isfinite(first)) {
         return Fault{Input::planes, "at finite distances", element.coordinate_grid->zmax};
     }
-    if (!(is_positive(scheme.step) && range < most_steps * scheme.step)) {
+    if (!(is_positive(parameters.step) && range < most_steps * parameters.step)) {
         return Fault{
             Input::step,
             "more than " + shown(static_cast<double>(range / most_steps)) + " for these planes",
-            static_cast<double>(scheme.step)};
+            static_cast<double>(parameters.step)};
     }
     if (!(axis.steps >= 2 && is_positive(axis.step))) {
         return Fault{Input::time,
@@ -92,7 +93,7 @@ std::optional<Fault> TransientSetting::fault(const Transducer& element) const {
                                      : "lasts until the wave has come to the farthest plane",
                      element.time_samples->tmax()};
     }
-    if (!(scheme.step * shape.absorption / (axis.step * axis.step) < most_absorption)) {
+    if (!(parameters.step * shape.absorption / (axis.step * axis.step) < most_absorption)) {
         return Fault{Input::attenuation, "small enough for this step", element.medium->_dBcmMHz};
     }
     return std::nullopt;

@@ -6,31 +6,15 @@
 #include "core/kzk_parameters.h"
 #include "transducers/kzk/fault.h"
 #include "transducers/kzk/planes.h"
+#include "transducers/kzk/radial_grid.h"
 #include "transducers/kzk/retarded_time.h"
 #include "transducers/kzk/transient_march.h"
 
 namespace kavro::kzk {
 
-// The element's parameters.
-struct TransientScheme {
-    float extent;
-    float points_per_radius;
-    int last_column;
-    float step;
-    bool implicit;
-    bool diffraction;
-
-    explicit TransientScheme(const Parameters& parameters)
-        : extent(parameters.extent),
-          points_per_radius(parameters.points_per_radius),
-          last_column(last_column_of(extent, points_per_radius)),
-          step(parameters.step),
-          implicit(parameters.is_implicit()),
-          diffraction(parameters.diffracts()) {}
-};
-
 struct TransientSetting {
-    TransientScheme scheme;
+    Parameters parameters;
+    RadialGrid radii;
     Planes planes;
     TransientShape shape;
     RetardedTime axis;

@@ -2,6 +2,7 @@
 // routines. Ranges are counted in its radius of curvature.
 #include "core/constants.h"
 #include "transducers/kzk/harmonic_march.h"
+#include "transducers/kzk/march.h"
 #include "transducers/kzk/shapes.h"
 #include "transducers/kzk/transient_march.h"
 #include "transducers/kzk/tridiagonal.h"
@@ -66,15 +67,11 @@ HarmonicShape harmonic_shape(SphericalTransducer& shell) {
 }  // namespace kzk
 
 TransducerStatus SphericalTransducer::kzk_transient() {
-    return kzk::has_transient_records(*this)
-               ? kzk::march_transient(*this, kzk::transient_shape(*this))
-               : status_failure;
+    return kzk::march(*this, false).status;
 }
 
 TransducerStatus SphericalTransducer::kzk_cw() {
-    return kzk::has_harmonic_records(*this)
-               ? kzk::march_harmonics(*this, kzk::harmonic_shape(*this))
-               : status_failure;
+    return kzk::march(*this, true).status;
 }
 
 void SphericalTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,
