@@ -41,9 +41,8 @@ double median_time(int repeat, int threads, Work work) {
 class Scene {
 public:
     explicit Scene(bool implicit) : waveform_(1e6, 5e-6, 0.0), element_(5e-3) {
-        beam.amplitude = 0.3;
-        beam.beta = 3.5;
-        beam.attenuation = 0.1;
+        beam.nx = beam.nz = 1;
+        beam.xmax = 0.0;
         beam.zmin = beam.zmax = 0.1 * 52.36e-3;
         beam.extent = 8.0f;
         beam.points_per_radius = 50.0f;

@@ -178,14 +178,19 @@ void NumericalIntegration::modifiedgrule(int n, double* x, double* w) {
 }
 
 void NumericalIntegration::set_kzk_parameters(float p1, float p2, float p3, float p4, float p5) {
-    kzk_parameters = {p1, p2, p3, p4, p5};
+    kzk_parameters.extent = p1;
+    kzk_parameters.points_per_radius = p2;
+    kzk_parameters.step = kzk_parameters.growth = p3;
+    kzk_parameters.implicit = p4;
+    kzk_parameters.diffraction = p5;
 }
 
 void NumericalIntegration::cw_set_kzk_parameters(float p1, float p2, float p3, int k1, int k2) {
-    kzk_parameters[0] = p1;
-    kzk_parameters[1] = p2;
-    kzk_parameters[2] = p3;
-    kzk_integer_parameters = {k1, k2};
+    kzk_parameters.extent = p1;
+    kzk_parameters.points_per_radius = p2;
+    kzk_parameters.step = kzk_parameters.growth = p3;
+    kzk_parameters.harmonics = k1;
+    kzk_parameters.source_phase = k2;
 }
 
 double NumericalIntegration::get_abscissa(int i) const {

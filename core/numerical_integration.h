@@ -1,11 +1,12 @@
 // Quadrature rules: abscissas and weights on an interval.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <vector>
+
+#include "kzk_parameters.h"
 
 namespace kavro {
 
@@ -19,12 +20,11 @@ struct QuadratureRule;
 // whatever the last one asked for is what the next reader sees.
 class NumericalIntegration {
 public:
-    std::array<float, 5> kzk_parameters{};        // set by the two KZK setters
-    std::array<int, 2> kzk_integer_parameters{};  // set by cw_set_kzk_parameters
-    std::int32_t npoints = 0;                     // number of abscissas and weights
-    std::vector<double> abscissas;                // npoints long; Gauss rules: in descending order
-    std::vector<double> weights;                  // npoints long
-    std::vector<double> cosines;  // cosine of each abscissa, gauss_quadrature_cylindrical only
+    kzk::Parameters kzk_parameters;
+    std::int32_t npoints = 0;       // number of abscissas and weights
+    std::vector<double> abscissas;  // npoints long; Gauss rules: in descending order
+    std::vector<double> weights;    // npoints long
+    std::vector<double> cosines;    // cosine of each abscissa, gauss_quadrature_cylindrical only
 
     // Sizes the rule to n abscissas. Returns true. Throws InputError for n below 1 and for counts
     // beyond the memory.
@@ -54,6 +54,9 @@ public:
     // As grule, with a second pass for roots whose last correction was above 1e-15 of the root.
     static void modifiedgrule(int n, double* x, double* w);
 
+    // Fill the record in the order extent, points_per_radius, step, implicit, diffraction; or
+    // extent, points_per_radius, growth, harmonics, source_phase. Step and growth are one number
+    // here: either setter sets both.
     void set_kzk_parameters(float p1, float p2, float p3, float p4, float p5);
     void cw_set_kzk_parameters(float p1, float p2, float p3, int k1, int k2);
 

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -21,7 +20,7 @@
 #include "mex/solver_call.h"
 #include "mex/transducers_from_host.h"
 #include "transducers/circular/circular_transducer.h"
-#include "transducers/kzk/fault.h"
+#include "transducers/kzk/march.h"
 #include "transducers/kzk/retarded_time.h"
 #include "transducers/operations.h"
 
@@ -94,6 +93,7 @@ private:
     template <class After>
     void solve_each(const Operation& operation, After after);
     void make_records_ready(const Operation& operation, const Transducer& element);
+    TransducerStatus march(const Operation& operation, Transducer& element);
     void finish(TransducerStatus status);
 
     NumericalIntegration reference_rule_;
@@ -216,7 +216,7 @@ void Solve::read_excitations(const Operation& operation, const SolveOptions& opt
                 (waveform.has_complex_decomposition()
                      ? "this method needs a pulse with a centre frequency, not a sampled waveform."
                      : "this method needs a pulse of positive 'f0', not " +
-                           kzk_number(waveform.f0) + "."));
+                           kzk::shown(waveform.f0) + "."));
         }
     }
 }
@@ -259,28 +259,28 @@ void Solve::check_march(const Operation& operation) const {
 }
 
 // The text for what keeps a march from running.
-std::string complaint(const Operation& operation, std::size_t element, const KzkFault& fault) {
+std::string complaint(const Operation& operation, std::size_t element, const kzk::Fault& fault) {
     struct Name {
-        KzkInput input;
+        kzk::Input input;
         const char* text;
     };
     static constexpr Name names[] = {
-        {KzkInput::extent, "field 'extent' of the option 'kzk'"},
-        {KzkInput::points_per_radius, "field 'points_per_radius' of the option 'kzk'"},
-        {KzkInput::step, "field 'step' of the option 'kzk'"},
-        {KzkInput::growth, "field 'growth' of the option 'kzk'"},
-        {KzkInput::soundspeed, "medium's field 'soundspeed'"},
-        {KzkInput::attenuation, "medium's field 'attenuationdBcmMHz'"},
-        {KzkInput::nonlinearity, "medium's field 'nonlinearityparameter'"},
-        {KzkInput::frequency, "frequency f0"},
-        {KzkInput::amplitude, "field 'amplitude'"},
-        {KzkInput::sizes, "Rayleigh distance or the radius of curvature"},
-        {KzkInput::planes, "grid's planes"},
+        {kzk::Input::extent, "field 'extent' of the option 'kzk'"},
+        {kzk::Input::points_per_radius, "field 'points_per_radius' of the option 'kzk'"},
+        {kzk::Input::step, "field 'step' of the option 'kzk'"},
+        {kzk::Input::growth, "field 'growth' of the option 'kzk'"},
+        {kzk::Input::soundspeed, "medium's field 'soundspeed'"},
+        {kzk::Input::attenuation, "medium's field 'attenuationdBcmMHz'"},
+        {kzk::Input::nonlinearity, "medium's field 'nonlinearityparameter'"},
+        {kzk::Input::frequency, "frequency f0"},
+        {kzk::Input::amplitude, "field 'amplitude'"},
+        {kzk::Input::sizes, "Rayleigh distance or the radius of curvature"},
+        {kzk::Input::planes, "grid's planes"},
     };
     for (const Name& name : names) {
         if (name.input == fault.input) {
             return place(operation, element) + "the " + name.text + " must be " + fault.expected +
-                   ", not " + kzk_number(fault.value) + ".";
+                   ", not " + kzk::shown(fault.value) + ".";
         }
     }
     return std::string(operation.name) + " needs a time axis that " + fault.expected + ".";
@@ -292,13 +292,13 @@ void Solve::check_that_marches_run(const Operation& operation) {
     quadrature_ = reference_rule_;
     for (std::size_t i = 0; i < elements_.size(); ++i) {
         Transducer& element = *elements_[i];
-        if (harmonic && reference_rule_.kzk_integer_parameters[1] > 0 &&
+        if (harmonic && reference_rule_.kzk_parameters.source_phase > 0 &&
             dynamic_cast<const CircularTransducer*>(&element) == nullptr) {
             throw InputError(place(operation, i) +
                              "the field 'source_phase' of the option 'kzk' must be false, for only "
                              "a disc's march has a source phase.");
         }
-        if (const std::optional<KzkFault> fault = kzk_fault(element, harmonic)) {
+        if (const std::optional<kzk::Fault> fault = kzk::fault_of(element, harmonic)) {
             throw InputError(complaint(operation, i, *fault));
         }
     }
@@ -339,6 +339,17 @@ void Solve::make_records_ready(const Operation& operation, const Transducer& ele
     }
 }
 
+// What a march only prints of a shock is a warning here.
+TransducerStatus Solve::march(const Operation& operation, Transducer& element) {
+    const kzk::Outcome outcome = kzk::march(element, operation.kind == Kind::kzk_cw);
+    if (outcome.shocked && !outcome.warned) {
+        console::warn(
+            "kzk_transient: too small dSigma. The wave has overtaken itself within a step, and "
+            "planes beyond are zero: the march needs a smaller 'step'.\n");
+    }
+    return outcome.status;
+}
+
 // Element by element in order; `after` is told when element i is solved.
 template <class After>
 void Solve::solve_each(const Operation& operation, After after) {
@@ -348,7 +359,8 @@ void Solve::solve_each(const Operation& operation, After after) {
         const console::ProgressPart part(static_cast<double>(i) / all,
                                          static_cast<double>(i + 1) / all);
         make_records_ready(operation, *elements_[i]);
-        status = ((*elements_[i]).*operation.solve)();
+        status = operation.uses(input_kzk) ? march(operation, *elements_[i])
+                                           : ((*elements_[i]).*operation.solve)();
         if (status == status_success) {
             after(i);
             console::progress(1.0);
@@ -389,15 +401,9 @@ mxArray* Solve::solve_added(const Operation& operation) {
 // The marches store their results: each element's is added from a buffer of its own.
 mxArray* Solve::solve_stored(const Operation& operation) {
     const bool harmonic = operation.kind == Kind::kzk_cw;
-    // A march prints its nonlinearity, which is of no use here, and a disc's prints its warning.
-    console_.hand_prints_to([](const char* text) {
-        if (std::string_view(text).ends_with("dSigma")) {
-            console::warn(
-                "kzk_transient: too small dSigma. The wave has overtaken itself within a step, and "
-                "planes beyond are zero: the march needs a smaller 'step'.\n");
-        }
-    });
-    const int layers = harmonic ? reference_rule_.kzk_integer_parameters[0] : times_.ntimes;
+    // A march prints its nonlinearity, and a disc's its shock: neither is of use here.
+    console_.hand_prints_to([](const char*) {});
+    const int layers = harmonic ? reference_rule_.kzk_parameters.harmonics : times_.ntimes;
     mxArray* output = new_output({grid_.nx, grid_.nz, layers}, harmonic ? mxCOMPLEX : mxREAL);
     const auto count = static_cast<std::size_t>(grid_.npoints) * static_cast<std::size_t>(layers);
     require_memory(count, (harmonic ? 2 : 1) * sizeof(double), "output values");

@@ -184,10 +184,23 @@ TEST(NumericalIntegration, IsAnEmptyRuleUntilItIsSized) {
 
 TEST(NumericalIntegration, KeepsTheLastTwoParametersOfTheOtherMarch) {
     NumericalIntegration rule;
-    rule.set_kzk_parameters(1, 2, 3, 4, 5);
+    const auto& [extent, points, step, implicit, diffraction, growth, harmonics, phase] =
+        rule.kzk_parameters;
+    const auto all = [&] {
+        return std::vector<float>{extent,
+                                  points,
+                                  step,
+                                  implicit,
+                                  diffraction,
+                                  growth,
+                                  static_cast<float>(harmonics),
+                                  static_cast<float>(phase)};
+    };
     rule.cw_set_kzk_parameters(6, 7, 8, 9, 10);
-    EXPECT_EQ(rule.kzk_parameters, (std::array<float, 5>{6, 7, 8, 4, 5}));
-    EXPECT_EQ(rule.kzk_integer_parameters, (std::array<int, 2>{9, 10}));
+    rule.set_kzk_parameters(1, 2, 3, 4, 5);
+    EXPECT_EQ(all(), (std::vector<float>{1, 2, 3, 4, 5, 3, 9, 10}));
+    rule.cw_set_kzk_parameters(6, 7, 8, 11, 12);
+    EXPECT_EQ(all(), (std::vector<float>{6, 7, 8, 4, 5, 8, 11, 12}));
 }
 
 }  // namespace

@@ -6,34 +6,6 @@
 
 namespace kavro_test {
 
-using kavro_oracle::KzkBeam;
-
-KzkBeam small_beam(bool shell) {
-    KzkBeam beam;
-    beam.shell = shell;
-    beam.radius = 5e-3;
-    beam.roc = 40e-3;
-    beam.amplitude = 0.3;
-    beam.beta = 3.5;
-    beam.attenuation = 0.1;
-    beam.f0 = 1e6;
-    beam.xmax = 8e-3;
-    beam.zmin = 1e-3;
-    beam.zmax = 61e-3;
-    beam.nx = 5;
-    beam.nz = 13;
-    beam.extent = 3.0f;
-    beam.points_per_radius = 14.0f;
-    beam.duration = 3e-6;
-    beam.deltat = 0.05e-6;
-    beam.tmin = -3e-6;
-    beam.tmax = 48e-6;
-    beam.step = 0.0071f;
-    beam.growth = 0.0023f;
-    beam.harmonics = 6;
-    return beam;
-}
-
 KzkStage::KzkStage(const KzkBeam& of, std::shared_ptr<kavro::ExcitationFunction> driven_by)
     : beam(of), waveform(std::move(driven_by)) {
     if (!waveform) {
@@ -50,10 +22,8 @@ KzkStage::KzkStage(const KzkBeam& of, std::shared_ptr<kavro::ExcitationFunction>
     medium._rho_density = beam.density;
     medium._beta = beam.beta;
     medium._dBcmMHz = beam.attenuation;
-    if (beam.deltat > 0.0) {
-        times.generatetimevectorfromminmaxdeltat(beam.deltat, beam.tmin, beam.tmax);
-        set_kzk_tau_axis(times, *waveform, medium, grid);
-    }
+    times.generatetimevectorfromminmaxdeltat(beam.deltat, beam.tmin, beam.tmax);
+    set_kzk_tau_axis(times, *waveform, medium, grid);
     pressure.assign(points() * static_cast<std::size_t>(times.ntimes), unwritten);
     real.assign(points() * static_cast<std::size_t>(beam.harmonics), unwritten);
     imag = real;
@@ -78,16 +48,40 @@ void KzkStage::use(std::unique_ptr<kavro::Transducer> another) {
     element->pressure_imag = imag.data();
 }
 
-kavro::TransducerStatus KzkStage::transient() {
+template <class March>
+auto KzkStage::heard(March march) {
+    printed.clear();
+    warnings.clear();
+    progress.clear();
+    asked = 0;
+    const kavro::console::Connection connection(
+        {[this](const char* text) { printed += text; },
+         [this](const char* text) { warnings.emplace_back(text); },
+         [this](double done) { progress.push_back(done); },
+         [this] { return ++asked, interrupted(); }});
     rule.set_kzk_parameters(beam.extent, beam.points_per_radius, beam.step, beam.scheme,
                             beam.diffraction);
-    return element->kzk_transient();
+    rule.kzk_parameters.growth = beam.growth;
+    rule.kzk_parameters.harmonics = beam.harmonics;
+    rule.kzk_parameters.source_phase = beam.source_phase;
+    return march();
+}
+
+kavro::TransducerStatus KzkStage::transient() {
+    return heard([this] { return element->kzk_transient(); });
 }
 
 kavro::TransducerStatus KzkStage::harmonics() {
-    rule.cw_set_kzk_parameters(beam.extent, beam.points_per_radius, beam.growth, beam.harmonics,
-                               beam.source_phase);
-    return element->kzk_cw();
+    return heard([this] { return element->kzk_cw(); });
+}
+
+kavro::kzk::Outcome KzkStage::outcome(bool harmonic) {
+    return heard([=, this] { return kavro::kzk::march(*element, harmonic); });
+}
+
+void KzkStage::both() {
+    EXPECT_EQ(transient(), kavro::status_success);
+    EXPECT_EQ(harmonics(), kavro::status_success);
 }
 
 KzkBeam KzkStage::for_oracle() const {
@@ -106,23 +100,28 @@ std::vector<double> KzkStage::series(int ix, int iz) const {
     return values;
 }
 
-double KzkStage::magnitude(int ix, int iz, int n) const {
+std::complex<double> KzkStage::phasor(int ix, int iz, int n) const {
     const std::size_t i =
         static_cast<std::size_t>(ix + grid.nx * iz) + points() * static_cast<std::size_t>(n - 1);
-    return std::hypot(real[i], imag[i]);
+    return {real[i], imag[i]};
+}
+
+std::vector<double> KzkStage::everything() const {
+    std::vector<double> all = pressure;
+    all.insert(all.end(), real.begin(), real.end());
+    all.insert(all.end(), imag.begin(), imag.end());
+    return all;
 }
 
 double harmonic_amplitude(const std::vector<double>& series, std::size_t first, std::size_t count,
                           int periods, int n) {
-    double c = 0.0;
-    double s = 0.0;
+    std::complex<double> sum;
     for (std::size_t i = 0; i < count; ++i) {
-        const double phase = 2.0 * std::numbers::pi * n * periods * static_cast<double>(i) /
-                             static_cast<double>(count);
-        c += series[first + i] * std::cos(phase);
-        s += series[first + i] * std::sin(phase);
+        sum += series[first + i] *
+               std::polar(1.0, 2.0 * std::numbers::pi * n * periods * static_cast<double>(i) /
+                                   static_cast<double>(count));
     }
-    return 2.0 * std::hypot(c, s) / static_cast<double>(count);
+    return 2.0 * std::abs(sum) / static_cast<double>(count);
 }
 
 double RisingSine::at(double const& t) const {

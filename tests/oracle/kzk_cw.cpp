@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 
@@ -6,6 +7,53 @@
 
 namespace kavro_oracle {
 namespace {
+
+using Block = std::array<double, 4>;  // row by row
+using Pair = std::array<double, 2>;   // real and imaginary part
+
+Block operator*(const Block& p, const Block& q) {
+    return {p[0] * q[0] + p[1] * q[2], p[0] * q[1] + p[1] * q[3], p[2] * q[0] + p[3] * q[2],
+            p[2] * q[1] + p[3] * q[3]};
+}
+
+Pair operator*(const Block& p, const Pair& q) {
+    return {p[0] * q[0] + p[1] * q[1], p[2] * q[0] + p[3] * q[1]};
+}
+
+template <std::size_t n>
+std::array<double, n> operator-(const std::array<double, n>& p, const std::array<double, n>& q) {
+    std::array<double, n> all{};
+    std::transform(p.begin(), p.end(), q.begin(), all.begin(), std::minus<>());
+    return all;
+}
+
+Block inverse(const Block& p) {
+    const double over = 1.0 / (p[0] * p[3] - p[1] * p[2]);
+    return {p[3] * over, -p[1] * over, -p[2] * over, p[0] * over};
+}
+
+struct Row {
+    Block lower{}, diagonal{}, upper{};
+    Pair right{};
+};
+
+// Elimination without pivoting, block by block. The solution replaces the right-hand sides.
+void solve(std::vector<Row>& rows) {
+    std::vector<Block> ratio(rows.size());
+    for (std::size_t j = 0; j < rows.size(); ++j) {
+        Row& row = rows[j];
+        if (j > 0) {
+            row.diagonal = row.diagonal - row.lower * ratio[j - 1];
+            row.right = row.right - row.lower * rows[j - 1].right;
+        }
+        const Block inverted = inverse(row.diagonal);
+        ratio[j] = inverted * row.upper;
+        row.right = inverted * row.right;
+    }
+    for (std::size_t j = rows.size() - 1; j-- > 0;) {
+        rows[j].right = rows[j].right - ratio[j] * rows[j + 1].right;
+    }
+}
 
 class HarmonicMarch {
 public:
@@ -24,99 +72,51 @@ public:
         R_ = static_cast<int>(beam.extent);
         Nr_ = static_cast<int>(static_cast<float>(R_) * beam.points_per_radius);
         dr_ = static_cast<double>(R_) / (Nr_ + 1);
-        const auto rows = static_cast<std::size_t>(Nr_ + 1);
-        P_.assign(2 * static_cast<std::size_t>(N_) * rows, 0.0);
-        Q_.assign(P_.size(), 0.0);
+        rows_.resize(static_cast<std::size_t>(Nr_ + 1));
+        P_.assign(2 * static_cast<std::size_t>(N_) * rows_.size(), 0.0);
+        Q_ = P_;
         alpha_.assign(static_cast<std::size_t>(N_), 0.0);
-        previous_ = delta_ = alpha_;
-        matrix_.assign(12 * rows, 0.0);
-        bet_ = gam_ = matrix_;
-        r_.assign(2 * rows, 0.0);
-        planes();
+        delta_ = alpha_;
+        const auto values = static_cast<std::size_t>(beam.nx) * static_cast<std::size_t>(beam.nz) *
+                            static_cast<std::size_t>(N_);
+        field_.real.assign(values, 0.0);
+        field_.imag.assign(values, 0.0);
         initial();
     }
 
     KzkHarmonics march() {
+        while (k_ < beam_.nz && sigma_of(k_) < 0) {
+            ++k_;  // behind the face
+        }
         coeff(0.0);
-        previous_ = alpha_;
         double sigma = 0.0;
-        for (int s = 1; s <= 20; ++s) {
+        for (field_.first_stage = 0; field_.first_stage < 20; ++field_.first_stage) {
             const double R1 = static_cast<double>(beam_.extent);
             const double step =
                 (2 * R1) * (2 * R1) * 0.01 / (std::fabs(delta_[0]) * 3947.841760435735);
-            const double next = next_range(sigma, step);
-            coeff(next);
-            nonlin(next);
-            for (int n = 1; n <= N_; ++n) {
-                backward_euler(n, next - sigma);
-            }
-            sigma = next;
-            previous_ = alpha_;
-            record(sigma);
-            ++field_.first_stage;
+            advance(sigma, next_range(sigma, step), true);
         }
-        while (k_ < beam_.nz) {
+        for (; k_ < beam_.nz; ++field_.second_stage) {
             const double q = static_cast<double>(beam_.growth);
-            const double next = next_range(sigma, q * (1 + sigma) * (1 + sigma));
-            const double h = next - sigma;
-            coeff(sigma + h / 2);
-            nonlin(next);
-            for (int n = 1; n <= N_; ++n) {
-                crank_nicolson(n, h);
-            }
-            sigma = next;
-            previous_ = alpha_;
-            record(sigma);
-            ++field_.second_stage;
+            advance(sigma, next_range(sigma, q * (1 + sigma) * (1 + sigma)), false);
         }
         return field_;
     }
 
 private:
     std::size_t at(int n, int j) const {
-        return static_cast<std::size_t>(n - 1) * static_cast<std::size_t>(Nr_ + 1) +
-               static_cast<std::size_t>(j);
+        return static_cast<std::size_t>(n - 1) * rows_.size() + static_cast<std::size_t>(j);
     }
-    std::size_t half() const { return P_.size() / 2; }
+    std::size_t imaginary(int n, int j) const { return P_.size() / 2 + at(n, j); }
     double& re(int n, int j) { return P_[at(n, j)]; }
-    double& im(int n, int j) { return P_[half() + at(n, j)]; }
-    double& qre(int n, int j) { return Q_[at(n, j)]; }
-    double& qim(int n, int j) { return Q_[half() + at(n, j)]; }
-    double& r(int j, int part) { return r_[static_cast<std::size_t>(2 * j + part)]; }
-    // Entry 0 to 3 of the lower (0), diagonal (1) and upper (2) block of row j.
-    double& entry(int j, int block, int i) {
-        return matrix_[static_cast<std::size_t>(12 * j + 4 * block + i)];
-    }
+    double& im(int n, int j) { return P_[imaginary(n, j)]; }
     double g(double sigma) const {
         return !beam_.shell && beam_.source_phase > 0 ? 1 + sigma : 1.0;
     }
-
-    void planes() {
-        const auto zmin = static_cast<float>(beam_.zmin);
-        const auto xmin = static_cast<float>(beam_.xmin);
-        for (int k = 0; k < beam_.nz; ++k) {
-            const float z = beam_.nz == 1
-                                ? zmin
-                                : static_cast<float>(k) * (static_cast<float>(beam_.zmax) - zmin) /
-                                          (static_cast<float>(beam_.nz) - 1.0f) +
-                                      zmin;
-            sigma_of_.push_back(static_cast<double>(
-                beam_.shell ? static_cast<float>(static_cast<double>(z) / beam_.roc) : z / zR_));
-        }
-        const float dx = beam_.nx > 1 ? (static_cast<float>(beam_.xmax) - xmin) /
-                                            static_cast<float>(beam_.nx - 1)
-                                      : 0.0f;
-        for (int m = 0; m < beam_.nx; ++m) {
-            x_of_.push_back(std::fabs(static_cast<float>(
-                static_cast<double>(static_cast<float>(m) * dx + xmin) / beam_.radius)));
-        }
-        const auto values = static_cast<std::size_t>(beam_.nx) *
-                            static_cast<std::size_t>(beam_.nz) * static_cast<std::size_t>(N_);
-        field_.real.assign(values, 0.0);
-        field_.imag.assign(values, 0.0);
-        while (k_ < beam_.nz && sigma_of_[static_cast<std::size_t>(k_)] < 0) {
-            ++k_;  // behind the face
-        }
+    double sigma_of(int k) const {
+        const auto z = beam_.z<float>(k);
+        return static_cast<double>(
+            beam_.shell ? static_cast<float>(static_cast<double>(z) / beam_.roc) : z / zR_);
     }
 
     void initial() {
@@ -153,18 +153,42 @@ private:
                     sum_re += re(m - n, j) * im(m, j) - im(m - n, j) * re(m, j);
                     sum_im -= re(m - n, j) * re(m, j) + im(m - n, j) * im(m, j);
                 }
-                qre(n, j) = sum_re * factor;
-                qim(n, j) = sum_im * factor;
+                Q_[at(n, j)] = sum_re * factor;
+                Q_[imaginary(n, j)] = sum_im * factor;
             }
         }
     }
 
     double next_range(double sigma, double step) const {
-        const double last = sigma_of_.back();
-        if (k_ >= beam_.nz) {
-            return last;
+        const double last = sigma_of(beam_.nz - 1);
+        return k_ >= beam_.nz ? last : std::min({sigma + step, sigma_of(k_), last});
+    }
+
+    // Backward Euler, or Crank-Nicolson with coefficients of the middle.
+    void advance(double& sigma, double next, bool implicit) {
+        const double h = next - sigma;
+        const std::vector<double> previous = alpha_;
+        coeff(implicit ? next : sigma + h / 2);
+        nonlin(next);
+        for (int n = 1; n <= N_; ++n) {
+            const auto i = static_cast<std::size_t>(n - 1);
+            const double weight = implicit ? 2 * delta_[i] : delta_[i];
+            const double d = weight * h / (dr_ * dr_);
+            matrix(1 + (implicit ? alpha_[i] * h : alpha_[i] * h / 2), d);
+            const double e = 1 - previous[i] * h / 2;
+            for (int j = 0; j <= Nr_; ++j) {
+                rows_[static_cast<std::size_t>(j)].right =
+                    implicit ? Pair{re(n, j) + h * Q_[at(n, j)], im(n, j) + h * Q_[imaginary(n, j)]}
+                             : crank_nicolson(n, j, h, d, e);
+            }
+            solve(rows_);
+            for (int j = 0; j <= Nr_; ++j) {
+                re(n, j) = rows_[static_cast<std::size_t>(j)].right[0];
+                im(n, j) = rows_[static_cast<std::size_t>(j)].right[1];
+            }
         }
-        return std::min({sigma + step, sigma_of_[static_cast<std::size_t>(k_)], last});
+        sigma = next;
+        record(sigma);
     }
 
     // The off-diagonal entries of every block have the sign that makes the implicit side diffract
@@ -172,76 +196,42 @@ private:
     void matrix(double diagonal, double d) {
         for (int j = 0; j <= Nr_; ++j) {
             const double twist = j == 0 ? 2 * d : d;
-            entry(j, 1, 0) = entry(j, 1, 3) = diagonal;
-            entry(j, 1, 1) = twist;
-            entry(j, 1, 2) = -twist;
-            if (j > 0) {
-                const double below = (1 - 0.5 / j) * d / 2;
-                entry(j, 0, 1) = -below;
-                entry(j, 0, 2) = below;
-            }
-            if (j < Nr_) {
-                const double above = j == 0 ? 2 * d : (1 + 0.5 / j) * d / 2;
-                entry(j, 2, 1) = -above;
-                entry(j, 2, 2) = above;
-            }
+            const double below = j == 0 ? 0.0 : (1 - 0.5 / j) * d / 2;
+            const double above = j == 0 ? 2 * d : (1 + 0.5 / j) * d / 2;
+            rows_[static_cast<std::size_t>(j)] = {{0.0, -below, below, 0.0},
+                                                  {diagonal, twist, -twist, diagonal},
+                                                  {0.0, -above, above, 0.0},
+                                                  {}};
         }
     }
 
-    void solve(int n) {
-        block_tridiagonal(matrix_.data(), Nr_, r_.data(), bet_.data(), gam_.data());
-        for (int j = 0; j <= Nr_; ++j) {
-            re(n, j) = r(j, 0);
-            im(n, j) = r(j, 1);
+    Pair crank_nicolson(int n, int j, double h, double d, double e) {
+        const double next_re = j < Nr_ ? re(n, j + 1) : 0.0;
+        const double next_im = j < Nr_ ? im(n, j + 1) : 0.0;
+        const double first_re = Q_[at(n, j)] * h + e * re(n, j);
+        const double first_im = Q_[imaginary(n, j)] * h + e * im(n, j);
+        if (j == 0) {
+            return {first_re + 2 * d * (next_im - im(n, 0)),
+                    first_im - 2 * d * (next_re - re(n, 0))};
         }
-    }
-
-    void backward_euler(int n, double h) {
-        const auto i = static_cast<std::size_t>(n - 1);
-        matrix(1 + alpha_[i] * h, 2 * delta_[i] * h / (dr_ * dr_));
-        for (int j = 0; j <= Nr_; ++j) {
-            r(j, 0) = re(n, j) + h * qre(n, j);
-            r(j, 1) = im(n, j) + h * qim(n, j);
-        }
-        solve(n);
-    }
-
-    void crank_nicolson(int n, double h) {
-        const auto i = static_cast<std::size_t>(n - 1);
-        const double d = delta_[i] * h / (dr_ * dr_);
-        const double e = 1 - previous_[i] * h / 2;
-        matrix(1 + alpha_[i] * h / 2, d);
-        r(0, 0) = qre(n, 0) * h + e * re(n, 0) + 2 * d * (im(n, 1) - im(n, 0));
-        r(0, 1) = qim(n, 0) * h + e * im(n, 0) - 2 * d * (re(n, 1) - re(n, 0));
-        for (int j = 1; j <= Nr_; ++j) {
-            const double below = 1 - 0.5 / j;
-            const double above = 1 + 0.5 / j;
-            const double next_re = j < Nr_ ? re(n, j + 1) : 0.0;
-            const double next_im = j < Nr_ ? im(n, j + 1) : 0.0;
-            r(j, 0) = qre(n, j) * h + e * re(n, j) +
-                      d / 2 * (below * im(n, j - 1) + above * next_im - 2 * im(n, j));
-            r(j, 1) = qim(n, j) * h + e * im(n, j) -
-                      d / 2 * (below * re(n, j - 1) + above * next_re - 2 * re(n, j));
-        }
-        solve(n);
+        const double below = 1 - 0.5 / j;
+        const double above = 1 + 0.5 / j;
+        return {first_re + d / 2 * (below * im(n, j - 1) + above * next_im - 2 * im(n, j)),
+                first_im - d / 2 * (below * re(n, j - 1) + above * next_re - 2 * re(n, j))};
     }
 
     void record(double sigma) {
-        if (k_ >= beam_.nz || sigma < sigma_of_[static_cast<std::size_t>(k_)]) {
+        if (k_ >= beam_.nz || sigma < sigma_of(k_)) {
             return;
         }
-        const double spread = g(sigma_of_[static_cast<std::size_t>(k_)]);
+        const double spread = g(sigma_of(k_));
         for (int ix = 0; ix < beam_.nx; ++ix) {
             const double place =
-                static_cast<double>(x_of_[static_cast<std::size_t>(ix)] * beam_.points_per_radius) /
-                    spread +
-                0.5;
-            const bool axis = ix == 0 && !beam_.exact;
-            for (int n = 1; n <= N_ && (axis || place < Nr_ + 1.0); ++n) {
-                const int j = axis ? 0 : static_cast<int>(place);
+                static_cast<double>(beam_.r<float>(ix) * beam_.points_per_radius) / spread + 0.5;
+            for (int n = 1; n <= N_ && place < Nr_ + 1.0; ++n) {
+                const int j = static_cast<int>(place);
                 const auto to =
-                    static_cast<std::size_t>(ix + beam_.nx * k_) +
-                    static_cast<std::size_t>(beam_.nx * beam_.nz) * static_cast<std::size_t>(n - 1);
+                    static_cast<std::size_t>(ix + beam_.nx * k_ + beam_.nx * beam_.nz * (n - 1));
                 field_.real[to] = re(n, j) * scale_ / spread;
                 field_.imag[to] = im(n, j) * scale_ / spread;
             }
@@ -254,8 +244,8 @@ private:
     int N_, R_, Nr_, k_ = 0;
     float zR_;
     double G_, A_, Kn_, scale_, dr_;
-    std::vector<double> P_, Q_, alpha_, previous_, delta_, matrix_, bet_, gam_, r_, sigma_of_;
-    std::vector<float> x_of_;
+    std::vector<double> P_, Q_, alpha_, delta_;
+    std::vector<Row> rows_;
 };
 
 }  // namespace

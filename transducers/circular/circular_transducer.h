@@ -53,20 +53,20 @@ public:
     TransducerStatus kzk_transient() override;
     TransducerStatus kzk_cw() override;
 
-    // Routines of the nonlinear marches; field layouts in
-    // transducers/kzk/harmonic_source.h. Solvers of tridiagonal systems, see
-    // transducers/kzk/tridiagonal.h.
-    virtual void Tridiag(float first, float last, float* a, float* b, float* c, float* r, float* x,
-                         float* bet, float* gam);
-    virtual void TRIDIA(double* matrix, int last, double* r, double* solution, double* bet,
-                        double* gam);
+    // Routines of the nonlinear marches; field layouts in transducers/kzk/harmonic_source.h, the
+    // solvers of tridiagonal systems in transducers/kzk/tridiagonal.h. kzk_cw calls the virtual
+    // ones, for a derived class to replace; the marches have faster versions of the others.
+    void Tridiag(float first, float last, float* a, float* b, float* c, float* r, float* x,
+                 float* bet, float* gam);
+    void TRIDIA(double* matrix, int last, double* r, double* solution, double* bet, double* gam);
     // Absorption alpha_n and diffraction weight delta_n of each harmonic at the second range.
-    // Returns the spreading g: 1 + range for a phase flag of at least 1, else 1.
+    // Returns the spreading g: 1 + range for a phase flag of at least 1, else 1. kzk_cw takes it
+    // from the flag, not from here.
     virtual double COEFF(double next, double range, double* alpha, double* delta, int harmonics,
                          double absorption, int phase);
     // The nonlinear source of a field at a range.
-    virtual void NONLIN(double range, double* field, int last_column, int harmonics, double* source,
-                        double nonlinearity, int phase);
+    void NONLIN(double range, double* field, int last_column, int harmonics, double* source,
+                double nonlinearity, int phase);
     // The field at the source: plane for a flag of at most 0, else with the phase r^2.
     virtual void INIT(int extent, double* field, int last_column, int harmonics, int phase);
 };

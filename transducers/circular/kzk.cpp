@@ -5,20 +5,22 @@
 #include "core/constants.h"
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/kzk/harmonic_march.h"
+#include "transducers/kzk/march.h"
 #include "transducers/kzk/shapes.h"
 #include "transducers/kzk/transient_march.h"
 #include "transducers/kzk/tridiagonal.h"
 
 namespace kavro {
+namespace kzk {
 
-KzkTransientShape kzk_transient_shape(const CircularTransducer& disc) {
+TransientShape transient_shape(const CircularTransducer& disc) {
     const Medium* medium = disc.medium;
     const double a = disc.radius;
     const double c = medium->_soundspeed;
     const auto f0 = static_cast<double>(static_cast<float>(disc.excitation->f0));
     const auto omega0 = static_cast<double>(static_cast<float>(two_pi * f0));
     const auto u0 = static_cast<double>(static_cast<float>(disc.amplitude));
-    KzkTransientShape shape;
+    TransientShape shape;
     shape.radius = a;
     shape.rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
     shape.nonlinearity =
@@ -31,15 +33,15 @@ KzkTransientShape kzk_transient_shape(const CircularTransducer& disc) {
     return shape;
 }
 
-KzkHarmonicShape kzk_harmonic_shape(CircularTransducer& disc) {
+HarmonicShape harmonic_shape(CircularTransducer& disc) {
     const Medium* medium = disc.medium;
     const double a = disc.radius;
     const double c = medium->_soundspeed;
-    const auto omega0 = static_cast<double>(kzk_cw_frequency(*medium));
+    const auto omega0 = static_cast<double>(angular_frequency(*medium));
     const auto u0 = static_cast<double>(static_cast<float>(disc.amplitude));
-    const int phase = disc.integral->kzk_integer_parameters[1];
+    const int phase = disc.integral->kzk_parameters.source_phase;
     const auto rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
-    KzkHarmonicShape shape;
+    HarmonicShape shape;
     shape.radius = a;
     shape.range_of = [rayleigh](float z) { return z / rayleigh; };
     shape.absorption =
@@ -63,24 +65,24 @@ KzkHarmonicShape kzk_harmonic_shape(CircularTransducer& disc) {
     return shape;
 }
 
+}  // namespace kzk
+
 TransducerStatus CircularTransducer::kzk_transient() {
-    return has_kzk_transient_records(*this) ? march_kzk_transient(*this, kzk_transient_shape(*this))
-                                            : status_failure;
+    return kzk::march(*this, false).status;
 }
 
 TransducerStatus CircularTransducer::kzk_cw() {
-    return has_kzk_cw_records(*this) ? march_kzk_harmonics(*this, kzk_harmonic_shape(*this))
-                                     : status_failure;
+    return kzk::march(*this, true).status;
 }
 
 void CircularTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,
                                  float* x, float* bet, float* gam) {
-    solve_tridiagonal(first, last, a, b, c, r, x, bet, gam);
+    kzk::solve_tridiagonal(first, last, a, b, c, r, x, bet, gam);
 }
 
 void CircularTransducer::TRIDIA(double* matrix, int last, double* r, double* solution, double* bet,
                                 double* gam) {
-    solve_block_tridiagonal(matrix, last, r, solution, bet, gam);
+    kzk::solve_block_tridiagonal(matrix, last, r, solution, bet, gam);
 }
 
 double CircularTransducer::COEFF(double, double range, double* alpha, double* delta, int harmonics,
@@ -95,13 +97,13 @@ double CircularTransducer::COEFF(double, double range, double* alpha, double* de
 
 void CircularTransducer::NONLIN(double range, double* field, int last_column, int harmonics,
                                 double* source, double nonlinearity, int phase) {
-    kzk_nonlinear_source(field, last_column, harmonics, source, nonlinearity,
-                         phase >= 1 ? 1.0 + range : 1.0);
+    kzk::nonlinear_source(field, last_column, harmonics, source, nonlinearity,
+                          phase >= 1 ? 1.0 + range : 1.0);
 }
 
 void CircularTransducer::INIT(int extent, double* field, int last_column, int harmonics,
                               int phase) {
-    kzk_initial_field(field, extent, last_column, harmonics, phase > 0 ? 1.0 : 0.0, phase > 0);
+    kzk::initial_field(field, extent, last_column, harmonics, phase > 0 ? 1.0 : 0.0, phase > 0);
 }
 
 }  // namespace kavro

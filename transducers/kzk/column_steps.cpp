@@ -12,7 +12,7 @@
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace kavro {
+namespace kavro::kzk {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -21,7 +21,7 @@ inline constexpr size_t kLanes = 16;
 // ---- absorption
 
 template <int kGroups>
-HWY_INLINE void AbsorbGroups(const KzkAbsorption::System& system, float* columns, size_t stride) {
+HWY_INLINE void AbsorbGroups(const Absorption::System& system, float* columns, size_t stride) {
     const hn::CappedTag<float, kLanes> d;
     using V = hn::Vec<decltype(d)>;
     constexpr size_t kStep = hn::MaxLanes(decltype(d)());
@@ -65,11 +65,11 @@ HWY_INLINE void AbsorbGroups(const KzkAbsorption::System& system, float* columns
     }
 }
 
-void AbsorbOne(const KzkAbsorption::System& system, float* columns, size_t stride) {
+void AbsorbOne(const Absorption::System& system, float* columns, size_t stride) {
     AbsorbGroups<1>(system, columns, stride);
 }
 
-void AbsorbTwo(const KzkAbsorption::System& system, float* columns, size_t stride) {
+void AbsorbTwo(const Absorption::System& system, float* columns, size_t stride) {
     AbsorbGroups<2>(system, columns, stride);
 }
 
@@ -81,8 +81,8 @@ using Single = hn::Vec<Singles>;
 
 // Fills the scratch with the values of all rows and where they move. Whether they keep their order
 // strictly.
-bool MoveColumns(const KzkDistortion::Axis& axis, const float* columns, size_t stride, float length,
-                 KzkDistortion::Scratch& scratch) {
+bool MoveColumns(const Distortion::Axis& axis, const float* columns, size_t stride, float length,
+                 Distortion::Scratch& scratch) {
     const Doubles wide;
     const Singles d;
     const size_t rows = axis.tau.size();
@@ -110,7 +110,7 @@ struct Bracket {
 
 class Resampling {
 public:
-    Resampling(const KzkDistortion::Axis& axis, const KzkDistortion::Scratch& scratch, size_t lane)
+    Resampling(const Distortion::Axis& axis, const Distortion::Scratch& scratch, size_t lane)
         : axis_(axis),
           values_(scratch.values.data() + lane),
           moved_(scratch.moved.data() + lane),
@@ -168,14 +168,14 @@ private:
                                                hn::PromoteTo(wide, at.u_before)));
     }
 
-    const KzkDistortion::Axis& axis_;
+    const Distortion::Axis& axis_;
     const float* values_;
     const float* moved_;
     size_t last_;
     size_t next_ = 1;
 };
 
-float ResampleColumns(const KzkDistortion::Axis& axis, const KzkDistortion::Scratch& scratch,
+float ResampleColumns(const Distortion::Axis& axis, const Distortion::Scratch& scratch,
                       float* columns, size_t stride, bool forward) {
     const Singles d;
     auto steepest = hn::Zero(d);
@@ -188,13 +188,13 @@ float ResampleColumns(const KzkDistortion::Axis& axis, const KzkDistortion::Scra
 }
 
 }  // namespace HWY_NAMESPACE
-}  // namespace kavro
+}  // namespace kavro::kzk
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace kavro {
+namespace kavro::kzk {
 
-KzkAbsorption::KzkAbsorption(float kappa, bool implicit, int last_row)
+Absorption::Absorption(float kappa, bool implicit, int last_row)
     : system_{implicit,     last_row,     implicit ? -kappa : -kappa / 2.0f,
               kappa / 2.0f, 1.0f - kappa, {}} {
     const float off = system_.off_diagonal;
@@ -205,7 +205,7 @@ KzkAbsorption::KzkAbsorption(float kappa, bool implicit, int last_row)
     }
 }
 
-void KzkAbsorption::apply(float* columns, std::size_t stride, int groups) const {
+void Absorption::apply(float* columns, std::size_t stride, int groups) const {
     if (groups == 1) {
         KAVRO_KERNEL(AbsorbOne)(system_, columns, stride);
     } else {
@@ -213,7 +213,7 @@ void KzkAbsorption::apply(float* columns, std::size_t stride, int groups) const 
     }
 }
 
-KzkDistortion::KzkDistortion(std::vector<double> taus) : axis_{std::move(taus), {}, true} {
+Distortion::Distortion(std::vector<double> taus) : axis_{std::move(taus), {}, true} {
     for (std::size_t i = 0; i < axis_.tau.size(); ++i) {
         const double tau = axis_.tau[i];
         auto up = static_cast<float>(tau);
@@ -229,9 +229,8 @@ KzkDistortion::KzkDistortion(std::vector<double> taus) : axis_{std::move(taus), 
 namespace {
 
 // One column, sample by sample, in whatever order the samples have come to be.
-void resample_column(const KzkDistortion::Axis& axis, const float* u, const float* moved,
-                     float* column, std::size_t stride, bool forward,
-                     KzkDistortion::Result& result) {
+void resample_column(const Distortion::Axis& axis, const float* u, const float* moved,
+                     float* column, std::size_t stride, bool forward, Distortion::Result& result) {
     constexpr std::size_t lanes = HWY_NAMESPACE::kLanes;
     const std::size_t last = axis.tau.size() - 1;
     for (std::size_t i = 2; i <= last; ++i) {
@@ -260,8 +259,8 @@ void resample_column(const KzkDistortion::Axis& axis, const float* u, const floa
 
 }  // namespace
 
-KzkDistortion::Result KzkDistortion::apply(float* columns, std::size_t stride, float length,
-                                           bool forward, Scratch& scratch) const {
+Distortion::Result Distortion::apply(float* columns, std::size_t stride, float length, bool forward,
+                                     Scratch& scratch) const {
     constexpr std::size_t lanes = HWY_NAMESPACE::kLanes;
     scratch.values.resize(axis_.tau.size() * lanes);
     scratch.moved.resize(axis_.tau.size() * lanes);
@@ -279,5 +278,5 @@ KzkDistortion::Result KzkDistortion::apply(float* columns, std::size_t stride, f
     return result;
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk
 #endif  // HWY_ONCE

@@ -7,15 +7,15 @@
 
 #include "core/aligned_vector.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // The absorption step's tridiagonal system, the same for all columns: constant diagonals, so that
 // the eliminated diagonal is known beforehand.
-class KzkAbsorption {
+class Absorption {
 public:
     // kappa: range step times absorption over the square of the retarded-time step. Rows 1 ...
     // last_row - 1 are solved for.
-    KzkAbsorption(float kappa, bool implicit, int last_row);
+    Absorption(float kappa, bool implicit, int last_row);
 
     // Advances `groups` (1 or 2) neighbouring groups of 16 columns, rows `stride` values apart, in
     // place. The bits are those of Thomas's elimination, column by column.
@@ -36,10 +36,10 @@ private:
 // The distortion step: every sample of a column moves along retarded time in proportion to its
 // value, and the column is sampled anew. That solves the lossless Burgers equation as long as no
 // sample overtakes another.
-class KzkDistortion {
+class Distortion {
 public:
     // The retarded times of all rows, rad.
-    explicit KzkDistortion(std::vector<double> taus);
+    explicit Distortion(std::vector<double> taus);
 
     struct Result {
         float steepest = 0.0f;  // slope against the moved times along the sign of the step, or 0
@@ -65,4 +65,4 @@ private:
     Axis axis_;
 };
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -1,4 +1,4 @@
-// What keeps a nonlinear march from running: the one place that decides.
+// What keeps a nonlinear march from running.
 #pragma once
 
 #include <optional>
@@ -6,10 +6,10 @@
 
 #include "transducers/transducer.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // What a march reads.
-enum class KzkInput {
+enum class Input {
     extent,             // parameter
     points_per_radius,  // parameter
     step,               // parameter of the transient march
@@ -24,30 +24,18 @@ enum class KzkInput {
     time,               // time axis
 };
 
-struct KzkFault {
-    KzkInput input;
+struct Fault {
+    Input input;
     std::string expected;  // "positive"
     double value;          // what came
 };
 
-// What keeps kzk_transient (or, if `harmonic`, kzk_cw) of the element from marching, the first that
-// is found; empty where it can march, where a record but the output is missing and where the
-// element has no such march. An operation called all the same stores zeros.
-std::optional<KzkFault> kzk_fault(Transducer& element, bool harmonic);
-
-// ---- for the marches
-
-std::string kzk_number(double value);
-
-// The last column of the radial grid; 0 where it has fewer than two steps, or too many to count.
-int kzk_last_column(float extent, float points_per_radius);
-
-std::optional<KzkFault> kzk_radial_fault(float extent, float points_per_radius);
+// A number as a message has it.
+std::string shown(double value);
 
 // `scaled`: the lengths that ranges are counted in are positive numbers; absorption and
 // nonlinearity are over the scale length (m).
-std::optional<KzkFault> kzk_scale_fault(const Transducer& element, double frequency,
-                                        double scale_length, bool scaled, double absorption,
-                                        double nonlinearity);
+std::optional<Fault> scale_fault(const Transducer& element, double frequency, double scale_length,
+                                 bool scaled, double absorption, double nonlinearity);
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -1,6 +1,7 @@
 #include "transducers/kzk/harmonic_kernels.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "core/simd/vector_dispatch.h"
 
@@ -10,7 +11,7 @@
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace kavro {
+namespace kavro::kzk {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -101,12 +102,9 @@ private:
     V sum_im_[kVectors];
 };
 
-bool CoupleRows(const KzkHarmonicRows& field, const double* factor, size_t harmonics, size_t stride,
-                size_t first, size_t past, KzkHarmonicRows& source, AlignedVector<double>& scratch,
-                const std::function<bool()>& give_up) {
-    // Vectors of four between two questions, about a million products.
-    const size_t patience = std::max<size_t>(1, 1000000 / (4 * kStep * stride));
-    size_t asked = 0;
+void CoupleRows(const HarmonicRows& field, const double* factor, size_t harmonics, size_t stride,
+                size_t first, size_t past, HarmonicRows& source, AlignedVector<double>& scratch,
+                const Spend& spend) {
     scratch.assign(6 * stride, 0.0);
     double* re = scratch.data() + stride;
     double* im = scratch.data() + 4 * stride;
@@ -117,16 +115,13 @@ bool CoupleRows(const KzkHarmonicRows& field, const double* factor, size_t harmo
         double* to_im = source.im.data() + j * stride;
         size_t begin = 0;
         for (; begin + 4 * kStep <= stride; begin += 4 * kStep) {
-            if (++asked % patience == 0 && give_up()) {
-                return false;
-            }
+            spend(static_cast<std::int64_t>(4 * kStep * stride));
             Coupling<4>(re, im, harmonics, begin).Store(factor, to_re, to_im);
         }
         for (; begin < stride; begin += kStep) {
             Coupling<1>(re, im, harmonics, begin).Store(factor, to_re, to_im);
         }
     }
-    return true;
 }
 
 // ---- elimination
@@ -138,8 +133,8 @@ struct Complex {
 template <size_t kVectors>
 class Elimination {
 public:
-    Elimination(KzkHarmonicRows& field, const KzkHarmonicRows& source, const KzkHarmonicStep& step,
-                const KzkHarmonicRadius& radius, size_t stride, size_t lane, double* scratch)
+    Elimination(HarmonicRows& field, const HarmonicRows& source, const HarmonicStep& step,
+                const HarmonicRadius& radius, size_t stride, size_t lane, double* scratch)
         : re_(field.re.data() + lane),
           im_(field.im.data() + lane),
           source_re_(source.re.data() + lane),
@@ -270,9 +265,9 @@ private:
     V twist_[kVectors];
 };
 
-void AdvanceHarmonics(KzkHarmonicRows& field, const KzkHarmonicRows& source,
-                      const KzkHarmonicStep& step, const KzkHarmonicRadius& radius, size_t stride,
-                      size_t first, size_t count, AlignedVector<double>& scratch) {
+void AdvanceHarmonics(HarmonicRows& field, const HarmonicRows& source, const HarmonicStep& step,
+                      const HarmonicRadius& radius, size_t stride, size_t first, size_t count,
+                      AlignedVector<double>& scratch) {
     scratch.resize(4 * harmonic_lanes * radius.below.size());
     size_t lane = first;
     for (; lane + 2 * kStep <= first + count; lane += 2 * kStep) {
@@ -284,27 +279,25 @@ void AdvanceHarmonics(KzkHarmonicRows& field, const KzkHarmonicRows& source,
 }
 
 }  // namespace HWY_NAMESPACE
-}  // namespace kavro
+}  // namespace kavro::kzk
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace kavro {
+namespace kavro::kzk {
 
-bool kzk_couple_harmonics(const KzkHarmonicRows& field, const KzkHarmonicStep& step,
-                          std::size_t harmonics, std::size_t stride, std::size_t first,
-                          std::size_t past, KzkHarmonicRows& source, AlignedVector<double>& scratch,
-                          const std::function<bool()>& give_up) {
-    return KAVRO_KERNEL(CoupleRows)(field, step.coupling.data(), harmonics, stride, first, past,
-                                    source, scratch, give_up);
+void couple_harmonics(const HarmonicRows& field, const HarmonicStep& step, std::size_t harmonics,
+                      std::size_t stride, std::size_t first, std::size_t past, HarmonicRows& source,
+                      AlignedVector<double>& scratch, const Spend& spend) {
+    KAVRO_KERNEL(CoupleRows)
+    (field, step.coupling.data(), harmonics, stride, first, past, source, scratch, spend);
 }
 
-void kzk_advance_harmonics(KzkHarmonicRows& field, const KzkHarmonicRows& source,
-                           const KzkHarmonicStep& step, const KzkHarmonicRadius& radius,
-                           std::size_t stride, std::size_t first, std::size_t count,
-                           AlignedVector<double>& scratch) {
+void advance_harmonics(HarmonicRows& field, const HarmonicRows& source, const HarmonicStep& step,
+                       const HarmonicRadius& radius, std::size_t stride, std::size_t first,
+                       std::size_t count, AlignedVector<double>& scratch) {
     KAVRO_KERNEL(AdvanceHarmonics)
     (field, source, step, radius, stride, first, count, scratch);
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk
 #endif  // HWY_ONCE

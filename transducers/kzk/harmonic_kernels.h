@@ -2,22 +2,22 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 
 #include "core/aligned_vector.h"
+#include "core/interrupted.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // Real and imaginary parts, row by row of radius; a row holds the harmonics, `stride` values, zero
 // beyond the last. stride is a multiple of harmonic_lanes.
-struct KzkHarmonicRows {
+struct HarmonicRows {
     AlignedVector<double> re, im;
 };
 
 inline constexpr std::size_t harmonic_lanes = 8;
 
 // A step of range: per harmonic, what multiplies the values on each side. Zero beyond the last.
-struct KzkHarmonicStep {
+struct HarmonicStep {
     bool implicit = true;            // backward Euler, else Crank-Nicolson
     double length = 0.0;             // h
     AlignedVector<double> diagonal;  // of the matrix: 1 and the absorption of the step
@@ -27,24 +27,22 @@ struct KzkHarmonicStep {
 };
 
 // 1 -+ 1/(2j) of row j.
-struct KzkHarmonicRadius {
+struct HarmonicRadius {
     AlignedVector<double> below, above;
 };
 
 // The nonlinear source of rows first ... past - 1. Each harmonic's sums run over the others in
 // ascending order, so the bits are those of the plain loops. With very many harmonics a row takes
-// minutes: `give_up` is asked now and then; false, and the source is incomplete, where it says so.
-bool kzk_couple_harmonics(const KzkHarmonicRows& field, const KzkHarmonicStep& step,
-                          std::size_t harmonics, std::size_t stride, std::size_t first,
-                          std::size_t past, KzkHarmonicRows& source, AlignedVector<double>& scratch,
-                          const std::function<bool()>& give_up);
+// minutes: `spend` is told of the steps, and may throw.
+void couple_harmonics(const HarmonicRows& field, const HarmonicStep& step, std::size_t harmonics,
+                      std::size_t stride, std::size_t first, std::size_t past, HarmonicRows& source,
+                      AlignedVector<double>& scratch, const Spend& spend);
 
 // Advances the harmonics first ... first + count - 1 (multiples of harmonic_lanes) by block
 // elimination along the radius. The matrices' blocks are complex numbers and those beside the
 // diagonal imaginary; leaving the zeros out changes no bit but the signs of zeros.
-void kzk_advance_harmonics(KzkHarmonicRows& field, const KzkHarmonicRows& source,
-                           const KzkHarmonicStep& step, const KzkHarmonicRadius& radius,
-                           std::size_t stride, std::size_t first, std::size_t count,
-                           AlignedVector<double>& scratch);
+void advance_harmonics(HarmonicRows& field, const HarmonicRows& source, const HarmonicStep& step,
+                       const HarmonicRadius& radius, std::size_t stride, std::size_t first,
+                       std::size_t count, AlignedVector<double>& scratch);
 
-}  // namespace kavro
+}  // namespace kavro::kzk

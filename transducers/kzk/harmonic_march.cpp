@@ -1,59 +1,60 @@
 #include "transducers/kzk/harmonic_march.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <complex>
 #include <cstddef>
-#include <new>
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "core/console.h"
 #include "core/counts.h"
 #include "core/flush_denormals.h"
+#include "core/interrupted.h"
+#include "core/team.h"
 #include "core/threads.h"
+#include "transducers/blocks/guarded.h"
 #include "transducers/kzk/harmonic_kernels.h"
 #include "transducers/kzk/planes.h"
-#include "transducers/kzk/poll.h"
+#include "transducers/kzk/radial_grid.h"
 
-namespace kavro {
+namespace kavro::kzk {
 namespace {
 
 constexpr int first_stage_steps = 20;
 constexpr double least_growth = 1.0 / 16777216.0;  // below, there is no end of steps
 
-// The element's parameters.
-struct Scheme {
-    float extent;             // in source radii
-    float points_per_radius;  // as the planes' points are placed
-    double growth;            // of the second stage's steps
-    int harmonics;
-    int last_column;
+struct Setting {
+    const Parameters& parameters;
+    RadialGrid radii;
+    Planes planes;
 
-    explicit Scheme(const NumericalIntegration& integral)
-        : extent(integral.kzk_parameters[0]),
-          points_per_radius(integral.kzk_parameters[1]),
-          growth(static_cast<double>(integral.kzk_parameters[2])),
-          harmonics(integral.kzk_integer_parameters[0]),
-          last_column(kzk_last_column(extent, points_per_radius)) {}
+    Setting(const Transducer& element, const HarmonicShape& shape)
+        : parameters(element.integral->kzk_parameters),
+          radii(parameters),
+          planes(*element.coordinate_grid, shape.radius, element.exact()) {}
 
-    // The spacing is not quite the one by which the planes' points are placed: deliberate.
+    double growth() const { return static_cast<double>(parameters.growth); }
+
+    // The radial spacing is not quite the one by which the planes' points are placed: deliberate.
     double spacing() const {
-        return static_cast<double>(static_cast<int>(extent)) / (last_column + 1);
+        return static_cast<double>(static_cast<int>(radii.extent)) / (radii.last_column + 1);
     }
+
+    std::optional<Fault> fault(const Transducer& element, const HarmonicShape& shape) const;
 };
 
 class March {
 public:
-    March(const Transducer& element, const KzkHarmonicShape& shape, const Scheme& scheme,
-          const KzkPlanes& planes)
-        : element_(element), shape_(shape), scheme_(scheme), planes_(planes) {
-        for (const float z : planes.z) {
+    March(const Transducer& element, const HarmonicShape& shape, const Setting& setting)
+        : element_(element), shape_(shape), setting_(setting) {
+        for (const float z : setting.planes.z) {
             ranges_.push_back(static_cast<double>(shape.range_of(z)));
         }
-        columns_ = static_cast<std::size_t>(scheme.last_column) + 1;
+        columns_ = static_cast<std::size_t>(setting.radii.last_column) + 1;
         // Harmonics that nothing feeds stay silent.
-        count_ = shape.nonlinearity != 0.0 ? scheme.harmonics : 1;
+        count_ = shape.nonlinearity != 0.0 ? setting.parameters.harmonics : 1;
         stride_ = (static_cast<std::size_t>(count_) + harmonic_lanes - 1) / harmonic_lanes *
                   harmonic_lanes;
     }
@@ -61,27 +62,26 @@ public:
     // Values that the march holds in memory, roughly.
     std::size_t size() const { return columns_ * stride_ * 4; }
 
-    TransducerStatus run() {
+    // Tells where the harmonics grow without bound, if they do. Throws Interrupted.
+    void run(Outcome& outcome) {
         set_up();
         while (plane_ < ranges_.size() && ranges_[plane_] < 0.0) {
             ++plane_;
         }
-        const double R = static_cast<double>(scheme_.extent);
+        const double R = static_cast<double>(setting_.radii.extent);
         double range = 0.0;
         for (std::int64_t s = 0; plane_ < ranges_.size(); ++s) {
             const bool implicit = s < first_stage_steps;
             // 3947.84... = 400 pi^2
             const double length =
                 implicit ? (2.0 * R) * (2.0 * R) * 0.01 / (std::abs(delta_[0]) * 3947.841760435735)
-                         : scheme_.growth * (1.0 + range) * (1.0 + range);
+                         : setting_.growth() * (1.0 + range) * (1.0 + range);
             const double next = std::min({range + length, ranges_[plane_], ranges_.back()});
             if (!(range + length > range) || !(next >= range)) {
                 break;  // lost in the rounding of the range
             }
             set_step(implicit, range, next);
-            if (!advance()) {
-                return status_interrupted;
-            }
+            advance();
             range = next;
             if (range >= ranges_[plane_]) {
                 record(plane_);
@@ -89,15 +89,16 @@ public:
             }
             console::progress(range < ranges_.back() ? range / ranges_.back() : 1.0);
             if (console::interrupted()) {
-                return status_interrupted;
+                throw Interrupted();
             }
         }
-        if (!finite_) {
+        if (unbounded_) {
+            outcome.shocked = outcome.warned = true;
+            outcome.where = *unbounded_;
             console::warn(
                 "The harmonics grew without bound: the march needs a smaller growth, more "
                 "harmonics or more points per radius.\n");
         }
-        return status_success;
     }
 
 private:
@@ -113,8 +114,8 @@ private:
         alpha_.assign(harmonics, 0.0);
         delta_.assign(harmonics, 0.0);
         std::vector<double> initial(2 * columns_ * harmonics, 0.0);
-        shape_.initial(static_cast<int>(scheme_.extent), initial.data(), scheme_.last_column,
-                       count_);
+        shape_.initial(static_cast<int>(setting_.radii.extent), initial.data(),
+                       setting_.radii.last_column, count_);
         radius_.below.assign(columns_, 0.0);
         radius_.above.assign(columns_, 0.0);
         for (std::size_t j = 0; j < columns_; ++j) {
@@ -136,7 +137,7 @@ private:
         const double h = next - range;
         shape_.coefficients(next, implicit ? next : range + h / 2.0, alpha_.data(), delta_.data(),
                             count_);
-        const double spacing = scheme_.spacing();
+        const double spacing = setting_.spacing();
         const double spreading = shape_.spreading(next);
         step_.implicit = implicit;
         step_.length = h;
@@ -153,8 +154,7 @@ private:
         former_alpha_ = alpha_;
     }
 
-    // False where the user has interrupted it.
-    bool advance() {
+    void advance() {
         constexpr std::size_t rows_at_a_time = 32;
         const auto blocks =
             static_cast<std::int64_t>((columns_ + rows_at_a_time - 1) / rows_at_a_time);
@@ -162,42 +162,39 @@ private:
         const auto groups =
             static_cast<std::int64_t>((stride_ + lanes_at_a_time - 1) / lanes_at_a_time);
         const int threads = std::clamp(thread_count(), 1, most_threads());
-        std::atomic<bool> no_memory{false};
-        KzkPoll poll;
+        Team team;
 
 #pragma omp parallel num_threads(threads)
         {
             const FlushDenormals flush;
-            const std::function<bool()> give_up = [&poll] { return poll.gives_up(); };
+            Team::Member member(team);
+            const Spend spend = [&member](std::int64_t steps) { member.spend(steps); };
             AlignedVector<double> scratch;
-            try {
-                scratch.reserve(std::max(6 * stride_, 4 * harmonic_lanes * columns_));
-            } catch (const std::bad_alloc&) {
-                no_memory = true;
-            }
+            member.work(
+                [&] { scratch.reserve(std::max(6 * stride_, 4 * harmonic_lanes * columns_)); });
 #pragma omp barrier
 #pragma omp for schedule(static)
             for (std::int64_t block = 0; block < blocks; ++block) {
-                if (shape_.nonlinearity != 0.0 && !no_memory && !poll.interrupted()) {
+                member.work([&] {
                     const std::size_t first = static_cast<std::size_t>(block) * rows_at_a_time;
-                    kzk_couple_harmonics(field_, step_, alpha_.size(), stride_, first,
+                    if (shape_.nonlinearity != 0.0) {
+                        couple_harmonics(field_, step_, alpha_.size(), stride_, first,
                                          std::min(first + rows_at_a_time, columns_), source_,
-                                         scratch, give_up);
-                }
+                                         scratch, spend);
+                    }
+                });
             }
 #pragma omp for schedule(static)
             for (std::int64_t group = 0; group < groups; ++group) {
-                if (!no_memory && !give_up()) {
+                member.work([&] {
+                    member.look();
                     const std::size_t first = static_cast<std::size_t>(group) * lanes_at_a_time;
-                    kzk_advance_harmonics(field_, source_, step_, radius_, stride_, first,
-                                          std::min(lanes_at_a_time, stride_ - first), scratch);
-                }
+                    advance_harmonics(field_, source_, step_, radius_, stride_, first,
+                                      std::min(lanes_at_a_time, stride_ - first), scratch);
+                });
             }
         }
-        if (no_memory) {
-            throw std::bad_alloc();
-        }
-        return !poll.interrupted();
+        team.finish();
     }
 
     // Threads meet twice in every step, which on a busy machine may take milliseconds: a share is
@@ -214,44 +211,45 @@ private:
         const double scale = element_.medium->_rho_density *
                              static_cast<double>(static_cast<float>(element_.amplitude)) * c;
         const double spreading = shape_.spreading(ranges_[plane]);
-        const std::size_t nx = planes_.r.size();
-        for (std::size_t m = 0; m < nx; ++m) {
+        const std::vector<float>& r = setting_.planes.r;
+        for (std::size_t m = 0; m < r.size(); ++m) {
             const double place =
-                static_cast<double>(planes_.r[m] * scheme_.points_per_radius) / spreading + 0.5;
-            if (!(place < scheme_.last_column + 1.0)) {
+                static_cast<double>(r[m] * setting_.radii.points_per_radius) / spreading + 0.5;
+            if (!(place < setting_.radii.last_column + 1.0)) {
                 continue;  // beyond the radial grid
             }
             const std::size_t row = static_cast<std::size_t>(place) * stride_;
             const bool turned = element_.exact() && shape_.phase_left_out;
             const double ahead =
-                turned ? shape_.phase_left_out(static_cast<double>(planes_.r[m]), ranges_[plane])
-                       : 0.0;
+                turned ? shape_.phase_left_out(static_cast<double>(r[m]), ranges_[plane]) : 0.0;
             for (std::size_t n = 0; n < alpha_.size(); ++n) {
-                const std::size_t to = m + nx * (plane + ranges_.size() * n);
+                const std::size_t to = m + r.size() * (plane + ranges_.size() * n);
                 std::complex<double> P(field_.re[row + n], field_.im[row + n]);
                 if (turned) {
                     P *= std::polar(1.0, static_cast<double>(n + 1) * ahead);
                 }
                 element_.pressure_real[to] = P.real() * scale / spreading;
                 element_.pressure_imag[to] = P.imag() * scale / spreading;
-                finite_ = finite_ && std::isfinite(element_.pressure_real[to]) &&
-                          std::isfinite(element_.pressure_imag[to]);
+                if (!unbounded_ && !(std::isfinite(element_.pressure_real[to]) &&
+                                     std::isfinite(element_.pressure_imag[to]))) {
+                    unbounded_ = {static_cast<double>(setting_.planes.z[plane]),
+                                  static_cast<int>(plane)};
+                }
             }
         }
     }
 
     const Transducer& element_;
-    const KzkHarmonicShape& shape_;
-    const Scheme& scheme_;
-    const KzkPlanes& planes_;
+    const HarmonicShape& shape_;
+    const Setting& setting_;
     int count_;
     std::size_t columns_, stride_;
-    std::vector<double> ranges_;  // of the planes
-    std::size_t plane_ = 0;       // the next to record
-    bool finite_ = true;          // what was recorded
-    KzkHarmonicRows field_, source_;
-    KzkHarmonicStep step_;
-    KzkHarmonicRadius radius_;
+    std::vector<double> ranges_;               // of the planes
+    std::size_t plane_ = 0;                    // the next to record
+    std::optional<Outcome::Place> unbounded_;  // where a pressure was not finite first
+    HarmonicRows field_, source_;
+    HarmonicStep step_;
+    HarmonicRadius radius_;
     std::vector<double> alpha_, former_alpha_, delta_;
 };
 
@@ -259,68 +257,60 @@ bool is_range(float range) {
     return std::isfinite(range);
 }
 
-std::optional<KzkFault> fault_of(const Transducer& element, const KzkHarmonicShape& shape,
-                                 const Scheme& scheme, const KzkPlanes& planes) {
-    if (auto fault = kzk_radial_fault(scheme.extent, scheme.points_per_radius)) {
+std::optional<Fault> Setting::fault(const Transducer& element, const HarmonicShape& shape) const {
+    if (auto fault = radii.fault()) {
         return fault;
     }
-    if (!(scheme.growth > least_growth && std::isfinite(scheme.growth))) {
-        return KzkFault{KzkInput::growth, "more than 6e-8", scheme.growth};
+    if (!(growth() > least_growth && std::isfinite(growth()))) {
+        return Fault{Input::growth, "more than 6e-8", growth()};
     }
     const bool scaled = shape.range_of(1.0f) > 0.0f && is_range(shape.range_of(1.0f)) &&
                         shape.gain > 0.0 && std::isfinite(shape.gain);
     const auto scale_length =
         shape.gain > 0.0 ? static_cast<double>(1.0f / shape.range_of(1.0f)) : shape.gain;
-    if (auto fault = kzk_scale_fault(element, element.medium->_f0, scale_length, scaled,
-                                     shape.absorption, shape.nonlinearity)) {
+    if (auto fault = scale_fault(element, element.medium->_f0, scale_length, scaled,
+                                 shape.absorption, shape.nonlinearity)) {
         return fault;
     }
     if (!is_range(shape.range_of(planes.z.front())) || !is_range(shape.range_of(planes.z.back()))) {
-        return KzkFault{KzkInput::planes, "at finite distances", element.coordinate_grid->zmax};
+        return Fault{Input::planes, "at finite distances", element.coordinate_grid->zmax};
     }
     return std::nullopt;
 }
 
 }  // namespace
 
-float kzk_cw_frequency(const Medium& medium) {
+float angular_frequency(const Medium& medium) {
     return static_cast<float>(medium._f0) * 6.2831855f;
 }
 
-bool has_kzk_cw_records(const Transducer& element) {
-    return element.coordinate_grid != nullptr && element.medium != nullptr &&
-           element.integral != nullptr && element.pressure_real != nullptr &&
-           element.pressure_imag != nullptr && KzkPlanes::fit(*element.coordinate_grid);
+std::optional<Fault> harmonic_fault(const Transducer& element, const HarmonicShape& shape) {
+    return Setting(element, shape).fault(element, shape);
 }
 
-std::optional<KzkFault> kzk_cw_fault(const Transducer& element, const KzkHarmonicShape& shape) {
-    return fault_of(element, shape, Scheme(*element.integral),
-                    KzkPlanes(*element.coordinate_grid, shape.radius, element.exact()));
-}
-
-TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmonicShape& shape) {
-    try {
-        const Scheme scheme(*element.integral);
-        if (scheme.harmonics < 1) {
+Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape) {
+    Outcome outcome;
+    outcome.status = guarded([&] {
+        const int harmonics = element.integral->kzk_parameters.harmonics;
+        if (harmonics < 1) {
             return status_success;
         }
-        const KzkPlanes planes(*element.coordinate_grid, shape.radius, element.exact());
+        const Setting setting(element, shape);
         const std::size_t values =
-            planes.r.size() * planes.z.size() * static_cast<std::size_t>(scheme.harmonics);
+            setting.planes.r.size() * setting.planes.z.size() * static_cast<std::size_t>(harmonics);
         std::fill_n(element.pressure_real, values, 0.0);
         std::fill_n(element.pressure_imag, values, 0.0);
-        if (fault_of(element, shape, scheme, planes) ||
-            static_cast<float>(element.amplitude) == 0.0f) {
+        if (setting.fault(element, shape) || static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;
         }
-        March march(element, shape, scheme, planes);
+        March march(element, shape, setting);
         if (!fits_into_memory(march.size(), sizeof(double))) {
             return status_out_of_memory;
         }
-        return march.run();
-    } catch (const std::bad_alloc&) {
-        return status_out_of_memory;
-    }
+        march.run(outcome);
+        return status_success;
+    });
+    return outcome;
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk

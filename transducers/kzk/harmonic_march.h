@@ -7,13 +7,14 @@
 
 #include "transducers/kzk/fault.h"
 #include "transducers/kzk/harmonic_source.h"
+#include "transducers/kzk/outcome.h"
 #include "transducers/transducer.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // What tells the disc from the shell. The range is counted in a scale length: the Rayleigh distance
 // z_R = omega0 a^2/(2c), or the shell's radius of curvature.
-struct KzkHarmonicShape {
+struct HarmonicShape {
     double radius = 0.0;                      // a, m
     std::function<float(float)> range_of;     // of a plane, in scale lengths, from its z in m
     double gain = 1.0;                        // z_R over the scale length
@@ -31,15 +32,12 @@ struct KzkHarmonicShape {
 };
 
 // omega0 = 2 pi f0 of the medium, rad/s.
-float kzk_cw_frequency(const Medium& medium);
+float angular_frequency(const Medium& medium);
 
-// Whether the element has the records, and a regular grid of points, that the march needs.
-bool has_kzk_cw_records(const Transducer& element);
-
-// Marches through the planes of the element's grid and stores each harmonic's complex pressure
-// (Pa), entry ix + nx iz + nx nz (n - 1) of both outputs for harmonic n. Where the parameters or
-// the medium allow no march, zeros are stored; planes behind the face are silent. Warns where the
-// march has grown without bound and the result is not finite.
+// The element has its records. Marches through the planes of the element's grid and stores each
+// harmonic's complex pressure (Pa), entry ix + nx iz + nx nz (n - 1) of both outputs for harmonic
+// n. Where the parameters or the medium allow no march, zeros are stored; planes behind the face
+// are silent. Warns where the march has grown without bound and the result is not finite.
 //
 // The time dependence is exp(-j n omega0 t), and the phase is counted from a plane wave that
 // travels along. For an exact element, conj(P_n) exp(-j n k z) is what the continuous-wave methods
@@ -48,9 +46,9 @@ bool has_kzk_cw_records(const Transducer& element);
 //
 // 20 backward Euler steps damp what the jump at the rim stirs up, then Crank-Nicolson steps follow
 // that grow with the range.
-TransducerStatus march_kzk_harmonics(const Transducer& element, const KzkHarmonicShape& shape);
+Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape);
 
 // What keeps it from marching.
-std::optional<KzkFault> kzk_cw_fault(const Transducer& element, const KzkHarmonicShape& shape);
+std::optional<Fault> harmonic_fault(const Transducer& element, const HarmonicShape& shape);
 
-}  // namespace kavro
+}  // namespace kavro::kzk

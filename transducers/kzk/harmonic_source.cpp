@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-namespace kavro {
+namespace kavro::kzk {
 namespace {
 
 // Views a field by harmonic and column.
@@ -23,8 +23,8 @@ struct Harmonics {
 
 }  // namespace
 
-void kzk_initial_field(double* field, int extent, int last_column, int harmonics, double curvature,
-                       bool curved) {
+void initial_field(double* field, int extent, int last_column, int harmonics, double curvature,
+                   bool curved) {
     if (last_column < 0 || harmonics < 1) {
         return;
     }
@@ -42,8 +42,8 @@ void kzk_initial_field(double* field, int extent, int last_column, int harmonics
 }
 
 // Sum frequencies: only the imaginary part is halved, and the real one is not doubled: deliberate.
-void kzk_nonlinear_source(const double* field, int last_column, int harmonics, double* source,
-                          double nonlinearity, double spreading) {
+void nonlinear_source(const double* field, int last_column, int harmonics, double* source,
+                      double nonlinearity, double spreading) {
     if (last_column < 0 || harmonics < 1) {
         return;
     }
@@ -71,4 +71,4 @@ void kzk_nonlinear_source(const double* field, int last_column, int harmonics, d
     }
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -2,7 +2,7 @@
 // routines that disc and shell offer.
 #pragma once
 
-namespace kavro {
+namespace kavro::kzk {
 
 // Fields hold 2 N (Nr + 1) values: all real parts first, harmonic n = 1 ... N at (n - 1)(Nr + 1) +
 // j for column j = 0 ... Nr, then all imaginary parts in the same order. The pressure of harmonic n
@@ -11,11 +11,11 @@ namespace kavro {
 // A uniform piston of radius 1 in the fundamental; column j is at j extent/(Nr + 1). `curved`: with
 // the phase of a source of the given curvature, sin(G r^2) and cos(G r^2): the drive is a sine then
 // and a cosine otherwise, deliberately.
-void kzk_initial_field(double* field, int extent, int last_column, int harmonics, double curvature,
-                       bool curved);
+void initial_field(double* field, int extent, int last_column, int harmonics, double curvature,
+                   bool curved);
 
 // What the quadratic nonlinearity adds to each harmonic per unit of range, divided by `spreading`.
-void kzk_nonlinear_source(const double* field, int last_column, int harmonics, double* source,
-                          double nonlinearity, double spreading);
+void nonlinear_source(const double* field, int last_column, int harmonics, double* source,
+                      double nonlinearity, double spreading);
 
-}  // namespace kavro
+}  // namespace kavro::kzk

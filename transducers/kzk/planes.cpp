@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace kavro {
+namespace kavro::kzk {
 
-KzkPlanes::KzkPlanes(const CoordinateGrid& grid, double radius, bool exact) {
+Planes::Planes(const CoordinateGrid& grid, double radius, bool exact) {
     if (exact) {
         for (int k = 0; k < grid.nz; ++k) {
             z.push_back(static_cast<float>(grid.zmin + k * grid.deltaz));
@@ -35,9 +35,9 @@ KzkPlanes::KzkPlanes(const CoordinateGrid& grid, double radius, bool exact) {
     r[0] = 0.0f;
 }
 
-bool KzkPlanes::fit(const CoordinateGrid& grid) {
+bool Planes::fit(const CoordinateGrid& grid) {
     return grid.regular && grid.nx > 0 && grid.nz > 0 &&
            std::int64_t{grid.nx} * grid.nz <= grid.npoints;
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk

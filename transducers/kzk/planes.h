@@ -5,17 +5,17 @@
 
 #include "core/coordinate_grid.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // Single precision, as the marches place their planes.
-struct KzkPlanes {
+struct Planes {
     std::vector<float> z;  // range of each plane, m
     std::vector<float> r;  // distance of each of a plane's points from the axis, in source radii
 
     // Planes and points are those of the grid's axes if `exact`. Otherwise they are spread evenly
     // from limit to limit, whatever the spacing is, y does not count, and the first point of each
     // plane is taken to be on the axis, wherever xmin is: deliberate.
-    KzkPlanes(const CoordinateGrid& grid, double radius, bool exact);
+    Planes(const CoordinateGrid& grid, double radius, bool exact);
 
     int nx() const { return static_cast<int>(r.size()); }
     int nz() const { return static_cast<int>(z.size()); }
@@ -24,4 +24,4 @@ struct KzkPlanes {
     static bool fit(const CoordinateGrid& grid);
 };
 
-}  // namespace kavro
+}  // namespace kavro::kzk

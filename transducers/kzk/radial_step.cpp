@@ -14,14 +14,14 @@
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace kavro {
+namespace kavro::kzk {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Floats = hn::CappedTag<float, KzkColumns::lanes>;
+using Floats = hn::CappedTag<float, Columns::lanes>;
 inline constexpr size_t kStep = hn::MaxLanes(Floats());
-inline constexpr size_t kParts = KzkColumns::lanes / kStep;
-inline constexpr size_t kLanes = KzkColumns::lanes;
+inline constexpr size_t kParts = Columns::lanes / kStep;
+inline constexpr size_t kLanes = Columns::lanes;
 
 // A value for each run, and zero on both sides of them.
 struct Padded {
@@ -31,7 +31,7 @@ struct Padded {
 
 class RadialRows {
 public:
-    explicit RadialRows(KzkRadialSystem& system)
+    explicit RadialRows(RadialSystem& system)
         : system_(system), run_(static_cast<size_t>(system.run)), work_(system.work.data()) {}
 
     void Apply(float* grid, int last_row) {
@@ -168,32 +168,31 @@ private:
         }
     }
 
-    KzkRadialSystem& system_;
+    RadialSystem& system_;
     size_t run_;
     float* work_;
     Padded firsts_, lasts_, fronts_, ends_;
 };
 
-void AdvanceRadialRows(KzkRadialSystem& system, float* grid, int last_row) {
+void AdvanceRadialRows(RadialSystem& system, float* grid, int last_row) {
     RadialRows(system).Apply(grid, last_row);
 }
 
 }  // namespace HWY_NAMESPACE
-}  // namespace kavro
+}  // namespace kavro::kzk
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace kavro {
+namespace kavro::kzk {
 
-KzkColumns::KzkColumns(int last_column)
-    : last(last_column), run(std::max(2, last_column / lanes + 1)) {}
+Columns::Columns(int last_column) : last(last_column), run(std::max(2, last_column / lanes + 1)) {}
 
 // Of all columns and what fills the last run up, in double.
-struct KzkRadialStep::Tridiagonal {
+struct RadialStep::Tridiagonal {
     std::vector<double> a, b, c;
 };
 
-KzkRadialStep::KzkRadialStep(const KzkColumns& columns, bool implicit, bool coefficients_in_double)
+RadialStep::RadialStep(const Columns& columns, bool implicit, bool coefficients_in_double)
     : columns_(columns), in_double_(coefficients_in_double) {
     system_.run = columns.run;
     system_.implicit = implicit;
@@ -202,12 +201,12 @@ KzkRadialStep::KzkRadialStep(const KzkColumns& columns, bool implicit, bool coef
           &system_.upper, &system_.left, &system_.first, &system_.sum, &system_.work}) {
         array->assign(columns.row(), 0.0f);
     }
-    system_.coupling.assign(KzkColumns::lanes * KzkColumns::lanes, 0.0f);
+    system_.coupling.assign(Columns::lanes * Columns::lanes, 0.0f);
 }
 
 // The matrix carries half of what the right-hand side does: the row's own share in the sum over
 // retarded time is half a step.
-KzkRadialStep::Tridiagonal KzkRadialStep::matrix_of(float alpha) const {
+RadialStep::Tridiagonal RadialStep::matrix_of(float alpha) const {
     const float part = system_.implicit ? 8.0f : 16.0f;
     Tridiagonal matrix;
     matrix.a.assign(columns_.row(), 0.0);
@@ -232,7 +231,7 @@ KzkRadialStep::Tridiagonal KzkRadialStep::matrix_of(float alpha) const {
     return matrix;
 }
 
-void KzkRadialStep::set_right_hand_side(float alpha) {
+void RadialStep::set_right_hand_side(float alpha) {
     const float quarter = system_.implicit ? alpha / 4.0f : alpha / 8.0f;
     const float half = system_.implicit ? alpha / 2.0f : alpha / 4.0f;
     system_.axis = system_.implicit ? alpha : alpha / 2.0f;
@@ -247,12 +246,12 @@ void KzkRadialStep::set_right_hand_side(float alpha) {
 
 // How the first and the last but one unknown of a run hang on the columns set apart at its two
 // ends.
-struct KzkRadialStep::Response {
+struct RadialStep::Response {
     double first_left = 0.0, first_right = 0.0, last_left = 0.0, last_right = 0.0;
 };
 
 // The elimination of all but the last column of a run, and what the substitution back needs.
-KzkRadialStep::Response KzkRadialStep::set_run(int lane, const Tridiagonal& matrix) {
+RadialStep::Response RadialStep::set_run(int lane, const Tridiagonal& matrix) {
     Response response;
     double ratio = 0.0;  // upper over diagonal, of the row before
     double left = 0.0;
@@ -280,8 +279,8 @@ KzkRadialStep::Response KzkRadialStep::set_run(int lane, const Tridiagonal& matr
 }
 
 // All runs, and the inverse of the matrix that is left for their last columns.
-void KzkRadialStep::set_runs(const Tridiagonal& matrix) {
-    constexpr std::size_t n = KzkColumns::lanes;
+void RadialStep::set_runs(const Tridiagonal& matrix) {
+    constexpr std::size_t n = Columns::lanes;
     std::array<Response, n> response;
     for (std::size_t l = 0; l < n; ++l) {
         response[l] = set_run(static_cast<int>(l), matrix);
@@ -313,7 +312,7 @@ void KzkRadialStep::set_runs(const Tridiagonal& matrix) {
     }
 }
 
-void KzkRadialStep::factor(float alpha) {
+void RadialStep::factor(float alpha) {
     if (alpha == alpha_) {
         return;
     }
@@ -323,10 +322,10 @@ void KzkRadialStep::factor(float alpha) {
     alpha_ = alpha;
 }
 
-void KzkRadialStep::apply(float* grid, int last_row) {
+void RadialStep::apply(float* grid, int last_row) {
     const FlushDenormals flush;
     KAVRO_KERNEL(AdvanceRadialRows)(system_, grid, last_row);
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk
 #endif  // HWY_ONCE

@@ -5,19 +5,19 @@
 
 #include "core/aligned_vector.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // How a row of the march's grid, the pressures of all radii at one retarded time, lies in memory.
 //
 // The radii are cut into 16 runs of equal length, one for each lane of a vector: column j = lane *
 // run + k lies at k * 16 + lane. Whatever lies beyond the last column stays zero.
-struct KzkColumns {
+struct Columns {
     static constexpr int lanes = 16;
     int last = 0;  // column of the outer edge
     int run = 0;
 
-    KzkColumns() = default;
-    explicit KzkColumns(int last_column);
+    Columns() = default;
+    explicit Columns(int last_column);
 
     std::size_t row() const { return static_cast<std::size_t>(run) * lanes; }
     std::size_t place(int j) const {
@@ -26,13 +26,13 @@ struct KzkColumns {
 };
 
 // What the kernel reads and writes; arrays are laid out like a row of the grid.
-struct KzkRadialSystem {
+struct RadialSystem {
     int run = 0;
     bool implicit = true;  // backward Euler, else Crank-Nicolson
     float axis = 0.0f;     // of the axis row's right-hand side
     // Right-hand side: factors of the running sums at the next, the same and the former column.
     AlignedVector<float> above, here, below;
-    // The factored matrix, see KzkRadialStep.
+    // The factored matrix, see RadialStep.
     AlignedVector<float> reciprocal, lower, upper, left, first;
     AlignedVector<float> coupling;  // 16 x 16, column after column
     AlignedVector<float> sum, work;
@@ -46,10 +46,10 @@ struct KzkRadialSystem {
 // of these only. So a row is an elimination along the run, 16 unknowns through their inverse
 // matrix, and a substitution back; the factors are computed in double. Results agree with Thomas's
 // elimination along the whole radius to rounding.
-class KzkRadialStep {
+class RadialStep {
 public:
     // `coefficients_in_double`: the Crank-Nicolson matrix is rounded once from double precision.
-    KzkRadialStep(const KzkColumns& columns, bool implicit, bool coefficients_in_double);
+    RadialStep(const Columns& columns, bool implicit, bool coefficients_in_double);
 
     // alpha: retarded-time step times range step over the square of the radial step.
     void factor(float alpha);
@@ -65,10 +65,10 @@ private:
     Response set_run(int lane, const Tridiagonal& matrix);
     void set_runs(const Tridiagonal& matrix);
 
-    KzkColumns columns_;
+    Columns columns_;
     bool in_double_;
     float alpha_ = -1.0f;  // of the factors; negative for none
-    KzkRadialSystem system_;
+    RadialSystem system_;
 };
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -8,15 +8,15 @@
 #include "core/constants.h"
 #include "core/counts.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
-KzkRetardedTime::KzkRetardedTime(const ExcitationFunction& excitation)
+RetardedTime::RetardedTime(const ExcitationFunction& excitation)
     : f0(static_cast<float>(excitation.f0)),
       omega0(static_cast<float>(two_pi * static_cast<double>(f0))) {}
 
-KzkRetardedTime::KzkRetardedTime(const TimeSamples& times, const ExcitationFunction& excitation,
-                                 const Medium& medium, const CoordinateGrid& grid)
-    : KzkRetardedTime(excitation) {
+RetardedTime::RetardedTime(const TimeSamples& times, const ExcitationFunction& excitation,
+                           const Medium& medium, const CoordinateGrid& grid)
+    : RetardedTime(excitation) {
     const auto w = static_cast<double>(omega0);
     begin = static_cast<float>(times.tmin() * w);
     const auto end = static_cast<float>((times.tmax() - grid.zmax / medium._soundspeed) * w);
@@ -34,9 +34,9 @@ KzkRetardedTime::KzkRetardedTime(const TimeSamples& times, const ExcitationFunct
     }
 }
 
-KzkRetardedTime::KzkRetardedTime(const TimeSamples& times, const ExcitationFunction& excitation,
-                                 double first, double last)
-    : KzkRetardedTime(excitation) {
+RetardedTime::RetardedTime(const TimeSamples& times, const ExcitationFunction& excitation,
+                           double first, double last)
+    : RetardedTime(excitation) {
     step = static_cast<float>(times.deltat() * static_cast<double>(omega0));
     if (!(times.deltat() > 0.0 && step > 0.0f && std::isfinite(step) && first < last)) {
         return;
@@ -49,9 +49,13 @@ KzkRetardedTime::KzkRetardedTime(const TimeSamples& times, const ExcitationFunct
     }
 }
 
+}  // namespace kavro::kzk
+
+namespace kavro {
+
 bool set_kzk_tau_axis(TimeSamples& times, const ExcitationFunction& excitation,
                       const Medium& medium, const CoordinateGrid& grid) {
-    const KzkRetardedTime axis(times, excitation, medium, grid);
+    const kzk::RetardedTime axis(times, excitation, medium, grid);
     if (axis.steps == 0) {
         return false;
     }

@@ -6,10 +6,10 @@
 #include "../../core/time_samples.h"
 #include "../../excitation/excitation_function.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // tau = omega0 (t - z/c) in radians. Rounded to single precision where it is stored.
-struct KzkRetardedTime {
+struct RetardedTime {
     float f0 = 0.0f;      // Hz
     float omega0 = 0.0f;  // 2 pi f0, rad/s
     float begin = 0.0f;   // rad
@@ -18,17 +18,21 @@ struct KzkRetardedTime {
 
     // From omega0 tmin over the time that is left of the time axis after the wave has come to the
     // farthest plane. What a wave has before tmin is lost: deliberate.
-    KzkRetardedTime(const TimeSamples& times, const ExcitationFunction& excitation,
-                    const Medium& medium, const CoordinateGrid& grid);
+    RetardedTime(const TimeSamples& times, const ExcitationFunction& excitation,
+                 const Medium& medium, const CoordinateGrid& grid);
 
     // In steps of the time axis from `first` <= 0 or a little earlier to `last` (rad) or a little
     // later; a sample is at 0, wherever the time axis begins.
-    KzkRetardedTime(const TimeSamples& times, const ExcitationFunction& excitation, double first,
-                    double last);
+    RetardedTime(const TimeSamples& times, const ExcitationFunction& excitation, double first,
+                 double last);
 
 private:
-    explicit KzkRetardedTime(const ExcitationFunction& excitation);
+    explicit RetardedTime(const ExcitationFunction& excitation);
 };
+
+}  // namespace kavro::kzk
+
+namespace kavro {
 
 // Sets the tau axis of `times` to what kzk_transient needs for this excitation, medium and grid,
 // from the evenly spaced time axis it has. To be called before kzk_transient, and again after any

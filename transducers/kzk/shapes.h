@@ -3,17 +3,20 @@
 #pragma once
 
 namespace kavro {
-
 class CircularTransducer;
 class SphericalTransducer;
-struct KzkHarmonicShape;
-struct KzkTransientShape;
+}  // namespace kavro
 
-KzkTransientShape kzk_transient_shape(const CircularTransducer& disc);
-KzkTransientShape kzk_transient_shape(const SphericalTransducer& shell);
+namespace kavro::kzk {
+
+struct HarmonicShape;
+struct TransientShape;
+
+TransientShape transient_shape(const CircularTransducer& disc);
+TransientShape transient_shape(const SphericalTransducer& shell);
 
 // What they return calls the element.
-KzkHarmonicShape kzk_harmonic_shape(CircularTransducer& disc);
-KzkHarmonicShape kzk_harmonic_shape(SphericalTransducer& shell);
+HarmonicShape harmonic_shape(CircularTransducer& disc);
+HarmonicShape harmonic_shape(SphericalTransducer& shell);
 
-}  // namespace kavro
+}  // namespace kavro::kzk

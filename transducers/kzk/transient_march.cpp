@@ -1,29 +1,28 @@
 #include "transducers/kzk/transient_march.h"
 
 #include <algorithm>
-#include <array>
-#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <new>
 #include <vector>
 
 #include "core/console.h"
 #include "core/constants.h"
 #include "core/counts.h"
 #include "core/flush_denormals.h"
+#include "core/interrupted.h"
+#include "core/team.h"
 #include "core/threads.h"
+#include "transducers/blocks/guarded.h"
 #include "transducers/kzk/column_steps.h"
 #include "transducers/kzk/planes.h"
-#include "transducers/kzk/poll.h"
 #include "transducers/kzk/radial_step.h"
 #include "transducers/kzk/retarded_time.h"
 #include "transducers/kzk/transient_output.h"
 #include "transducers/kzk/transient_setting.h"
 
-namespace kavro {
+namespace kavro::kzk {
 namespace {
 
 constexpr float whole_limit = 1e9f;  // row numbers beyond this are none
@@ -36,31 +35,30 @@ int row_number(double value) {
 
 class March {
 public:
-    March(const Transducer& element, const KzkTransientShape& shape,
-          const KzkTransientScheme& scheme, const KzkPlanes& planes, const KzkRetardedTime& axis,
-          KzkTransientOutput& output)
+    March(const Transducer& element, const TransientSetting& setting, TransientOutput& output)
         : element_(element),
-          shape_(shape),
-          scheme_(scheme),
-          planes_(planes),
-          axis_(axis),
+          shape_(setting.shape),
+          parameters_(setting.parameters),
+          planes_(setting.planes),
+          axis_(setting.axis),
           output_(output),
-          columns_(scheme.last_column),
-          radial_(columns_, scheme.implicit, shape.coefficients_in_double),
+          columns_(setting.radii.last_column),
+          radial_(columns_, parameters_.is_implicit(), shape_.coefficients_in_double),
           taus_(taus()),
           distortion_(taus_),
-          grid_((static_cast<std::size_t>(axis.steps) + 1) * columns_.row(), 0.0f) {}
+          grid_((static_cast<std::size_t>(axis_.steps) + 1) * columns_.row(), 0.0f) {}
 
-    TransducerStatus run() {
+    // Tells where the wave shocks, if it does. Throws Interrupted.
+    void run(Outcome& outcome) {
         if (element_.exact()) {
             set_exact_source();
         } else {
             set_source();
         }
-        auto total =
-            static_cast<std::int64_t>(static_cast<double>(shape_.last_range / scheme_.step) + 1.0);
+        auto total = static_cast<std::int64_t>(
+            static_cast<double>(shape_.last_range / parameters_.step) + 1.0);
         float range = 0.0f;
-        float to_shock = 11.0f * scheme_.step;
+        float to_shock = 11.0f * parameters_.step;
         bool shock = false;
         std::size_t plane = 0;
         bool stopped = false;
@@ -68,8 +66,8 @@ public:
             return plane < planes_.z.size() && (s <= total || (element_.exact() && !stopped));
         };
         for (std::int64_t s = 1; goes_on(s); ++s) {
-            const bool shortened = to_shock / 2.0f < scheme_.step;
-            float step = shortened ? to_shock / 2.0f : scheme_.step;
+            const bool shortened = to_shock / 2.0f < parameters_.step;
+            float step = shortened ? to_shock / 2.0f : parameters_.step;
             total += shortened ? 1 : 0;
             const float target = next_range(plane, range);
             const bool arrives = element_.exact() && target - range <= step;
@@ -78,19 +76,15 @@ public:
             }
             // Nor does a step march that is lost in the rounding of the range.
             if (shock || !(range + step > range)) {
-                tell_of_shock();
+                tell_of_shock(range, outcome);
                 stopped = true;
                 s = total;
             }
-            if (scheme_.diffraction) {
+            if (parameters_.diffracts()) {
                 diffract(step);
             }
             range = arrives ? target : range + step;
-            KzkPoll poll;
-            const KzkDistortion::Result distorted = advance_columns(step, poll);
-            if (poll.interrupted()) {
-                return status_interrupted;
-            }
+            const Distortion::Result distorted = advance_columns(step);
             shock = distorted.shock;
             if (shape_.nonlinearity != 0.0f) {
                 // Without a slope there is no shock ahead, whatever the sign.
@@ -107,10 +101,10 @@ public:
             console::progress(
                 range < shape_.last_range ? static_cast<double>(range / shape_.last_range) : 1.0);
             if (console::interrupted()) {
-                return status_interrupted;
+                throw Interrupted();
             }
         }
-        return status_success;
+        outcome.where.plane = outcome.shocked ? static_cast<int>(plane) : 0;
     }
 
 private:
@@ -149,7 +143,7 @@ private:
 
     int face_columns() const {
         int j = 0;
-        while (j <= columns_.last && static_cast<float>(j) <= scheme_.points_per_radius) {
+        while (j <= columns_.last && static_cast<float>(j) <= parameters_.points_per_radius) {
             ++j;
         }
         return j;
@@ -160,7 +154,7 @@ private:
         const auto omega0 = static_cast<double>(axis_.omega0);
         for (int j = 0; j < face_columns(); ++j) {
             const double r =
-                static_cast<double>(j) / static_cast<double>(scheme_.points_per_radius);
+                static_cast<double>(j) / static_cast<double>(parameters_.points_per_radius);
             for (int i = 0; i <= axis_.steps; ++i) {
                 const double t = (taus_[static_cast<std::size_t>(i)] +
                                   r * r * static_cast<double>(shape_.source_lead)) /
@@ -185,7 +179,7 @@ private:
             const auto value = static_cast<float>(
                 element_.excitation->at(taus_[static_cast<std::size_t>(i)] / omega0));
             for (int j = 0; j < columns; ++j) {
-                const float r = static_cast<float>(j) * (1.0f / scheme_.points_per_radius);
+                const float r = static_cast<float>(j) * (1.0f / parameters_.points_per_radius);
                 const float lead = r * r * shape_.source_lead / axis_.step;
                 if (lead < static_cast<float>(i) + 1.0f) {
                     at(i - static_cast<int>(lead), j) = value;
@@ -195,58 +189,49 @@ private:
     }
 
     void diffract(float step) {
-        const float spacing = 1.0f / scheme_.points_per_radius;
+        const float spacing = 1.0f / parameters_.points_per_radius;
         radial_.factor(axis_.step * step / (spacing * spacing * shape_.gain));
         radial_.apply(grid_.data(), axis_.steps);
     }
 
-    // Absorption and distortion, which columns go through independently of each other. Incomplete
-    // where `poll` was interrupted.
-    KzkDistortion::Result advance_columns(float step, KzkPoll& poll) {
+    // Absorption and distortion, which columns go through independently of each other.
+    Distortion::Result advance_columns(float step) {
         const float kappa = step * shape_.absorption / (axis_.step * axis_.step);
-        const KzkAbsorption absorption(kappa, scheme_.implicit, axis_.steps);
+        const Absorption absorption(kappa, parameters_.is_implicit(), axis_.steps);
         const std::vector<float> edge = outer_edge();
         const int pairs = (columns_.run + 1) / 2;
         const int threads = std::clamp(thread_count(), 1, most_threads());
         const bool forward = shape_.nonlinearity > 0.0f;
-        std::vector<KzkDistortion::Result> results(static_cast<std::size_t>(columns_.run));
-        std::atomic<bool> no_memory{false};
+        std::vector<Distortion::Result> results(static_cast<std::size_t>(columns_.run));
+        Team team;
 
 #pragma omp parallel num_threads(threads)
         {
             const FlushDenormals flush;
-            KzkDistortion::Scratch scratch;
+            Team::Member member(team);
+            Distortion::Scratch scratch;
 #pragma omp for schedule(static)
             for (int pair = 0; pair < pairs; ++pair) {
-                if (poll.gives_up()) {
-                    continue;
-                }
-                const int first = 2 * pair;
-                const int groups = std::min(2, columns_.run - first);
-                float* columns = grid_.data() + first * KzkColumns::lanes;
-                if (shape_.absorption != 0.0f) {
-                    absorption.apply(columns, columns_.row(), groups);
-                    restore_outer_edge(edge, first, groups);
-                }
-                if (shape_.nonlinearity == 0.0f) {
-                    continue;
-                }
-                try {
-                    for (int group = 0; group < groups; ++group) {
+                member.work([&] {
+                    member.look();
+                    const int first = 2 * pair;
+                    const int groups = std::min(2, columns_.run - first);
+                    float* columns = grid_.data() + first * Columns::lanes;
+                    if (shape_.absorption != 0.0f) {
+                        absorption.apply(columns, columns_.row(), groups);
+                        restore_outer_edge(edge, first, groups);
+                    }
+                    for (int group = 0; group < groups && shape_.nonlinearity != 0.0f; ++group) {
                         results[static_cast<std::size_t>(first + group)] =
-                            distortion_.apply(columns + group * KzkColumns::lanes, columns_.row(),
+                            distortion_.apply(columns + group * Columns::lanes, columns_.row(),
                                               step * shape_.nonlinearity, forward, scratch);
                     }
-                } catch (const std::bad_alloc&) {
-                    no_memory = true;
-                }
+                });
             }
         }
-        if (no_memory) {
-            throw std::bad_alloc();
-        }
-        KzkDistortion::Result all;
-        for (const KzkDistortion::Result& one : results) {
+        team.finish();
+        Distortion::Result all;
+        for (const Distortion::Result& one : results) {
             all.shock = all.shock || one.shock;
             all.steepest = forward ? std::max(all.steepest, one.steepest)
                                    : std::min(all.steepest, one.steepest);
@@ -286,7 +271,7 @@ private:
         std::vector<float> waveform(taus_.size());
         for (std::size_t m = 0; m < planes_.r.size(); ++m) {
             const double place =
-                static_cast<double>(planes_.r[m] * scheme_.points_per_radius) + 0.5;
+                static_cast<double>(planes_.r[m] * parameters_.points_per_radius) + 0.5;
             if (!(place < columns_.last + 1.0)) {
                 continue;  // beyond the radial grid
             }
@@ -298,7 +283,10 @@ private:
         }
     }
 
-    void tell_of_shock() const {
+    void tell_of_shock(float range, Outcome& outcome) const {
+        outcome.shocked = true;
+        outcome.warned = shape_.shock_is_warning;
+        outcome.where.z = static_cast<double>(range / shape_.gain * shape_.rayleigh);
         if (shape_.shock_is_warning) {
             console::warn(shape_.shock_message);
         } else {
@@ -307,29 +295,26 @@ private:
     }
 
     const Transducer& element_;
-    const KzkTransientShape& shape_;
-    const KzkTransientScheme& scheme_;
-    const KzkPlanes& planes_;
-    const KzkRetardedTime& axis_;
-    KzkTransientOutput& output_;
-    KzkColumns columns_;
-    KzkRadialStep radial_;
+    const TransientShape& shape_;
+    const Parameters& parameters_;
+    const Planes& planes_;
+    const RetardedTime& axis_;
+    TransientOutput& output_;
+    Columns columns_;
+    RadialStep radial_;
     std::vector<double> taus_;  // rad
-    KzkDistortion distortion_;
+    Distortion distortion_;
     AlignedVector<float> grid_;
 };
 
 }  // namespace
 
-bool has_kzk_transient_records(const Transducer& element) {
-    return element.has_transient_records() && KzkPlanes::fit(*element.coordinate_grid);
-}
-
-TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& of) {
-    try {
-        const KzkTransientSetting setting(element, of);
-        const auto& [scheme, planes, shape, axis] = setting;
-        KzkTransientOutput output(element, planes, axis);
+Outcome march_transient(const Transducer& element, const TransientShape& of) {
+    Outcome outcome;
+    outcome.status = guarded([&] {
+        const TransientSetting setting(element, of);
+        const auto& [parameters, radii, planes, shape, axis] = setting;
+        TransientOutput output(element, planes, axis);
         if (setting.fault(element)) {
             output.clear_all();
             return status_success;
@@ -341,14 +326,14 @@ TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransie
         if (static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;  // silent all along
         }
-        const std::size_t row = KzkColumns(scheme.last_column).row();
+        const std::size_t row = Columns(radii.last_column).row();
         if (!fits_into_memory((static_cast<std::size_t>(axis.steps) + 1) * row, sizeof(float))) {
             return status_out_of_memory;
         }
-        return March(element, shape, scheme, planes, axis, output).run();
-    } catch (const std::bad_alloc&) {
-        return status_out_of_memory;
-    }
+        March(element, setting, output).run(outcome);
+        return status_success;
+    });
+    return outcome;
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -5,13 +5,14 @@
 #include <optional>
 
 #include "transducers/kzk/fault.h"
+#include "transducers/kzk/outcome.h"
 #include "transducers/transducer.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // What tells the disc from the shell. The range is counted in a scale length: the Rayleigh distance
 // z_R = omega0 a^2/(2c), or the shell's radius of curvature.
-struct KzkTransientShape {
+struct TransientShape {
     double radius = 0.0;  // a, m
     float rayleigh = 0.0f;
     float gain = 1.0f;                    // z_R over the scale length
@@ -25,24 +26,20 @@ struct KzkTransientShape {
     const char* shock_message = "";
 };
 
-// Whether the element has the records, and a regular grid of points, that the march needs.
-bool has_kzk_transient_records(const Transducer& element);
-
-// Marches the element's excitation through the planes of its grid and stores the pressure (Pa),
-// entry ix + nx iz + n nx nz for time sample n. The tau axis must have been set (set_kzk_tau_axis),
-// except for an exact element, which keeps a retarded time of its own in steps of the time axis: it
-// begins before the rim's wave and ends with the last wave, so that the field does not depend on
-// where the time axis begins, and planes are stored at z/c as kzk_transient_output.h says. Where
-// the five parameters, medium and axes allow no march, zeros are stored.
+// The element has its records. Marches the element's excitation through the planes of its grid and
+// stores the pressure (Pa), entry ix + nx iz + n nx nz for time sample n. The tau axis must have
+// been set (set_kzk_tau_axis), except for an exact element, which keeps a retarded time of its own
+// in steps of the time axis: it begins before the rim's wave and ends with the last wave, so that
+// the field does not depend on where the time axis begins, and planes are stored at z/c as
+// transient_output.h says. Where the parameters, medium and axes allow no march, zeros are stored.
 //
 // The step is shortened to half of what is left to the nearest shock. A shock ends the march one
 // step later with a message; planes that were not reached are silent. So are, deliberately, planes
 // beyond the first that a step passes, and the last plane where rounding leaves it at the very end
 // of the march. An exact element records every plane that a step passes and marches on to the last.
-TransducerStatus march_kzk_transient(const Transducer& element, const KzkTransientShape& shape);
+Outcome march_transient(const Transducer& element, const TransientShape& shape);
 
 // What keeps it from marching.
-std::optional<KzkFault> kzk_transient_fault(const Transducer& element,
-                                            const KzkTransientShape& shape);
+std::optional<Fault> transient_fault(const Transducer& element, const TransientShape& shape);
 
-}  // namespace kavro
+}  // namespace kavro::kzk

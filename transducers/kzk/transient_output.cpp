@@ -5,10 +5,10 @@
 
 #include "core/counts.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
-KzkTransientOutput::KzkTransientOutput(const Transducer& element, const KzkPlanes& planes,
-                                       const KzkRetardedTime& axis)
+TransientOutput::TransientOutput(const Transducer& element, const Planes& planes,
+                                 const RetardedTime& axis)
     : times_(*element.time_samples),
       planes_(planes),
       axis_(axis),
@@ -28,16 +28,15 @@ KzkTransientOutput::KzkTransientOutput(const Transducer& element, const KzkPlane
                                       : std::max(times_.ntimes, 0);
 }
 
-void KzkTransientOutput::clear() {
+void TransientOutput::clear() {
     std::fill_n(pressure_, points_ * static_cast<std::size_t>(rows_), 0.0);
 }
 
-void KzkTransientOutput::clear_all() {
+void TransientOutput::clear_all() {
     std::fill_n(pressure_, points_ * static_cast<std::size_t>(std::max(times_.ntimes, 0)), 0.0);
 }
 
-void KzkTransientOutput::store(std::size_t plane, std::size_t m,
-                               const std::vector<float>& waveform) {
+void TransientOutput::store(std::size_t plane, std::size_t m, const std::vector<float>& waveform) {
     double* to = pressure_ + m + planes_.r.size() * plane;
     const float z = planes_.z[plane];
     if (exact_) {
@@ -48,7 +47,7 @@ void KzkTransientOutput::store(std::size_t plane, std::size_t m,
 }
 
 // The output sample at which the retarded time of a plane begins.
-int KzkTransientOutput::first_sample(float z) const {
+int TransientOutput::first_sample(float z) const {
     const auto delay =
         static_cast<double>(static_cast<float>(static_cast<double>(z) / speed_ + times_.tmin()));
     int n = 0;
@@ -59,16 +58,16 @@ int KzkTransientOutput::first_sample(float z) const {
     return n;
 }
 
-void KzkTransientOutput::store_as_it_is(double* to, int first,
-                                        const std::vector<float>& waveform) const {
+void TransientOutput::store_as_it_is(double* to, int first,
+                                     const std::vector<float>& waveform) const {
     for (int n = first; n < rows_ && n - first <= axis_.steps; ++n) {
         to[static_cast<std::size_t>(n) * points_] =
             scale_ * static_cast<double>(waveform[static_cast<std::size_t>(n - first)]);
     }
 }
 
-void KzkTransientOutput::store_interpolated(double* to, double delay,
-                                            const std::vector<float>& waveform) const {
+void TransientOutput::store_interpolated(double* to, double delay,
+                                         const std::vector<float>& waveform) const {
     const auto omega0 = static_cast<double>(axis_.omega0);
     for (int n = 0; n < rows_; ++n) {
         const double tau = omega0 * (times_.time_index_value(n) - delay);
@@ -85,4 +84,4 @@ void KzkTransientOutput::store_interpolated(double* to, double delay,
     }
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -8,17 +8,16 @@
 #include "transducers/kzk/retarded_time.h"
 #include "transducers/transducer.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
 // The element's transient pressure, entry ix + nx iz + n nx nz for time sample n.
 //
 // A plane's waveform begins at the time sample next to z/c + tmin, and samples that the retarded
 // time's span leaves over at the end stay as they are: deliberate. An exact element's waveform is
 // where it belongs, by straight lines between its samples, and zero elsewhere.
-class KzkTransientOutput {
+class TransientOutput {
 public:
-    KzkTransientOutput(const Transducer& element, const KzkPlanes& planes,
-                       const KzkRetardedTime& axis);
+    TransientOutput(const Transducer& element, const Planes& planes, const RetardedTime& axis);
 
     void clear();      // what will be stored
     void clear_all();  // every sample
@@ -32,8 +31,8 @@ private:
     void store_interpolated(double* to, double delay, const std::vector<float>& waveform) const;
 
     const TimeSamples& times_;
-    const KzkPlanes& planes_;
-    const KzkRetardedTime& axis_;
+    const Planes& planes_;
+    const RetardedTime& axis_;
     double* pressure_;
     std::size_t points_;
     bool exact_;
@@ -43,4 +42,4 @@ private:
     int rows_;
 };
 
-}  // namespace kavro
+}  // namespace kavro::kzk

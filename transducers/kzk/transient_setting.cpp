@@ -5,7 +5,7 @@
 
 #include "core/constants.h"
 
-namespace kavro {
+namespace kavro::kzk {
 namespace {
 
 constexpr float most_steps = 16777216.0f;  // beyond, a step is lost in the rounding of the range
@@ -13,8 +13,8 @@ constexpr float most_absorption = 1e18f;   // beyond, the square of a matrix ent
 
 // Reference elements: what the time axis leaves. Exact ones: from before the first wave to the end
 // of the last wave at any plane, or of the time axis, whichever comes first.
-KzkRetardedTime retarded_time(const Transducer& element, const KzkTransientShape& shape,
-                              const KzkPlanes& planes, const KzkTransientScheme& scheme) {
+RetardedTime retarded_time(const Transducer& element, const TransientShape& shape,
+                           const Planes& planes, const RadialGrid& radii) {
     const TimeSamples& times = *element.time_samples;
     const ExcitationFunction& excitation = *element.excitation;
     const double c = element.medium->_soundspeed;
@@ -28,7 +28,7 @@ KzkRetardedTime retarded_time(const Transducer& element, const KzkTransientShape
     const double margin = two_pi + std::min(4.0 * std::sqrt(shocks), 4.0 * two_pi);
     const float farthest =
         std::min(*std::max_element(planes.r.begin(), planes.r.end()),
-                 static_cast<float>(scheme.last_column) / scheme.points_per_radius);
+                 static_cast<float>(radii.last_column) / radii.points_per_radius);
     const double rim = std::pow(1.0 + static_cast<double>(farthest), 2);
     double last = 0.0;
     for (const float plane : planes.z) {
@@ -45,8 +45,8 @@ bool is_positive(float value) {
     return value > 0.0f && std::isfinite(value);
 }
 
-KzkTransientShape with_last_range(KzkTransientShape shape, const Transducer& element,
-                                  const KzkPlanes& planes) {
+TransientShape with_last_range(TransientShape shape, const Transducer& element,
+                               const Planes& planes) {
     if (element.exact()) {
         shape.last_range = planes.z.back() / shape.rayleigh * shape.gain;
     }
@@ -55,19 +55,20 @@ KzkTransientShape with_last_range(KzkTransientShape shape, const Transducer& ele
 
 }  // namespace
 
-KzkTransientSetting::KzkTransientSetting(const Transducer& element, const KzkTransientShape& of)
-    : scheme(element.integral->kzk_parameters),
+TransientSetting::TransientSetting(const Transducer& element, const TransientShape& of)
+    : parameters(element.integral->kzk_parameters),
+      radii(parameters),
       planes(*element.coordinate_grid, of.radius, element.exact()),
       shape(with_last_range(of, element, planes)),
-      axis(retarded_time(element, shape, planes, scheme)) {}
+      axis(retarded_time(element, shape, planes, radii)) {}
 
-std::optional<KzkFault> KzkTransientSetting::fault(const Transducer& element) const {
+std::optional<Fault> TransientSetting::fault(const Transducer& element) const {
     const bool scaled =
         is_positive(shape.rayleigh) && is_positive(shape.gain) && std::isfinite(shape.source_lead);
-    if (auto fault = kzk_radial_fault(scheme.extent, scheme.points_per_radius)) {
+    if (auto fault = radii.fault()) {
         return fault;
     }
-    if (auto fault = kzk_scale_fault(
+    if (auto fault = scale_fault(
             element, element.excitation->f0,
             static_cast<double>(is_positive(shape.rayleigh) ? shape.rayleigh / shape.gain
                                                             : shape.rayleigh),
@@ -78,30 +79,28 @@ std::optional<KzkFault> KzkTransientSetting::fault(const Transducer& element) co
     const float first = std::abs(planes.z.front() / shape.rayleigh * shape.gain);
     const float range = std::max(std::abs(shape.last_range), first);
     if (!std::isfinite(range) || !std::isfinite(first)) {
-        return KzkFault{KzkInput::planes, "at finite distances", element.coordinate_grid->zmax};
+        return Fault{Input::planes, "at finite distances", element.coordinate_grid->zmax};
     }
-    if (!(is_positive(scheme.step) && range < most_steps * scheme.step)) {
-        return KzkFault{KzkInput::step,
-                        "more than " + kzk_number(static_cast<double>(range / most_steps)) +
-                            " for these planes",
-                        static_cast<double>(scheme.step)};
+    if (!(is_positive(parameters.step) && range < most_steps * parameters.step)) {
+        return Fault{
+            Input::step,
+            "more than " + shown(static_cast<double>(range / most_steps)) + " for these planes",
+            static_cast<double>(parameters.step)};
     }
     if (!(axis.steps >= 2 && is_positive(axis.step))) {
-        return KzkFault{KzkInput::time,
-                        element.exact() ? "has a step that is longer"
-                                        : "lasts until the wave has come to the farthest plane",
-                        element.time_samples->tmax()};
+        return Fault{Input::time,
+                     element.exact() ? "has a step that is longer"
+                                     : "lasts until the wave has come to the farthest plane",
+                     element.time_samples->tmax()};
     }
-    if (!(scheme.step * shape.absorption / (axis.step * axis.step) < most_absorption)) {
-        return KzkFault{KzkInput::attenuation, "small enough for this step",
-                        element.medium->_dBcmMHz};
+    if (!(parameters.step * shape.absorption / (axis.step * axis.step) < most_absorption)) {
+        return Fault{Input::attenuation, "small enough for this step", element.medium->_dBcmMHz};
     }
     return std::nullopt;
 }
 
-std::optional<KzkFault> kzk_transient_fault(const Transducer& element,
-                                            const KzkTransientShape& shape) {
-    return KzkTransientSetting(element, shape).fault(element);
+std::optional<Fault> transient_fault(const Transducer& element, const TransientShape& shape) {
+    return TransientSetting(element, shape).fault(element);
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -1,44 +1,28 @@
 // What a transient nonlinear march is made of, and whether it can run.
 #pragma once
 
-#include <array>
 #include <optional>
 
+#include "core/kzk_parameters.h"
 #include "transducers/kzk/fault.h"
 #include "transducers/kzk/planes.h"
+#include "transducers/kzk/radial_grid.h"
 #include "transducers/kzk/retarded_time.h"
 #include "transducers/kzk/transient_march.h"
 
-namespace kavro {
+namespace kavro::kzk {
 
-// The element's five parameters.
-struct KzkTransientScheme {
-    float extent;
-    float points_per_radius;
-    int last_column;
-    float step;
-    bool implicit;
-    bool diffraction;
-
-    explicit KzkTransientScheme(const std::array<float, 5>& parameters)
-        : extent(parameters[0]),
-          points_per_radius(parameters[1]),
-          last_column(kzk_last_column(extent, points_per_radius)),
-          step(parameters[2]),
-          implicit(parameters[3] == 1.0f),
-          diffraction(parameters[4] == 1.0f) {}
-};
-
-struct KzkTransientSetting {
-    KzkTransientScheme scheme;
-    KzkPlanes planes;
-    KzkTransientShape shape;
-    KzkRetardedTime axis;
+struct TransientSetting {
+    Parameters parameters;
+    RadialGrid radii;
+    Planes planes;
+    TransientShape shape;
+    RetardedTime axis;
 
     // The element has its records. An exact one's last range is that of its last plane.
-    KzkTransientSetting(const Transducer& element, const KzkTransientShape& of);
+    TransientSetting(const Transducer& element, const TransientShape& of);
 
-    std::optional<KzkFault> fault(const Transducer& element) const;
+    std::optional<Fault> fault(const Transducer& element) const;
 };
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-namespace kavro {
+namespace kavro::kzk {
 namespace {
 
 constexpr std::size_t row_size = 12;  // three blocks of four
@@ -87,4 +87,4 @@ void solve_block_tridiagonal(const double* matrix, int last, double* r, double* 
     }
 }
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -2,7 +2,7 @@
 // elimination without pivoting.
 #pragma once
 
-namespace kavro {
+namespace kavro::kzk {
 
 // Solves a_j x_(j-1) + b_j x_j + c_j x_(j+1) = r_j for j = first ... last, bounds truncated to
 // whole numbers; a of the first and c of the last row are not read. bet and gam are work space.
@@ -17,4 +17,4 @@ void solve_tridiagonal(float first, float last, const float* a, const float* b, 
 void solve_block_tridiagonal(const double* matrix, int last, double* r, double* solution,
                              double* bet, double* gam);
 
-}  // namespace kavro
+}  // namespace kavro::kzk

@@ -2,14 +2,16 @@
 // routines. Ranges are counted in its radius of curvature.
 #include "core/constants.h"
 #include "transducers/kzk/harmonic_march.h"
+#include "transducers/kzk/march.h"
 #include "transducers/kzk/shapes.h"
 #include "transducers/kzk/transient_march.h"
 #include "transducers/kzk/tridiagonal.h"
 #include "transducers/spherical/spherical_transducer.h"
 
 namespace kavro {
+namespace kzk {
 
-KzkTransientShape kzk_transient_shape(const SphericalTransducer& shell) {
+TransientShape transient_shape(const SphericalTransducer& shell) {
     const Medium* medium = shell.medium;
     const double radius = shell.radius;
     const double roc = shell.roc;
@@ -17,7 +19,7 @@ KzkTransientShape kzk_transient_shape(const SphericalTransducer& shell) {
     const auto f0 = static_cast<double>(static_cast<float>(shell.excitation->f0));
     const auto omega0 = static_cast<double>(static_cast<float>(two_pi * f0));
     const auto u0 = static_cast<double>(static_cast<float>(shell.amplitude));
-    KzkTransientShape shape;
+    TransientShape shape;
     shape.radius = radius;
     shape.rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
     shape.gain = static_cast<float>(static_cast<double>(shape.rayleigh) / roc);
@@ -33,16 +35,16 @@ KzkTransientShape kzk_transient_shape(const SphericalTransducer& shell) {
     return shape;
 }
 
-KzkHarmonicShape kzk_harmonic_shape(SphericalTransducer& shell) {
+HarmonicShape harmonic_shape(SphericalTransducer& shell) {
     const Medium* medium = shell.medium;
     const double radius = shell.radius;
     const double roc = shell.roc;
     const double c = medium->_soundspeed;
-    const auto omega0 = static_cast<double>(kzk_cw_frequency(*medium));
+    const auto omega0 = static_cast<double>(angular_frequency(*medium));
     const auto u0 = static_cast<double>(static_cast<float>(shell.amplitude));
     const auto rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
     const double gain = static_cast<double>(rayleigh) / roc;
-    KzkHarmonicShape shape;
+    HarmonicShape shape;
     shape.radius = radius;
     shape.gain = gain;
     shape.range_of = [roc](float z) { return static_cast<float>(static_cast<double>(z) / roc); };
@@ -62,24 +64,24 @@ KzkHarmonicShape kzk_harmonic_shape(SphericalTransducer& shell) {
     return shape;
 }
 
+}  // namespace kzk
+
 TransducerStatus SphericalTransducer::kzk_transient() {
-    return has_kzk_transient_records(*this) ? march_kzk_transient(*this, kzk_transient_shape(*this))
-                                            : status_failure;
+    return kzk::march(*this, false).status;
 }
 
 TransducerStatus SphericalTransducer::kzk_cw() {
-    return has_kzk_cw_records(*this) ? march_kzk_harmonics(*this, kzk_harmonic_shape(*this))
-                                     : status_failure;
+    return kzk::march(*this, true).status;
 }
 
 void SphericalTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,
                                   float* x, float* bet, float* gam) {
-    solve_tridiagonal(first, last, a, b, c, r, x, bet, gam);
+    kzk::solve_tridiagonal(first, last, a, b, c, r, x, bet, gam);
 }
 
 void SphericalTransducer::TRIDIA(double* matrix, int last, double* r, double* solution, double* bet,
                                  double* gam) {
-    solve_block_tridiagonal(matrix, last, r, solution, bet, gam);
+    kzk::solve_block_tridiagonal(matrix, last, r, solution, bet, gam);
 }
 
 // The gain enters once, not squared; there is no scaling with the range.
@@ -94,12 +96,12 @@ double SphericalTransducer::COEFF(double, double, double* alpha, double* delta, 
 
 void SphericalTransducer::NONLIN(double, double* field, int last_column, int harmonics,
                                  double* source, double nonlinearity) {
-    kzk_nonlinear_source(field, last_column, harmonics, source, nonlinearity, 1.0);
+    kzk::nonlinear_source(field, last_column, harmonics, source, nonlinearity, 1.0);
 }
 
 void SphericalTransducer::INIT(int extent, double* field, int last_column, int harmonics,
                                double gain) {
-    kzk_initial_field(field, extent, last_column, harmonics, gain, true);
+    kzk::initial_field(field, extent, last_column, harmonics, gain, true);
 }
 
 }  // namespace kavro

@@ -45,20 +45,19 @@ public:
 
     SphericalCap cap() const override { return {roc, radius, 0.0}; }
 
-    // Routines of the nonlinear marches; field layouts in
-    // transducers/kzk/harmonic_source.h. Solvers of tridiagonal systems, see
-    // transducers/kzk/tridiagonal.h.
-    virtual void Tridiag(float first, float last, float* a, float* b, float* c, float* r, float* x,
-                         float* bet, float* gam);
-    virtual void TRIDIA(double* matrix, int last, double* r, double* solution, double* bet,
-                        double* gam);
+    // Routines of the nonlinear marches; field layouts in transducers/kzk/harmonic_source.h, the
+    // solvers of tridiagonal systems in transducers/kzk/tridiagonal.h. kzk_cw calls the virtual
+    // ones, for a derived class to replace; the marches have faster versions of the others.
+    void Tridiag(float first, float last, float* a, float* b, float* c, float* r, float* x,
+                 float* bet, float* gam);
+    void TRIDIA(double* matrix, int last, double* r, double* solution, double* bet, double* gam);
     // Absorption alpha_n and diffraction weight delta_n of each harmonic; ranges are not read.
-    // Returns the spreading, 1.
+    // Returns the spreading, 1, which kzk_cw does not read.
     virtual double COEFF(double next, double range, double* alpha, double* delta, int harmonics,
                          double absorption, double gain);
     // The nonlinear source of a field; the range is not read.
-    virtual void NONLIN(double range, double* field, int last_column, int harmonics, double* source,
-                        double nonlinearity);
+    void NONLIN(double range, double* field, int last_column, int harmonics, double* source,
+                double nonlinearity);
     // The field at the source, with the phase gain r^2.
     virtual void INIT(int extent, double* field, int last_column, int harmonics, double gain);
 };
