@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <utility>
+#include <vector>
 
 #include "transducers/circular/circular_transducer.h"
+#include "transducers/polygon/polygon_transducer.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 #include "transducers/ring/ring_transducer.h"
 #include "transducers/spherical/spherical_transducer.h"
@@ -21,19 +25,29 @@ constexpr std::array shell_ring_sizes{"inner_radius", "outer_radius", "geometric
 using Sizes = std::span<const double>;
 using Element = std::unique_ptr<Transducer>;
 
+Element polygon(Sizes values) {
+    const std::size_t n = values.size() / 2;
+    std::vector<PolygonTransducer::Corner> corners(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        corners[i] = {values[i], values[n + i]};
+    }
+    return std::make_unique<PolygonTransducer>(std::move(corners));
+}
+
 constexpr std::array table{
-    Shape{"circ", "disc", disc_sizes, CircularTransducer::offered,
+    Shape{"circ", "disc", disc_sizes, nullptr, CircularTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<CircularTransducer>(s[0]); }},
-    Shape{"ring", "ring", ring_sizes, RingTransducer::offered,
+    Shape{"ring", "ring", ring_sizes, nullptr, RingTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<RingTransducer>(s[0], s[1]); }},
-    Shape{"rect", "rectangle", rectangle_sizes, RectangularTransducer::offered,
+    Shape{"rect", "rectangle", rectangle_sizes, nullptr, RectangularTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<RectangularTransducer>(s[0], s[1]); }},
-    Shape{"shel", "shell", shell_sizes, SphericalTransducer::offered,
+    Shape{"shel", "shell", shell_sizes, nullptr, SphericalTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<SphericalTransducer>(s[0], s[1]); }},
-    Shape{"sph ring", "shell ring", shell_ring_sizes, SphericalRingTransducer::offered,
+    Shape{"sph ring", "shell ring", shell_ring_sizes, nullptr, SphericalRingTransducer::offered,
           [](Sizes s) -> Element {
               return std::make_unique<SphericalRingTransducer>(s[0], s[1], s[2]);
           }},
+    Shape{"poly", "polygon", {}, "corners", PolygonTransducer::offered, polygon},
 };
 
 }  // namespace

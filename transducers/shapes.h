@@ -10,12 +10,15 @@
 
 namespace kavro {
 
+// A shape has sizes, one number each, or corners.
 struct Shape {
     const char* identifier;              // as hosts write it, "circ"
     const char* name;                    // as people say it, "disc"
     std::span<const char* const> sizes;  // names of its sizes, m
+    const char* corners;                 // name of its n x 2 corners, m; null where it has sizes
     MethodSet methods;                   // that it offers
-    std::unique_ptr<Transducer> (*make)(std::span<const double> sizes);  // sizes in that order
+    std::unique_ptr<Transducer> (*make)(
+        std::span<const double> sizes);  // sizes in that order, or all x, then all y
 };
 
 std::span<const Shape> shapes();

@@ -214,12 +214,15 @@ public:
     // Reference behaviour (false, the default), or the physically exact sibling of every departure
     // that the shape states (true).
     void set_exact(bool exact) { exact_ = exact; }
-    bool exact() const { return exact_; }
+    bool exact() const { return exact_ || !has_reference_mode(); }
 
     // Elements whose amplitude is not above 1e-10 are skipped by most methods.
     bool is_silent() const;
 
 protected:
+    // A shape that is exact only answers false.
+    virtual bool has_reference_mode() const { return true; }
+
     TransducerStatus solve_alone(Method method);
 
 private:
