@@ -54,7 +54,7 @@ public:
             }
         }
 
-    private:
+        // Whether it is the thread that called into the library.
         static bool is_callers() {
 #ifdef _OPENMP
             return omp_get_thread_num() == 0;
@@ -63,6 +63,7 @@ public:
 #endif
         }
 
+    private:
         Team& team_;
         std::int64_t steps_ = 0;
     };

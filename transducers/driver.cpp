@@ -1,14 +1,12 @@
 // The one driver of all methods: records, silence, rules, rotation, and the elements of an array
 // together, point by point.
 #include <algorithm>
-#include <complex>
 #include <cstddef>
-#include <optional>
-#include <vector>
+#include <cstdint>
+#include <limits>
+#include <memory>
 
 #include "core/console.h"
-#include "core/constants.h"
-#include "core/interrupted.h"
 #include "transducers/array.h"
 #include "transducers/blocks/guarded.h"
 #include "transducers/blocks/point_tile.h"
@@ -32,36 +30,21 @@ bool share_outputs(const Transducer& a, const Transducer& b) {
            a.pressure_imag == b.pressure_imag;
 }
 
-class Worker : public TileWorker {
-public:
-    Worker(const Shares& shares, const Transducer& first, int width, bool output_is_zero)
-        : shares_(shares),
-          output_is_zero_(output_is_zero),
-          tile_(
-              first, width, [this](std::int64_t steps) { spend(steps); },
-              [this] { return is_given_up(); }) {}
-
-    void work(int first, int count) override {
-        tile_.begin(first, count, output_is_zero_);
-        for (const std::unique_ptr<Share>& share : shares_) {
-            share->add(tile_);
-        }
-        tile_.write_rows();
-    }
-
-private:
-    const Shares& shares_;
-    const bool output_is_zero_;
-    PointTile tile_;
-};
-
-TransducerStatus add_shares(const Shares& shares, const Transducer& first, bool output_is_zero) {
+void add_shares(const Shares& shares, const Transducer& first, bool output_is_zero) {
     int width = shares.front()->tile_width();
     for (const std::unique_ptr<Share>& share : shares) {
         width = std::min(width, share->tile_width());
     }
-    return work_in_tiles(first.coordinate_grid->npoints, width, [&] {
-        return std::make_unique<Worker>(shares, first, width, output_is_zero);
+    work_in_tiles(first.coordinate_grid->npoints, width, [&, width](Team::Member& member) {
+        const auto tile = std::make_shared<PointTile>(
+            first, width, [&member](std::int64_t steps) { member.spend(steps); });
+        return [&shares, tile, output_is_zero](int begin, int count) {
+            tile->begin(begin, count, output_is_zero);
+            for (const std::unique_ptr<Share>& share : shares) {
+                share->add(*tile);
+            }
+            tile->write_rows();
+        };
     });
 }
 
@@ -93,8 +76,10 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
         }
         const console::ProgressPart part(static_cast<double>(begin) / all,
                                          static_cast<double>(next) / all);
-        const TransducerStatus added =
-            guarded([&] { return add_shares(preparation.shares(), *first, output_is_zero); });
+        const TransducerStatus added = guarded([&] {
+            add_shares(preparation.shares(), *first, output_is_zero);
+            return status_success;
+        });
         if (added != status_success) {
             return added;
         }

@@ -9,8 +9,7 @@ std::size_t at(int row, int width) {
 
 }  // namespace
 
-PointTile::PointTile(const Transducer& first, int width, Spend spend,
-                     std::function<bool()> gives_up)
+PointTile::PointTile(const Transducer& first, int width, Spend spend)
     : grid_(*first.coordinate_grid),
       times_(first.time_samples),
       real_(first.pressure_real),
@@ -18,7 +17,6 @@ PointTile::PointTile(const Transducer& first, int width, Spend spend,
       transient_(first.transient_pressure),
       width_(width),
       spend_(std::move(spend)),
-      gives_up_(std::move(gives_up)),
       points_(static_cast<std::size_t>(width)) {}
 
 void PointTile::begin(int first, int count, bool output_is_zero) {

@@ -28,8 +28,8 @@ namespace kavro {
 class PointTile {
 public:
     // For tiles of up to `width` points, a multiple of block_lanes, of the grid of an element whose
-    // outputs and time axis are those of all. `gives_up` says whether the work is given up.
-    PointTile(const Transducer& first, int width, Spend spend, std::function<bool()> gives_up);
+    // outputs and time axis are those of all.
+    PointTile(const Transducer& first, int width, Spend spend);
 
     // Begins the tile of `count` points from `first` on. Rows start from the output's values, or
     // from zero where those are known to be.
@@ -64,7 +64,6 @@ public:
 
     // ---- the thread
     const Spend& spend() const { return spend_; }
-    bool gives_up() const { return gives_up_(); }
 
     // Scratch of the type, made once by the function and kept for the next element and tile.
     template <class Room, class Make>
@@ -78,7 +77,6 @@ private:
     double* transient_;
     int width_;
     Spend spend_;
-    std::function<bool()> gives_up_;
 
     int first_ = 0;
     int count_ = 0;

@@ -98,7 +98,10 @@ private:
         }
         face.size = 0;
         const auto n = static_cast<std::size_t>(N);
-        const QuadratureRule gauss = rule_of(N, [&tile] { return tile.gives_up(); });
+        const QuadratureRule gauss = rule_of(N, [&tile] {
+            tile.spend()(steps_between_looks);
+            return false;
+        });
         const std::size_t padded = (n + block_lanes - 1) / block_lanes * block_lanes;
         face.rule.X.resize(n);
         face.rule.WX.resize(n);

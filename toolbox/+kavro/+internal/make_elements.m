@@ -3,10 +3,12 @@ function elements = make_elements(shape, sizes, centers, eulers)
 %   elements = MAKE_ELEMENTS(shape, sizes, centers, eulers) takes the module's shape name, a
 %   structure of the shape's own sizes (m), the centres (n x 3, m) and the Euler angles
 %   (n x 3 or 1 x 3, rad). Every element of every shape has the same fields in the same order,
-%   sizes that its shape does not use being 0, so that arrays of mixed shapes can be joined
+%   sizes that its shape does not use being 0 (and its
+%   corners none), so that arrays of mixed shapes can be joined
 %   with [a, b].
 blank = struct('shape', shape, 'radius', 0, 'inner_radius', 0, 'outer_radius', 0, ...
                'width', 0, 'height', 0, 'rad_curvature', 0, 'geometric_focus', 0, ...
+               'corners', zeros(0, 2), ...
                'center', [0 0 0], 'euler', [0 0 0], 'amplitude', 1, 'time_delay', 0, ...
                'phase', 0);
 names = fieldnames(sizes);
