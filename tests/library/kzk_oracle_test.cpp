@@ -40,13 +40,15 @@ std::vector<KzkBeam> beams() {
         some[3].scheme = 2.0f;
         some[4].extent = 1.9f;  // the source reaches the outermost column
         some[4].xmin = 1e-3;
+        some[4].xmax = 5e-3;
         some[5].amplitude = 40.0;  // shortened steps
         some[5].attenuation = 0.3;
         some[6].points_per_radius = 1.0f;
         some[6].tmin = 0.7e-6;      // the pulse begins before the axis
         some[6].xmax = 40e-3;       // beyond the radial grid
-        some[7].amplitude = 200.0;  // a shock within the first steps
-        some[7].zmin = 1e-4;
+        some[7].amplitude = 200.0;  // a shock after some steps
+        some[7].zmin = 1e-4;        // some planes for each step
+        some[7].zmax = 3e-3;
         some[8].duration = 2.75e-6;
         some[9].duration = 9e-6;  // beyond the axis's end
         all.insert(all.end(), some.begin(), some.end());

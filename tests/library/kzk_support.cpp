@@ -126,7 +126,7 @@ double harmonic_amplitude(const std::vector<double>& series, std::size_t first, 
 
 double RisingSine::at(double const& t) const {
     const double cycles = t * f0;
-    if (t < 0.0 || t > w) {
+    if (t < 0.0) {
         return 0.0;
     }
     const double share =

@@ -82,7 +82,8 @@ inline KzkBeam small_beam(bool shell = false) {
 double harmonic_amplitude(const std::vector<double>& series, std::size_t first, std::size_t count,
                           int periods, int n);
 
-// A continuous sine from t = 0 on, zero before; the first cycles rise smoothly.
+// A continuous sine from t = 0 on, zero before; the first cycles rise smoothly. It does not end
+// with its duration, as the source must.
 class RisingSine : public kavro::ExcitationFunction {
 public:
     RisingSine(double frequency, double duration, double cycles_of_rise)
