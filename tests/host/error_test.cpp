@@ -11,322 +11,213 @@
 namespace host {
 namespace {
 
+using Values = std::vector<Value>;
+
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-TEST(Errors, of_argument_counts_and_kinds) {
-    const std::string output = "This function requires exactly one output parameter.\n";
+const Value missing = nullptr;
+
+Values with(Values values, const Values& more) {
+    values.insert(values.end(), more.begin(), more.end());
+    return values;
+}
+
+// What a field may hold instead of a number, and instead of a real one.
+const Values no_numbers{missing, empty(), text("1"), logical(true), cell(), sparse_row({1})};
+const Values no_reals = with(no_numbers, {complex_scalar(1)});
+
+TEST(Errors, of_arguments) {
     const std::string count =
         "This function requires at least 6 and no more than 8 arguments. See the documentation for "
         "details.\n";
-    Arguments arguments;
-    arguments.further.resize(3, scalar(0));
-    expect_error(arguments, count);
-    for (const int nlhs : {0, 2}) {
-        arguments.nlhs = nlhs;
-        expect_error(arguments, output);  // looked at before the number of arguments
+    expect_error(Values(5, scalar(0)), count);
+    expect_error(Values(9, scalar(0)), count);
+    for (const int nlhs : {0, 2}) {  // looked at before the number of arguments
+        expect_error(Values(9, scalar(0)), "This function requires exactly one output parameter.\n",
+                     "", nlhs);
     }
-    EXPECT_EQ(call(mexFunction, 1, std::vector<Value>(5, scalar(0))).error, count);
-
-    struct Case {
-        Value Arguments::*argument;
-        const char* error;
-    };
-    for (const Case& wrong :
-         {Case{&Arguments::elements, "Transducer array must be a MATLAB structure.\n"},
-          Case{&Arguments::grid, "Coordinate grid must be a MATLAB structure.\n"},
-          Case{&Arguments::medium, "Medium must be a MATLAB structure.\n"},
-          Case{&Arguments::times, "Time samples must be a MATLAB structure.\n"},
-          Case{&Arguments::excitation, "Excitation function must be a MATLAB structure.\n"}}) {
-        for (const Value& value : {scalar(1), text("x"), cell(), numbers({}, 0, 0)}) {
-            Arguments given;
-            given.*wrong.argument = value;
-            expect_error(given, wrong.error);
-        }
-    }
+    const Values no_structures{scalar(1), text("x"), cell(), empty()};
+    const std::string less = "Specified number of abscissas is less than 1.\n";
+    const std::string illegal = "Illegal number of abscissas ";
+    expect_errors(
+        Call(),
+        {{{"elements"}, no_structures, "Transducer array must be a MATLAB structure.\n"},
+         {{"grid"}, no_structures, "Coordinate grid must be a MATLAB structure.\n"},
+         {{"medium"}, no_structures, "Medium must be a MATLAB structure.\n"},
+         {{"time"}, no_structures, "Time samples must be a MATLAB structure.\n"},
+         {{"excitation"}, no_structures, "Excitation function must be a MATLAB structure.\n"},
+         {{"ndiv"},
+          {complex_scalar(8), text("8"), logical(true), cell(), structure(), empty(),
+           sparse_row({8})},
+          "ndiv must a real number.\n"},
+         {{"ndiv"}, {scalar(0), scalar(0.9)}, less, illegal + "0\n"},
+         {{"ndiv"}, {scalar(-3)}, less, illegal + "-3\n"},
+         {{"ndiv"},
+          {scalar(-3e9), scalar(nan), scalar(-HUGE_VAL)},
+          less,
+          illegal + "-2147483648\n"},
+         {{"ndiv"},
+          {scalar(2147483645), scalar(3e9), scalar(1e300), scalar(HUGE_VAL)},
+          "Computed number of abscissas is too large."}});
 }
 
-TEST(Errors, of_ndiv) {
-    for (const Value& value : {complex_scalar(8), text("8"), logical(true), cell(), structure(1, 1),
-                               numbers({}, 0, 0), sparse_row({8})}) {
-        Arguments arguments;
-        arguments.ndiv = value;
-        expect_error(arguments, "ndiv must a real number.\n");
-    }
-    const auto expect_refused = [](double ndiv, const std::string& shown) {
-        Arguments arguments;
-        arguments.ndiv = scalar(ndiv);
-        expect_error(arguments, "Specified number of abscissas is less than 1.\n",
-                     "Illegal number of abscissas " + shown + "\n");
-    };
-    expect_refused(0, "0");
-    expect_refused(0.9, "0");
-    expect_refused(-3, "-3");
-    expect_refused(-3e9, "-2147483648");
-    expect_refused(nan, "-2147483648");
-    expect_refused(-HUGE_VAL, "-2147483648");
-    for (const double ndiv : {2147483645.0, 3e9, 1e300, HUGE_VAL}) {
-        Arguments arguments;
-        arguments.ndiv = scalar(ndiv);
-        expect_error(arguments, "Computed number of abscissas is too large.");
-    }
-}
-
-TEST(Errors, of_shapes) {
-    Arguments arguments;
-    arguments.elements = discs(3);
-    for (const Value& unreadable :
-         {text("sph rings!"), scalar(1), cell(), numbers({}, 0, 0), structure(1, 1)}) {
-        set(arguments.elements, "shape", unreadable, 1);
-        expect_error(arguments, "Unable to read transducer shape, abort.\n");
-    }
-    for (const std::string unknown : {"circle", "Circ", "", "sph rings", "100%s%n"}) {
-        set(arguments.elements, "shape", text(unknown), 1);
-        expect_error(arguments, "Invalid transducer shape identifier.\n",
-                     "*** " + unknown + " is not a valid transducer shape (element 2) ***\n");
-    }
-    remove(arguments.elements, "shape");
-    expect_error(arguments, "Unable to read transducer shape, abort.\n");
-}
-
-TEST(Errors, of_grids) {
-    const std::string see =
+TEST(Errors, of_grids_times_and_media) {
+    const std::string see_grid =
         "The required Matlab structure is generated by set_coordinate_grid.m - see the "
         "documentation or the online help for details\n";
-    const auto missing = [](const std::string& field) {
-        return field == "xmin"
-                   ? "Expecting 'coordinates' or 'xmin', but neither of these fields are defined\n"
-                   : "Expecting '" + field + "', but this field is not defined\n";
-    };
-    for (const std::string field : {"xmin", "xmax", "ymin", "ymax", "zmin", "zmax", "delta"}) {
-        Arguments arguments;
-        remove(arguments.grid, field);
-        expect_error(arguments, see, missing(field));
-        if (field != "delta") {
-            for (const Value& value : {numbers({}, 0, 0), text("1"), cell(), sparse_row({1})}) {
-                set(arguments.grid, field, value);
-                expect_error(arguments, see, missing(field));
-            }
-        }
-    }
-    const auto expect_delta = [](const Value& delta, const std::string& size) {
-        Arguments arguments;
-        set(arguments.grid, "delta", delta);
-        expect_error(
-            arguments,
-            "See the documentation or the online help for set_coordinate_grid.m for "
-            "examples showing how to correctly define 'delta'\n",
-            "Expecting 'delta' as a vector with 3 entries, but instead, delta is " + size + "\n");
-    };
-    expect_delta(row({1, 1}), "1 by 2");
-    expect_delta(numbers({}, 0, 0), "0 by 0");
-    expect_delta(text("abc"), "1 by 3");
-    expect_delta(sparse_row({1, 1, 1}), "1 by 3");
-    Arguments column;
-    set(column.grid, "delta", numbers({1e-3, 1e-3, 1e-3}, 3, 1));
-    EXPECT_EQ(pressure(column), pressure(Arguments()));
-
-    const auto expect_coordinates = [](const Value& coordinates, const std::string& size) {
-        Arguments arguments;
-        set(arguments.grid, "coordinates", coordinates);
-        expect_error(arguments,
-                     "Expecting 'coordinates' as a matrix with 3 columns, but instead, coordinates "
-                     "is " +
-                         size);
-    };
-    expect_coordinates(numbers({1, 2}, 1, 2), "1 by 2");
-    expect_coordinates(numbers({1, 2, 3}, 3, 1), "3 by 1");
-    expect_coordinates(numbers({}, 0, 0), "0 by 0");
-    expect_coordinates(text("abc"), "1 by 3");
-    expect_coordinates(sparse_row({1, 2, 3}), "1 by 3");
-    expect_coordinates(cell(), "1 by 1");
-    Value solid = row({1, 2, 3});
-    solid->dims = {1, 1, 3};
-    expect_coordinates(solid, "1 by 3");
-}
-
-TEST(Errors, of_times_and_media) {
-    const std::string see =
+    const std::string see_times =
         "The required Matlab structure is generated by set_time_samples.m - see the documentation "
         "or the online help for details\n";
-    for (const std::string field : {"tmin", "tmax", "deltat"}) {
-        const std::string printed =
-            field == "tmin"
-                ? "Expecting 'time_samples' or 'tmin', but neither of these fields are defined\n"
-                : "Expecting '" + field + "', but this field is not defined\n";
-        Arguments arguments;
-        remove(arguments.times, field);
-        expect_error(arguments, see, printed);
-        for (const Value& value : {numbers({}, 0, 0), text("1"), cell(), sparse_row({1})}) {
-            set(arguments.times, field, value);
-            set(arguments.times, "time_samples", value);  // as good as missing
-            expect_error(arguments, see, printed);
+    const std::string see_delta =
+        "See the documentation or the online help for set_coordinate_grid.m for examples showing "
+        "how to correctly define 'delta'\n";
+    const std::string no_field = "Expecting '@', but this field is not defined\n";
+    const std::string no_grid =
+        "Expecting 'coordinates' or 'xmin', but neither of these fields are defined\n";
+    const std::string no_times =
+        "Expecting 'time_samples' or 'tmin', but neither of these fields are defined\n";
+    const std::string delta =
+        "Expecting 'delta' as a vector with 3 entries, but instead, delta is ";
+    const std::string list =
+        "Expecting 'coordinates' as a matrix with 3 columns, but instead, coordinates is ";
+    const std::string bad_medium =
+        "Medium object is not structured correctly. Please see the documentation for the correct "
+        "structure.";
+    const Value lone_field = structure(0, 1);  // structures without entries lack every field
+    set(lone_field, "soundspeed", scalar(1500));
+    const std::vector<Wrong> rows{
+        {{"grid.xmin"}, no_numbers, see_grid, no_grid},
+        {{"grid"}, {structure(), structure(1, 0)}, see_grid, no_grid},
+        {{"grid.xmax", "grid.ymin", "grid.ymax", "grid.zmin", "grid.zmax"},
+         no_numbers,
+         see_grid,
+         no_field},
+        {{"grid.delta"}, {missing}, see_grid, no_field},
+        {{"grid.delta"}, {row({1, 1})}, see_delta, delta + "1 by 2\n"},
+        {{"grid.delta"}, {empty()}, see_delta, delta + "0 by 0\n"},
+        {{"grid.delta"}, {text("abc"), sparse_row({1, 1, 1})}, see_delta, delta + "1 by 3\n"},
+        {{"grid.coordinates"}, {row({1, 2})}, list + "1 by 2"},
+        {{"grid.coordinates"}, {numbers({1, 2, 3}, {3, 1})}, list + "3 by 1"},
+        {{"grid.coordinates"}, {empty()}, list + "0 by 0"},
+        {{"grid.coordinates"},
+         {text("abc"), sparse_row({1, 2, 3}), numbers({1, 2, 3}, {1, 1, 3})},
+         list + "1 by 3"},
+        {{"grid.coordinates"}, {cell(), complex_scalar(1)}, list + "1 by 1"},
+        {{"time.tmin"}, no_numbers, see_times, no_times},
+        {{"time"}, {structure(0, 0)}, see_times, no_times},
+        {{"time.tmax", "time.deltat"}, no_numbers, see_times, no_field},
+        {{"medium.soundspeed", "medium.density", "medium.attenuationdBcmMHz",
+          "medium.bloodperfusion", "medium.specificheat", "medium.specificheatofblood",
+          "medium.thermalconductivity", "medium.nonlinearityparameter", "medium.powerlawexponent"},
+         no_numbers,
+         bad_medium},
+        {{"medium"}, {lone_field}, bad_medium},
+        // What the library refuses, with what it prints before.
+        {{"grid.xmax"}, {scalar(-1)}, "xmax - xmin must be greater than or equal to 0.\n"},
+        {{"time.deltat"},
+         {scalar(-1)},
+         "deltat must be greater or equal to 0.\n",
+         "Input value of deltat is -1\n"}};
+    expect_errors(Call(), rows);
+    for (const Value& value : with(no_numbers, {complex_scalar(1)})) {  // as good as missing
+        if (value) {
+            expect_errors(Call().set("time.time_samples", value),
+                          {{{"time.tmin"}, {missing}, see_times, no_times}});
         }
     }
-    for (const char* field : {"soundspeed", "density", "attenuationdBcmMHz", "bloodperfusion",
-                              "specificheat", "specificheatofblood", "thermalconductivity",
-                              "nonlinearityparameter", "powerlawexponent"}) {
-        for (const Value& value :
-             {Value(), numbers({}, 0, 0), text("1"), logical(true), sparse_row({1})}) {
-            Arguments arguments;
-            value ? set(arguments.medium, field, value) : remove(arguments.medium, field);
-            expect_error(arguments,
-                         "Medium object is not structured correctly. Please see the documentation "
-                         "for the correct structure.");
-        }
-    }
-    // Structures without entries lack every field.
-    Arguments arguments;
-    arguments.times = structure(0, 0);
-    expect_error(arguments, see,
-                 "Expecting 'time_samples' or 'tmin', but neither of these fields are defined\n");
-    arguments.medium = structure(0, 1);
-    set(arguments.medium, "soundspeed", scalar(1500));
-    expect_error(arguments,
-                 "Medium object is not structured correctly. Please see the documentation for the "
-                 "correct structure.");
-    arguments.grid = structure(1, 0);
-    set(arguments.grid, "coordinates", row({1, 2, 3}));
-    EXPECT_EQ(run(arguments).printed,
-              "Expecting 'coordinates' or 'xmin', but neither of these fields are defined\n");
 }
 
 TEST(Errors, of_excitations) {
-    const std::string rows =
-        "Excitation function must have either exactly one row or one row per element.";
-    Arguments arguments;
-    arguments.elements = discs(2);
-    arguments.excitation = structure(3, 1);
-    expect_error(arguments, rows);
-    arguments.excitation = structure(0, 0);
-    expect_error(arguments, rows);
-
     const std::string invalid =
         "Invalid excitation function type. Please see the documentation for "
         "set_excitation_function for a list of valid types.\n";
-    for (const double type : {0.0, 0.9, -1.0, 4.0, 1e300, nan, HUGE_VAL}) {
-        Arguments given;
-        set(given.excitation, "type", scalar(type));
-        expect_error(given, invalid);
-        given.elements = discs(0);  // also where there is nothing to drive
-        expect_error(given, invalid);
-    }
-
-    const Value pulse = Arguments().excitation;
-    const Value sampled = sampled_excitation({0, 1, 0});
-    struct Case {
-        Value excitation;
-        const char* field;
-    };
-    for (const Case& wrong :
-         {Case{pulse, "type"}, Case{pulse, "f0"}, Case{pulse, "pulse_width"}, Case{sampled, "ts"},
-          Case{sampled, "w"}, Case{sampled, "clip_threshold"}}) {
-        for (const Value& value : {Value(), numbers({}, 0, 0), text("1"), logical(true), cell(),
-                                   complex_scalar(1), sparse_row({1})}) {
-            Arguments given;
-            given.excitation = copy_of(wrong.excitation);
-            value ? set(given.excitation, wrong.field, value)
-                  : remove(given.excitation, wrong.field);
-            expect_error(given, std::string("Excitation field '") + wrong.field +
-                                    "' must hold 1 real number(s) (row 1).");
-        }
-    }
-    for (const Value& value : {numbers({}, 0, 0), text("abc"), complex_scalar(1),
-                               sparse_row({1, 2}), numbers({1, 2, 3, 4}, 2, 2)}) {
-        Arguments given;
-        given.excitation = sampled_excitation({0});
-        set(given.excitation, "signal", value);
-        expect_error(given,
-                     "Excitation field 'signal' must hold a vector of real numbers (row 1).");
-    }
-    for (const Value& value :
-         {text("Exact"), scalar(1), numbers({}, 0, 0), text("a text that is far too long")}) {
-        Arguments given;
-        set(given.excitation, "decomposition", value);
-        expect_error(given,
-                     "Excitation field 'decomposition' must be 'exact' or 'reference' (row 1).");
-    }
-    Arguments second;
-    second.elements = discs(2);
-    second.excitation = structure(1, 2);
-    for (const char* field : {"type", "f0", "pulse_width", "B"}) {
-        set(second.excitation, field, scalar(1), 0);
-        set(second.excitation, field, scalar(1), 1);
-    }
-    set(second.excitation, "f0", text("1e6"), 1);
-    expect_error(second, "Excitation field 'f0' must hold 1 real number(s) (row 2).");
+    const std::string number = "Excitation field '@' must hold 1 real number(s) (row ";
+    const std::vector<Wrong> types{{{"excitation.type"},
+                                    {scalar(0), scalar(0.9), scalar(-1), scalar(4), scalar(1e300),
+                                     scalar(nan), scalar(HUGE_VAL)},
+                                    invalid}};
+    expect_errors(Call(), types);
+    expect_errors(Call().set("elements", discs(0)), types);  // also with nothing to drive
+    expect_errors(
+        Call(),
+        {{{"excitation.type", "excitation.f0", "excitation.pulse_width"}, no_reals, number + "1)."},
+         {{"excitation.decomposition"},
+          {text("Exact"), scalar(1), empty(), text("a text that is far too long")},
+          "Excitation field 'decomposition' must be 'exact' or 'reference' (row 1)."}});
+    expect_errors(
+        Call().set("excitation", sampled_excitation({0, 1, 0})),
+        {{{"excitation.ts", "excitation.w", "excitation.clip_threshold"}, no_reals, number + "1)."},
+         {{"excitation.signal"},
+          {empty(), text("abc"), complex_scalar(1), sparse_row({1, 2}),
+           numbers({1, 2, 3, 4}, {2, 2})},
+          "Excitation field 'signal' must hold a vector of real numbers (row 1)."}});
+    const Value cubed = Call().set("excitation.type", 3).set("excitation.B", 1)["excitation"];
+    Call two;
+    two.set("elements", discs(2)).set("excitation", repeated(cubed, 2));
+    expect_errors(two,
+                  {{{"excitation"},
+                    {structure(3, 1), structure(0, 0)},
+                    "Excitation function must have either exactly one row or one row per element."},
+                   {{"excitation.f0", "excitation.B"}, {text("1"), empty()}, number + "2)."},
+                   {{"excitation.B"}, {missing}, number + "1)."}});
 }
 
 TEST(Errors, of_elements_name_the_field_and_the_element) {
-    struct Case {
-        const char* shape;
-        std::vector<const char*> fields;
-    };
-    const std::vector<Value> bad{Value(), numbers({}, 0, 0), text("1"),       logical(true),
-                                 cell(),  complex_scalar(1), sparse_row({1}), structure(1, 1)};
-    const std::string element = " real number(s) (element 2).";
-    for (const Case& shape :
-         {Case{"circ", {"radius", "amplitude", "time_delay"}},
-          Case{"ring", {"inner_radius", "outer_radius"}}, Case{"rect", {"width", "height"}},
-          Case{"shel", {"radius", "rad_curvature"}},
-          Case{"sph ring", {"inner_radius", "outer_radius", "geometric_focus"}}}) {
-        Arguments arguments;
-        arguments.elements = discs(2);
-        set(arguments.elements, "shape", text(shape.shape), 1);
-        for (const char* field : shape.fields) {
-            set(arguments.elements, field, scalar(1e-3), 0);
-            set(arguments.elements, field, scalar(1e-3), 1);
-        }
-        for (const char* field : shape.fields) {
-            for (const Value& value : bad) {
-                if (value) {
-                    set(arguments.elements, field, value, 1);
-                    expect_error(arguments, std::string("Transducer field '") + field +
-                                                "' must hold 1" + element);
-                }
-            }
-            set(arguments.elements, field, scalar(1e-3), 1);
-        }
-        for (const char* field : {"center", "euler"}) {
-            for (const Value& value : {row({1, 2}), row({1, 2, 3, 4}), text("abc"),
-                                       sparse_row({0, 0, 0}), numbers({}, 0, 0)}) {
-                set(arguments.elements, field, value, 1);
-                expect_error(arguments,
-                             std::string("Transducer field '") + field + "' must hold 3" + element);
-            }
-            set(arguments.elements, field, row({0, 0, 0}), 1);
-        }
-        if (std::string(shape.shape) != "circ") {
-            expect_error(arguments, "This function is not implemented for this transducer shape.");
-        }
+    const std::string number = "Transducer field '@' must hold 1 real number(s) (element ";
+    const std::string triple = "Transducer field '@' must hold 3 real number(s) (element ";
+    const std::string unreadable = "Unable to read transducer shape, abort.\n";
+    const std::string lacking = "This function is not implemented for this transducer shape.";
+    const Call two = Call().set("elements", discs(2));
+    expect_errors(two, {{{"elements.shape"},
+                         {missing, text("sph rings!"), scalar(1), cell(), empty(), structure()},
+                         unreadable},
+                        {{"elements.radius"}, {missing}, number + "1)."},
+                        {{"elements.center", "elements.euler"}, {missing}, triple + "1)."},
+                        {{"elements.center", "elements.euler"},
+                         {row({1, 2}), row({1, 2, 3, 4}), text("abc"), sparse_row({0, 0, 0}),
+                          complex_scalar(1), empty()},
+                         triple + "2)."}});
+    for (const char* unknown : {"circle", "Circ", "", "sph rings", "100%s%n"}) {
+        expect_error(
+            two.with("elements.shape", text(unknown)), "Invalid transducer shape identifier.\n",
+            std::string("*** ") + unknown + " is not a valid transducer shape (element 2) ***\n");
     }
-    for (const char* field : {"radius", "center", "euler"}) {
-        Arguments arguments;
-        remove(arguments.elements, field);
-        EXPECT_EQ(run(arguments).error->find(std::string("Transducer field '") + field), 0u);
+    const Value driven =
+        Call().set("elements.amplitude", 1).set("elements.time_delay", 0)["elements"];
+    expect_errors(Call().set("elements", repeated(driven, 2)),
+                  {{{"elements.amplitude", "elements.time_delay"},
+                    {no_reals.begin() + 1, no_reals.end()},
+                    number + "2)."}});
+    const std::vector<std::pair<const char*, std::vector<std::string>>> shapes{
+        {"circ", {"elements.radius"}},
+        {"ring", {"elements.inner_radius", "elements.outer_radius"}},
+        {"rect", {"elements.width", "elements.height"}},
+        {"shel", {"elements.radius", "elements.rad_curvature"}},
+        {"sph ring",
+         {"elements.inner_radius", "elements.outer_radius", "elements.geometric_focus"}}};
+    for (const auto& [shape, sizes] : shapes) {
+        Call call = two.with("elements.shape", text(shape));
+        for (const std::string& size : sizes) {
+            call.set(size, 1e-3);
+        }
+        expect_errors(call, {{sizes, {no_reals.begin() + 1, no_reals.end()}, number + "2)."}});
+        if (shape != std::string("circ")) {
+            expect_error(call, lacking);
+        }
     }
 }
 
 TEST(Errors, of_counts_beyond_32_bits) {
-    const auto expect_too_large = [](const Arguments& arguments, const std::string& what) {
-        expect_error(arguments, "Computed number of " + what + " is too large.");
+    Call axis, times;
+    const auto expect_too_many = [](const Call& call, const std::string& what) {
+        expect_error(call, "Computed number of " + what + " is too large.");
     };
-    Arguments elements;
-    elements.elements = structure(65536, 65536);
-    expect_too_large(elements, "transducer elements");
-
-    Arguments axis;
-    set(axis.grid, "xmax", scalar(HUGE_VAL));
-    expect_too_large(axis, "x coordinate values");
-    set(axis.grid, "xmax", scalar(99.9995));
-    set(axis.grid, "ymax", scalar(99.9995));
-    expect_too_large(axis, "points");
-
-    Arguments times;
-    set(times.times, "tmax", scalar(1e3));
-    expect_too_large(times, "time samples");
-    set(times.times, "tmax", scalar(5e-3));  // 5e4 samples of 1e5 points
-    set(times.grid, "xmax", scalar(50));
-    expect_too_large(times, "output values");
+    expect_too_many(Call().set("elements", structure(65536, 65536)), "transducer elements");
+    expect_too_many(axis.set("grid.xmax", HUGE_VAL), "x coordinate values");
+    expect_too_many(axis.set("grid.xmax", 99.9995).set("grid.ymax", 99.9995), "points");
+    expect_too_many(times.set("time.tmax", 1e3), "time samples");
+    times.set("time.tmax", 5e-3).set("grid.xmax", 50);  // 5e4 samples of 1e5 points
+    expect_too_many(times, "output values");
 }
 
 }  // namespace

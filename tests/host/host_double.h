@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "mex.h"
@@ -18,29 +19,30 @@
 namespace host {
 
 using Value = std::shared_ptr<mxArray>;
+using Sizes = std::vector<std::size_t>;
 
 // ---- values
-Value numbers(std::vector<double> values, std::size_t rows, std::size_t columns,
-              mxClassID class_id = mxDOUBLE_CLASS);
-Value row(std::vector<double> values, mxClassID class_id = mxDOUBLE_CLASS);
+Value numbers(const std::vector<double>& values, Sizes sizes, mxClassID class_id = mxDOUBLE_CLASS);
+Value row(const std::vector<double>& values, mxClassID class_id = mxDOUBLE_CLASS);
 Value scalar(double value);
-Value complex_scalar(double real);
-Value sparse_row(std::vector<double> values);
+Value empty();
 Value logical(bool value);
 Value text(const std::string& characters);
+Value complex_scalar(double real);
+Value sparse_row(const std::vector<double>& values);
 Value string_object(const std::string& characters);  // which is no array of characters
 Value function(std::function<void(double)> body);    // a function handle; it may throw
 Value cell();
-Value structure(std::size_t rows, std::size_t columns);  // a structure array without fields
+Value structure(std::size_t rows = 1, std::size_t columns = 1);           // an array without fields
+Value record(const std::vector<std::pair<const char*, double>>& fields);  // of one entry
 
 // Sets the field of one entry; the other entries of a new field hold []. An array without entries
 // only takes the field's name.
 void set(const Value& structure, const std::string& field, Value value, std::size_t entry = 0);
-void remove(const Value& structure, const std::string& field);
 Value get(const Value& structure, const std::string& field, std::size_t entry = 0);
-Value copy_of(const Value& structure);  // with the same values
+Value copy_of(const Value& structure);               // with the same values
+Value repeated(const Value& record, std::size_t n);  // n entries with the values of the first
 
-std::vector<std::size_t> sizes(const Value& array);
 std::vector<double> values(const Value& array);     // real parts of a double array
 std::vector<double> imaginary(const Value& array);  // imaginary parts of a complex one
 std::string characters(const Value& array);         // of a text
@@ -76,9 +78,10 @@ struct Session {
     std::vector<std::unique_ptr<mxArray>> created;
 };
 Session& session();
-std::unique_ptr<mxArray> array_of(mxClassID class_id, std::vector<std::size_t> dims);
+std::unique_ptr<mxArray> array_of(mxClassID class_id, Sizes sizes);
 mxArray* keep(std::unique_ptr<mxArray> array);  // until the call ends or it is destroyed
 std::size_t field_index(const mxArray& structure, const std::string& name);  // past end: none
+bool holds_data(mxClassID class_id);  // numbers, characters and logical values
 void misuse(const std::string& what);
 [[noreturn]] void raise(const char* text);  // the host's error, which leaves as the session says
 void fail_if_due(Fault fault, const char* text);
@@ -94,10 +97,6 @@ public:
 private:
     bool former_;
 };
-
-}  // namespace host
-
-namespace host {
 
 // Calls `visit` with a zero of the C++ type that numbers or characters of the class are stored in.
 template <class Visitor>
@@ -134,13 +133,13 @@ struct mxArray_tag {
     mxClassID class_id = mxDOUBLE_CLASS;
     bool is_complex = false;
     bool is_sparse = false;
-    std::vector<std::size_t> dims;
+    host::Sizes dims;
     std::unique_ptr<std::byte[]> data;            // exactly as long as the array, null for none
     std::unique_ptr<std::byte[]> imaginary_data;  // likewise, of a complex array
     std::string characters;                       // of a string object, or of an exception
     std::function<void(double)> body;             // of a function handle
-    std::vector<std::string> fields;              // of a structure array
-    std::vector<host::Value> field_data;          // entry by entry, one for each field
+    // Of a structure array: each field's name and its value in each entry.
+    std::vector<std::pair<std::string, std::vector<host::Value>>> fields;
 
     std::size_t count() const;
 };

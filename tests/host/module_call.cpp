@@ -58,6 +58,9 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 
 namespace host {
 
+using kavro::Operation;
+using kavro::Shape;
+
 long live_allocations() {
     return live;
 }
@@ -66,66 +69,173 @@ long fail_allocation(long n) {
     return until_failure.exchange(n);
 }
 
-Arguments::Arguments()
-    : elements(discs(1)),
-      grid(structure(1, 1)),
-      medium(structure(1, 1)),
-      times(structure(1, 1)),
-      ndiv(scalar(8)),
-      excitation(structure(1, 1)) {
-    set(grid, "xmin", scalar(-1e-3));
-    set(grid, "xmax", scalar(1e-3));
-    set(grid, "ymin", scalar(0));
-    set(grid, "ymax", scalar(0));
-    set(grid, "zmin", scalar(1e-3));
-    set(grid, "zmax", scalar(2e-3));
-    set(grid, "delta", row({1e-3, 1e-3, 1e-3}));
-    for (const char* field :
-         {"attenuationdBcmMHz", "powerlawexponent", "specificheat", "specificheatofblood",
-          "thermalconductivity", "bloodperfusion", "nonlinearityparameter"}) {
-        set(medium, field, scalar(0));
-    }
-    set(medium, "soundspeed", scalar(1500));
-    set(medium, "density", scalar(1000));
-    set(times, "tmin", scalar(0));
-    set(times, "tmax", scalar(4e-6));
-    set(times, "deltat", scalar(1e-7));
-    set(excitation, "type", scalar(2));
-    set(excitation, "f0", scalar(1e6));
-    set(excitation, "pulse_width", scalar(2e-6));
-    set(excitation, "B", scalar(0));
-}
+// ---- values
 
 Value discs(std::size_t n) {
-    Value array = structure(1, n);
+    const Value disc = record({{"radius", 2e-3}});
+    set(disc, "shape", text("circ"));
+    set(disc, "euler", row({0, 0, 0}));
+    const Value array = repeated(disc, n);
+    set(array, "center", empty());
     for (std::size_t i = 0; i < n; ++i) {
-        set(array, "shape", text("circ"), i);
-        set(array, "radius", scalar(2e-3), i);
         set(array, "center", row({1e-3 * static_cast<double>(i), 0, 0}), i);
-        set(array, "euler", row({0, 0, 0}), i);
     }
     return array;
 }
 
-Value sampled_excitation(std::vector<double> signal) {
-    Value excitation = structure(1, 1);
-    set(excitation, "signal", row(std::move(signal)));
-    set(excitation, "ts", scalar(1e-7));
-    set(excitation, "w", scalar(2e-6));
-    set(excitation, "clip_threshold", scalar(0));
+Value sampled_excitation(const std::vector<double>& signal) {
+    const Value excitation = record({{"ts", 1e-7}, {"w", 2e-6}, {"clip_threshold", 0}});
+    set(excitation, "signal", row(signal));
     return excitation;
 }
 
-Value list_of_points(std::vector<double> x, std::vector<double> y, std::vector<double> z) {
+Value list_of_points(std::vector<double> x, const std::vector<double>& y,
+                     const std::vector<double>& z) {
     const std::size_t n = x.size();
     x.insert(x.end(), y.begin(), y.end());
     x.insert(x.end(), z.begin(), z.end());
-    Value grid = structure(1, 1);
-    set(grid, "coordinates", numbers(x, n, 3));
+    const Value grid = structure();
+    set(grid, "coordinates", numbers(x, {n, 3}));
     return grid;
 }
 
-Outcome run_with(const std::vector<Value>& arguments, int nlhs, Leaving leaving, Fault fault) {
+Value list_of_times(const std::vector<double>& times) {
+    const Value list = structure();
+    set(list, "time_samples", row(times));
+    return list;
+}
+
+Value march_parameters(const Operation& operation) {
+    return operation.kind == kavro::OperationKind::kzk_cw
+               ? record(
+                     {{"extent", 3}, {"points_per_radius", 10}, {"growth", 0.01}, {"harmonics", 2}})
+               : record({{"extent", 3}, {"points_per_radius", 10}, {"step", 0.01}});
+}
+
+Value elements_with(const Operation& operation, const Shape* further) {
+    std::vector<const Shape*> shapes;
+    for (const Shape& shape : kavro::shapes()) {
+        shapes.insert(shapes.end(), implements(operation, shape) ? 2 : 0, &shape);
+    }
+    if (further != nullptr) {
+        shapes.push_back(further);
+    }
+    const Value elements = structure(1, shapes.size());
+    const double placed = operation.uses(kavro::input_kzk) ? 0.0 : 1.0;
+    for (std::size_t i = 0; i < shapes.size(); ++i) {
+        const auto number = static_cast<double>(i);
+        double size = 1e-3;
+        for (const char* name : shapes[i]->sizes) {
+            set(elements, name, scalar(size), i);
+            size *= 2.5;
+        }
+        set(elements, "shape", text(shapes[i]->identifier), i);
+        set(elements, "center", row({1e-3 * number * placed, 0, -1e-3 * number * placed}), i);
+        set(elements, "euler", row({0.1 * number * placed, 0.2 * placed, 0}), i);
+        set(elements, "amplitude", scalar(2 + number), i);
+        set(elements, "phase", scalar(0.3 * number * placed), i);
+        set(elements, "time_delay", scalar(1e-7 * number * placed), i);
+    }
+    return elements;
+}
+
+// ---- calls
+
+Call::Call()
+    : arguments_{
+          {"elements", discs(1)},
+          {"grid", record({{"xmin", -1e-3},
+                           {"xmax", 1e-3},
+                           {"ymin", 0},
+                           {"ymax", 0},
+                           {"zmin", 1e-3},
+                           {"zmax", 2e-3}})},
+          {"medium", record({{"soundspeed", 1500},
+                             {"density", 1000},
+                             {"attenuationdBcmMHz", 0},
+                             {"powerlawexponent", 0},
+                             {"specificheat", 0},
+                             {"specificheatofblood", 0},
+                             {"thermalconductivity", 0},
+                             {"bloodperfusion", 0},
+                             {"nonlinearityparameter", 0}})},
+          {"time", record({{"tmin", 0}, {"tmax", 4e-6}, {"deltat", 1e-7}})},
+          {"ndiv", scalar(8)},
+          {"excitation", record({{"type", 2}, {"f0", 1e6}, {"pulse_width", 2e-6}, {"B", 0}})}} {
+    set("grid.delta", row({1e-3, 1e-3, 1e-3}));
+}
+
+Call::Call(const Operation& operation) {
+    const Call scene;
+    arguments_ = {{"method", text(operation.name)}};
+    for (const char* name : {"elements", "grid", "medium"}) {
+        set(name, scene[name]);
+    }
+    unnamed_ = arguments_.size();
+    if (operation.uses(kavro::input_frequency)) {
+        set("f0", 1e6);
+    }
+    if (operation.uses(kavro::input_time)) {
+        set("time", scene["time"]);
+    }
+    if (operation.uses(kavro::input_excitation)) {
+        set("excitation", operation.waveform_demand == kavro::WaveformDemand::sampled
+                              ? sampled_excitation({0, 1, 2, 1, 0, -1, -2, -1})
+                              : scene["excitation"]);
+    }
+    if (operation.uses(kavro::input_kzk)) {
+        set("kzk", march_parameters(operation));
+    }
+}
+
+Call::Call(const std::string& method) : Call(*kavro::operation_of(method)) {}
+
+Call& Call::set(const std::string& place, const Value& value) {
+    const std::size_t dot = place.find('.');
+    const std::string name = place.substr(0, dot);
+    const auto argument = std::find_if(arguments_.begin(), arguments_.end(),
+                                       [&](const auto& given) { return given.first == name; });
+    if (dot != std::string::npos) {
+        const std::string field = place.substr(dot + 1);
+        const Value changed = copy_of(argument->second);
+        if (value) {
+            host::set(changed, field, value, changed->count() - 1);
+        } else {
+            std::erase_if(changed->fields, [&](const auto& given) { return given.first == field; });
+        }
+        argument->second = changed;
+    } else if (argument == arguments_.end()) {
+        arguments_.emplace_back(name, value);
+    } else if (value) {
+        argument->second = value;
+    } else {
+        arguments_.erase(argument);
+    }
+    return *this;
+}
+
+Call Call::with(const std::string& place, const Value& value) const {
+    return Call(*this).set(place, value);
+}
+
+const Value& Call::operator[](const std::string& name) const {
+    return std::find_if(arguments_.begin(), arguments_.end(),
+                        [&](const auto& given) { return given.first == name; })
+        ->second;
+}
+
+std::vector<Value> Call::all() const {
+    std::vector<Value> values;
+    for (std::size_t i = 0; i < arguments_.size(); ++i) {
+        if (i >= unnamed_) {
+            values.push_back(text(arguments_[i].first));
+        }
+        values.push_back(arguments_[i].second);
+    }
+    return values;
+}
+
+Outcome run(const std::vector<Value>& arguments, int nlhs, Leaving leaving, Fault fault) {
     const long before = live_allocations();
     Outcome outcome = call(mexFunction, nlhs, arguments, leaving, fault);
     EXPECT_EQ(live_allocations(), before) << "left on the heap";
@@ -134,25 +244,83 @@ Outcome run_with(const std::vector<Value>& arguments, int nlhs, Leaving leaving,
     return outcome;
 }
 
-Outcome run(const Arguments& arguments, Leaving leaving, Fault fault) {
-    std::vector<Value> all{arguments.elements, arguments.grid, arguments.medium,
-                           arguments.times,    arguments.ndiv, arguments.excitation};
-    all.insert(all.end(), arguments.further.begin(), arguments.further.end());
-    return run_with(all, arguments.nlhs, leaving, fault);
+Outcome run(const Call& call, Leaving leaving, Fault fault) {
+    return run(call.all(), call.nlhs, leaving, fault);
 }
 
-std::vector<double> pressure(const Arguments& arguments) {
-    const Outcome outcome = run(arguments);
+std::vector<double> pressure(const Call& call) {
+    const Outcome outcome = run(call);
     EXPECT_EQ(outcome.error, std::nullopt);
     return outcome.output ? values(outcome.output) : std::vector<double>();
 }
 
-void expect_error(const Arguments& arguments, const std::string& error,
-                  const std::string& printed) {
+void expect_error(const std::vector<Value>& arguments, const std::string& error,
+                  const std::string& printed, int nlhs) {
     for (const Leaving leaving : {Leaving::exception, Leaving::jump}) {
-        const Outcome outcome = run(arguments, leaving);
-        EXPECT_EQ(outcome.error, error);
+        const Outcome outcome = run(arguments, nlhs, leaving);
+        const std::string text = outcome.error.value_or("");
+        if (error.ends_with('*')) {
+            EXPECT_EQ(text.substr(0, error.size() - 1) + "*", error);
+        } else {
+            EXPECT_EQ(text, error);
+        }
         EXPECT_EQ(outcome.printed, printed);
+    }
+}
+
+void expect_error(const Call& call, const std::string& error, const std::string& printed) {
+    expect_error(call.all(), error, printed, call.nlhs);
+}
+
+void expect_errors(const Call& call, const std::vector<Wrong>& rows) {
+    for (const Wrong& row : rows) {
+        for (const std::string& place : row.places) {
+            const auto named = [name = place.substr(place.find('.') + 1)](std::string text) {
+                const std::size_t mark = text.find('@');
+                return mark == std::string::npos ? text : text.replace(mark, 1, name);
+            };
+            for (std::size_t i = 0; i < row.values.size(); ++i) {
+                SCOPED_TRACE(place + " has value " + std::to_string(i + 1) + " of its row");
+                expect_error(call.with(place, row.values[i]), named(row.error), named(row.printed));
+            }
+        }
+    }
+}
+
+void expect_no_harm_of_failing_allocations(const Call& call) {
+    const std::vector<double> wanted = pressure(call);
+    long n = 1;
+    for (;; ++n) {
+        fail_allocation(n);
+        const Outcome outcome = run(call, n % 2 == 0 ? Leaving::exception : Leaving::jump);
+        if (fail_allocation(0) > 0) {
+            break;  // the call makes fewer than n
+        }
+        if (outcome.error) {
+            EXPECT_EQ(outcome.error, "Out of memory.") << "allocation " << n;
+        } else {
+            EXPECT_EQ(values(outcome.output), wanted) << "allocation " << n;
+        }
+    }
+    EXPECT_GT(n, 20);
+}
+
+void Tally::run(const std::vector<Value>& arguments) {
+    const Outcome outcome =
+        host::run(arguments, 1, calls++ % 2 == 0 ? Leaving::exception : Leaving::jump);
+    if (outcome.error) {
+        errors.insert(*outcome.error);
+    } else {
+        ++results;
+    }
+}
+
+void Tally::expect(std::size_t least_results, std::size_t least_errors) const {
+    EXPECT_GT(results, least_results);
+    EXPECT_GT(errors.size(), least_errors);
+    for (const std::string& error : errors) {
+        EXPECT_EQ(error.find("unspecified"), std::string::npos) << error;
+        EXPECT_EQ(error.find("std::"), std::string::npos) << error;
     }
 }
 

@@ -1,9 +1,7 @@
-// The door to all operations: what it computes is what the library computes, in the form that the
+// The door to all operations: its results are those of direct library calls, in the form that the
 // host expects.
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <complex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -12,7 +10,7 @@
 #include "core/console.h"
 #include "core/medium.h"
 #include "excitation/hanning_pulse.h"
-#include "solve_call.h"
+#include "module_call.h"
 #include "transducers/kzk/retarded_time.h"
 
 namespace host {
@@ -20,8 +18,6 @@ namespace {
 
 using kavro::Operation;
 using kavro::OperationKind;
-
-using Sizes = std::vector<std::size_t>;
 
 bool is_over_time(const Operation& operation) {
     return operation.kind == OperationKind::transient ||
@@ -33,7 +29,7 @@ bool is_complex(const Operation& operation) {
            operation.kind == OperationKind::kzk_cw;
 }
 
-// The scene of `elements_with` and `SolveArguments`, solved by direct calls.
+// The scene of `elements_with` and `Call`, solved by direct calls.
 class DirectCall {
 public:
     DirectCall(const Operation& operation, bool exact) : operation_(operation), exact_(exact) {
@@ -46,18 +42,56 @@ public:
         medium_._beta = 3.5;
         pulse_.set_exact(exact);
         sampled_.set_exact(exact);
-        real_.resize(6 * layers());
-        imaginary_.resize(6 * layers());
     }
 
-    void add(const Value& elements, std::size_t i, int ndiv) {
+    // The results of all elements, added up.
+    void solve(const Value& elements) {
+        const bool over_time =
+            is_over_time(operation_) || operation_.kind == OperationKind::kzk_transient;
+        const std::size_t layers = over_time                                  ? 41
+                                   : operation_.kind == OperationKind::kzk_cw ? 2
+                                                                              : 1;
+        real.resize(6 * layers);
+        imaginary.resize(6 * layers);
+        std::vector<double> begin, end;
+        for (std::size_t i = 0; i < elements->count(); ++i) {
+            const std::unique_ptr<kavro::Transducer> element = made(elements, i);
+            // Elements add to what is there, or (the marches) store.
+            std::vector<double> own_real(real.size()), own_imaginary(real.size());
+            const bool stored = operation_.uses(kavro::input_kzk);
+            double* re = stored ? own_real.data() : real.data();
+            double* im = stored ? own_imaginary.data() : imaginary.data();
+            if (is_complex(operation_)) {
+                element->set_complex_pressure_pointers(re, im);
+            } else {
+                element->set_transient_pressure_pointer(re);
+            }
+            const kavro::console::Connection quiet({.print = [](const char*) {}});
+            ASSERT_EQ(((*element).*operation_.solve)(), kavro::status_success);
+            for (std::size_t value = 0; value < real.size(); ++value) {
+                real[value] += own_real[value];
+                imaginary[value] += own_imaginary[value];
+            }
+            begin.push_back(element->impulse_begin_time);
+            end.push_back(element->impulse_end_time);
+        }
+        if (operation_.kind == OperationKind::arrival_times) {
+            real = begin;
+            real.insert(real.end(), end.begin(), end.end());
+        }
+    }
+
+    std::vector<double> real, imaginary;
+
+private:
+    std::unique_ptr<kavro::Transducer> made(const Value& elements, std::size_t i) {
         const auto number = [&](const char* field) { return values(get(elements, field, i))[0]; };
         const kavro::Shape& shape = *kavro::shape_of(characters(get(elements, "shape", i)));
         std::vector<double> sizes;
         for (const char* name : shape.sizes) {
             sizes.push_back(number(name));
         }
-        rule_.allocate_memory(ndiv);
+        rule_.allocate_memory(std::max(operation_.default_ndiv, 1));
         rule_.gauss_quadrature();
         if (operation_.kind == OperationKind::kzk_cw) {  // as march_parameters says
             rule_.cw_set_kzk_parameters(3, 10, 0.01f, 2, 0);
@@ -65,7 +99,7 @@ public:
             rule_.set_kzk_parameters(3, 10, 0.01f, 1, 1);
         }
         kavro::set_kzk_tau_axis(times_, pulse_, medium_, grid_);
-        const std::unique_ptr<kavro::Transducer> element = shape.make(sizes);
+        std::unique_ptr<kavro::Transducer> element = shape.make(sizes);
         element->set_center(values(get(elements, "center", i)).data());
         element->set_euler(values(get(elements, "euler", i)).data());
         element->set_amplitude(number("amplitude"));
@@ -80,41 +114,7 @@ public:
         element->excitation = operation_.waveform_demand == kavro::WaveformDemand::sampled
                                   ? &sampled_
                                   : static_cast<kavro::ExcitationFunction*>(&pulse_);
-        // Elements add to what is there, or (the marches) store.
-        std::vector<double> real(real_.size()), imaginary(imaginary_.size());
-        const bool stored = operation_.uses(kavro::input_kzk);
-        double* re = stored ? real.data() : real_.data();
-        if (is_complex(operation_)) {
-            element->set_complex_pressure_pointers(re,
-                                                   stored ? imaginary.data() : imaginary_.data());
-        } else {
-            element->set_transient_pressure_pointer(re);
-        }
-        const kavro::console::Connection quiet({.print = [](const char*) {}});
-        ASSERT_EQ(((*element).*operation_.solve)(), kavro::status_success);
-        for (std::size_t value = 0; value < real.size(); ++value) {
-            real_[value] += real[value];
-            imaginary_[value] += imaginary[value];
-        }
-        begin_.push_back(element->impulse_begin_time);
-        end_.push_back(element->impulse_end_time);
-    }
-
-    std::vector<double> real() const {
-        if (operation_.kind != OperationKind::arrival_times) {
-            return real_;
-        }
-        std::vector<double> times = begin_;
-        times.insert(times.end(), end_.begin(), end_.end());
-        return times;
-    }
-    std::vector<double> imaginary_parts() const { return imaginary_; }
-
-private:
-    std::size_t layers() const {
-        const bool over_time =
-            is_over_time(operation_) || operation_.kind == OperationKind::kzk_transient;
-        return over_time ? 41 : operation_.kind == OperationKind::kzk_cw ? 2 : 1;
+        return element;
     }
 
     const Operation& operation_;
@@ -126,36 +126,31 @@ private:
     kavro::HanningPulse pulse_{1e6, 2e-6, 0};
     kavro::ExcitationFunction sampled_{std::vector<double>{0, 1, 2, 1, 0, -1, -2, -1}, 1e-7, 2e-6,
                                        0};
-    std::vector<double> real_, imaginary_, begin_, end_;
 };
 
 TEST(Solve, every_method_of_every_shape_equals_the_direct_calls) {
     int methods = 0;
     for (const Operation& operation : kavro::operations()) {
-        SolveArguments arguments(operation);
-        arguments.scene.elements = elements_with(operation);
-        set(arguments.scene.medium, "attenuationdBcmMHz", scalar(0.5));
-        set(arguments.scene.medium, "nonlinearityparameter", scalar(3.5));
-        const std::size_t n = sizes(arguments.scene.elements)[1];
-        if (n == 0) {
+        SCOPED_TRACE(operation.name);
+        Call call(operation);
+        call.set("elements", elements_with(operation));
+        call.set("medium.attenuationdBcmMHz", 0.5).set("medium.nonlinearityparameter", 3.5);
+        if (operation.uses(kavro::input_apodization)) {
+            call.set("apodization", text("quadratic"));
+        }
+        if (call["elements"]->count() == 0) {
             continue;
         }
-        if (operation.uses(kavro::input_apodization)) {
-            arguments.set_option("apodization", text("quadratic"));
-        }
         for (const bool exact : {true, false}) {
-            arguments.set_option("exact", logical(exact));
             DirectCall direct(operation, exact);
-            for (std::size_t i = 0; i < n; ++i) {
-                direct.add(arguments.scene.elements, i, std::max(operation.default_ndiv, 1));
-            }
-            const Outcome outcome = solve(arguments);
-            ASSERT_EQ(outcome.error, std::nullopt) << operation.name;
-            EXPECT_EQ(values(outcome.output), direct.real()) << operation.name;
-            EXPECT_GT(largest(direct.real()), 0.0) << operation.name;
+            direct.solve(call["elements"]);
+            const Outcome outcome = run(call.set("exact", logical(exact)));
+            ASSERT_EQ(outcome.error, std::nullopt);
+            EXPECT_EQ(values(outcome.output), direct.real);
+            EXPECT_GT(largest(direct.real), 0.0);
             if (is_complex(operation)) {
-                EXPECT_EQ(imaginary(outcome.output), direct.imaginary_parts()) << operation.name;
-                EXPECT_GT(largest(direct.imaginary_parts()), 0.0) << operation.name;
+                EXPECT_EQ(imaginary(outcome.output), direct.imaginary);
+                EXPECT_GT(largest(direct.imaginary), 0.0);
             }
         }
         ++methods;
@@ -164,68 +159,60 @@ TEST(Solve, every_method_of_every_shape_equals_the_direct_calls) {
 }
 
 TEST(Solve, results_have_the_form_of_their_kind) {
+    struct Form {
+        OperationKind kind;
+        Sizes of_grid, of_points;
+    };
+    const std::vector<Form> forms{{OperationKind::continuous_wave, {3, 1, 2}, {4, 1}},
+                                  {OperationKind::transient, {3, 1, 2, 41}, {4, 41}},
+                                  {OperationKind::impulse_response, {3, 1, 2, 41}, {4, 41}},
+                                  {OperationKind::arrival_times, {0, 2}, {0, 2}},
+                                  {OperationKind::kzk_transient, {3, 2, 41}, {}},
+                                  {OperationKind::kzk_cw, {3, 2, 2}, {}}};
     for (const Operation& operation : kavro::operations()) {
-        SolveArguments arguments(operation);
-        arguments.scene.elements = discs(0);  // every method takes an array without elements
-        const auto sizes_of = [&] {
-            const Outcome outcome = solve(arguments);
-            EXPECT_EQ(outcome.error, std::nullopt);
-            EXPECT_EQ(largest(values(outcome.output)), 0.0);
-            return sizes(outcome.output);
-        };
-        switch (operation.kind) {
-            case OperationKind::continuous_wave:
-                EXPECT_EQ(sizes_of(), (Sizes{3, 1, 2}));
-                EXPECT_TRUE(solve(arguments).output->is_complex);
-                break;
-            case OperationKind::arrival_times:
-                EXPECT_EQ(sizes_of(), (Sizes{0, 2}));
-                break;
-            case OperationKind::kzk_transient:
-                EXPECT_EQ(sizes_of(), (Sizes{3, 2, 41}));
-                continue;
-            case OperationKind::kzk_cw:
-                EXPECT_EQ(sizes_of(), (Sizes{3, 2, 2}));
-                continue;
-            default:
-                EXPECT_EQ(sizes_of(), (Sizes{3, 1, 2, 41}));
-        }
-        arguments.scene.grid = list_of_points({0, 0, 0, 0}, {0, 0, 0, 0}, {1, 2, 3, 4});
-        if (operation.kind != OperationKind::arrival_times) {
-            EXPECT_EQ(sizes_of(), (Sizes{4, is_over_time(operation) ? 41u : 1u}));
+        SCOPED_TRACE(operation.name);
+        Call call(operation);
+        call.set("elements", discs(0));  // every method takes an array without elements
+        call.set("medium.attenuationdBcmMHz", 0.5);
+        const Form& form = *std::find_if(forms.begin(), forms.end(), [&](const Form& candidate) {
+            return candidate.kind == operation.kind;
+        });
+        for (const Sizes& sizes : {form.of_grid, form.of_points}) {
+            if (!sizes.empty()) {
+                const Outcome outcome = run(call);
+                ASSERT_EQ(outcome.error, std::nullopt);
+                EXPECT_EQ(largest(values(outcome.output)), 0.0);
+                EXPECT_EQ(outcome.output->dims, sizes);
+                EXPECT_EQ(outcome.output->is_complex, is_complex(operation));
+                // Of attenuation that is left out of account.
+                EXPECT_EQ(outcome.warnings.size(), is_over_time(operation) ? 1u : 0u);
+            }
+            call.set("grid", list_of_points({0, 0, 0, 0}, {0, 0, 0, 0}, {1, 2, 3, 4}));
         }
     }
 }
 
 TEST(Solve, the_whole_array_at_once_is_the_entry_with_exact_elements) {
-    SolveArguments arguments("fnm_tsd_sse");
-    arguments.scene.elements = discs(3);
-    arguments.set_option("ndiv", scalar(6));  // rounded up, as this method needs it
-    const std::vector<double> p = values(solve(arguments).output);
-    EXPECT_GT(largest(p), 0.0);
-    arguments.set_option("ndiv", scalar(8));
-    EXPECT_EQ(values(solve(arguments).output), p);
-    arguments.set_option("threads", scalar(2));
-    EXPECT_EQ(values(solve(arguments).output), p);
-    SolveArguments finer("fnm_tsd");
-    finer.set_option("ndiv", scalar(6));
-    const std::vector<double> six = values(solve(finer).output);
-    finer.set_option("ndiv", scalar(8));
-    EXPECT_NE(values(solve(finer).output), six);
+    const auto p = [](const char* method, double ndiv, double threads) {
+        Call call(method);
+        call.set("elements", discs(3)).set("ndiv", ndiv).set("threads", threads);
+        return pressure(call);
+    };
+    const std::vector<double> eight = p("fnm_tsd_sse", 8, 1);
+    EXPECT_GT(largest(eight), 0.0);
+    EXPECT_EQ(p("fnm_tsd_sse", 6, 1), eight);  // rounded up, as this method needs it
+    EXPECT_EQ(p("fnm_tsd_sse", 8, 2), eight);
+    EXPECT_NE(p("fnm_tsd", 6, 1), p("fnm_tsd", 8, 1));
 }
 
 TEST(Solve, exactness_is_the_options_then_the_waveforms) {
     const auto solved = [](const char* decomposition, const Value& exact) {
-        SolveArguments arguments("fnm_tsd");
-        const Value waveform = sampled_excitation({0, 1, 2, 1, 0, -1, -2, -1});
+        Call call("fnm_tsd");
+        call.set("excitation", sampled_excitation({0, 1, 2, 1, 0, -1, -2, -1}));
         if (decomposition != nullptr) {
-            set(waveform, "decomposition", text(decomposition));
+            call.set("excitation.decomposition", text(decomposition));
         }
-        arguments.set_option("excitation", waveform);
-        if (exact) {
-            arguments.set_option("exact", exact);
-        }
-        return values(solve(arguments).output);
+        return pressure(exact ? call.set("exact", exact) : call);
     };
     const std::vector<double> exact = solved("exact", nullptr);
     const std::vector<double> reference = solved("reference", nullptr);
@@ -238,101 +225,75 @@ TEST(Solve, exactness_is_the_options_then_the_waveforms) {
 
 TEST(Solve, apodization_is_the_elements_own_or_the_options) {
     const auto field = [](const Value& option, const Value& own) {
-        SolveArguments arguments("fnm_cw_apodized");
+        Call call("fnm_cw_apodized");
         if (option) {
-            arguments.set_option("apodization", option);
+            call.set("apodization", option);
         }
-        if (own) {
-            set(arguments.scene.elements, "apodization", own);
-        }
-        return values(solve(arguments).output);
+        return pressure(own ? call.set("elements.apodization", own) : call);
     };
     const std::vector<double> cosine = field(text("cosine"), nullptr);
     const std::vector<double> uniform = field(nullptr, nullptr);
     EXPECT_NE(cosine, uniform);
     EXPECT_EQ(field(scalar(1), nullptr), cosine);
     EXPECT_EQ(field(scalar(3), text("cosine")), cosine);
-    EXPECT_EQ(field(text("cosine"), numbers({}, 0, 0)), cosine);
+    EXPECT_EQ(field(text("cosine"), empty()), cosine);
     EXPECT_EQ(field(text("cosine"), scalar(0)), uniform);
 }
 
-TEST(Solve, lossless_methods_warn_of_attenuation) {
-    for (const Operation& operation : kavro::operations()) {
-        SolveArguments arguments(operation);
-        arguments.scene.elements = discs(0);
-        set(arguments.scene.medium, "attenuationdBcmMHz", scalar(0.5));
-        EXPECT_EQ(solve(arguments).warnings.size(), is_over_time(operation) ? 1u : 0u)
-            << operation.name;
-    }
-}
-
 TEST(Solve, lists_of_instants_are_not_printed) {
-    SolveArguments arguments("fnm_tsd");
-    const Value list = structure(1, 1);
-    set(list, "time_samples", row({2e-6, 1e-6}));
-    arguments.set_option("time", list);
-    const Outcome outcome = solve(arguments);
+    const Outcome outcome = run(Call("fnm_tsd").set("time", list_of_times({2e-6, 1e-6})));
     EXPECT_EQ(outcome.printed, "");
-    EXPECT_EQ(sizes(outcome.output), (Sizes{3, 1, 2, 2}));
+    EXPECT_EQ(outcome.output->dims, (Sizes{3, 1, 2, 2}));
 }
 
 TEST(SolveProgress, a_handle_hears_of_it_in_order_and_in_the_calling_thread) {
     const auto caller = std::this_thread::get_id();
     for (const char* method : {"fnm_tsd", "fnm_tsd_sse", "impulse_begin_and_end_times"}) {
-        SolveArguments arguments(method);
-        arguments.scene.elements = discs(5);
+        Call call(method);
+        call.set("elements", discs(5));
         std::vector<double> fractions;
-        arguments.set_option("progress", function([&](double fraction) {
-                                 EXPECT_EQ(std::this_thread::get_id(), caller);
-                                 fractions.push_back(fraction);
-                             }));
-        const Outcome outcome = solve(arguments);
+        const Outcome outcome = run(call.with("progress", function([&](double fraction) {
+                                                  EXPECT_EQ(std::this_thread::get_id(), caller);
+                                                  fractions.push_back(fraction);
+                                              })));
         EXPECT_EQ(outcome.printed, "");
         ASSERT_FALSE(fractions.empty());
         EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end()));
         EXPECT_GE(fractions.front(), 0.0);
         EXPECT_EQ(fractions.back(), 1.0);
         EXPECT_EQ(std::count(fractions.begin(), fractions.end(), 1.0), 1);
-        arguments.remove_option("progress");
-        EXPECT_EQ(values(outcome.output), values(solve(arguments).output));
+        EXPECT_EQ(values(outcome.output), pressure(call));
     }
 }
 
 TEST(SolveProgress, a_failing_handle_ends_the_call) {
-    SolveArguments arguments("fnm_tsd");
-    arguments.scene.elements = discs(20);
     int calls = 0;
-    arguments.set_option("progress", function([&](double fraction) {
-                             ++calls;
-                             if (fraction > 0.2) {
-                                 throw std::runtime_error("no more of this");
-                             }
-                         }));
-    for (const Leaving leaving : {Leaving::exception, Leaving::jump}) {
-        calls = 0;
-        EXPECT_EQ(solve(arguments, leaving).error, "The progress function failed: no more of this");
-        EXPECT_LE(calls, 6);
-    }
+    Call call("fnm_tsd");
+    call.set("elements", discs(20)).set("progress", function([&](double fraction) {
+                                            ++calls;
+                                            if (fraction > 0.2) {
+                                                throw std::runtime_error("no more of this");
+                                            }
+                                        }));
+    expect_error(call, "The progress function failed: no more of this");  // called twice
+    EXPECT_LE(calls, 12);
 }
 
 TEST(SolveProgress, a_line_where_it_is_wanted) {
-    SolveArguments arguments("impulse_begin_and_end_times");
-    arguments.scene.elements = discs(2);
-    const auto printed = [&](const Value& progress) {
-        arguments.set_option("progress", progress);
-        return solve(arguments).printed;
-    };
-    EXPECT_EQ(printed(logical(false)), "");
-    EXPECT_EQ(printed(logical(true)), "\rkavro.solve: 50 % done\rkavro.solve: 100 % done\n");
+    Call call("impulse_begin_and_end_times");
+    call.set("elements", discs(2));
+    const std::string line = "\rkavro.solve: 50 % done\rkavro.solve: 100 % done\n";
+    EXPECT_EQ(run(call).printed, "");
+    EXPECT_EQ(run(call.with("progress", logical(false))).printed, "");
+    EXPECT_EQ(run(call.with("progress", logical(true))).printed, line);
     ASSERT_EQ(setenv("KAVRO_PROGRESS", "1", 1), 0);
-    EXPECT_EQ(printed(logical(false)), "");
-    arguments.remove_option("progress");
-    EXPECT_NE(solve(arguments).printed, "");
+    EXPECT_EQ(run(call.with("progress", logical(false))).printed, "");
+    EXPECT_EQ(run(call).printed, line);
     unsetenv("KAVRO_PROGRESS");
 }
 
 TEST(SolveMethods, the_table_comes_from_the_library) {
-    const Outcome outcome = run_with({text("methods")});
+    const Outcome outcome = run({text("methods")});
     ASSERT_TRUE(outcome.output);
     std::istringstream lines(characters(outcome.output));
     std::size_t shapes = 0, methods = 0;
