@@ -224,6 +224,10 @@ const Value& Call::operator[](const std::string& name) const {
         ->second;
 }
 
+std::string Call::method() const {
+    return unnamed_ < arguments_.size() ? characters(arguments_[0].second) : "";
+}
+
 std::vector<Value> Call::all() const {
     std::vector<Value> values;
     for (std::size_t i = 0; i < arguments_.size(); ++i) {
@@ -272,16 +276,85 @@ void expect_error(const Call& call, const std::string& error, const std::string&
     expect_error(call.all(), error, printed, call.nlhs);
 }
 
-void expect_errors(const Call& call, const std::vector<Wrong>& rows) {
-    for (const Wrong& row : rows) {
-        for (const std::string& place : row.places) {
-            const auto named = [name = place.substr(place.find('.') + 1)](std::string text) {
-                const std::size_t mark = text.find('@');
-                return mark == std::string::npos ? text : text.replace(mark, 1, name);
-            };
-            for (std::size_t i = 0; i < row.values.size(); ++i) {
-                SCOPED_TRACE(place + " has value " + std::to_string(i + 1) + " of its row");
-                expect_error(call.with(place, row.values[i]), named(row.error), named(row.printed));
+namespace {
+
+Value value_of(const std::string& written) {
+    if (written == "missing" || written == "{}" || written == "true") {
+        return written == "{}" ? cell() : written == "true" ? logical(true) : nullptr;
+    }
+    if (written.starts_with('\'')) {
+        return text(written.substr(1, written.size() - 2));
+    }
+    std::vector<double> by_rows;
+    std::size_t rows = 1;
+    for (const char* at = written.c_str(); *at != '\0';) {
+        char* end = nullptr;
+        const double number = std::strtod(at, &end);
+        if (end != at) {
+            by_rows.push_back(number);
+        } else if (*end++ == ';') {
+            ++rows;
+        }
+        at = end;
+    }
+    if (written.starts_with("struct")) {
+        return structure(static_cast<std::size_t>(by_rows.at(0)),
+                         static_cast<std::size_t>(by_rows.at(1)));
+    }
+    const std::size_t columns = by_rows.size() / rows;
+    std::vector<double> by_columns(by_rows.size());
+    for (std::size_t i = 0; i < by_rows.size(); ++i) {
+        by_columns[i % columns * rows + i / columns] = by_rows[i];
+    }
+    Value array = numbers(by_columns, {columns > 0 ? rows : 0, columns});
+    array->is_sparse = written.starts_with("sparse");
+    array->is_complex = written.ends_with('i');
+    return array;
+}
+
+std::string replaced(std::string text, const std::string& what, const std::string& by) {
+    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size()) {
+        text.replace(at, what.size(), by);
+    }
+    return text;
+}
+
+// What lies between the separators, without the spaces around it; at least `least` parts.
+std::vector<std::string> parts_of(const std::string& text, const std::string& separator,
+                                  std::size_t least = 0) {
+    std::vector<std::string> parts;
+    for (std::size_t begin = 0, end = 0; end != std::string::npos; begin = end + separator.size()) {
+        end = text.find(separator, begin);
+        std::string part = text.substr(begin, end - begin);
+        part.erase(0, part.find_first_not_of(' '));
+        part.erase(part.find_last_not_of(' ') + 1);
+        if (!part.empty()) {
+            parts.push_back(part);
+        }
+    }
+    parts.resize(std::max(parts.size(), least));
+    return parts;
+}
+
+}  // namespace
+
+void expect_errors(const Call& call, const std::string& table) {
+    std::string above;
+    for (const std::string& line : parts_of(table, "\n")) {
+        const std::vector<std::string> cells = parts_of(replaced(line, "\\n", "\n"), " | ", 4);
+        std::string written = replaced(cells[1], "no_structure", "1, 'x', {}, []");
+        written = replaced(written, "no_real", "no_number, 1i");
+        written = replaced(written, "no_number", "missing, [], '1', true, {}, sparse[1]");
+        above = cells[2] == "^" ? above : cells[2];
+        for (const std::string& place : parts_of(cells[0], " ")) {
+            for (const std::string& value : parts_of(written, ", ")) {
+                SCOPED_TRACE(place + " = " + value);
+                const auto filled = [&](std::string text) {
+                    text = replaced(text, "@", place.substr(place.find('.') + 1));
+                    text = replaced(text, "#", replaced(value, "'", ""));
+                    return replaced(text, "$", call.method());
+                };
+                expect_error(call.with(place, value_of(value)), filled(above), filled(cells[3]));
             }
         }
     }

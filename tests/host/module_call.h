@@ -47,6 +47,7 @@ public:
     Call with(const std::string& place, const Value& value) const;
 
     const Value& operator[](const std::string& name) const;
+    std::string method() const;
     std::vector<Value> all() const;
 
     int nlhs = 1;
@@ -71,14 +72,14 @@ void expect_error(const std::vector<Value>& arguments, const std::string& error,
                   const std::string& printed = "", int nlhs = 1);
 void expect_error(const Call& call, const std::string& error, const std::string& printed = "");
 
-// Each place of a call, changed to each value, must lead to the error. '@' stands for the name of
-// the argument or field.
-struct Wrong {
-    std::vector<std::string> places;
-    std::vector<Value> values;
-    std::string error, printed = "";
-};
-void expect_errors(const Call& call, const std::vector<Wrong>& rows);
+// Calls that must end with an error, a row each: places | values | error | what is printed. Each
+// place, changed to each value, must lead to the error.
+//
+// Values are written as the hosts write them: 1, 1i, NaN, [], [1 2; 3 4], 'abc', true, {}; and
+// sparse[1 2]; struct[3 1], an array of this size without fields; missing. `no_structure`,
+// `no_number` and `no_real` stand for several. In the texts, '@' is the name of the argument or
+// field, '#' the value and '$' the method; '^' is the error of the row above.
+void expect_errors(const Call& call, const std::string& table);
 
 // Whichever of its allocations fails, the call runs out of memory or has the result that it has.
 void expect_no_harm_of_failing_allocations(const Call& call);
