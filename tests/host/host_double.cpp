@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <csetjmp>
+#include <cstdlib>
 #include <functional>
 #include <numeric>
 #include <stdexcept>
@@ -18,20 +19,13 @@ namespace host {
 namespace {
 
 std::atomic<bool> call_runs = false;
-thread_local bool in_host = false;
 
 }  // namespace
 
+thread_local bool in_host = false;
+
 bool in_module() {
     return call_runs && !in_host;
-}
-
-HostScope::HostScope() : former_(in_host) {
-    in_host = true;
-}
-
-HostScope::~HostScope() {
-    in_host = former_;
 }
 
 bool holds_data(mxClassID class_id) {
@@ -71,32 +65,8 @@ Value row(const std::vector<double>& values, mxClassID class_id) {
     return numbers(values, {1, values.size()}, class_id);
 }
 
-Value scalar(double value) {
-    return row({value});
-}
-
-Value empty() {
-    return numbers({}, {0, 0});
-}
-
-Value logical(bool value) {
-    return row({value ? 1.0 : 0.0}, mxLOGICAL_CLASS);
-}
-
 Value text(const std::string& characters) {
     return row({characters.begin(), characters.end()}, mxCHAR_CLASS);
-}
-
-Value complex_scalar(double real) {
-    Value array = scalar(real);
-    array->is_complex = true;
-    return array;
-}
-
-Value sparse_row(const std::vector<double>& values) {
-    Value array = row(values);
-    array->is_sparse = true;
-    return array;
 }
 
 Value string_object(const std::string& characters) {
@@ -111,26 +81,77 @@ Value function(std::function<void(double)> body) {
     return array;
 }
 
-Value cell() {
-    return array_of(mxCELL_CLASS, {1, 1});
-}
-
 Value structure(std::size_t rows, std::size_t columns) {
     return array_of(mxSTRUCT_CLASS, {rows, columns});
 }
 
-Value record(const std::vector<std::pair<const char*, double>>& fields) {
-    Value array = structure();
-    for (const auto& [name, value] : fields) {
-        set(array, name, scalar(value));
+Value value(const std::string& written) {
+    if (written == "missing") {
+        return nullptr;
+    }
+    if (written == "{}") {
+        return array_of(mxCELL_CLASS, {1, 1});
+    }
+    if (written == "true" || written == "false") {
+        return row({written == "true" ? 1.0 : 0.0}, mxLOGICAL_CLASS);
+    }
+    if (written.starts_with('\'')) {
+        return text(written.substr(1, written.size() - 2));
+    }
+    std::vector<double> by_rows;
+    std::size_t rows = 1;
+    for (const char* at = written.c_str(); *at != '\0';) {
+        char* end = nullptr;
+        const double number = std::strtod(at, &end);
+        if (end != at) {
+            by_rows.push_back(number);
+        } else if (*end++ == ';') {
+            ++rows;
+        }
+        at = end;
+    }
+    if (written.starts_with("struct")) {
+        return array_of(mxSTRUCT_CLASS, {by_rows.begin(), by_rows.end()});
+    }
+    const std::size_t columns = by_rows.size() / rows;
+    std::vector<double> by_columns(by_rows.size());
+    for (std::size_t i = 0; i < by_rows.size(); ++i) {
+        by_columns[i % columns * rows + i / columns] = by_rows[i];
+    }
+    Value array = numbers(by_columns, {columns > 0 ? rows : 0, columns});
+    array->is_sparse = written.starts_with("sparse");
+    array->is_complex = written.ends_with('i');
+    return array;
+}
+
+Value record(const std::string& fields) {
+    Value array = structure(1, 1);
+    for (const std::string& field : parts_of(fields, ", ")) {
+        const std::vector<std::string> name_and_value = parts_of(field, " = ");
+        set(array, name_and_value.at(0), value(name_and_value.at(1)));
     }
     return array;
+}
+
+std::vector<std::string> parts_of(const std::string& text, const std::string& separator) {
+    std::vector<std::string> parts;
+    for (std::size_t begin = 0, end = 0; end != std::string::npos; begin = end + separator.size()) {
+        end = text.find(separator, begin);
+        std::string part = text.substr(begin, end - begin);
+        part.erase(0, part.find_first_not_of(" \n"));
+        part.erase(part.find_last_not_of(" \n") + 1);
+        if (!part.empty()) {
+            parts.push_back(part);
+        }
+    }
+    return parts;
 }
 
 void set(const Value& structure, const std::string& field, Value value, std::size_t entry) {
     const std::size_t index = field_index(*structure, field);
     if (index == structure->fields.size()) {
-        structure->fields.emplace_back(field, std::vector<Value>(structure->count(), empty()));
+        structure->fields.emplace_back(field,
+                                       std::vector<Value>(structure->count(), host::value("[]")));
     }
     if (structure->count() > 0) {
         structure->fields[index].second.at(entry) = std::move(value);
@@ -156,13 +177,12 @@ Value repeated(const Value& record, std::size_t n) {
 }
 
 std::vector<double> values(const Value& array) {
-    const auto* data = reinterpret_cast<const double*>(array->data.get());
-    return {data, data + array->count()};
-}
-
-std::vector<double> imaginary(const Value& array) {
-    const auto* data = reinterpret_cast<const double*>(array->imaginary_data.get());
-    return {data, data + array->count()};
+    std::vector<double> all;
+    for (const std::unique_ptr<std::byte[]>* part : {&array->data, &array->imaginary_data}) {
+        const auto* data = reinterpret_cast<const double*>(part->get());
+        all.insert(all.end(), data, data + (data != nullptr ? array->count() : 0));
+    }
+    return all;
 }
 
 std::string characters(const Value& array) {

@@ -24,17 +24,20 @@ using Sizes = std::vector<std::size_t>;
 // ---- values
 Value numbers(const std::vector<double>& values, Sizes sizes, mxClassID class_id = mxDOUBLE_CLASS);
 Value row(const std::vector<double>& values, mxClassID class_id = mxDOUBLE_CLASS);
-Value scalar(double value);
-Value empty();
-Value logical(bool value);
 Value text(const std::string& characters);
-Value complex_scalar(double real);
-Value sparse_row(const std::vector<double>& values);
-Value string_object(const std::string& characters);  // which is no array of characters
-Value function(std::function<void(double)> body);    // a function handle; it may throw
-Value cell();
-Value structure(std::size_t rows = 1, std::size_t columns = 1);           // an array without fields
-Value record(const std::vector<std::pair<const char*, double>>& fields);  // of one entry
+Value string_object(const std::string& characters);      // which is no array of characters
+Value function(std::function<void(double)> body);        // a function handle; it may throw
+Value structure(std::size_t rows, std::size_t columns);  // an array without fields
+
+// A value as the hosts write it: 1, 1i, NaN, [], [1 2; 3 4], 'abc', true, {}; and sparse[1 2];
+// struct[3 1], an array of this size without fields. Null for `missing`.
+Value value(const std::string& written);
+
+// A structure of one entry: "radius = 1, center = [0 0 0]".
+Value record(const std::string& fields);
+
+// What lies between the separators, without the spaces around it and the empty.
+std::vector<std::string> parts_of(const std::string& text, const std::string& separator);
 
 // Sets the field of one entry; the other entries of a new field hold []. An array without entries
 // only takes the field's name.
@@ -43,9 +46,8 @@ Value get(const Value& structure, const std::string& field, std::size_t entry = 
 Value copy_of(const Value& structure);               // with the same values
 Value repeated(const Value& record, std::size_t n);  // n entries with the values of the first
 
-std::vector<double> values(const Value& array);     // real parts of a double array
-std::vector<double> imaginary(const Value& array);  // imaginary parts of a complex one
-std::string characters(const Value& array);         // of a text
+std::vector<double> values(const Value& array);  // of a double array, the imaginary parts at last
+std::string characters(const Value& array);      // of a text
 
 // ---- calls
 // How mexErrMsgTxt leaves the module: by an exception, or by a jump that runs no destructors.
@@ -87,15 +89,11 @@ void misuse(const std::string& what);
 void fail_if_due(Fault fault, const char* text);
 
 // Marks the host's own code, so that what it allocates is not counted as the module's.
-class HostScope {
-public:
-    HostScope();
-    ~HostScope();
-    HostScope(const HostScope&) = delete;
-    HostScope& operator=(const HostScope&) = delete;
-
-private:
-    bool former_;
+extern thread_local bool in_host;
+struct HostScope {
+    HostScope() { in_host = true; }
+    ~HostScope() { in_host = former; }
+    const bool former = in_host;
 };
 
 // Calls `visit` with a zero of the C++ type that numbers or characters of the class are stored in.

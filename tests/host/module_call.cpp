@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <new>
+#include <random>
+#include <set>
 
 namespace {
 
@@ -72,20 +74,17 @@ long fail_allocation(long n) {
 // ---- values
 
 Value discs(std::size_t n) {
-    const Value disc = record({{"radius", 2e-3}});
-    set(disc, "shape", text("circ"));
-    set(disc, "euler", row({0, 0, 0}));
-    const Value array = repeated(disc, n);
-    set(array, "center", empty());
-    for (std::size_t i = 0; i < n; ++i) {
+    const Value array =
+        repeated(record("shape = 'circ', radius = 2e-3, center = [0 0 0], euler = [0 0 0]"), n);
+    for (std::size_t i = 1; i < n; ++i) {
         set(array, "center", row({1e-3 * static_cast<double>(i), 0, 0}), i);
     }
     return array;
 }
 
-Value sampled_excitation(const std::vector<double>& signal) {
-    const Value excitation = record({{"ts", 1e-7}, {"w", 2e-6}, {"clip_threshold", 0}});
-    set(excitation, "signal", row(signal));
+const Value& sampled_excitation() {
+    static const Value excitation =
+        record("signal = [0 1 2 1 0 -1 -2 -1], ts = 1e-7, w = 2e-6, clip_threshold = 0");
     return excitation;
 }
 
@@ -94,22 +93,9 @@ Value list_of_points(std::vector<double> x, const std::vector<double>& y,
     const std::size_t n = x.size();
     x.insert(x.end(), y.begin(), y.end());
     x.insert(x.end(), z.begin(), z.end());
-    const Value grid = structure();
+    const Value grid = structure(1, 1);
     set(grid, "coordinates", numbers(x, {n, 3}));
     return grid;
-}
-
-Value list_of_times(const std::vector<double>& times) {
-    const Value list = structure();
-    set(list, "time_samples", row(times));
-    return list;
-}
-
-Value march_parameters(const Operation& operation) {
-    return operation.kind == kavro::OperationKind::kzk_cw
-               ? record(
-                     {{"extent", 3}, {"points_per_radius", 10}, {"growth", 0.01}, {"harmonics", 2}})
-               : record({{"extent", 3}, {"points_per_radius", 10}, {"step", 0.01}});
 }
 
 Value elements_with(const Operation& operation, const Shape* further) {
@@ -126,15 +112,15 @@ Value elements_with(const Operation& operation, const Shape* further) {
         const auto number = static_cast<double>(i);
         double size = 1e-3;
         for (const char* name : shapes[i]->sizes) {
-            set(elements, name, scalar(size), i);
+            set(elements, name, row({size}), i);
             size *= 2.5;
         }
         set(elements, "shape", text(shapes[i]->identifier), i);
         set(elements, "center", row({1e-3 * number * placed, 0, -1e-3 * number * placed}), i);
         set(elements, "euler", row({0.1 * number * placed, 0.2 * placed, 0}), i);
-        set(elements, "amplitude", scalar(2 + number), i);
-        set(elements, "phase", scalar(0.3 * number * placed), i);
-        set(elements, "time_delay", scalar(1e-7 * number * placed), i);
+        set(elements, "amplitude", row({2 + number}), i);
+        set(elements, "phase", row({0.3 * number * placed}), i);
+        set(elements, "time_delay", row({1e-7 * number * placed}), i);
     }
     return elements;
 }
@@ -144,68 +130,64 @@ Value elements_with(const Operation& operation, const Shape* further) {
 Call::Call()
     : arguments_{
           {"elements", discs(1)},
-          {"grid", record({{"xmin", -1e-3},
-                           {"xmax", 1e-3},
-                           {"ymin", 0},
-                           {"ymax", 0},
-                           {"zmin", 1e-3},
-                           {"zmax", 2e-3}})},
-          {"medium", record({{"soundspeed", 1500},
-                             {"density", 1000},
-                             {"attenuationdBcmMHz", 0},
-                             {"powerlawexponent", 0},
-                             {"specificheat", 0},
-                             {"specificheatofblood", 0},
-                             {"thermalconductivity", 0},
-                             {"bloodperfusion", 0},
-                             {"nonlinearityparameter", 0}})},
-          {"time", record({{"tmin", 0}, {"tmax", 4e-6}, {"deltat", 1e-7}})},
-          {"ndiv", scalar(8)},
-          {"excitation", record({{"type", 2}, {"f0", 1e6}, {"pulse_width", 2e-6}, {"B", 0}})}} {
-    set("grid.delta", row({1e-3, 1e-3, 1e-3}));
-}
+          {"grid",
+           record("xmin = -1e-3, xmax = 1e-3, ymin = 0, ymax = 0, zmin = 1e-3, zmax = 2e-3, "
+                  "delta = [1e-3 1e-3 1e-3]")},
+          {"medium",
+           record(
+               "soundspeed = 1500, density = 1000, attenuationdBcmMHz = 0, powerlawexponent = 0, "
+               "specificheat = 0, specificheatofblood = 0, thermalconductivity = 0, "
+               "bloodperfusion = 0, nonlinearityparameter = 0")},
+          {"time", record("tmin = 0, tmax = 4e-6, deltat = 1e-7")},
+          {"ndiv", value("8")},
+          {"excitation", record("type = 2, f0 = 1e6, pulse_width = 2e-6, B = 0")}} {}
 
 Call::Call(const Operation& operation) {
     const Call scene;
-    arguments_ = {{"method", text(operation.name)}};
+    set("method", text(operation.name));
     for (const char* name : {"elements", "grid", "medium"}) {
         set(name, scene[name]);
     }
     unnamed_ = arguments_.size();
     if (operation.uses(kavro::input_frequency)) {
-        set("f0", 1e6);
+        set("f0 = 1e6");
     }
     if (operation.uses(kavro::input_time)) {
         set("time", scene["time"]);
     }
     if (operation.uses(kavro::input_excitation)) {
         set("excitation", operation.waveform_demand == kavro::WaveformDemand::sampled
-                              ? sampled_excitation({0, 1, 2, 1, 0, -1, -2, -1})
+                              ? sampled_excitation()
                               : scene["excitation"]);
     }
     if (operation.uses(kavro::input_kzk)) {
-        set("kzk", march_parameters(operation));
+        set("kzk", record(operation.kind == kavro::OperationKind::kzk_cw
+                              ? "extent = 3, points_per_radius = 10, growth = 0.01, harmonics = 2"
+                              : "extent = 3, points_per_radius = 10, step = 0.01"));
     }
 }
 
 Call::Call(const std::string& method) : Call(*kavro::operation_of(method)) {}
 
+std::vector<std::pair<std::string, Value>>::iterator Call::find(const std::string& name) {
+    return std::find_if(arguments_.begin(), arguments_.end(),
+                        [&](const auto& given) { return given.first == name; });
+}
+
 Call& Call::set(const std::string& place, const Value& value) {
     const std::size_t dot = place.find('.');
-    const std::string name = place.substr(0, dot);
-    const auto argument = std::find_if(arguments_.begin(), arguments_.end(),
-                                       [&](const auto& given) { return given.first == name; });
+    const auto argument = find(place.substr(0, dot));
     if (dot != std::string::npos) {
         const std::string field = place.substr(dot + 1);
-        const Value changed = copy_of(argument->second);
+        argument->second = copy_of(argument->second);
+        auto& [_, structure] = *argument;
         if (value) {
-            host::set(changed, field, value, changed->count() - 1);
+            host::set(structure, field, value, structure->count() - 1);
         } else {
-            std::erase_if(changed->fields, [&](const auto& given) { return given.first == field; });
+            std::erase_if(structure->fields, [&](const auto& had) { return had.first == field; });
         }
-        argument->second = changed;
     } else if (argument == arguments_.end()) {
-        arguments_.emplace_back(name, value);
+        arguments_.emplace_back(place, value);
     } else if (value) {
         argument->second = value;
     } else {
@@ -214,14 +196,34 @@ Call& Call::set(const std::string& place, const Value& value) {
     return *this;
 }
 
+Call& Call::set(const std::string& changes) {
+    for (const std::string& change : parts_of(changes, ", ")) {
+        const std::vector<std::string> place_and_value = parts_of(change, " = ");
+        set(place_and_value.at(0), value(place_and_value.at(1)));
+    }
+    return *this;
+}
+
 Call Call::with(const std::string& place, const Value& value) const {
     return Call(*this).set(place, value);
 }
 
-const Value& Call::operator[](const std::string& name) const {
-    return std::find_if(arguments_.begin(), arguments_.end(),
-                        [&](const auto& given) { return given.first == name; })
-        ->second;
+Value Call::operator[](const std::string& place) const {
+    const std::size_t dot = place.find('.');
+    const Value& argument = const_cast<Call*>(this)->find(place.substr(0, dot))->second;
+    return dot == std::string::npos ? argument
+                                    : get(argument, place.substr(dot + 1), argument->count() - 1);
+}
+
+std::vector<std::string> Call::places() const {
+    std::vector<std::string> places;
+    for (const auto& [name, value] : arguments_) {
+        places.push_back(name);
+        for (const auto& [field, _] : value->fields) {
+            places.push_back(name + "." + field);
+        }
+    }
+    return places;
 }
 
 std::string Call::method() const {
@@ -278,40 +280,6 @@ void expect_error(const Call& call, const std::string& error, const std::string&
 
 namespace {
 
-Value value_of(const std::string& written) {
-    if (written == "missing" || written == "{}" || written == "true") {
-        return written == "{}" ? cell() : written == "true" ? logical(true) : nullptr;
-    }
-    if (written.starts_with('\'')) {
-        return text(written.substr(1, written.size() - 2));
-    }
-    std::vector<double> by_rows;
-    std::size_t rows = 1;
-    for (const char* at = written.c_str(); *at != '\0';) {
-        char* end = nullptr;
-        const double number = std::strtod(at, &end);
-        if (end != at) {
-            by_rows.push_back(number);
-        } else if (*end++ == ';') {
-            ++rows;
-        }
-        at = end;
-    }
-    if (written.starts_with("struct")) {
-        return structure(static_cast<std::size_t>(by_rows.at(0)),
-                         static_cast<std::size_t>(by_rows.at(1)));
-    }
-    const std::size_t columns = by_rows.size() / rows;
-    std::vector<double> by_columns(by_rows.size());
-    for (std::size_t i = 0; i < by_rows.size(); ++i) {
-        by_columns[i % columns * rows + i / columns] = by_rows[i];
-    }
-    Value array = numbers(by_columns, {columns > 0 ? rows : 0, columns});
-    array->is_sparse = written.starts_with("sparse");
-    array->is_complex = written.ends_with('i');
-    return array;
-}
-
 std::string replaced(std::string text, const std::string& what, const std::string& by) {
     for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size()) {
         text.replace(at, what.size(), by);
@@ -319,42 +287,27 @@ std::string replaced(std::string text, const std::string& what, const std::strin
     return text;
 }
 
-// What lies between the separators, without the spaces around it; at least `least` parts.
-std::vector<std::string> parts_of(const std::string& text, const std::string& separator,
-                                  std::size_t least = 0) {
-    std::vector<std::string> parts;
-    for (std::size_t begin = 0, end = 0; end != std::string::npos; begin = end + separator.size()) {
-        end = text.find(separator, begin);
-        std::string part = text.substr(begin, end - begin);
-        part.erase(0, part.find_first_not_of(' '));
-        part.erase(part.find_last_not_of(' ') + 1);
-        if (!part.empty()) {
-            parts.push_back(part);
-        }
-    }
-    parts.resize(std::max(parts.size(), least));
-    return parts;
-}
-
 }  // namespace
 
 void expect_errors(const Call& call, const std::string& table) {
     std::string above;
     for (const std::string& line : parts_of(table, "\n")) {
-        const std::vector<std::string> cells = parts_of(replaced(line, "\\n", "\n"), " | ", 4);
-        std::string written = replaced(cells[1], "no_structure", "1, 'x', {}, []");
-        written = replaced(written, "no_real", "no_number, 1i");
-        written = replaced(written, "no_number", "missing, [], '1', true, {}, sparse[1]");
+        std::vector<std::string> cells = parts_of(replaced(line, "\\n", "\a"), " | ");
+        ASSERT_GE(cells.size(), 3u) << line;
+        cells.resize(4);
+        cells[1] = replaced(cells[1], "no_structure", "1, 'x', {}, []");
+        cells[1] = replaced(cells[1], "no_real", "no_number, 1i");
+        cells[1] = replaced(cells[1], "no_number", "missing, [], '1', true, {}, sparse[1]");
         above = cells[2] == "^" ? above : cells[2];
         for (const std::string& place : parts_of(cells[0], " ")) {
-            for (const std::string& value : parts_of(written, ", ")) {
-                SCOPED_TRACE(place + " = " + value);
+            for (const std::string& written : parts_of(cells[1], ", ")) {
+                SCOPED_TRACE(place + " = " + written);
                 const auto filled = [&](std::string text) {
                     text = replaced(text, "@", place.substr(place.find('.') + 1));
-                    text = replaced(text, "#", replaced(value, "'", ""));
-                    return replaced(text, "$", call.method());
+                    text = replaced(text, "#", replaced(written, "'", ""));
+                    return replaced(replaced(text, "$", call.method()), "\a", "\n");
                 };
-                expect_error(call.with(place, value_of(value)), filled(above), filled(cells[3]));
+                expect_error(call.with(place, value(written)), filled(above), filled(cells[3]));
             }
         }
     }
@@ -378,22 +331,49 @@ void expect_no_harm_of_failing_allocations(const Call& call) {
     EXPECT_GT(n, 20);
 }
 
-void Tally::run(const std::vector<Value>& arguments) {
-    const Outcome outcome =
-        host::run(arguments, 1, calls++ % 2 == 0 ? Leaving::exception : Leaving::jump);
-    if (outcome.error) {
-        errors.insert(*outcome.error);
-    } else {
-        ++results;
+void expect_results_or_errors(const std::vector<Call>& calls, std::size_t results,
+                              std::size_t errors) {
+    std::vector<Value> strange{discs(1), string_object("a"), function([](double) {})};
+    for (const std::string& written :
+         parts_of("NaN, Inf, -Inf, 0, 1e300, -1e300, 5e-324, 2147483648, -2147483648, "
+                  "1e-6i, [], [1e-3 2 3], 'x', '', {}, true, sparse[1], struct[1 1], struct[0 0]",
+                  ", ")) {
+        strange.push_back(value(written));
     }
-}
-
-void Tally::expect(std::size_t least_results, std::size_t least_errors) const {
-    EXPECT_GT(results, least_results);
-    EXPECT_GT(errors.size(), least_errors);
-    for (const std::string& error : errors) {
-        EXPECT_EQ(error.find("unspecified"), std::string::npos) << error;
-        EXPECT_EQ(error.find("std::"), std::string::npos) << error;
+    std::mt19937 random(1);
+    const auto pick = [&](const auto& from) -> const auto& {
+        return from[random() % from.size()];
+    };
+    std::set<std::string> texts;
+    std::size_t successes = 0;
+    for (int i = 0; i < 3000; ++i) {
+        Call call = pick(calls);
+        for (std::size_t changes = 1 + random() % 3; changes > 0; --changes) {
+            const std::string place = pick(call.places());
+            const Value was = call[place];
+            const Value now = pick(strange);
+            const bool numeric = now->class_id == mxDOUBLE_CLASS && now->count() == 1;
+            if (numeric && was->class_id == mxDOUBLE_CLASS && was->count() > 1) {
+                std::vector<double> entries = values(was);
+                entries[random() % entries.size()] = values(now)[0];
+                call.set(place, numbers(entries, was->dims));
+            } else {
+                call.set(place, now);
+            }
+        }
+        std::vector<Value> all = call.all();
+        if (random() % 8 == 0) {
+            all.resize(random() % (all.size() + 1));
+        }
+        const Outcome outcome = run(all, 1, i % 2 == 0 ? Leaving::exception : Leaving::jump);
+        successes += outcome.error ? 0 : 1;
+        texts.insert(outcome.error.value_or("a result"));
+    }
+    EXPECT_GT(successes, results);
+    EXPECT_GT(texts.size(), errors);
+    for (const std::string& text : texts) {
+        EXPECT_EQ(text.find("unspecified"), std::string::npos) << text;
+        EXPECT_EQ(text.find("std::"), std::string::npos) << text;
     }
 }
 

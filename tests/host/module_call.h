@@ -1,7 +1,6 @@
 // Calls of the modules in the host double, with what every call must keep to.
 #pragma once
 
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,11 +18,9 @@ long live_allocations();
 long fail_allocation(long n);
 
 Value discs(std::size_t n);
-Value sampled_excitation(const std::vector<double>& signal);
+const Value& sampled_excitation();
 Value list_of_points(std::vector<double> x, const std::vector<double>& y,
                      const std::vector<double>& z);
-Value list_of_times(const std::vector<double>& times);
-Value march_parameters(const kavro::Operation& operation);
 
 // Elements of every shape that has the operation, two of each, with weights and delays of their
 // own (for the marches with amplitudes alone), and one of a further shape.
@@ -43,16 +40,22 @@ public:
     // Changes an argument or option ("grid") or a field of its last entry ("grid.xmin"). What is
     // new is appended; null takes away.
     Call& set(const std::string& place, const Value& value);
-    Call& set(const std::string& place, double value) { return set(place, scalar(value)); }
+
+    // The same for several: "grid.xmin = 1, ndiv = 4".
+    Call& set(const std::string& changes);
+    Call with(const std::string& changes) const { return Call(*this).set(changes); }
     Call with(const std::string& place, const Value& value) const;
 
-    const Value& operator[](const std::string& name) const;
-    std::string method() const;
+    Value operator[](const std::string& place) const;
+    std::vector<std::string> places() const;
+    std::string method() const;  // empty of `transient_pressure`
     std::vector<Value> all() const;
 
     int nlhs = 1;
 
 private:
+    std::vector<std::pair<std::string, Value>>::iterator find(const std::string& name);
+
     std::vector<std::pair<std::string, Value>> arguments_;
     std::size_t unnamed_ = static_cast<std::size_t>(-1);  // arguments before the options
 };
@@ -75,23 +78,18 @@ void expect_error(const Call& call, const std::string& error, const std::string&
 // Calls that must end with an error, a row each: places | values | error | what is printed. Each
 // place, changed to each value, must lead to the error.
 //
-// Values are written as the hosts write them: 1, 1i, NaN, [], [1 2; 3 4], 'abc', true, {}; and
-// sparse[1 2]; struct[3 1], an array of this size without fields; missing. `no_structure`,
-// `no_number` and `no_real` stand for several. In the texts, '@' is the name of the argument or
-// field, '#' the value and '$' the method; '^' is the error of the row above.
+// Values are written as `value` takes them; `no_structure`, `no_number` and `no_real` stand for
+// several. In the texts, '@' is the name of the argument or field, '#' the value and '$' the
+// method; '^' is the error of the row above.
 void expect_errors(const Call& call, const std::string& table);
 
 // Whichever of its allocations fails, the call runs out of memory or has the result that it has.
 void expect_no_harm_of_failing_allocations(const Call& call);
 
-// What calls with senseless input came to.
-struct Tally {
-    std::set<std::string> errors;
-    std::size_t calls = 0, results = 0;
-
-    void run(const std::vector<Value>& arguments);
-    void expect(std::size_t least_results, std::size_t least_errors) const;
-};
+// Calls like these with senseless values in their arguments and fields end in a result or in an
+// error that says something; there are more than so many of either.
+void expect_results_or_errors(const std::vector<Call>& calls, std::size_t results,
+                              std::size_t errors);
 
 double largest(const std::vector<double>& values);
 
