@@ -28,18 +28,17 @@ bool in_module() {
     return call_runs && !in_host;
 }
 
-bool holds_data(mxClassID class_id) {
-    return (class_id >= mxDOUBLE_CLASS && class_id <= mxUINT64_CLASS) || class_id == mxCHAR_CLASS ||
-           class_id == mxLOGICAL_CLASS;
+std::size_t bytes_of_each(mxClassID class_id) {
+    std::size_t bytes = 0;
+    with_number_type(class_id, [&](auto number) { bytes = sizeof(number); });
+    return bytes;
 }
 
 std::unique_ptr<mxArray> array_of(mxClassID class_id, Sizes sizes) {
     auto array = std::make_unique<mxArray>();
     array->class_id = class_id;
     array->dims = std::move(sizes);
-    const std::size_t bytes =
-        with_number_type(class_id, [&](auto number) { return array->count() * sizeof(number); });
-    if (bytes > 0 && holds_data(class_id)) {
+    if (const std::size_t bytes = array->count() * bytes_of_each(class_id)) {
         array->data = std::make_unique<std::byte[]>(bytes);
     }
     return array;

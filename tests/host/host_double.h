@@ -83,7 +83,7 @@ Session& session();
 std::unique_ptr<mxArray> array_of(mxClassID class_id, Sizes sizes);
 mxArray* keep(std::unique_ptr<mxArray> array);  // until the call ends or it is destroyed
 std::size_t field_index(const mxArray& structure, const std::string& name);  // past end: none
-bool holds_data(mxClassID class_id);  // numbers, characters and logical values
+std::size_t bytes_of_each(mxClassID class_id);  // 0 of what is no number, character or logical
 void misuse(const std::string& what);
 [[noreturn]] void raise(const char* text);  // the host's error, which leaves as the session says
 void fail_if_due(Fault fault, const char* text);
@@ -96,33 +96,19 @@ struct HostScope {
     const bool former = in_host;
 };
 
-// Calls `visit` with a zero of the C++ type that numbers or characters of the class are stored in.
+// Calls `visit` with a zero of the C++ type that numbers, characters or logical values of the class
+// are stored in; not at all for other classes.
 template <class Visitor>
-auto with_number_type(mxClassID class_id, Visitor visit) {
-    switch (class_id) {
-        case mxSINGLE_CLASS:
-            return visit(float());
-        case mxINT8_CLASS:
-            return visit(std::int8_t());
-        case mxUINT8_CLASS:
-        case mxLOGICAL_CLASS:
-            return visit(std::uint8_t());
-        case mxINT16_CLASS:
-            return visit(std::int16_t());
-        case mxUINT16_CLASS:
-        case mxCHAR_CLASS:
-            return visit(std::uint16_t());
-        case mxINT32_CLASS:
-            return visit(std::int32_t());
-        case mxUINT32_CLASS:
-            return visit(std::uint32_t());
-        case mxINT64_CLASS:
-            return visit(std::int64_t());
-        case mxUINT64_CLASS:
-            return visit(std::uint64_t());
-        default:
-            return visit(double());
-    }
+void with_number_type(mxClassID class_id, Visitor visit) {
+    const auto try_all = [&]<class... T>(std::pair<mxClassID, T>... types) {
+        ((class_id == types.first ? visit(types.second) : void()), ...);
+    };
+    try_all(std::pair{mxDOUBLE_CLASS, double()}, std::pair{mxSINGLE_CLASS, float()},
+            std::pair{mxINT8_CLASS, std::int8_t()}, std::pair{mxUINT8_CLASS, std::uint8_t()},
+            std::pair{mxINT16_CLASS, std::int16_t()}, std::pair{mxUINT16_CLASS, std::uint16_t()},
+            std::pair{mxINT32_CLASS, std::int32_t()}, std::pair{mxUINT32_CLASS, std::uint32_t()},
+            std::pair{mxINT64_CLASS, std::int64_t()}, std::pair{mxUINT64_CLASS, std::uint64_t()},
+            std::pair{mxCHAR_CLASS, std::uint16_t()}, std::pair{mxLOGICAL_CLASS, std::uint8_t()});
 }
 
 }  // namespace host

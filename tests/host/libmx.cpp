@@ -24,7 +24,7 @@ auto ask(const mxArray* array, const char* function, Answer answer) {
 
 void* data_of(const mxArray* array, const char* function) {
     return ask(array, function, [function](const mxArray& a) -> void* {
-        if (a.is_sparse || !host::holds_data(a.class_id)) {
+        if (a.is_sparse || host::bytes_of_each(a.class_id) == 0) {
             host::misuse(std::string(function) + " of an array without full data");
         }
         return a.data.get();
@@ -158,9 +158,11 @@ double mxGetScalar(const mxArray* array) {
         host::misuse("mxGetScalar of an empty array");
         return 0.0;
     }
-    return host::with_number_type(array->class_id, [&](auto number) {
-        return static_cast<double>(*static_cast<const decltype(number)*>(data));
+    double value = 0.0;
+    host::with_number_type(array->class_id, [&](auto number) {
+        value = static_cast<double>(*static_cast<const decltype(number)*>(data));
     });
+    return value;
 }
 
 int mxGetString(const mxArray* array, char* buffer, mwSize buffer_length) {
