@@ -148,9 +148,13 @@ std::vector<std::string> parts_of(const std::string& text, const std::string& se
 
 void set(const Value& structure, const std::string& field, Value value, std::size_t entry) {
     const std::size_t index = field_index(*structure, field);
+    if (!value) {
+        std::erase_if(structure->fields, [&](const auto& had) { return had.first == field; });
+        return;
+    }
     if (index == structure->fields.size()) {
         structure->fields.emplace_back(field,
-                                       std::vector<Value>(structure->count(), host::value("[]")));
+                                       std::vector<Value>(structure->count(), numbers({}, {0, 0})));
     }
     if (structure->count() > 0) {
         structure->fields[index].second.at(entry) = std::move(value);

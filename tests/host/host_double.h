@@ -40,7 +40,7 @@ Value record(const std::string& fields);
 std::vector<std::string> parts_of(const std::string& text, const std::string& separator);
 
 // Sets the field of one entry; the other entries of a new field hold []. An array without entries
-// only takes the field's name.
+// only takes the field's name. Null takes the field away from all.
 void set(const Value& structure, const std::string& field, Value value, std::size_t entry = 0);
 Value get(const Value& structure, const std::string& field, std::size_t entry = 0);
 Value copy_of(const Value& structure);               // with the same values

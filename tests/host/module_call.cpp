@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <new>
+#include <numeric>
 #include <random>
 #include <set>
 
@@ -88,16 +89,6 @@ const Value& sampled_excitation() {
     return excitation;
 }
 
-Value list_of_points(std::vector<double> x, const std::vector<double>& y,
-                     const std::vector<double>& z) {
-    const std::size_t n = x.size();
-    x.insert(x.end(), y.begin(), y.end());
-    x.insert(x.end(), z.begin(), z.end());
-    const Value grid = structure(1, 1);
-    set(grid, "coordinates", numbers(x, {n, 3}));
-    return grid;
-}
-
 Value elements_with(const Operation& operation, const Shape* further) {
     std::vector<const Shape*> shapes;
     for (const Shape& shape : kavro::shapes()) {
@@ -127,20 +118,17 @@ Value elements_with(const Operation& operation, const Shape* further) {
 
 // ---- calls
 
-Call::Call()
-    : arguments_{
-          {"elements", discs(1)},
-          {"grid",
-           record("xmin = -1e-3, xmax = 1e-3, ymin = 0, ymax = 0, zmin = 1e-3, zmax = 2e-3, "
-                  "delta = [1e-3 1e-3 1e-3]")},
-          {"medium",
-           record(
-               "soundspeed = 1500, density = 1000, attenuationdBcmMHz = 0, powerlawexponent = 0, "
-               "specificheat = 0, specificheatofblood = 0, thermalconductivity = 0, "
-               "bloodperfusion = 0, nonlinearityparameter = 0")},
-          {"time", record("tmin = 0, tmax = 4e-6, deltat = 1e-7")},
-          {"ndiv", value("8")},
-          {"excitation", record("type = 2, f0 = 1e6, pulse_width = 2e-6, B = 0")}} {}
+Call::Call() {
+    set("elements", discs(1));
+    set("grid", record("xmin = -1e-3, xmax = 1e-3, ymin = 0, ymax = 0, zmin = 1e-3, zmax = 2e-3, "
+                       "delta = [1e-3 1e-3 1e-3]"));
+    set("medium", record("soundspeed = 1500, density = 1000, attenuationdBcmMHz = 0, "
+                         "powerlawexponent = 0, specificheat = 0, specificheatofblood = 0, "
+                         "thermalconductivity = 0, bloodperfusion = 0, nonlinearityparameter = 0"));
+    set("time", record("tmin = 0, tmax = 4e-6, deltat = 1e-7"));
+    set("ndiv = 8");
+    set("excitation", record("type = 2, f0 = 1e6, pulse_width = 2e-6, B = 0"));
+}
 
 Call::Call(const Operation& operation) {
     const Call scene;
@@ -148,7 +136,7 @@ Call::Call(const Operation& operation) {
     for (const char* name : {"elements", "grid", "medium"}) {
         set(name, scene[name]);
     }
-    unnamed_ = arguments_.size();
+    unnamed_ = arguments_->fields.size();
     if (operation.uses(kavro::input_frequency)) {
         set("f0 = 1e6");
     }
@@ -169,30 +157,16 @@ Call::Call(const Operation& operation) {
 
 Call::Call(const std::string& method) : Call(*kavro::operation_of(method)) {}
 
-std::vector<std::pair<std::string, Value>>::iterator Call::find(const std::string& name) {
-    return std::find_if(arguments_.begin(), arguments_.end(),
-                        [&](const auto& given) { return given.first == name; });
-}
-
 Call& Call::set(const std::string& place, const Value& value) {
     const std::size_t dot = place.find('.');
-    const auto argument = find(place.substr(0, dot));
+    const std::string name = place.substr(0, dot);
+    Value changed = value;
     if (dot != std::string::npos) {
-        const std::string field = place.substr(dot + 1);
-        argument->second = copy_of(argument->second);
-        auto& [_, structure] = *argument;
-        if (value) {
-            host::set(structure, field, value, structure->count() - 1);
-        } else {
-            std::erase_if(structure->fields, [&](const auto& had) { return had.first == field; });
-        }
-    } else if (argument == arguments_.end()) {
-        arguments_.emplace_back(place, value);
-    } else if (value) {
-        argument->second = value;
-    } else {
-        arguments_.erase(argument);
+        changed = copy_of(get(arguments_, name));
+        host::set(changed, place.substr(dot + 1), value, changed->count() - 1);
     }
+    arguments_ = copy_of(arguments_);
+    host::set(arguments_, name, changed);
     return *this;
 }
 
@@ -210,16 +184,16 @@ Call Call::with(const std::string& place, const Value& value) const {
 
 Value Call::operator[](const std::string& place) const {
     const std::size_t dot = place.find('.');
-    const Value& argument = const_cast<Call*>(this)->find(place.substr(0, dot))->second;
+    const Value argument = get(arguments_, place.substr(0, dot));
     return dot == std::string::npos ? argument
                                     : get(argument, place.substr(dot + 1), argument->count() - 1);
 }
 
 std::vector<std::string> Call::places() const {
     std::vector<std::string> places;
-    for (const auto& [name, value] : arguments_) {
+    for (const auto& [name, argument] : arguments_->fields) {
         places.push_back(name);
-        for (const auto& [field, _] : value->fields) {
+        for (const auto& [field, _] : argument[0]->fields) {
             places.push_back(name + "." + field);
         }
     }
@@ -227,16 +201,16 @@ std::vector<std::string> Call::places() const {
 }
 
 std::string Call::method() const {
-    return unnamed_ < arguments_.size() ? characters(arguments_[0].second) : "";
+    return unnamed_ < arguments_->fields.size() ? characters((*this)["method"]) : "";
 }
 
 std::vector<Value> Call::all() const {
     std::vector<Value> values;
-    for (std::size_t i = 0; i < arguments_.size(); ++i) {
-        if (i >= unnamed_) {
-            values.push_back(text(arguments_[i].first));
+    for (const auto& [name, argument] : arguments_->fields) {
+        if (values.size() >= unnamed_) {
+            values.push_back(text(name));
         }
-        values.push_back(arguments_[i].second);
+        values.push_back(argument[0]);
     }
     return values;
 }
@@ -251,7 +225,7 @@ Outcome run(const std::vector<Value>& arguments, int nlhs, Leaving leaving, Faul
 }
 
 Outcome run(const Call& call, Leaving leaving, Fault fault) {
-    return run(call.all(), call.nlhs, leaving, fault);
+    return run(call.all(), 1, leaving, fault);
 }
 
 std::vector<double> pressure(const Call& call) {
@@ -275,7 +249,7 @@ void expect_error(const std::vector<Value>& arguments, const std::string& error,
 }
 
 void expect_error(const Call& call, const std::string& error, const std::string& printed) {
-    expect_error(call.all(), error, printed, call.nlhs);
+    expect_error(call.all(), error, printed);
 }
 
 namespace {
@@ -378,11 +352,9 @@ void expect_results_or_errors(const std::vector<Call>& calls, std::size_t result
 }
 
 double largest(const std::vector<double>& values) {
-    double magnitude = 0.0;
-    for (const double value : values) {
-        magnitude = std::max(magnitude, std::abs(value));
-    }
-    return magnitude;
+    return std::accumulate(values.begin(), values.end(), 0.0, [](double magnitude, double value) {
+        return std::max(magnitude, std::abs(value));
+    });
 }
 
 }  // namespace host

@@ -19,8 +19,6 @@ long fail_allocation(long n);
 
 Value discs(std::size_t n);
 const Value& sampled_excitation();
-Value list_of_points(std::vector<double> x, const std::vector<double>& y,
-                     const std::vector<double>& z);
 
 // Elements of every shape that has the operation, two of each, with weights and delays of their
 // own (for the marches with amplitudes alone), and one of a further shape.
@@ -51,12 +49,8 @@ public:
     std::string method() const;  // empty of `transient_pressure`
     std::vector<Value> all() const;
 
-    int nlhs = 1;
-
 private:
-    std::vector<std::pair<std::string, Value>>::iterator find(const std::string& name);
-
-    std::vector<std::pair<std::string, Value>> arguments_;
+    Value arguments_ = structure(1, 1);                   // by their names, in order
     std::size_t unnamed_ = static_cast<std::size_t>(-1);  // arguments before the options
 };
 

@@ -21,9 +21,10 @@ TEST(Output, has_the_shape_of_the_grid) {
     EXPECT_EQ(pressure(Call().set("grid.delta = [1e-3; 1e-3; 1e-3]")), values(regular.output));
 
     Call list;
-    list.set("grid", list_of_points({-1e-3, 0, 1e-3, -1e-3, 0, 1e-3}, {0, 0, 0, 0, 0, 0},
-                                    {1e-3, 1e-3, 1e-3, 2e-3, 2e-3, 2e-3}));
-    const Outcome points = run(list.set("grid.xmin = 5"));  // a list wins over limits
+    list.set(
+        "grid.coordinates = [-1e-3 0 1e-3; 0 0 1e-3; 1e-3 0 1e-3; -1e-3 0 2e-3; "
+        "0 0 2e-3; 1e-3 0 2e-3]");
+    const Outcome points = run(list);  // a list wins over limits
     ASSERT_TRUE(points.output);
     EXPECT_EQ(points.output->dims, (Sizes{6, 41}));
     EXPECT_EQ(values(points.output), values(regular.output));

@@ -155,7 +155,7 @@ TEST(Solve, results_have_the_form_of_their_kind) {
                 // Of attenuation that is left out of account.
                 EXPECT_EQ(outcome.warnings.size(), is_over_time(operation) ? 1u : 0u);
             }
-            call.set("grid", list_of_points({0, 0, 0, 0}, {0, 0, 0, 0}, {1, 2, 3, 4}));
+            call.set("grid.coordinates = [0 0 1; 0 0 2; 0 0 3; 0 0 4]");
         }
     }
 }
