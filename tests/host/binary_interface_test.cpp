@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <vector>
 
 #include "module_call.h"
@@ -10,32 +11,22 @@
 namespace host {
 namespace {
 
-class LoadedModule {
-public:
+struct LoadedModule {
     explicit LoadedModule(const char* path = KAVRO_MODULE)
-        : handle_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {}
-    ~LoadedModule() {
-        if (handle_ != nullptr) {
-            dlclose(handle_);
-        }
+        : handle(dlopen(path, RTLD_NOW | RTLD_LOCAL), dlclose) {
+        EXPECT_TRUE(handle) << dlerror();
     }
-    LoadedModule(const LoadedModule&) = delete;
-    LoadedModule& operator=(const LoadedModule&) = delete;
-
-    bool loaded() const { return handle_ != nullptr; }
 
     template <class Function>
     Function* function(const char* name) const {
-        return reinterpret_cast<Function*>(dlsym(handle_, name));
+        return handle ? reinterpret_cast<Function*>(dlsym(handle.get(), name)) : nullptr;
     }
 
-private:
-    void* handle_;
+    std::unique_ptr<void, int (*)(void*)> handle;
 };
 
 TEST(BinaryInterface, names_its_generation) {
     const LoadedModule module;
-    ASSERT_TRUE(module.loaded()) << dlerror();
     auto* versions = module.function<void(unsigned*, unsigned*)>("mexfilerequiredapiversion");
     ASSERT_NE(versions, nullptr);
     unsigned release = 0;
@@ -49,56 +40,46 @@ TEST(BinaryInterface, names_its_generation) {
 TEST(BinaryInterface, keeps_its_transform_library_to_itself) {
     // Looked for in the module and in all that it was linked with.
     const LoadedModule module;
-    ASSERT_TRUE(module.loaded()) << dlerror();
+    ASSERT_TRUE(module.handle);
     EXPECT_EQ(module.function<void()>("fftw_execute"), nullptr);
     EXPECT_EQ(module.function<void()>("fftw_plan_dft_r2c_1d"), nullptr);
 }
 #endif
 
 TEST(BinaryInterface, computes_and_fails_like_the_module_that_is_linked_in) {
-    const std::vector<double> wanted = pressure(Arguments());
+    const std::vector<double> wanted = pressure(Call());
+    EXPECT_GT(largest(wanted), 0.0);
     // Loaded and unloaded twice: nothing of it may stay behind.
     for (int i = 0; i < 2; ++i) {
         const LoadedModule module;
-        ASSERT_TRUE(module.loaded()) << dlerror();
         auto* entry = module.function<Entry>("mexFunction");
         ASSERT_NE(entry, nullptr);
         ASSERT_NE(entry, &mexFunction);
-        Arguments arguments;
-        std::vector<Value> all{arguments.elements, arguments.grid, arguments.medium,
-                               arguments.times,    arguments.ndiv, arguments.excitation};
-        const Outcome outcome = call(entry, 1, all);
+        const Outcome outcome = call(entry, 1, Call().all());
         EXPECT_EQ(outcome.misuses, std::vector<std::string>());
         ASSERT_TRUE(outcome.output);
         EXPECT_EQ(values(outcome.output), wanted);
-        EXPECT_GT(largest(wanted), 0.0);
 
-        set(arguments.elements, "shape", text("circle"));
+        const std::vector<Value> circle = Call().set("elements.shape = 'circle'").all();
         for (const Leaving leaving : {Leaving::exception, Leaving::jump}) {
-            const Outcome failure = call(entry, 1, all, leaving);
+            const Outcome failure = call(entry, 1, circle, leaving);
             EXPECT_EQ(failure.error, "Invalid transducer shape identifier.\n");
             EXPECT_EQ(failure.printed,
                       "*** circle is not a valid transducer shape (element 1) ***\n");
         }
-        set(arguments.elements, "shape", text("circ"));
-        const Outcome refused = call(entry, 1, all, Leaving::exception, Fault::creation);
+        const Outcome refused = call(entry, 1, Call().all(), Leaving::exception, Fault::creation);
         EXPECT_EQ(refused.error, "The host has no memory left.");
     }
 }
 
 TEST(BinaryInterface, has_a_second_module_for_every_method) {
-    const Arguments arguments;
     const LoadedModule module(KAVRO_SOLVE_MODULE);
-    ASSERT_TRUE(module.loaded()) << dlerror();
     auto* entry = module.function<Entry>("mexFunction");
-    const std::vector<Value> all{text("fnm_tsd_sse"), arguments.elements,   arguments.grid,
-                                 arguments.medium,    text("time"),         arguments.times,
-                                 text("excitation"),  arguments.excitation, text("ndiv"),
-                                 arguments.ndiv};
-    const Outcome outcome = call(entry, 1, all);
+    ASSERT_NE(entry, nullptr);
+    const Outcome outcome = call(entry, 1, Call("fnm_tsd_sse").set("ndiv = 8").all());
     EXPECT_EQ(outcome.misuses, std::vector<std::string>());
     ASSERT_TRUE(outcome.output);
-    EXPECT_EQ(values(outcome.output), pressure(arguments));
+    EXPECT_EQ(values(outcome.output), pressure(Call()));
     EXPECT_EQ(call(entry, 1, {text("fnm_tsd")}, Leaving::jump).error,
               "This function needs a method, elements, a grid and a medium; then options by name "
               "and value.");

@@ -5,11 +5,10 @@
 #include <array>
 #include <atomic>
 #include <csetjmp>
+#include <cstdlib>
 #include <functional>
-#include <iterator>
 #include <numeric>
 #include <stdexcept>
-#include <utility>
 
 std::size_t mxArray_tag::count() const {
     return std::accumulate(dims.begin(), dims.end(), std::size_t{1}, std::multiplies<>());
@@ -20,173 +19,179 @@ namespace host {
 namespace {
 
 std::atomic<bool> call_runs = false;
-thread_local bool in_host = false;
 
 }  // namespace
+
+thread_local bool in_host = false;
 
 bool in_module() {
     return call_runs && !in_host;
 }
 
-HostScope::HostScope() : former_(in_host) {
-    in_host = true;
+std::size_t bytes_of_each(mxClassID class_id) {
+    std::size_t bytes = 0;
+    with_number_type(class_id, [&](auto number) { bytes = sizeof(number); });
+    return bytes;
 }
 
-HostScope::~HostScope() {
-    in_host = former_;
-}
-
-std::unique_ptr<mxArray> array_of(mxClassID class_id, std::vector<std::size_t> dims) {
+std::unique_ptr<mxArray> array_of(mxClassID class_id, Sizes sizes) {
     auto array = std::make_unique<mxArray>();
     array->class_id = class_id;
-    array->dims = std::move(dims);
-    const std::size_t bytes =
-        with_number_type(class_id, [&](auto number) { return array->count() * sizeof(number); });
-    if (bytes > 0) {
+    array->dims = std::move(sizes);
+    if (const std::size_t bytes = array->count() * bytes_of_each(class_id)) {
         array->data = std::make_unique<std::byte[]>(bytes);
     }
     return array;
 }
 
 std::size_t field_index(const mxArray& structure, const std::string& name) {
-    const auto found = std::find(structure.fields.begin(), structure.fields.end(), name);
+    const auto found = std::find_if(structure.fields.begin(), structure.fields.end(),
+                                    [&](const auto& field) { return field.first == name; });
     return static_cast<std::size_t>(found - structure.fields.begin());
 }
 
-namespace {
-
-Value filled(mxClassID class_id, std::vector<std::size_t> dims, const std::vector<double>& values) {
-    Value array = array_of(class_id, std::move(dims));
+Value numbers(const std::vector<double>& values, Sizes sizes, mxClassID class_id) {
+    Value array = array_of(class_id, std::move(sizes));
     with_number_type(class_id, [&](auto number) {
-        auto* data = reinterpret_cast<decltype(number)*>(array->data.get());
-        std::transform(values.begin(), values.end(), data,
+        std::transform(values.begin(), values.end(),
+                       reinterpret_cast<decltype(number)*>(array->data.get()),
                        [](double value) { return static_cast<decltype(number)>(value); });
     });
     return array;
 }
 
-}  // namespace
-
-Value numbers(std::vector<double> values, std::size_t rows, std::size_t columns,
-              mxClassID class_id) {
-    return filled(class_id, {rows, columns}, values);
-}
-
-Value row(std::vector<double> values, mxClassID class_id) {
-    return filled(class_id, {1, values.size()}, values);
-}
-
-Value scalar(double value) {
-    return row({value});
-}
-
-Value complex_scalar(double real) {
-    Value array = row({real});
-    array->is_complex = true;
-    return array;
-}
-
-Value sparse_row(std::vector<double> values) {
-    Value array = row(std::move(values));
-    array->is_sparse = true;
-    return array;
-}
-
-Value logical(bool value) {
-    return filled(mxLOGICAL_CLASS, {1, 1}, {value ? 1.0 : 0.0});
+Value row(const std::vector<double>& values, mxClassID class_id) {
+    return numbers(values, {1, values.size()}, class_id);
 }
 
 Value text(const std::string& characters) {
-    return filled(mxCHAR_CLASS, {1, characters.size()}, {characters.begin(), characters.end()});
+    return row({characters.begin(), characters.end()}, mxCHAR_CLASS);
 }
 
 Value string_object(const std::string& characters) {
-    auto array = std::make_shared<mxArray>();
-    array->class_id = mxUNKNOWN_CLASS;
-    array->dims = {1, 1};
+    Value array = array_of(mxUNKNOWN_CLASS, {1, 1});
     array->characters = characters;
     return array;
 }
 
 Value function(std::function<void(double)> body) {
-    auto array = std::make_shared<mxArray>();
-    array->class_id = mxFUNCTION_CLASS;
-    array->dims = {1, 1};
+    Value array = array_of(mxFUNCTION_CLASS, {1, 1});
     array->body = std::move(body);
     return array;
 }
 
-Value cell() {
-    auto array = std::make_shared<mxArray>();
-    array->class_id = mxCELL_CLASS;
-    array->dims = {1, 1};
+Value structure(std::size_t rows, std::size_t columns) {
+    return array_of(mxSTRUCT_CLASS, {rows, columns});
+}
+
+Value value(const std::string& written) {
+    if (written == "missing") {
+        return nullptr;
+    }
+    if (written == "{}") {
+        return array_of(mxCELL_CLASS, {1, 1});
+    }
+    if (written == "true" || written == "false") {
+        return row({written == "true" ? 1.0 : 0.0}, mxLOGICAL_CLASS);
+    }
+    if (written.starts_with('\'')) {
+        return text(written.substr(1, written.size() - 2));
+    }
+    std::vector<double> by_rows;
+    std::size_t rows = 1;
+    for (const char* at = written.c_str(); *at != '\0';) {
+        char* end = nullptr;
+        const double number = std::strtod(at, &end);
+        if (end != at) {
+            by_rows.push_back(number);
+        } else if (*end++ == ';') {
+            ++rows;
+        }
+        at = end;
+    }
+    if (written.starts_with("struct")) {
+        return array_of(mxSTRUCT_CLASS, {by_rows.begin(), by_rows.end()});
+    }
+    const std::size_t columns = by_rows.size() / rows;
+    std::vector<double> by_columns(by_rows.size());
+    for (std::size_t i = 0; i < by_rows.size(); ++i) {
+        by_columns[i % columns * rows + i / columns] = by_rows[i];
+    }
+    Value array = numbers(by_columns, {columns > 0 ? rows : 0, columns});
+    array->is_sparse = written.starts_with("sparse");
+    array->is_complex = written.ends_with('i');
     return array;
 }
 
-Value structure(std::size_t rows, std::size_t columns) {
-    auto array = std::make_shared<mxArray>();
-    array->class_id = mxSTRUCT_CLASS;
-    array->dims = {rows, columns};
+Value record(const std::string& fields) {
+    Value array = structure(1, 1);
+    for (const std::string& field : parts_of(fields, ", ")) {
+        const std::vector<std::string> name_and_value = parts_of(field, " = ");
+        set(array, name_and_value.at(0), value(name_and_value.at(1)));
+    }
     return array;
+}
+
+std::vector<std::string> parts_of(const std::string& text, const std::string& separator) {
+    std::vector<std::string> parts;
+    for (std::size_t begin = 0, end = 0; end != std::string::npos; begin = end + separator.size()) {
+        end = text.find(separator, begin);
+        std::string part = text.substr(begin, end - begin);
+        part.erase(0, part.find_first_not_of(" \n"));
+        part.erase(part.find_last_not_of(" \n") + 1);
+        if (!part.empty()) {
+            parts.push_back(part);
+        }
+    }
+    return parts;
 }
 
 void set(const Value& structure, const std::string& field, Value value, std::size_t entry) {
     const std::size_t index = field_index(*structure, field);
-    std::vector<Value>& data = structure->field_data;
+    if (!value) {
+        std::erase_if(structure->fields, [&](const auto& had) { return had.first == field; });
+        return;
+    }
     if (index == structure->fields.size()) {
-        const std::size_t width = structure->fields.size();
-        structure->fields.push_back(field);
-        for (std::size_t i = structure->count(); i-- > 0;) {
-            data.insert(data.begin() + static_cast<std::ptrdiff_t>((i + 1) * width),
-                        numbers({}, 0, 0));
-        }
+        structure->fields.emplace_back(field,
+                                       std::vector<Value>(structure->count(), numbers({}, {0, 0})));
     }
     if (structure->count() > 0) {
-        data.at(entry * structure->fields.size() + index) = std::move(value);
+        structure->fields[index].second.at(entry) = std::move(value);
     }
 }
 
 Value get(const Value& structure, const std::string& field, std::size_t entry) {
-    return structure->field_data.at(entry * structure->fields.size() +
-                                    field_index(*structure, field));
+    return structure->fields.at(field_index(*structure, field)).second.at(entry);
 }
 
 Value copy_of(const Value& structure) {
-    Value copy = host::structure(structure->dims[0], structure->dims[1]);
+    const Value copy = host::structure(structure->dims[0], structure->dims[1]);
     copy->fields = structure->fields;
-    copy->field_data = structure->field_data;
     return copy;
 }
 
-void remove(const Value& structure, const std::string& field) {
-    const std::size_t index = field_index(*structure, field);
-    const std::size_t width = structure->fields.size();
-    structure->fields.erase(structure->fields.begin() + static_cast<std::ptrdiff_t>(index));
-    for (std::size_t i = structure->count(); i-- > 0;) {
-        structure->field_data.erase(structure->field_data.begin() +
-                                    static_cast<std::ptrdiff_t>(i * width + index));
+Value repeated(const Value& record, std::size_t n) {
+    Value array = structure(1, n);
+    for (const auto& [name, entries] : record->fields) {
+        array->fields.emplace_back(name, std::vector<Value>(n, entries[0]));
     }
-}
-
-std::vector<std::size_t> sizes(const Value& array) {
-    return array->dims;
+    return array;
 }
 
 std::vector<double> values(const Value& array) {
-    const auto* data = reinterpret_cast<const double*>(array->data.get());
-    return {data, data + array->count()};
-}
-
-std::vector<double> imaginary(const Value& array) {
-    const auto* data = reinterpret_cast<const double*>(array->imaginary_data.get());
-    return {data, data + array->count()};
+    std::vector<double> all;
+    for (const std::unique_ptr<std::byte[]>* part : {&array->data, &array->imaginary_data}) {
+        const auto* data = reinterpret_cast<const double*>(part->get());
+        all.insert(all.end(), data, data + (data != nullptr ? array->count() : 0));
+    }
+    return all;
 }
 
 std::string characters(const Value& array) {
-    const auto* data = reinterpret_cast<const std::uint16_t*>(array->data.get());
-    std::string text;
-    std::transform(data, data + array->count(), std::back_inserter(text),
-                   [](std::uint16_t character) { return static_cast<char>(character); });
+    std::string text(array->count() + 1, '\0');
+    mxGetString(array.get(), text.data(), text.size());
+    text.pop_back();
     return text;
 }
 

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "mex.h"
@@ -18,32 +19,35 @@
 namespace host {
 
 using Value = std::shared_ptr<mxArray>;
+using Sizes = std::vector<std::size_t>;
 
 // ---- values
-Value numbers(std::vector<double> values, std::size_t rows, std::size_t columns,
-              mxClassID class_id = mxDOUBLE_CLASS);
-Value row(std::vector<double> values, mxClassID class_id = mxDOUBLE_CLASS);
-Value scalar(double value);
-Value complex_scalar(double real);
-Value sparse_row(std::vector<double> values);
-Value logical(bool value);
+Value numbers(const std::vector<double>& values, Sizes sizes, mxClassID class_id = mxDOUBLE_CLASS);
+Value row(const std::vector<double>& values, mxClassID class_id = mxDOUBLE_CLASS);
 Value text(const std::string& characters);
-Value string_object(const std::string& characters);  // which is no array of characters
-Value function(std::function<void(double)> body);    // a function handle; it may throw
-Value cell();
-Value structure(std::size_t rows, std::size_t columns);  // a structure array without fields
+Value string_object(const std::string& characters);      // which is no array of characters
+Value function(std::function<void(double)> body);        // a function handle; it may throw
+Value structure(std::size_t rows, std::size_t columns);  // an array without fields
+
+// A value as the hosts write it: 1, 1i, NaN, [], [1 2; 3 4], 'abc', true, {}; and sparse[1 2];
+// struct[3 1], an array of this size without fields. Null for `missing`.
+Value value(const std::string& written);
+
+// A structure of one entry: "radius = 1, center = [0 0 0]".
+Value record(const std::string& fields);
+
+// What lies between the separators, without the spaces around it and the empty.
+std::vector<std::string> parts_of(const std::string& text, const std::string& separator);
 
 // Sets the field of one entry; the other entries of a new field hold []. An array without entries
-// only takes the field's name.
+// only takes the field's name. Null takes the field away from all.
 void set(const Value& structure, const std::string& field, Value value, std::size_t entry = 0);
-void remove(const Value& structure, const std::string& field);
 Value get(const Value& structure, const std::string& field, std::size_t entry = 0);
-Value copy_of(const Value& structure);  // with the same values
+Value copy_of(const Value& structure);               // with the same values
+Value repeated(const Value& record, std::size_t n);  // n entries with the values of the first
 
-std::vector<std::size_t> sizes(const Value& array);
-std::vector<double> values(const Value& array);     // real parts of a double array
-std::vector<double> imaginary(const Value& array);  // imaginary parts of a complex one
-std::string characters(const Value& array);         // of a text
+std::vector<double> values(const Value& array);  // of a double array, the imaginary parts at last
+std::string characters(const Value& array);      // of a text
 
 // ---- calls
 // How mexErrMsgTxt leaves the module: by an exception, or by a jump that runs no destructors.
@@ -76,56 +80,35 @@ struct Session {
     std::vector<std::unique_ptr<mxArray>> created;
 };
 Session& session();
-std::unique_ptr<mxArray> array_of(mxClassID class_id, std::vector<std::size_t> dims);
+std::unique_ptr<mxArray> array_of(mxClassID class_id, Sizes sizes);
 mxArray* keep(std::unique_ptr<mxArray> array);  // until the call ends or it is destroyed
 std::size_t field_index(const mxArray& structure, const std::string& name);  // past end: none
+std::size_t bytes_of_each(mxClassID class_id);  // 0 of what is no number, character or logical
 void misuse(const std::string& what);
 [[noreturn]] void raise(const char* text);  // the host's error, which leaves as the session says
 void fail_if_due(Fault fault, const char* text);
 
 // Marks the host's own code, so that what it allocates is not counted as the module's.
-class HostScope {
-public:
-    HostScope();
-    ~HostScope();
-    HostScope(const HostScope&) = delete;
-    HostScope& operator=(const HostScope&) = delete;
-
-private:
-    bool former_;
+extern thread_local bool in_host;
+struct HostScope {
+    HostScope() { in_host = true; }
+    ~HostScope() { in_host = former; }
+    const bool former = in_host;
 };
 
-}  // namespace host
-
-namespace host {
-
-// Calls `visit` with a zero of the C++ type that numbers or characters of the class are stored in.
+// Calls `visit` with a zero of the C++ type that numbers, characters or logical values of the class
+// are stored in; not at all for other classes.
 template <class Visitor>
-auto with_number_type(mxClassID class_id, Visitor visit) {
-    switch (class_id) {
-        case mxSINGLE_CLASS:
-            return visit(float());
-        case mxINT8_CLASS:
-            return visit(std::int8_t());
-        case mxUINT8_CLASS:
-        case mxLOGICAL_CLASS:
-            return visit(std::uint8_t());
-        case mxINT16_CLASS:
-            return visit(std::int16_t());
-        case mxUINT16_CLASS:
-        case mxCHAR_CLASS:
-            return visit(std::uint16_t());
-        case mxINT32_CLASS:
-            return visit(std::int32_t());
-        case mxUINT32_CLASS:
-            return visit(std::uint32_t());
-        case mxINT64_CLASS:
-            return visit(std::int64_t());
-        case mxUINT64_CLASS:
-            return visit(std::uint64_t());
-        default:
-            return visit(double());
-    }
+void with_number_type(mxClassID class_id, Visitor visit) {
+    const auto try_all = [&]<class... T>(std::pair<mxClassID, T>... types) {
+        ((class_id == types.first ? visit(types.second) : void()), ...);
+    };
+    try_all(std::pair{mxDOUBLE_CLASS, double()}, std::pair{mxSINGLE_CLASS, float()},
+            std::pair{mxINT8_CLASS, std::int8_t()}, std::pair{mxUINT8_CLASS, std::uint8_t()},
+            std::pair{mxINT16_CLASS, std::int16_t()}, std::pair{mxUINT16_CLASS, std::uint16_t()},
+            std::pair{mxINT32_CLASS, std::int32_t()}, std::pair{mxUINT32_CLASS, std::uint32_t()},
+            std::pair{mxINT64_CLASS, std::int64_t()}, std::pair{mxUINT64_CLASS, std::uint64_t()},
+            std::pair{mxCHAR_CLASS, std::uint16_t()}, std::pair{mxLOGICAL_CLASS, std::uint8_t()});
 }
 
 }  // namespace host
@@ -134,13 +117,13 @@ struct mxArray_tag {
     mxClassID class_id = mxDOUBLE_CLASS;
     bool is_complex = false;
     bool is_sparse = false;
-    std::vector<std::size_t> dims;
+    host::Sizes dims;
     std::unique_ptr<std::byte[]> data;            // exactly as long as the array, null for none
     std::unique_ptr<std::byte[]> imaginary_data;  // likewise, of a complex array
     std::string characters;                       // of a string object, or of an exception
     std::function<void(double)> body;             // of a function handle
-    std::vector<std::string> fields;              // of a structure array
-    std::vector<host::Value> field_data;          // entry by entry, one for each field
+    // Of a structure array: each field's name and its value in each entry.
+    std::vector<std::pair<std::string, std::vector<host::Value>>> fields;
 
     std::size_t count() const;
 };

@@ -27,69 +27,69 @@ TransducerStatus fnm_tsd_sse(std::span<Transducer* const>, Output) {
 namespace host {
 namespace {
 
-TEST(Solver, status_becomes_a_host_error) {
-    const auto answer = [](int status) {
-        solver = [status] { return static_cast<kavro::TransducerStatus>(status); };
+// The solver's next answer, after it has reported this progress.
+void answer(int status, std::vector<double> fractions = {}) {
+    solver = [status, fractions] {
+        for (const double fraction : fractions) {
+            kavro::console::progress(fraction);
+        }
+        return static_cast<kavro::TransducerStatus>(status);
     };
+}
+
+TEST(Solver, status_becomes_a_host_error) {
     answer(0);
-    EXPECT_EQ(pressure(Arguments()), std::vector<double>(6 * 41));
+    EXPECT_EQ(pressure(Call()), std::vector<double>(6 * 41));
     answer(1);
-    expect_error(Arguments(), "This function is not implemented for this transducer shape.");
+    expect_error(Call(), "This function is not implemented for this transducer shape.");
     answer(2);
-    expect_error(Arguments(), "Out of memory.");
+    expect_error(Call(), "Out of memory.");
+    answer(kavro::status_interrupted);
+    expect_error(Call(), "The call was interrupted.");
     for (const int other : {3, -1, 99}) {
         answer(other);
-        expect_error(Arguments(),
+        expect_error(Call(),
                      "An unspecified error occurred. See this function's documentation for "
                      "details.");
     }
 }
 
+// With the environment variable that asks for progress.
 class Progress : public testing::Test {
 protected:
+    Progress() { want("1"); }
     ~Progress() override { unsetenv("KAVRO_PROGRESS"); }
 
-    static void want(const char* setting) { ASSERT_EQ(setenv("KAVRO_PROGRESS", setting, 1), 0); }
+    static void want(const char* setting) { setenv("KAVRO_PROGRESS", setting, 1); }
 
-    static void report_and_answer(std::vector<double> fractions, kavro::TransducerStatus status) {
-        solver = [fractions, status] {
-            for (const double fraction : fractions) {
-                kavro::console::progress(fraction);
-            }
-            return status;
-        };
-    }
-
-    static std::string line(int percent) {
-        return "\rkavro.transient_pressure: " + std::to_string(percent) + " % done";
+    static void expect_lines(std::vector<int> percents) {
+        std::string lines = percents.empty() ? "" : "\n";
+        for (; !percents.empty(); percents.pop_back()) {
+            lines.insert(
+                0, "\rkavro.transient_pressure: " + std::to_string(percents.back()) + " % done");
+        }
+        EXPECT_EQ(run(Call()).printed, lines);
     }
 };
 
-TEST_F(Progress, is_shown_only_where_asked) {
-    report_and_answer({0.5, 1.0}, kavro::status_success);
+TEST_F(Progress, is_one_line_that_changes_at_each_percent_where_asked) {
+    answer(0, {0.001, 0.002, 0.01, 0.019, 0.02});
+    expect_lines({0, 1, 2, 100});
+    answer(1, {0.2});
+    expect_lines({20});
+    answer(0);
+    expect_lines({});
+    answer(0, {0.5, 1.0});
+    expect_lines({50, 100});
     for (const char* off : {"", "0"}) {
         want(off);
-        EXPECT_EQ(run(Arguments()).printed, "");
+        expect_lines({});
     }
     unsetenv("KAVRO_PROGRESS");
-    EXPECT_EQ(run(Arguments()).printed, "");
-    want("1");
-    EXPECT_EQ(run(Arguments()).printed, line(50) + line(100) + "\n");
-}
-
-TEST_F(Progress, is_one_line_that_changes_at_each_percent) {
-    want("1");
-    report_and_answer({0.001, 0.002, 0.01, 0.019, 0.02}, kavro::status_success);
-    EXPECT_EQ(run(Arguments()).printed, line(0) + line(1) + line(2) + line(100) + "\n");
-    report_and_answer({0.2}, kavro::status_not_implemented);
-    expect_error(Arguments(), "This function is not implemented for this transducer shape.",
-                 line(20) + "\n");
-    report_and_answer({}, kavro::status_success);
-    EXPECT_EQ(run(Arguments()).printed, "");
+    expect_lines({});
 }
 
 TEST_F(Progress, lets_the_host_interrupt_once_the_solver_is_done) {
-    want("1");
     bool finished = false;
     solver = [&finished] {
         kavro::console::progress(0.5);  // the host throws here, and may not throw into a solver
@@ -97,7 +97,7 @@ TEST_F(Progress, lets_the_host_interrupt_once_the_solver_is_done) {
         finished = true;
         return kavro::status_success;
     };
-    const Outcome outcome = run(Arguments(), Leaving::exception, Fault::print);
+    const Outcome outcome = run(Call(), Leaving::exception, Fault::print);
     EXPECT_TRUE(finished);
     EXPECT_EQ(outcome.error, "Interrupted.");
     EXPECT_EQ(outcome.printed, "");

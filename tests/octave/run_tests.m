@@ -7,6 +7,20 @@
 
 1;  % a script file, although it begins with a function
 
+% For the tests: f must fail with the toolbox's own error, whose text holds each of the others.
+function says(f, varargin)
+  text = 'no error';
+  try
+    f();
+  catch e
+    text = e.message;
+    assert(e.identifier, 'kavro:argument');
+  end
+  for i = 1:numel(varargin)
+    assert(~isempty(strfind(text, varargin{i})), '%s: lacks "%s"', text, varargin{i});
+  end
+end
+
 function files = chosen_files(folder, names)
   if isempty(names)
     files = glob(fullfile(folder, 'test_*.m'));

@@ -14,27 +14,14 @@
 %! v(t <= 0 | t >= w) = 0;
 %!endfunction
 
-%!test  % grids and lists of points give the same field, in the shapes that the help states
-%! [medium, times, pulse] = scene();
-%! e = kavro.ring_array(5, 4e-3, 1e-3);
-%! box = kavro.set_coordinate_grid([3e-3 4e-3 9e-3], -3e-3, 3e-3, 0, 4e-3, 2e-3, 20e-3);
-%! lastwarn('');
-%! p = kavro.transient_pressure(e, box, medium, times, 16, pulse);
-%! assert(lastwarn(), '');  % water is lossless by default: nothing to warn of
-%! [x, y, z] = kavro.grid_axes(box);
-%! assert(size(p), [numel(x), numel(y), numel(z), numel(kavro.time_axis(times))]);
-%! [X, Y, Z] = ndgrid(x, y, z);
-%! points = kavro.set_coordinate_grid([X(:), Y(:), Z(:)]);
-%! q = kavro.transient_pressure(e, points, medium, times, 16, pulse);
-%! assert(max(abs(q(:))) > 0);
-%! assert(q, reshape(p, size(q)));
-
 %!test  % a disc small against the wavelength is a point source in a rigid baffle
 %! [medium, times, pulse] = scene();
 %! radius = 0.1e-3;
 %! e = kavro.disc(radius, 'center', [1e-3 0 0], 'amplitude', 0.2, 'time_delay', 2e-6);
 %! points = kavro.set_coordinate_grid([1e-3 0 30e-3; 11e-3 5e-3 20e-3]);
+%! lastwarn('');
 %! p = kavro.transient_pressure(e, points, medium, times, 32, pulse);
+%! assert(lastwarn(), '');  % water is lossless by default: nothing to warn of
 %! t = kavro.time_axis(times);
 %! for i = 1:2
 %!   R = norm(points.coordinates(i, :) - e.center);
@@ -67,54 +54,16 @@
 %! for scene_of = {{aimed, focus}, {bowl, [0 0 30e-3]}}
 %!   e = scene_of{1}{1};
 %!   points = kavro.set_coordinate_grid(scene_of{1}{2});
-%!   together = max(abs(kavro.transient_pressure(e, points, medium, times, 16, pulse)));
-%!   one_by_one = 0;
-%!   for i = 1:numel(e)
-%!     p = kavro.transient_pressure(e(i), points, medium, times, 16, pulse);
-%!     one_by_one = one_by_one + max(abs(p));
-%!   end
-%!   assert(together, one_by_one, 0.01 * one_by_one);
+%!   peak = @(e) max(abs(kavro.transient_pressure(e, points, medium, times, 16, pulse)));
+%!   one_by_one = sum(arrayfun(peak, e));
+%!   assert(peak(e), one_by_one, 0.01 * one_by_one);
 %! end
-
-%!test  % a sampled pulse gives the field of the pulse that it was sampled from
-%! [medium, times, pulse] = scene();
-%! ts = 50e-9;
-%! t = (0:60) * ts;
-%! signal = sin(2 * pi * 1e6 * t) .* (1 - cos(2 * pi * t / 3e-6)) / 2;
-%! sampled = kavro.set_excitation_function('sampled', signal, ts);
-%! points = kavro.set_coordinate_grid([0 0 10e-3; 5e-3 0 25e-3; 12e-3 0 5e-3]);
-%! p = kavro.transient_pressure(kavro.disc(4e-3), points, medium, times, 64, pulse);
-%! q = kavro.transient_pressure(kavro.disc(4e-3), points, medium, times, 64, sampled);
-%! assert(q, p, 5e-3 * max(abs(p(:))));
-
-%!test  % one waveform for each element; an element of amplitude 0 is silent
-%! [medium, times, pulse] = scene();
-%! pulses = [pulse, kavro.set_excitation_function('tone burst', 1e6, 2e-6)];
-%! e = kavro.linear_array(2, 5e-3, 1e-3);
-%! points = kavro.set_coordinate_grid([0 0 20e-3]);
-%! run = @(e, x) kavro.transient_pressure(e, points, medium, times, 16, x);
-%! both = run(e, pulses);
-%! assert(both, run(e(1), pulses(1)) + run(e(2), pulses(2)), 1e-6 * max(abs(both)));
-%! assert(run(kavro.set_amplitudes(e, [1 0]), pulses), run(e(1), pulses(1)));
-
-%!test  % progress reports come when they are asked for, and only then
-%! [medium, times, pulse] = scene();
-%! was_on = kavro.progress();
-%! restore = onCleanup(@() kavro.progress(was_on));
-%! e = kavro.linear_array(8, 1e-3, 0.4e-3);
-%! plane = kavro.set_coordinate_grid(2e-3, -10e-3, 10e-3, 0, 0, 1e-3, 30e-3);
-%! work = @() kavro.transient_pressure(e, plane, medium, times, 16, pulse);
-%! kavro.progress(false);
-%! assert(evalc("p = work();"), "");
-%! kavro.progress(true);
-%! assert(! isempty(strfind(evalc('p = work();'), '100 % done')));
 
 %!test  % any number of threads, the same bits; the setting before
 %! [medium, times, pulse] = scene();
 %! before = kavro.threads('default');
 %! restore = onCleanup(@() kavro.threads(before));
-%! assert(kavro.threads(3), 'default');
-%! assert(kavro.threads(), 3);
+%! assert({kavro.threads(3), kavro.threads()}, {'default', 3});
 %! e = kavro.linear_array(8, 1e-3, 0.4e-3);
 %! plane = kavro.set_coordinate_grid(0.5e-3, -10e-3, 10e-3, 0, 0, 1e-3, 30e-3);
 %! work = @() kavro.transient_pressure(e, plane, medium, times, 16, pulse);

@@ -1,18 +1,5 @@
 % Tests of the toolbox's drawings: what is drawn is what was given.
 
-%!function says(f, varargin)
-%! text = '';
-%! try
-%!   f();
-%! catch e
-%!   text = e.message;
-%!   assert(e.identifier, 'kavro:argument');
-%! end
-%! for i = 1:numel(varargin)
-%!   assert(! isempty(strfind(text, varargin{i})), '%s: lacks "%s"', text, varargin{i});
-%! end
-%!endfunction
-
 %!function [fig, cleanup] = hidden_figure()
 %! warning('off', 'Octave:gnuplot-graphics', 'local');
 %! fig = figure('visible', 'off');
