@@ -3,10 +3,10 @@
 
 #include "core/console.h"
 #include "core/input_error.h"
-#include "mex/excitation_from_host.h"
-#include "mex/host_values.h"
-#include "mex/solver_call.h"
-#include "mex/transducers_from_host.h"
+#include "door/excitation.h"
+#include "door/request.h"
+#include "door/transducers.h"
+#include "door/values.h"
 #include "transducers/array.h"
 
 namespace kavro {

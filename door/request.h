@@ -9,10 +9,10 @@
 #include "core/medium.h"
 #include "core/numerical_integration.h"
 #include "core/time_samples.h"
+#include "door/call_console.h"
 #include "excitation/excitation_function.h"
 #include "mex.h"
 #include "mex/host_call.h"
-#include "mex/host_console.h"
 #include "transducers/transducer.h"
 
 namespace kavro {

@@ -1,11 +1,11 @@
-#include "mex/methods_to_host.h"
+#include "door/methods.h"
 
 #include <new>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "mex/solve_options.h"
+#include "door/options.h"
 #include "transducers/operations.h"
 
 namespace kavro {

@@ -1,4 +1,4 @@
-#include "mex/excitation_from_host.h"
+#include "door/excitation.h"
 
 #include <complex>
 #include <cstddef>
@@ -7,10 +7,10 @@
 
 #include "core/counts.h"
 #include "core/input_error.h"
+#include "door/values.h"
 #include "excitation/hanning_pulse.h"
 #include "excitation/t_cubed_pulse.h"
 #include "excitation/tone_burst.h"
-#include "mex/host_values.h"
 
 namespace kavro {
 namespace {

@@ -1,4 +1,4 @@
-#include "mex/coordinate_grid_from_host.h"
+#include "door/coordinate_grid.h"
 
 #include <cstddef>
 #include <optional>
@@ -8,7 +8,7 @@
 #include "core/console.h"
 #include "core/counts.h"
 #include "core/input_error.h"
-#include "mex/host_values.h"
+#include "door/values.h"
 
 namespace kavro {
 namespace {

@@ -1,4 +1,4 @@
-#include "mex/transducers_from_host.h"
+#include "door/transducers.h"
 
 #include <array>
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 #include "core/console.h"
 #include "core/input_error.h"
-#include "mex/host_values.h"
+#include "door/values.h"
 #include "transducers/shapes.h"
 
 namespace kavro {

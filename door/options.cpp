@@ -1,4 +1,4 @@
-#include "mex/solve_options.h"
+#include "door/options.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "core/input_error.h"
-#include "mex/host_values.h"
+#include "door/values.h"
 
 namespace kavro {
 namespace {

@@ -1,4 +1,4 @@
-#include "mex/kzk_from_host.h"
+#include "door/march.h"
 
 #include <algorithm>
 #include <array>
@@ -8,8 +8,8 @@
 #include <string>
 
 #include "core/input_error.h"
-#include "mex/host_values.h"
-#include "mex/solve_options.h"
+#include "door/options.h"
+#include "door/values.h"
 
 namespace kavro {
 namespace {

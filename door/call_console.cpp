@@ -1,4 +1,4 @@
-#include "mex/host_console.h"
+#include "door/call_console.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "core/input_error.h"
+#include "door/values.h"
 #include "mex.h"
-#include "mex/host_values.h"
 
 // What the hosts know of a pending Ctrl-C. Each has one of the two; the other stays null.
 #if defined(__GNUC__) && !defined(_WIN32)

@@ -1,4 +1,4 @@
-#include "mex/solver_call.h"
+#include "door/request.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,10 +11,10 @@
 #include "core/counts.h"
 #include "core/input_error.h"
 #include "core/threads.h"
-#include "mex/coordinate_grid_from_host.h"
-#include "mex/host_values.h"
-#include "mex/medium_from_host.h"
-#include "mex/time_samples_from_host.h"
+#include "door/coordinate_grid.h"
+#include "door/medium.h"
+#include "door/time_samples.h"
+#include "door/values.h"
 
 namespace kavro {
 namespace {

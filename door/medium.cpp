@@ -1,9 +1,9 @@
-#include "mex/medium_from_host.h"
+#include "door/medium.h"
 
 #include <optional>
 
 #include "core/input_error.h"
-#include "mex/host_values.h"
+#include "door/values.h"
 
 namespace kavro {
 

@@ -1,4 +1,4 @@
-#include "mex/time_samples_from_host.h"
+#include "door/time_samples.h"
 
 #include <cstddef>
 #include <optional>
@@ -6,7 +6,7 @@
 #include "core/console.h"
 #include "core/counts.h"
 #include "core/input_error.h"
-#include "mex/host_values.h"
+#include "door/values.h"
 
 namespace kavro {
 namespace {

@@ -1,4 +1,4 @@
-#include "mex/host_values.h"
+#include "door/values.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "mex/solve_checks.h"
+#include "door/checks.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "core/input_error.h"
-#include "mex/host_values.h"
+#include "door/values.h"
 #include "transducers/shapes.h"
 
 namespace kavro {
