@@ -4,60 +4,48 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "core/input_error.h"
 #include "door/values.h"
-#include "transducers/shapes.h"
 
 namespace kavro {
 namespace {
 
 enum class Demand { finite, not_negative, positive };
 
-struct Rule {
-    const char* field;
-    Demand demand;
-};
+using Fields = std::span<const char* const>;
 
-constexpr Rule element_rules[] = {{"center", Demand::finite},
-                                  {"euler", Demand::finite},
-                                  {"amplitude", Demand::finite},
-                                  {"phase", Demand::finite},
-                                  {"time_delay", Demand::finite}};
+constexpr std::array element_fields{"center", "euler", "amplitude", "phase", "time_delay"};
+constexpr std::array grid_fields{"coordinates", "xmin", "xmax", "ymin",
+                                 "ymax",        "zmin", "zmax", "delta"};
+constexpr std::array medium_fields{"soundspeed",          "density",
+                                   "attenuationdBcmMHz",  "bloodperfusion",
+                                   "specificheat",        "specificheatofblood",
+                                   "thermalconductivity", "nonlinearityparameter",
+                                   "powerlawexponent"};
+constexpr std::array time_fields{"time_samples", "tmin", "tmax", "deltat"};
+constexpr std::array waveform_fields{"f0", "pulse_width",   "B", "signal", "ts",
+                                     "w",  "clip_threshold"};
 
-constexpr Rule grid_rules[] = {{"coordinates", Demand::finite}, {"xmin", Demand::finite},
-                               {"xmax", Demand::finite},        {"ymin", Demand::finite},
-                               {"ymax", Demand::finite},        {"zmin", Demand::finite},
-                               {"zmax", Demand::finite},        {"delta", Demand::not_negative}};
+// What has a reciprocal, and what has no direction. Sizes of a face are among the latter unless
+// they are among the former.
+constexpr std::array positive{"soundspeed", "ts", "rad_curvature", "geometric_focus"};
+constexpr std::array not_negative{"density", "attenuationdBcmMHz", "delta",
+                                  "deltat",  "pulse_width",        "w"};
 
-constexpr Rule medium_rules[] = {{"soundspeed", Demand::positive},
-                                 {"density", Demand::not_negative},
-                                 {"attenuationdBcmMHz", Demand::not_negative},
-                                 {"bloodperfusion", Demand::finite},
-                                 {"specificheat", Demand::finite},
-                                 {"specificheatofblood", Demand::finite},
-                                 {"thermalconductivity", Demand::finite},
-                                 {"nonlinearityparameter", Demand::finite},
-                                 {"powerlawexponent", Demand::finite}};
+bool is_among(Fields fields, std::string_view name) {
+    return std::find(fields.begin(), fields.end(), name) != fields.end();
+}
 
-constexpr Rule time_rules[] = {{"time_samples", Demand::finite},
-                               {"tmin", Demand::finite},
-                               {"tmax", Demand::finite},
-                               {"deltat", Demand::not_negative}};
-
-constexpr Rule waveform_rules[] = {{"f0", Demand::finite},
-                                   {"pulse_width", Demand::not_negative},
-                                   {"B", Demand::finite},
-                                   {"signal", Demand::finite},
-                                   {"ts", Demand::positive},
-                                   {"w", Demand::not_negative},
-                                   {"clip_threshold", Demand::finite}};
+Demand demand_of(const char* field, Demand otherwise) {
+    if (is_among(positive, field)) {
+        return Demand::positive;
+    }
+    return is_among(not_negative, field) ? Demand::not_negative : otherwise;
+}
 
 bool meets(double number, Demand demand) {
     return std::isfinite(number) && (demand == Demand::finite || number > 0.0 ||
@@ -75,56 +63,31 @@ const char* expected(Demand demand) {
     }
 }
 
-// As the hosts write it.
-std::string shown(double number) {
-    if (std::isnan(number)) {
-        return "NaN";
-    }
-    if (std::isinf(number)) {
-        return number > 0.0 ? "Inf" : "-Inf";
-    }
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.6g", number);
-    return text.data();
-}
-
-// Entry i of a structure; complaints call it by its title, and by a word and its number where the
-// structure may have several.
-struct Entry {
-    const mxArray* structure;
-    const char* title;
-    const char* word = nullptr;
-    std::size_t index = 0;
-};
-
-[[noreturn]] void refuse(const Entry& entry, const char* field, const std::string& expected,
-                         const std::string& held) {
-    std::string place;
-    if (entry.word != nullptr) {
-        place = std::string(" (") + entry.word + " " + std::to_string(entry.index + 1) + ")";
-    }
-    throw InputError(std::string(entry.title) + " field '" + field + "' " + expected +
-                     ", but holds " + held + place + ".");
-}
-
-void check(const Entry& entry, Rule rule) {
-    const mxArray* value = field_of(entry.structure, entry.index, rule.field);
-    if (holds_numbers(value) && mxIsComplex(value)) {
-        refuse(entry, rule.field, "must hold real numbers", "complex ones");
-    }
-    if (!holds_real_numbers(value)) {
+void check(const Record& record, const char* field, Demand demand) {
+    const Value* value = record.field(field);
+    if (!holds_numbers(value)) {
         return;
     }
-    std::vector<double> converted;
-    std::span<const double> numbers(mxGetPr(value), mxGetNumberOfElements(value));
-    if (mxGetClassID(value) != mxDOUBLE_CLASS) {
-        converted = numbers_of(value);
-        numbers = converted;
+    if (is_complex(value)) {
+        record.refuse(field, "must hold real numbers, but holds complex ones");
     }
-    const auto wrong = std::find_if(numbers.begin(), numbers.end(),
-                                    [&](double number) { return !meets(number, rule.demand); });
-    if (wrong != numbers.end()) {
-        refuse(entry, rule.field, expected(rule.demand), shown(*wrong));
+    const Numbers numbers(value);
+    const auto wrong = std::find_if(numbers.span().begin(), numbers.span().end(),
+                                    [&](double number) { return !meets(number, demand); });
+    if (wrong != numbers.span().end()) {
+        record.refuse(field, expected(demand) + (", but holds " + shown(*wrong)));
+    }
+}
+
+void check_all(const Record& record, Fields fields, Demand unless_known = Demand::finite) {
+    for (const char* field : fields) {
+        check(record, field, demand_of(field, unless_known));
+    }
+}
+
+void check_first_entry(const Value* value, const char* title, Fields fields) {
+    if (is_record(value)) {
+        check_all({value, title}, fields);
     }
 }
 
@@ -138,68 +101,47 @@ constexpr Order orders[] = {{"outer_radius", "inner_radius"},
                             {"rad_curvature", "radius"},
                             {"geometric_focus", "outer_radius"}};
 
-void check_order(const Entry& entry, std::span<const char* const> sizes) {
-    const auto number = [&](const char* field) -> std::optional<double> {
-        const bool has = std::any_of(sizes.begin(), sizes.end(), [&](const char* size) {
-            return std::string_view(size) == field;
-        });
-        return has ? first_number(field_of(entry.structure, entry.index, field)) : std::nullopt;
+void check_order(const Record& record, Fields sizes) {
+    const auto number = [&](const char* field) {
+        return is_among(sizes, field) ? first_number(record.field(field)) : std::nullopt;
     };
     for (const Order& order : orders) {
         const std::optional<double> larger = number(order.larger);
         const std::optional<double> smaller = number(order.smaller);
         if (larger && smaller && *larger < *smaller) {
-            refuse(entry, order.larger,
-                   std::string("must be at least '") + order.smaller + "', " + shown(*smaller),
-                   shown(*larger));
-        }
-    }
-}
-
-// A radius of curvature has a reciprocal.
-Demand demand_of(std::string_view size) {
-    return size == "rad_curvature" || size == "geometric_focus" ? Demand::positive
-                                                                : Demand::not_negative;
-}
-
-void check_all(const Entry& entry, std::span<const Rule> rules) {
-    if (mxIsStruct(entry.structure)) {
-        for (const Rule& rule : rules) {
-            check(entry, rule);
+            record.refuse(order.larger, std::string("must be at least '") + order.smaller + "', " +
+                                            shown(*smaller) + ", but holds " + shown(*larger));
         }
     }
 }
 
 }  // namespace
 
-void check_elements(const mxArray* array) {
-    for (std::size_t i = 0; i < mxGetNumberOfElements(array); ++i) {
-        const Entry entry{array, "Transducer", "element", i};
-        const std::span<const char* const> sizes =
-            shape_of(*text_of(field_of(array, i, "shape")))->sizes;
-        for (const char* size : sizes) {
-            check(entry, {size, demand_of(size)});
-        }
-        check_order(entry, sizes);
-        check_all(entry, element_rules);
+void check_elements(const Value* array, const std::vector<RequestedElement>& elements) {
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        const Record record(array, "Transducer", "element", i);
+        const Fields sizes = elements[i].shape->sizes;
+        check_all(record, sizes, Demand::not_negative);
+        check_order(record, sizes);
+        check_all(record, element_fields);
     }
 }
 
-void check_grid(const mxArray* structure) {
-    check_all({structure, "Coordinate grid"}, grid_rules);
+void check_grid(const Value* value) {
+    check_first_entry(value, "Coordinate grid", grid_fields);
 }
 
-void check_medium(const mxArray* structure) {
-    check_all({structure, "Medium"}, medium_rules);
+void check_medium(const Value* value) {
+    check_first_entry(value, "Medium", medium_fields);
 }
 
-void check_times(const mxArray* structure) {
-    check_all({structure, "Time samples"}, time_rules);
+void check_times(const Value* value) {
+    check_first_entry(value, "Time samples", time_fields);
 }
 
-void check_excitation(const mxArray* structure) {
-    for (std::size_t i = 0; i < mxGetNumberOfElements(structure); ++i) {
-        check_all({structure, "Excitation", "row", i}, waveform_rules);
+void check_excitation(const Value* value) {
+    for (std::size_t i = 0; i < entries_of(value); ++i) {
+        check_all({value, "Excitation", "row", i}, waveform_fields);
     }
 }
 

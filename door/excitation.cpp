@@ -1,11 +1,8 @@
 #include "door/excitation.h"
 
-#include <complex>
-#include <cstddef>
 #include <optional>
 #include <string>
 
-#include "core/counts.h"
 #include "core/input_error.h"
 #include "door/values.h"
 #include "excitation/hanning_pulse.h"
@@ -15,29 +12,27 @@
 namespace kavro {
 namespace {
 
-using Excitations = std::vector<std::unique_ptr<ExcitationFunction>>;
-
 enum PulseType { tone_burst = 1, hanning_pulse = 2, t_cubed_pulse = 3 };
 
-std::vector<double> signal_of(const HostRecord& row) {
-    const mxArray* signal = row.field("signal");
-    if (!holds_real_numbers(signal) || mxGetNumberOfDimensions(signal) != 2 ||
-        (mxGetM(signal) != 1 && mxGetN(signal) != 1)) {
+const Value* signal_of(const Record& row) {
+    const Value* signal = row.field("signal");
+    if (!holds_real_numbers(signal) || dimensions_of(signal) != 2 ||
+        (rows_of(signal) != 1 && columns_of(signal) != 1)) {
         row.refuse("signal", "must hold a vector of real numbers");
     }
-    return numbers_of(signal);
+    return signal;
 }
 
-ExcitationFunction sampled_from(const HostRecord& row) {
-    const std::vector<double> signal = signal_of(row);
+std::unique_ptr<ExcitationFunction> sampled_from(const Record& row) {
+    const Numbers signal(signal_of(row));
     const double ts = row.number("ts");
     const double w = row.number("w");
     const double clip_threshold = row.number("clip_threshold");
-    return {signal, ts, w, clip_threshold};
+    return std::make_unique<ExcitationFunction>(signal.span(), ts, w, clip_threshold);
 }
 
-bool is_exact(const HostRecord& row, bool unless_told) {
-    const mxArray* decomposition = row.field("decomposition");
+bool is_exact(const Record& row, bool unless_told) {
+    const Value* decomposition = row.field("decomposition");
     if (decomposition == nullptr) {
         return unless_told;
     }
@@ -48,80 +43,56 @@ bool is_exact(const HostRecord& row, bool unless_told) {
     return text == "exact";
 }
 
-PulseType type_of(const HostRecord& row) {
+PulseType type_of(const Record& row) {
     const double type = row.number("type");  // its fraction does not count
     if (!(type >= 1.0 && type < 4.0)) {
         throw InputError(
-            "Invalid excitation function type. Please see the documentation for "
-            "set_excitation_function for a list of valid types.\n");
+            std::string("Invalid excitation function type. Please see the documentation for ") +
+            host_words.waveform_page + " for a list of valid types.\n");
     }
     return static_cast<PulseType>(static_cast<int>(type));
 }
 
 // Only the t-cubed pulse uses the decay; an array of mixed pulses leaves it empty elsewhere.
-double decay_of(const HostRecord& row, PulseType type) {
-    const mxArray* decay = row.field("B");
-    const bool left_out = decay == nullptr || mxGetNumberOfElements(decay) == 0;
+double decay_of(const Record& row, PulseType type) {
+    const Value* decay = row.field("B");
+    const bool left_out = decay == nullptr || entries_of(decay) == 0;
     return type != t_cubed_pulse && left_out ? 0.0 : row.number("B");
 }
 
-template <class Waveform>
-std::size_t bytes_of(const Waveform& waveform) {
-    return sizeof(Waveform) + waveform.signal.size() * sizeof(double) +
-           waveform.coefficients.size() * sizeof(std::complex<double>) +
-           waveform.frequencies.size() * sizeof(double);
-}
-
-template <class Waveform>
-void append_copies(Excitations& excitations, Waveform waveform, bool exact, int copies) {
-    waveform.set_exact(exact);
-    require_memory(static_cast<std::size_t>(copies), bytes_of(waveform), "excitation functions");
-    for (int i = 0; i < copies; ++i) {
-        excitations.push_back(std::make_unique<Waveform>(waveform));
-    }
-}
-
-void append_row(Excitations& excitations, const HostRecord& row, bool sampled, bool exact,
-                int copies) {
-    exact = is_exact(row, exact);
-    if (sampled) {
-        append_copies(excitations, sampled_from(row), exact, copies);
-        return;
-    }
+std::unique_ptr<ExcitationFunction> pulse_from(const Record& row) {
     const PulseType type = type_of(row);
     const double f0 = row.number("f0");
     const double width = row.number("pulse_width");
     const double decay = decay_of(row, type);
     switch (type) {
         case tone_burst:
-            append_copies(excitations, ToneBurst(f0, width, decay), exact, copies);
-            break;
+            return std::make_unique<ToneBurst>(f0, width, decay);
         case hanning_pulse:
-            append_copies(excitations, HanningPulse(f0, width, decay), exact, copies);
-            break;
-        case t_cubed_pulse:
-            append_copies(excitations, TCubedPulse(f0, width, decay), exact, copies);
-            break;
+            return std::make_unique<HanningPulse>(f0, width, decay);
+        default:
+            return std::make_unique<TCubedPulse>(f0, width, decay);
     }
 }
 
 }  // namespace
 
-void excitation_vector(Excitations& excitations, const mxArray* structure, int n, bool exact) {
-    if (!mxIsStruct(structure)) {
-        throw InputError("Excitation function must be a MATLAB structure.\n");
-    }
-    const std::size_t rows = mxGetNumberOfElements(structure);
-    const auto elements = static_cast<std::size_t>(n);
+Waveforms waveforms_from(const Value* value, std::size_t elements, bool exact) {
+    require_record(value, "Excitation function");
+    const std::size_t rows = entries_of(value);
     if (rows != 1 && rows != elements) {
         throw InputError(
             "Excitation function must have either exactly one row or one row per element.");
     }
-    const bool sampled = mxGetFieldNumber(structure, "signal") >= 0;
+    const bool sampled = has_field(value, "signal");
+    Waveforms waveforms;
     for (std::size_t i = 0; i < rows; ++i) {
-        const HostRecord row(structure, i, "Excitation", "row");
-        append_row(excitations, row, sampled, exact, rows == 1 ? n : 1);
+        const Record row(value, "Excitation", "row", i);
+        const bool row_is_exact = is_exact(row, exact);
+        waveforms.push_back(sampled ? sampled_from(row) : pulse_from(row));
+        waveforms.back()->set_exact(row_is_exact);
     }
+    return waveforms;
 }
 
 }  // namespace kavro

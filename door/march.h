@@ -1,20 +1,31 @@
-// The parameters of the nonlinear marches as the host describes them.
+// The nonlinear marches: their parameters, what they cannot do, and what they say.
 #pragma once
 
-#include "core/numerical_integration.h"
-#include "mex.h"
-#include "transducers/operations.h"
+#include "door/host.h"
+#include "door/request.h"
 
 namespace kavro {
 
-// Reads the option 'kzk' of a nonlinear operation, a structure with named fields, into the rule.
+// Reads the option 'kzk', a record with named fields, into the rule.
 //
 // Both marches: extent (radial extent in source radii, a whole number) and points_per_radius.
 // kzk_transient: step (normalised range step), implicit and diffraction (true unless told).
 // kzk_cw: growth (of the range step), harmonics (their number), source_phase (false unless told).
 //
 // Throws InputError for a field that is missing, unknown or not what it must be.
-void set_kzk_parameters_from(NumericalIntegration& rule, const mxArray* structure,
-                             const Operation& operation);
+void read_march_parameters(SolveRequest& request, const Value* value);
+
+// Throws InputError where something is asked of the march that it leaves out of account, or where
+// it could not run: called all the same, it would answer with zeros. Attaches the elements.
+void check_march(SolveRequest& request);
+
+int harmonics_of(const SolveRequest& request);
+
+// A transient march of the reference behaviour has a retarded time of its own for each waveform.
+void make_ready_for_march(SolveRequest& request, const Transducer& element);
+
+// What a march prints: its nonlinearity, which is of no use to a host's user, and of a shock, which
+// becomes a warning.
+void hear_march(const char* text);
 
 }  // namespace kavro

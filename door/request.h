@@ -1,72 +1,67 @@
-// What the calls of all modules hold and do alike.
+// One call of a solution method: what is asked for, and what comes of it.
 #pragma once
 
-#include <initializer_list>
+#include <array>
+#include <cstddef>
 #include <memory>
+#include <span>
+#include <string>
 #include <vector>
 
 #include "core/coordinate_grid.h"
 #include "core/medium.h"
 #include "core/numerical_integration.h"
 #include "core/time_samples.h"
-#include "door/call_console.h"
+#include "door/host.h"
 #include "excitation/excitation_function.h"
-#include "mex.h"
-#include "mex/host_call.h"
-#include "transducers/transducer.h"
+#include "transducers/operations.h"
 
 namespace kavro {
 
-// The records that elements point to, and the elements.
-class SolverCall : public HostCall {
-public:
-    bool runs_user_code() const override { return console_.runs_user_code(); }
-
-protected:
-    explicit SolverCall(const char* function) : console_(function) {}
-
-    // Throw InputError where the argument is no structure, or what it describes is at fault.
-    int read_element_count(const mxArray* structure) const;
-    void read_grid(const mxArray* structure);
-    void read_medium(const mxArray* structure);
-    void read_times(const mxArray* structure);
-    void warn_of_ignored_attenuation() const;
-
-    // A value for each point and instant: nx x ny x nz x ntimes for a regular grid, npoints x
-    // ntimes for a list of points. `new_output` says what it throws.
-    mxArray* new_transient_output() const;
-
-    // Points the elements to the records and, where there is one, each to its waveform.
-    void attach_records();
-
-    std::vector<Transducer*> element_pointers() const;
-
-    HostConsole console_;
-    CoordinateGrid grid_;
-    Medium medium_;
-    NumericalIntegration quadrature_;
-    TimeSamples times_;
-    std::vector<std::unique_ptr<ExcitationFunction>> excitations_;  // one for each element, or none
-    std::vector<std::unique_ptr<Transducer>> elements_;
+struct RequestedElement {
+    const Shape* shape;
+    std::unique_ptr<Transducer> transducer;
 };
 
-// An array of zeros of two to four dimensions, whose number is checked against 32 bits and against
-// the memory. Throws InputError "Computed number of output values is too large." and
-// std::bad_alloc.
-mxArray* new_output(std::initializer_list<int> sizes, mxComplexity complexity = mxREAL);
+// The method and all that it reads, free of the host's values. It stays where it is, because its
+// elements point to its records.
+struct SolveRequest {
+    const Operation* operation = nullptr;
+    std::vector<RequestedElement> elements;
+    CoordinateGrid points;
+    Medium medium;
+    TimeSamples times;
+    std::vector<std::unique_ptr<ExcitationFunction>> waveforms;  // none, one for all, or one each
+    NumericalIntegration rule;  // standard; with the parameters of a march
+    int threads = 0;            // 0: as many as the environment says
 
-// The real or imaginary parts of an output; a place to point to where it has no values.
-double* real_parts(mxArray* output);
-double* imaginary_parts(mxArray* output);
+    NumericalIntegration working_rule;  // the copy that solvers refill
 
-// n rounded up to a multiple. Throws InputError beyond 32 bits; n below 1 stays what it is.
-int abscissas(double n, int multiple);
+    SolveRequest() = default;
+    SolveRequest(const SolveRequest&) = delete;
+    SolveRequest& operator=(const SolveRequest&) = delete;
 
-// Lets the next solver calls use n threads; 0 for as many as the environment variable KAVRO_THREADS
-// says. (The host's OpenMP runtime has read its own variables when it was loaded.)
-void apply_thread_setting(int n = 0);
+    // Points the elements to the records, and the working rule becomes the rule.
+    void attach();
 
-// Throws InputError with the text for every status but success.
-void check_status(TransducerStatus status);
+    std::vector<Transducer*> transducers() const;
+
+    // Throw InputError "fnm_cw needs <what>." and "fnm_cw, element 3: <complaint>".
+    [[noreturn]] void lack(const std::string& what) const;
+    [[noreturn]] void refuse(std::size_t element, const std::string& complaint) const;
+};
+
+struct SolveResult {
+    OperationKind kind = OperationKind::transient;
+    std::array<int, 4> sizes{};
+    std::size_t dimensions = 0;
+    Result* values = nullptr;     // the host's
+    double* real = nullptr;       // its values; a place to point to where it has none
+    double* imaginary = nullptr;  // likewise
+    std::vector<std::string> warnings;
+    TransducerStatus status = status_failure;
+
+    std::span<const int> extents() const { return {sizes.data(), dimensions}; }
+};
 
 }  // namespace kavro

@@ -1,123 +1,45 @@
 #include "door/values.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <array>
+#include <cmath>
+#include <cstdio>
 #include <limits>
-#include <stdexcept>
 
+#include "core/console.h"
 #include "core/input_error.h"
 
 namespace kavro {
-namespace {
 
-template <class Number>
-std::vector<double> converted(const mxArray* value, std::size_t count) {
-    const auto* data = static_cast<const Number*>(mxGetData(value));
-    std::vector<double> numbers(count);
-    std::transform(data, data + count, numbers.begin(),
-                   [](Number number) { return static_cast<double>(number); });
-    return numbers;
+bool holds_numbers(const Value* value) {
+    return is_numeric(value) && entries_of(value) > 0;
 }
 
-std::vector<double> first_numbers(const mxArray* value, std::size_t count) {
-    switch (mxGetClassID(value)) {
-        case mxDOUBLE_CLASS:
-            return converted<double>(value, count);
-        case mxSINGLE_CLASS:
-            return converted<float>(value, count);
-        case mxINT8_CLASS:
-            return converted<std::int8_t>(value, count);
-        case mxUINT8_CLASS:
-            return converted<std::uint8_t>(value, count);
-        case mxINT16_CLASS:
-            return converted<std::int16_t>(value, count);
-        case mxUINT16_CLASS:
-            return converted<std::uint16_t>(value, count);
-        case mxINT32_CLASS:
-            return converted<std::int32_t>(value, count);
-        case mxUINT32_CLASS:
-            return converted<std::uint32_t>(value, count);
-        case mxINT64_CLASS:
-            return converted<std::int64_t>(value, count);
-        case mxUINT64_CLASS:
-            return converted<std::uint64_t>(value, count);
-        default:
-            throw std::logic_error("Numbers of an unknown class.");
-    }
+bool holds_real_numbers(const Value* value) {
+    return holds_numbers(value) && !is_complex(value);
 }
 
-// All characters of an array of at most `longest`.
-std::optional<std::string> characters_of(const mxArray* array, std::size_t longest) {
-    std::string text(longest + 1, '\0');
-    if (mxGetString(array, text.data(), static_cast<mwSize>(text.size())) != 0) {
-        return std::nullopt;
-    }
-    text.resize(mxGetNumberOfElements(array));
-    return text;
-}
-
-}  // namespace
-
-const mxArray* field_of(const mxArray* structure, std::size_t i, const char* name) {
-    // The hosts do not check the index, and not every one looks the name up without complaint.
-    if (i >= mxGetNumberOfElements(structure) || mxGetFieldNumber(structure, name) < 0) {
-        return nullptr;
-    }
-    return mxGetField(structure, static_cast<mwIndex>(i), name);
-}
-
-bool holds_numbers(const mxArray* value) {
-    return value != nullptr && mxIsNumeric(value) && !mxIsSparse(value) &&
-           mxGetNumberOfElements(value) > 0;
-}
-
-bool holds_real_numbers(const mxArray* value) {
-    return holds_numbers(value) && !mxIsComplex(value);
-}
-
-std::optional<double> first_number(const mxArray* value) {
+std::optional<double> first_number(const Value* value) {
     if (!holds_numbers(value)) {
         return std::nullopt;
     }
     return first_numbers(value, 1).front();
 }
 
-std::optional<double> single_number(const mxArray* value) {
-    if (!holds_real_numbers(value) || mxGetNumberOfElements(value) != 1) {
+std::optional<double> single_number(const Value* value) {
+    if (!holds_real_numbers(value) || entries_of(value) != 1) {
         return std::nullopt;
     }
     return first_number(value);
 }
 
-std::vector<double> numbers_of(const mxArray* value) {
-    const std::size_t count = mxGetNumberOfElements(value);
-    return count > 0 ? first_numbers(value, count) : std::vector<double>();
-}
-
-std::optional<std::string> text_of(const mxArray* value, std::size_t longest) {
-    if (value == nullptr || !mxIsChar(value)) {
-        return std::nullopt;
+Numbers::Numbers(const Value* value) {
+    const std::size_t count = entries_of(value);
+    const double* in_host = doubles_of(value);
+    if (in_host == nullptr && count > 0) {
+        converted_ = first_numbers(value, count);
     }
-    const std::optional<std::string> text = characters_of(value, longest);
-    return text ? std::optional<std::string>(text->c_str()) : std::nullopt;
-}
-
-std::optional<std::string> text_of(const mxArray* value) {
-    if (value == nullptr) {
-        return std::nullopt;
-    }
-    if (mxIsChar(value)) {
-        return characters_of(value, mxGetNumberOfElements(value));
-    }
-    mxArray* characters = nullptr;
-    auto* string = const_cast<mxArray*>(value);  // as the host's call takes it
-    if (!mxIsClass(value, "string") || mxGetNumberOfElements(value) != 1 ||
-        mexCallMATLABWithTrap(1, &characters, 1, &string, "char") != nullptr) {
-        return std::nullopt;
-    }
-    std::optional<std::string> text = characters_of(characters, mxGetNumberOfElements(characters));
-    mxDestroyArray(characters);
-    return text;
+    numbers_ = in_host != nullptr ? std::span(in_host, count) : std::span<const double>(converted_);
 }
 
 std::string shown(std::string text) {
@@ -125,14 +47,41 @@ std::string shown(std::string text) {
     return text;
 }
 
-std::optional<bool> switch_of(const mxArray* value) {
-    const bool logical = mxGetClassID(value) == mxLOGICAL_CLASS;
-    if (mxGetNumberOfElements(value) != 1 || mxIsSparse(value) ||
-        (!logical && !holds_real_numbers(value))) {
+std::string shown(double number) {
+    if (std::isnan(number)) {
+        return "NaN";
+    }
+    if (std::isinf(number)) {
+        return number > 0.0 ? "Inf" : "-Inf";
+    }
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%g", number);
+    return text.data();
+}
+
+std::string quoted_list(std::span<const char* const> names) {
+    std::string list;
+    for (const char* name : names) {
+        list.append(list.empty() ? "'" : ", '").append(name).append("'");
+    }
+    return list;
+}
+
+std::optional<bool> switch_of(const Value* value) {
+    if (!(is_logical(value) || holds_real_numbers(value)) || entries_of(value) != 1) {
         return std::nullopt;
     }
-    const double number = mxGetScalar(value);
+    const double number = first_numbers(value, 1).front();
     return number == 0.0 || number == 1.0 ? std::optional(number == 1.0) : std::nullopt;
+}
+
+std::optional<int> count_from(const Value* value) {
+    const std::optional<double> number = single_number(value);
+    if (!number || !(*number >= 1.0 && *number <= std::numeric_limits<int>::max()) ||
+        *number != std::floor(*number)) {
+        return std::nullopt;
+    }
+    return static_cast<int>(*number);
 }
 
 int count_of(std::size_t entries, const char* what) {
@@ -142,26 +91,55 @@ int count_of(std::size_t entries, const char* what) {
     return static_cast<int>(entries);
 }
 
-double HostRecord::number(const char* name) const {
-    const mxArray* value = field(name);
+void require_record(const Value* value, const char* title) {
+    if (!is_record(value)) {
+        throw InputError(std::string(title) + " must be a " + host_words.record + ".\n");
+    }
+}
+
+double made_number(const Value* record, const char* name, const char* page,
+                   const char* instead_of) {
+    const std::optional<double> number = first_number(field_of(record, 0, name));
+    if (number) {
+        return *number;
+    }
+    if (instead_of != nullptr) {
+        console::print("Expecting '%s' or '%s', but neither of these fields are defined\n",
+                       instead_of, name);
+    } else {
+        console::print("Expecting '%s', but this field is not defined\n", name);
+    }
+    refuse_made(page);
+}
+
+void refuse_made(const char* page) {
+    throw InputError(std::string("The required ") + host_words.made_record + " is generated by " +
+                     page + " - see the documentation or the online help for details\n");
+}
+
+double Record::number(const char* name) const {
+    const Value* value = field(name);
     if (!holds_real_numbers(value)) {
         refuse(name, "must hold 1 real number(s)");
     }
     return *first_number(value);
 }
 
-CartesianCoordinate HostRecord::triple(const char* name) const {
-    const mxArray* value = field(name);
-    if (!holds_real_numbers(value) || mxGetNumberOfElements(value) != 3) {
+CartesianCoordinate Record::triple(const char* name) const {
+    const Value* value = field(name);
+    if (!holds_real_numbers(value) || entries_of(value) != 3) {
         refuse(name, "must hold 3 real number(s)");
     }
-    const std::vector<double> xyz = numbers_of(value);
+    const std::vector<double> xyz = first_numbers(value, 3);
     return {xyz[0], xyz[1], xyz[2]};
 }
 
-void HostRecord::refuse(const char* name, const std::string& expectation) const {
-    throw InputError(std::string(title_) + " field '" + name + "' " + expectation + " (" + word_ +
-                     " " + std::to_string(index_ + 1) + ").");
+void Record::refuse(const char* name, const std::string& expectation) const {
+    std::string place;
+    if (word_ != nullptr) {
+        place = std::string(" (") + word_ + " " + std::to_string(index_ + host_words.first) + ")";
+    }
+    throw InputError(std::string(title_) + " field '" + name + "' " + expectation + place + ".");
 }
 
 }  // namespace kavro

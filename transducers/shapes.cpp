@@ -23,7 +23,7 @@ using Element = std::unique_ptr<Transducer>;
 
 constexpr std::array table{
     Shape{"circ", "disc", disc_sizes,
-          [](Sizes s) -> Element { return std::make_unique<CircularTransducer>(s[0]); }},
+          [](Sizes s) -> Element { return std::make_unique<CircularTransducer>(s[0]); }, true},
     Shape{"ring", "ring", ring_sizes,
           [](Sizes s) -> Element { return std::make_unique<RingTransducer>(s[0], s[1]); }},
     Shape{"rect", "rectangle", rectangle_sizes,

@@ -14,6 +14,7 @@ struct Shape {
     const char* name;                    // as people say it, "disc"
     std::span<const char* const> sizes;  // names of its sizes, m
     std::unique_ptr<Transducer> (*make)(std::span<const double> sizes);  // sizes in that order
+    bool has_source_phase = false;  // whether kzk_cw can march it with the source's phase
 };
 
 std::span<const Shape> shapes();

@@ -1,0 +1,42 @@
+// The module `kavro.solve`: every operation of the library, by its name.
+#include "door/solve.h"
+
+#include <new>
+#include <string>
+
+#include "core/input_error.h"
+#include "door/methods.h"
+#include "door/read.h"
+#include "mex/host_call.h"
+
+namespace kavro {
+namespace {
+
+mxArray* text_array(const std::string& text) {
+    mxArray* array = mxCreateString(text.c_str());
+    if (array == nullptr) {
+        throw std::bad_alloc();
+    }
+    return array;
+}
+
+}  // namespace
+
+const char* const module_name = "kavro.solve";
+
+mxArray* answer(HostCall& call, int nlhs) {
+    if (nlhs > 1) {
+        throw InputError("This function has one result.");
+    }
+    // For kavro.methods, which asks the library through this module.
+    if (call.arguments.size() == 1 && text_of(call.arguments[0]) == "methods") {
+        return text_array(table_of_methods());
+    }
+    read(call.request, call.console, call.arguments);
+    call.result = new_result(call.request);
+    solve(call.request, call.console, call.result);
+    finish(call.console, call.result);
+    return array_of(call.result.values);
+}
+
+}  // namespace kavro
