@@ -39,10 +39,16 @@ void connect(Port port) {
     connected() = std::move(port);
 }
 
-Connection::Connection(Port port) : former_(std::exchange(connected(), std::move(port))) {}
+Connection::Connection(Port port)
+    : former_(std::exchange(connected(), std::move(port))),
+      former_begin_(progress_range().begin),
+      former_end_(progress_range().end) {
+    progress_range() = {};
+}
 
 Connection::~Connection() {
     connected() = std::move(former_);
+    progress_range() = {former_begin_, former_end_};
 }
 
 void print(const char* format, ...) {

@@ -26,7 +26,8 @@ struct Port {
 // Connects the given functions; an empty one restores the quiet default of that hook.
 void connect(Port port);
 
-// Connects a port for the lifetime of the object and restores the former one afterwards.
+// Connects a port for the lifetime of the object and restores the former one afterwards. Progress
+// counts from 0 to 1 again meanwhile, whatever part of the former port's whole is under way.
 class Connection {
 public:
     explicit Connection(Port port);
@@ -36,6 +37,7 @@ public:
 
 private:
     Port former_;
+    double former_begin_, former_end_;
 };
 
 // What the library calls: each hands on to the connected port. Text may be of any length.

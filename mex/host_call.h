@@ -1,29 +1,38 @@
 // What a module does when its host calls it.
 #pragma once
 
-#include <memory>
+#include <vector>
 
+#include "door/call_console.h"
+#include "door/request.h"
 #include "mex.h"
 
 namespace kavro {
 
+// Each module has its own name, with which its progress line begins, ...
+extern const char* const module_name;
+
 // One call: it holds everything that the call needs, and releases it when it goes.
-class HostCall {
-public:
-    HostCall() = default;
-    virtual ~HostCall() = default;
-    HostCall(const HostCall&) = delete;
-    HostCall& operator=(const HostCall&) = delete;
-
-    // The result. Throws InputError with the text for the host, Interrupted, std::bad_alloc, and
-    // what the host throws.
-    virtual mxArray* run(int nlhs, int nrhs, const mxArray* const prhs[]) = 0;
-
-    // Whether a function of the user's runs within the call, which may call the module again.
-    virtual bool runs_user_code() const { return false; }
+struct HostCall {
+    std::vector<const Value*> arguments;
+    CallConsole console{module_name};
+    SolveRequest request;
+    SolveResult result;
 };
 
-// Each module has its own.
-std::unique_ptr<HostCall> new_host_call();
+// ... and its own answer. Throws InputError with the text for the host, Interrupted,
+// std::bad_alloc, and what the host throws.
+mxArray* answer(HostCall& call, int nlhs);
+
+// ---- The door's values and results are the host's arrays.
+inline const Value* value_of(const mxArray* array) {
+    return reinterpret_cast<const Value*>(array);
+}
+inline const mxArray* array_of(const Value* value) {
+    return reinterpret_cast<const mxArray*>(value);
+}
+inline mxArray* array_of(Result* result) {
+    return reinterpret_cast<mxArray*>(result);
+}
 
 }  // namespace kavro

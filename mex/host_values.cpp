@@ -1,167 +1,204 @@
-#include "mex/host_values.h"
-
+// The host's arrays behind the door's values and results.
 #include <algorithm>
 #include <cstdint>
-#include <limits>
+#include <new>
+#include <numeric>
 #include <stdexcept>
 
-#include "core/input_error.h"
+#include "core/counts.h"
+#include "door/host.h"
+#include "mex/host_call.h"
 
 namespace kavro {
 namespace {
 
 template <class Number>
-std::vector<double> converted(const mxArray* value, std::size_t count) {
-    const auto* data = static_cast<const Number*>(mxGetData(value));
+std::vector<double> converted(const Value* value, std::size_t count) {
+    const auto* data = static_cast<const Number*>(mxGetData(array_of(value)));
     std::vector<double> numbers(count);
     std::transform(data, data + count, numbers.begin(),
                    [](Number number) { return static_cast<double>(number); });
     return numbers;
 }
 
-std::vector<double> first_numbers(const mxArray* value, std::size_t count) {
-    switch (mxGetClassID(value)) {
-        case mxDOUBLE_CLASS:
-            return converted<double>(value, count);
-        case mxSINGLE_CLASS:
-            return converted<float>(value, count);
-        case mxINT8_CLASS:
-            return converted<std::int8_t>(value, count);
-        case mxUINT8_CLASS:
-            return converted<std::uint8_t>(value, count);
-        case mxINT16_CLASS:
-            return converted<std::int16_t>(value, count);
-        case mxUINT16_CLASS:
-            return converted<std::uint16_t>(value, count);
-        case mxINT32_CLASS:
-            return converted<std::int32_t>(value, count);
-        case mxUINT32_CLASS:
-            return converted<std::uint32_t>(value, count);
-        case mxINT64_CLASS:
-            return converted<std::int64_t>(value, count);
-        case mxUINT64_CLASS:
-            return converted<std::uint64_t>(value, count);
-        default:
-            throw std::logic_error("Numbers of an unknown class.");
-    }
-}
-
-// All characters of an array of at most `longest`.
-std::optional<std::string> characters_of(const mxArray* array, std::size_t longest) {
-    std::string text(longest + 1, '\0');
+// All characters of an array of them.
+std::optional<std::string> characters_of(const mxArray* array) {
+    std::string text(mxGetNumberOfElements(array) + 1, '\0');
     if (mxGetString(array, text.data(), static_cast<mwSize>(text.size())) != 0) {
         return std::nullopt;
     }
-    text.resize(mxGetNumberOfElements(array));
+    text.pop_back();
     return text;
 }
 
+mxArray* array_of_zeros(std::span<const int> extents, mxComplexity complexity) {
+    mwSize dims[4] = {};  // nothing here that a host could abandon on the heap
+    std::copy(extents.begin(), extents.end(), dims);
+    mxArray* output = extents.size() == 2
+                          ? mxCreateNumericMatrix(dims[0], dims[1], mxDOUBLE_CLASS, complexity)
+                          : mxCreateNumericArray(static_cast<mwSize>(extents.size()), dims,
+                                                 mxDOUBLE_CLASS, complexity);
+    if (output == nullptr) {
+        throw std::bad_alloc();
+    }
+    return output;
+}
+
+#if defined(HAVE_OCTAVE)
+// Octave copies what its interface made when the call returns, but takes back as it is what came
+// from one of its own functions: its own, whatever the user calls `zeros`. Null where that is not
+// an array as asked for.
+mxArray* zeros_from_interpreter(std::span<const int> extents, std::size_t count) {
+    mxArray* arguments[5] = {mxCreateString("zeros")};
+    std::transform(extents.begin(), extents.end(), arguments + 1,
+                   [](int extent) { return mxCreateDoubleScalar(extent); });
+    mxArray* output = nullptr;
+    mxArray* error = mexCallMATLABWithTrap(1, &output, static_cast<int>(extents.size()) + 1,
+                                           arguments, "builtin");
+    for (mxArray* argument : arguments) {
+        if (argument != nullptr) {
+            mxDestroyArray(argument);
+        }
+    }
+    const bool usable = error == nullptr && output != nullptr && mxIsDouble(output) &&
+                        !mxIsComplex(output) && !mxIsSparse(output) &&
+                        mxGetNumberOfElements(output) == count;
+    if (!usable && output != nullptr) {
+        mxDestroyArray(output);
+    }
+    return usable ? output : nullptr;
+}
+#endif
+
 }  // namespace
 
-const mxArray* field_of(const mxArray* structure, std::size_t i, const char* name) {
+bool is_record(const Value* value) {
+    return mxIsStruct(array_of(value));
+}
+
+bool has_field(const Value* record, const char* name) {
+    return mxGetFieldNumber(array_of(record), name) >= 0;
+}
+
+std::vector<std::string> field_names(const Value* record) {
+    std::vector<std::string> names;
+    for (int i = 0; i < mxGetNumberOfFields(array_of(record)); ++i) {
+        names.emplace_back(mxGetFieldNameByNumber(array_of(record), i));
+    }
+    return names;
+}
+
+const Value* field_of(const Value* record, std::size_t i, const char* name) {
     // The hosts do not check the index, and not every one looks the name up without complaint.
-    if (i >= mxGetNumberOfElements(structure) || mxGetFieldNumber(structure, name) < 0) {
+    if (i >= entries_of(record) || !has_field(record, name)) {
         return nullptr;
     }
-    return mxGetField(structure, static_cast<mwIndex>(i), name);
+    return value_of(mxGetField(array_of(record), static_cast<mwIndex>(i), name));
 }
 
-bool holds_numbers(const mxArray* value) {
-    return value != nullptr && mxIsNumeric(value) && !mxIsSparse(value) &&
-           mxGetNumberOfElements(value) > 0;
+std::size_t entries_of(const Value* value) {
+    return mxGetNumberOfElements(array_of(value));
 }
 
-bool holds_real_numbers(const mxArray* value) {
-    return holds_numbers(value) && !mxIsComplex(value);
+std::size_t dimensions_of(const Value* value) {
+    return static_cast<std::size_t>(mxGetNumberOfDimensions(array_of(value)));
 }
 
-std::optional<double> first_number(const mxArray* value) {
-    if (!holds_numbers(value)) {
+std::size_t rows_of(const Value* value) {
+    return mxGetM(array_of(value));
+}
+
+std::size_t columns_of(const Value* value) {
+    return mxGetN(array_of(value));
+}
+
+bool is_numeric(const Value* value) {
+    return value != nullptr && mxIsNumeric(array_of(value)) && !mxIsSparse(array_of(value));
+}
+
+bool is_logical(const Value* value) {
+    return value != nullptr && mxGetClassID(array_of(value)) == mxLOGICAL_CLASS &&
+           !mxIsSparse(array_of(value));
+}
+
+bool is_complex(const Value* value) {
+    return mxIsComplex(array_of(value));
+}
+
+const double* doubles_of(const Value* value) {
+    const mxArray* array = array_of(value);
+    return mxGetClassID(array) == mxDOUBLE_CLASS ? mxGetPr(array) : nullptr;
+}
+
+std::vector<double> first_numbers(const Value* value, std::size_t count) {
+    struct Conversion {
+        mxClassID from;
+        std::vector<double> (*convert)(const Value*, std::size_t);
+    };
+    static constexpr Conversion conversions[] = {
+        {mxDOUBLE_CLASS, converted<double>},        {mxSINGLE_CLASS, converted<float>},
+        {mxLOGICAL_CLASS, converted<std::uint8_t>}, {mxINT8_CLASS, converted<std::int8_t>},
+        {mxUINT8_CLASS, converted<std::uint8_t>},   {mxINT16_CLASS, converted<std::int16_t>},
+        {mxUINT16_CLASS, converted<std::uint16_t>}, {mxINT32_CLASS, converted<std::int32_t>},
+        {mxUINT32_CLASS, converted<std::uint32_t>}, {mxINT64_CLASS, converted<std::int64_t>},
+        {mxUINT64_CLASS, converted<std::uint64_t>}};
+    const mxClassID held = mxGetClassID(array_of(value));
+    for (const Conversion& conversion : conversions) {
+        if (conversion.from == held) {
+            return conversion.convert(value, count);
+        }
+    }
+    throw std::logic_error("Numbers of an unknown class.");
+}
+
+bool is_text(const Value* value) {
+    return value != nullptr && mxIsChar(array_of(value));
+}
+
+std::optional<std::string> text_of(const Value* value) {
+    if (is_text(value)) {
+        return characters_of(array_of(value));
+    }
+    // A string object of MATLAB's.
+    if (value == nullptr || !mxIsClass(array_of(value), "string") || entries_of(value) != 1) {
         return std::nullopt;
     }
-    return first_numbers(value, 1).front();
-}
-
-std::optional<double> single_number(const mxArray* value) {
-    if (!holds_real_numbers(value) || mxGetNumberOfElements(value) != 1) {
-        return std::nullopt;
-    }
-    return first_number(value);
-}
-
-std::vector<double> numbers_of(const mxArray* value) {
-    const std::size_t count = mxGetNumberOfElements(value);
-    return count > 0 ? first_numbers(value, count) : std::vector<double>();
-}
-
-std::optional<std::string> text_of(const mxArray* value, std::size_t longest) {
-    if (value == nullptr || !mxIsChar(value)) {
-        return std::nullopt;
-    }
-    const std::optional<std::string> text = characters_of(value, longest);
-    return text ? std::optional<std::string>(text->c_str()) : std::nullopt;
-}
-
-std::optional<std::string> text_of(const mxArray* value) {
-    if (value == nullptr) {
-        return std::nullopt;
-    }
-    if (mxIsChar(value)) {
-        return characters_of(value, mxGetNumberOfElements(value));
-    }
+    auto* string = const_cast<mxArray*>(array_of(value));  // as the host's call takes it
     mxArray* characters = nullptr;
-    auto* string = const_cast<mxArray*>(value);  // as the host's call takes it
-    if (!mxIsClass(value, "string") || mxGetNumberOfElements(value) != 1 ||
-        mexCallMATLABWithTrap(1, &characters, 1, &string, "char") != nullptr) {
+    if (mexCallMATLABWithTrap(1, &characters, 1, &string, "char") != nullptr) {
         return std::nullopt;
     }
-    std::optional<std::string> text = characters_of(characters, mxGetNumberOfElements(characters));
+    std::optional<std::string> text = characters_of(characters);
     mxDestroyArray(characters);
     return text;
 }
 
-std::string shown(std::string text) {
-    std::replace(text.begin(), text.end(), '\0', '?');
-    return text;
+bool is_function(const Value* value) {
+    return mxGetClassID(array_of(value)) == mxFUNCTION_CLASS;
 }
 
-std::optional<bool> switch_of(const mxArray* value) {
-    const bool logical = mxGetClassID(value) == mxLOGICAL_CLASS;
-    if (mxGetNumberOfElements(value) != 1 || mxIsSparse(value) ||
-        (!logical && !holds_real_numbers(value))) {
-        return std::nullopt;
+Result* new_zeros(std::span<const int> extents, bool complex) {
+    const mxComplexity complexity = complex ? mxCOMPLEX : mxREAL;
+#if defined(HAVE_OCTAVE)
+    const auto count = std::accumulate(
+        extents.begin(), extents.end(), std::size_t{1},
+        [](std::size_t product, int extent) { return product * static_cast<std::size_t>(extent); });
+    mxArray* own = !complex && count > 0 ? zeros_from_interpreter(extents, count) : nullptr;
+    if (own != nullptr) {
+        return reinterpret_cast<Result*>(own);
     }
-    const double number = mxGetScalar(value);
-    return number == 0.0 || number == 1.0 ? std::optional(number == 1.0) : std::nullopt;
+    // It will be copied.
+    require_memory(count, 2 * (complex ? 2 : 1) * sizeof(double), "output values");
+#endif
+    return reinterpret_cast<Result*>(array_of_zeros(extents, complexity));
 }
 
-int count_of(std::size_t entries, const char* what) {
-    if (entries > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw InputError(std::string("Computed number of ") + what + " is too large.");
-    }
-    return static_cast<int>(entries);
+double* real_parts(Result* result) {
+    return mxGetPr(array_of(result));
 }
 
-double HostRecord::number(const char* name) const {
-    const mxArray* value = field(name);
-    if (!holds_real_numbers(value)) {
-        refuse(name, "must hold 1 real number(s)");
-    }
-    return *first_number(value);
-}
-
-CartesianCoordinate HostRecord::triple(const char* name) const {
-    const mxArray* value = field(name);
-    if (!holds_real_numbers(value) || mxGetNumberOfElements(value) != 3) {
-        refuse(name, "must hold 3 real number(s)");
-    }
-    const std::vector<double> xyz = numbers_of(value);
-    return {xyz[0], xyz[1], xyz[2]};
-}
-
-void HostRecord::refuse(const char* name, const std::string& expectation) const {
-    throw InputError(std::string(title_) + " field '" + name + "' " + expectation + " (" + word_ +
-                     " " + std::to_string(index_ + 1) + ").");
+double* imaginary_parts(Result* result) {
+    return mxGetPi(array_of(result));
 }
 
 }  // namespace kavro

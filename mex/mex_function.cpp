@@ -35,7 +35,7 @@ struct Outcome {
 std::forward_list<std::unique_ptr<HostCall>> running;  // the innermost first
 
 void release_abandoned_calls() {
-    while (!running.empty() && !running.front()->runs_user_code()) {
+    while (!running.empty() && !running.front()->console.runs_user_code()) {
         running.pop_front();
     }
 }
@@ -56,9 +56,13 @@ void run_call(Outcome& outcome, int nlhs, int nrhs, const mxArray* const prhs[])
     Release release;
     try {
         release_abandoned_calls();
-        running.push_front(new_host_call());
-        release.call = running.front().get();
-        outcome.output = running.front()->run(nlhs, nrhs, prhs);
+        running.push_front(std::make_unique<HostCall>());
+        HostCall& call = *running.front();
+        release.call = &call;
+        for (int i = 0; i < nrhs; ++i) {
+            call.arguments.push_back(value_of(prhs[i]));
+        }
+        outcome.output = answer(call, nlhs);
     } catch (const InputError& error) {
         outcome.fail(error.what());
     } catch (const Interrupted& interrupted) {

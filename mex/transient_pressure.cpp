@@ -3,16 +3,20 @@
 
 #include "core/console.h"
 #include "core/input_error.h"
-#include "mex/excitation_from_host.h"
-#include "mex/host_values.h"
-#include "mex/solver_call.h"
-#include "mex/transducers_from_host.h"
-#include "transducers/array.h"
+#include "door/coordinate_grid.h"
+#include "door/excitation.h"
+#include "door/medium.h"
+#include "door/read.h"
+#include "door/solve.h"
+#include "door/time_samples.h"
+#include "door/transducers.h"
+#include "door/values.h"
+#include "mex/host_call.h"
 
 namespace kavro {
 namespace {
 
-void check_argument_counts(int nlhs, int nrhs) {
+void check_argument_counts(int nlhs, std::size_t nrhs) {
     if (nlhs != 1) {
         throw InputError("This function requires exactly one output parameter.\n");
     }
@@ -23,9 +27,8 @@ void check_argument_counts(int nlhs, int nrhs) {
     }
 }
 
-// The number of abscissas: truncated, then rounded up to a multiple of four. What is below 1 stays
-// so for the quadrature to refuse, as does what is not a number.
-int quadrature_order(const mxArray* ndiv) {
+// The number of abscissas: truncated, then rounded up to a multiple of four.
+int quadrature_order(const Value* ndiv) {
     if (!holds_real_numbers(ndiv)) {
         throw InputError("ndiv must a real number.\n");
     }
@@ -43,52 +46,35 @@ void warn_of_display_flag(const mxArray* flag) {
     }
 }
 
-class TransientPressure : public SolverCall {
-public:
-    TransientPressure() : SolverCall("kavro.transient_pressure") {}
-
-    // The pressure of all elements: nx x ny x nz x ntimes for a regular grid, npoints x ntimes for
-    // a list of points.
-    mxArray* run(int nlhs, int nrhs, const mxArray* const prhs[]) override {
-        check_argument_counts(nlhs, nrhs);
-        const int n = read_element_count(prhs[0]);
-        read_grid(prhs[1]);
-        read_medium(prhs[2]);
-        warn_of_ignored_attenuation();
-        read_times(prhs[3]);
-        const int ndiv = quadrature_order(prhs[4]);
-
-        mxArray* output = new_transient_output();
-        if (!quadrature_.allocate_memory(ndiv)) {
-            throw InputError("Out of Memory");
-        }
-        quadrature_.gauss_quadrature();
-        excitation_vector(excitations_, prhs[5], n);
-        if (nrhs == 7) {
-            warn_of_display_flag(prhs[6]);
-        }
-        elements_ = transducers_from(prhs[0], n);
-        attach_records();
-        for (const std::unique_ptr<Transducer>& element : elements_) {
-            element->set_transient_pressure_pointer(real_parts(output));
-        }
-        solve();
-        return output;
-    }
-
-private:
-    void solve() {
-        apply_thread_setting();
-        const TransducerStatus status = fnm_tsd_sse(element_pointers(), Output::all_zero);
-        console_.end_progress(status == status_success);
-        check_status(status);
-    }
-};
-
 }  // namespace
 
-std::unique_ptr<HostCall> new_host_call() {
-    return std::make_unique<TransientPressure>();
+const char* const module_name = "kavro.transient_pressure";
+
+// The pressure of all elements: nx x ny x nz x ntimes for a regular grid, npoints x ntimes for a
+// list of points. The arguments are looked at in this order, and the output is made on the way.
+mxArray* answer(HostCall& call, int nlhs) {
+    const std::vector<const Value*>& arguments = call.arguments;
+    SolveRequest& request = call.request;
+    check_argument_counts(nlhs, arguments.size());
+    request.operation = operation_of("fnm_tsd_sse");
+    const auto n = static_cast<std::size_t>(count_of_elements(arguments[0]));
+    read_grid(request.points, arguments[1]);
+    request.medium = medium_from(arguments[2]);
+    warn_of_ignored_attenuation(request.medium);
+    read_times(request.times, arguments[3]);
+    const int ndiv = quadrature_order(arguments[4]);
+
+    call.result = new_result(request);
+    request.rule.allocate_memory(ndiv);
+    request.rule.gauss_quadrature();
+    request.waveforms = waveforms_from(arguments[5], n, false);
+    if (arguments.size() == 7) {
+        warn_of_display_flag(array_of(arguments[6]));
+    }
+    request.elements = elements_from(arguments[0], ShapeName::up_to_nul);
+    solve(request, call.console, call.result);
+    finish(call.console, call.result);
+    return array_of(call.result.values);
 }
 
 }  // namespace kavro

@@ -36,7 +36,7 @@ Element polygon(Sizes values) {
 
 constexpr std::array table{
     Shape{"circ", "disc", disc_sizes, nullptr, CircularTransducer::offered,
-          [](Sizes s) -> Element { return std::make_unique<CircularTransducer>(s[0]); }},
+          [](Sizes s) -> Element { return std::make_unique<CircularTransducer>(s[0]); }, true},
     Shape{"ring", "ring", ring_sizes, nullptr, RingTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<RingTransducer>(s[0], s[1]); }},
     Shape{"rect", "rectangle", rectangle_sizes, nullptr, RectangularTransducer::offered,

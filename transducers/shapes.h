@@ -19,6 +19,7 @@ struct Shape {
     MethodSet methods;                   // that it offers
     std::unique_ptr<Transducer> (*make)(
         std::span<const double> sizes);  // sizes in that order, or all x, then all y
+    bool has_source_phase = false;       // whether kzk_cw can march it with the source's phase
 };
 
 std::span<const Shape> shapes();

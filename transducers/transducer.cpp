@@ -8,6 +8,9 @@
 
 #include "core/console.h"
 #include "transducers/blocks/sample_window.h"
+#include "transducers/kzk/harmonic_march.h"
+#include "transducers/kzk/march.h"
+#include "transducers/kzk/transient_march.h"
 #include "transducers/shape.h"
 
 namespace kavro {
@@ -177,8 +180,24 @@ std::unique_ptr<SurfaceRows<float>> Transducer::single_surface(const Wanted&) co
 void Transducer::write_impulse_response(const CartesianCoordinate&, SampleWindow, double,
                                         double*) const {}
 
+std::unique_ptr<kzk::TransientShape> Transducer::transient_march() const {
+    return nullptr;
+}
+
+std::unique_ptr<kzk::HarmonicShape> Transducer::harmonic_march() {
+    return nullptr;
+}
+
 std::unique_ptr<Share> Transducer::own_share(const OwnMethod&) const {
     return nullptr;
+}
+
+TransducerStatus Transducer::kzk_transient() {
+    return kzk::march(*this, false).status;
+}
+
+TransducerStatus Transducer::kzk_cw() {
+    return kzk::march(*this, true).status;
 }
 
 bool Transducer::has_transient_records() const {

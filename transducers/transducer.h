@@ -20,6 +20,11 @@
 
 namespace kavro {
 
+namespace kzk {
+struct HarmonicShape;
+struct TransientShape;
+}  // namespace kzk
+
 template <class Real>
 class EdgeGenerator;
 template <class Real>
@@ -140,10 +145,9 @@ public:
     TransducerStatus fnm_tsd_low_precision() { return solve_alone(Method::fnm_tsd_low_precision); }
     TransducerStatus fnm_tsd_sse() { return solve_alone(Method::fnm_tsd_sse); }
     TransducerStatus rayleigh_transient() { return solve_alone(Method::rayleigh_transient); }
-    // The nonlinear marches store their results, they do not add. A shape that has them overrides
-    // them.
-    virtual TransducerStatus kzk_transient() { return status_not_implemented; }
-    virtual TransducerStatus kzk_cw() { return status_not_implemented; }
+    // The nonlinear marches store their results, they do not add.
+    virtual TransducerStatus kzk_transient();
+    virtual TransducerStatus kzk_cw();
 
     // ---- What a shape states of itself. Points are in the element's own frame, the rotation
     // matrix is set, and so are the records that the method needs.
@@ -182,6 +186,11 @@ public:
     // a window, into as many values, zeros so far.
     virtual void write_impulse_response(const CartesianCoordinate& point, SampleWindow samples,
                                         double later, double* values) const;
+
+    // The scales and the source of its nonlinear marches. What the second one returns calls the
+    // element.
+    virtual std::unique_ptr<kzk::TransientShape> transient_march() const;
+    virtual std::unique_ptr<kzk::HarmonicShape> harmonic_march();
 
     // The methods that no other shape knows.
     virtual std::unique_ptr<Share> own_share(const OwnMethod& own) const;

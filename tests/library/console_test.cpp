@@ -19,16 +19,19 @@ TEST(Console, GoesToTheStandardStreamsUntilConnected) {
 
 TEST(Console, ConnectionsNestAndEnd) {
     const Recorder outer;
+    const kavro::console::ProgressPart half(0.5, 1.0);
     {
         const Recorder inner;
         kavro::console::print("inner");
         kavro::console::warn("inner");
-        kavro::console::progress(1);
+        kavro::console::progress(0.25);
         EXPECT_EQ(inner.printed, "inner");
         EXPECT_EQ(inner.warnings.size(), 1u);
-        EXPECT_EQ(inner.progress, std::vector<double>{1});
+        EXPECT_EQ(inner.progress, std::vector<double>{0.25});
     }
     kavro::console::print("outer");
+    kavro::console::progress(0);
+    EXPECT_EQ(outer.progress, std::vector<double>{0.5});
     EXPECT_EQ(outer.printed, "outer");
     EXPECT_TRUE(outer.warnings.empty());
 }

@@ -49,9 +49,8 @@ public:
     void write_impulse_response(const CartesianCoordinate& point, SampleWindow samples,
                                 double later, double* values) const override;
 
-    // The nonlinear marches store their results, they do not add.
-    TransducerStatus kzk_transient() override;
-    TransducerStatus kzk_cw() override;
+    std::unique_ptr<kzk::TransientShape> transient_march() const override;
+    std::unique_ptr<kzk::HarmonicShape> harmonic_march() override;
 
     // Routines of the nonlinear marches; field layouts in transducers/kzk/harmonic_source.h, the
     // solvers of tridiagonal systems in transducers/kzk/tridiagonal.h. kzk_cw calls the virtual

@@ -1,26 +1,25 @@
 // The disc's nonlinear beams: its parameters of the two marches, and the harmonic march's routines.
 #include <cmath>
 #include <cstddef>
+#include <memory>
+#include <utility>
 
 #include "core/constants.h"
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/kzk/harmonic_march.h"
-#include "transducers/kzk/march.h"
-#include "transducers/kzk/shapes.h"
 #include "transducers/kzk/transient_march.h"
 #include "transducers/kzk/tridiagonal.h"
 
 namespace kavro {
-namespace kzk {
-
-TransientShape transient_shape(const CircularTransducer& disc) {
+std::unique_ptr<kzk::TransientShape> CircularTransducer::transient_march() const {
+    const CircularTransducer& disc = *this;
     const Medium* medium = disc.medium;
     const double a = disc.radius;
     const double c = medium->_soundspeed;
     const auto f0 = static_cast<double>(static_cast<float>(disc.excitation->f0));
     const auto omega0 = static_cast<double>(static_cast<float>(two_pi * f0));
     const auto u0 = static_cast<double>(static_cast<float>(disc.amplitude));
-    TransientShape shape;
+    kzk::TransientShape shape;
     shape.radius = a;
     shape.rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
     shape.nonlinearity =
@@ -30,18 +29,19 @@ TransientShape transient_shape(const CircularTransducer& disc) {
     shape.last_range = static_cast<float>(disc.coordinate_grid->zmax / (a * a * 0.5 / c * omega0));
     shape.prints_nonlinearity = true;
     shape.shock_message = "too small dSigma";
-    return shape;
+    return std::make_unique<kzk::TransientShape>(std::move(shape));
 }
 
-HarmonicShape harmonic_shape(CircularTransducer& disc) {
+std::unique_ptr<kzk::HarmonicShape> CircularTransducer::harmonic_march() {
+    CircularTransducer& disc = *this;
     const Medium* medium = disc.medium;
     const double a = disc.radius;
     const double c = medium->_soundspeed;
-    const auto omega0 = static_cast<double>(angular_frequency(*medium));
+    const auto omega0 = static_cast<double>(kzk::angular_frequency(*medium));
     const auto u0 = static_cast<double>(static_cast<float>(disc.amplitude));
     const int phase = disc.integral->kzk_parameters.source_phase;
     const auto rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
-    HarmonicShape shape;
+    kzk::HarmonicShape shape;
     shape.radius = a;
     shape.range_of = [rayleigh](float z) { return z / rayleigh; };
     shape.absorption =
@@ -62,17 +62,7 @@ HarmonicShape harmonic_shape(CircularTransducer& disc) {
                                                               int harmonics) {
         disc.COEFF(next, eval, alpha, delta, harmonics, A, phase);
     };
-    return shape;
-}
-
-}  // namespace kzk
-
-TransducerStatus CircularTransducer::kzk_transient() {
-    return kzk::march(*this, false).status;
-}
-
-TransducerStatus CircularTransducer::kzk_cw() {
-    return kzk::march(*this, true).status;
+    return std::make_unique<kzk::HarmonicShape>(std::move(shape));
 }
 
 void CircularTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,

@@ -7,11 +7,6 @@
 #include "transducers/kzk/outcome.h"
 #include "transducers/transducer.h"
 
-namespace kavro {
-class CircularTransducer;
-class SphericalTransducer;
-}  // namespace kavro
-
 namespace kavro::kzk {
 
 // What keeps kzk_transient (or, if `harmonic`, kzk_cw) of the element from marching, the first that
@@ -19,10 +14,8 @@ namespace kavro::kzk {
 // element has no such march. A march called all the same stores zeros.
 std::optional<Fault> fault_of(Transducer& element, bool harmonic);
 
-// What kzk_transient (or kzk_cw) of a disc or shell does. status_failure where a record is missing,
-// status_not_implemented for other shapes.
-Outcome march(CircularTransducer& disc, bool harmonic);
-Outcome march(SphericalTransducer& shell, bool harmonic);
+// What kzk_transient (or kzk_cw) does. status_failure where a record is missing,
+// status_not_implemented for shapes that do not offer it.
 Outcome march(Transducer& element, bool harmonic);
 
 }  // namespace kavro::kzk

@@ -1,17 +1,17 @@
 // The shell's nonlinear beams: its parameters of the two marches, and the harmonic march's
 // routines. Ranges are counted in its radius of curvature.
+#include <memory>
+#include <utility>
+
 #include "core/constants.h"
 #include "transducers/kzk/harmonic_march.h"
-#include "transducers/kzk/march.h"
-#include "transducers/kzk/shapes.h"
 #include "transducers/kzk/transient_march.h"
 #include "transducers/kzk/tridiagonal.h"
 #include "transducers/spherical/spherical_transducer.h"
 
 namespace kavro {
-namespace kzk {
-
-TransientShape transient_shape(const SphericalTransducer& shell) {
+std::unique_ptr<kzk::TransientShape> SphericalTransducer::transient_march() const {
+    const SphericalTransducer& shell = *this;
     const Medium* medium = shell.medium;
     const double radius = shell.radius;
     const double roc = shell.roc;
@@ -19,7 +19,7 @@ TransientShape transient_shape(const SphericalTransducer& shell) {
     const auto f0 = static_cast<double>(static_cast<float>(shell.excitation->f0));
     const auto omega0 = static_cast<double>(static_cast<float>(two_pi * f0));
     const auto u0 = static_cast<double>(static_cast<float>(shell.amplitude));
-    TransientShape shape;
+    kzk::TransientShape shape;
     shape.radius = radius;
     shape.rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
     shape.gain = static_cast<float>(static_cast<double>(shape.rayleigh) / roc);
@@ -32,19 +32,20 @@ TransientShape transient_shape(const SphericalTransducer& shell) {
     shape.coefficients_in_double = true;
     shape.shock_is_warning = true;
     shape.shock_message = "dSigma is too small.";
-    return shape;
+    return std::make_unique<kzk::TransientShape>(std::move(shape));
 }
 
-HarmonicShape harmonic_shape(SphericalTransducer& shell) {
+std::unique_ptr<kzk::HarmonicShape> SphericalTransducer::harmonic_march() {
+    SphericalTransducer& shell = *this;
     const Medium* medium = shell.medium;
     const double radius = shell.radius;
     const double roc = shell.roc;
     const double c = medium->_soundspeed;
-    const auto omega0 = static_cast<double>(angular_frequency(*medium));
+    const auto omega0 = static_cast<double>(kzk::angular_frequency(*medium));
     const auto u0 = static_cast<double>(static_cast<float>(shell.amplitude));
     const auto rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
     const double gain = static_cast<double>(rayleigh) / roc;
-    HarmonicShape shape;
+    kzk::HarmonicShape shape;
     shape.radius = radius;
     shape.gain = gain;
     shape.range_of = [roc](float z) { return static_cast<float>(static_cast<double>(z) / roc); };
@@ -61,17 +62,7 @@ HarmonicShape harmonic_shape(SphericalTransducer& shell) {
                                                               int harmonics) {
         shell.COEFF(next, eval, alpha, delta, harmonics, A, gain);
     };
-    return shape;
-}
-
-}  // namespace kzk
-
-TransducerStatus SphericalTransducer::kzk_transient() {
-    return kzk::march(*this, false).status;
-}
-
-TransducerStatus SphericalTransducer::kzk_cw() {
-    return kzk::march(*this, true).status;
+    return std::make_unique<kzk::HarmonicShape>(std::move(shape));
 }
 
 void SphericalTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,

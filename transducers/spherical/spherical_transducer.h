@@ -37,9 +37,8 @@ public:
 
     MethodSet methods() const override { return offered; }
 
-    // The nonlinear marches store their results, they do not add.
-    TransducerStatus kzk_transient() override;
-    TransducerStatus kzk_cw() override;
+    std::unique_ptr<kzk::TransientShape> transient_march() const override;
+    std::unique_ptr<kzk::HarmonicShape> harmonic_march() override;
 
     TransducerStatus farfield_cw_lossless() { return solve_alone(Method::farfield_cw_lossless); }
 

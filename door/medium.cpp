@@ -1,13 +1,15 @@
-#include "mex/medium_from_host.h"
+#include "door/medium.h"
 
 #include <optional>
 
+#include "core/console.h"
 #include "core/input_error.h"
-#include "mex/host_values.h"
+#include "door/values.h"
 
 namespace kavro {
 
-Medium medium_from(const mxArray* structure) {
+Medium medium_from(const Value* value) {
+    require_record(value, "Medium");
     struct Field {
         const char* name;
         double Medium::*member;
@@ -25,15 +27,21 @@ Medium medium_from(const mxArray* structure) {
     };
     Medium medium;
     for (const Field& field : fields) {
-        const std::optional<double> value = first_number(field_of(structure, 0, field.name));
-        if (!value) {
+        const std::optional<double> number = first_number(field_of(value, 0, field.name));
+        if (!number) {
             throw InputError(
                 "Medium object is not structured correctly. Please see the documentation for the "
                 "correct structure.");
         }
-        medium.*field.member = *value;
+        medium.*field.member = *number;
     }
     return medium;
+}
+
+void warn_of_ignored_attenuation(const Medium& medium) {
+    if (medium._dBcmMHz != 0.0) {
+        console::warn("Non-zero attenuation will be ignored. See the documentation for details.\n");
+    }
 }
 
 }  // namespace kavro

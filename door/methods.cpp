@@ -1,11 +1,10 @@
-#include "mex/methods_to_host.h"
+#include "door/methods.h"
 
-#include <new>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "mex/solve_options.h"
+#include "door/options.h"
 #include "transducers/operations.h"
 
 namespace kavro {
@@ -29,7 +28,9 @@ std::vector<const char*> shapes_that_implement(const Operation& operation) {
     return identifiers;
 }
 
-std::string listing() {
+}  // namespace
+
+std::string table_of_methods() {
     std::string text;
     for (const Shape& shape : shapes()) {
         text += std::string("shape\t") + shape.identifier + "\t" + shape.name + "\n";
@@ -41,17 +42,6 @@ std::string listing() {
                 std::to_string(operation.ndiv_multiple) + "\t" + operation.summary + "\n";
     }
     return text;
-}
-
-}  // namespace
-
-mxArray* methods_to_host() {
-    const std::string text = listing();
-    mxArray* array = mxCreateString(text.c_str());
-    if (array == nullptr) {
-        throw std::bad_alloc();
-    }
-    return array;
 }
 
 }  // namespace kavro

@@ -1,14 +1,13 @@
-#include "mex/solve_options.h"
+#include "door/options.h"
 
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <cmath>
-#include <limits>
 #include <string_view>
 
 #include "core/input_error.h"
-#include "mex/host_values.h"
+#include "door/values.h"
 
 namespace kavro {
 namespace {
@@ -56,14 +55,6 @@ std::size_t index_of(const std::string& name) {
 
 }  // namespace
 
-std::string quoted_list(std::span<const char* const> names) {
-    std::string list;
-    for (const char* name : names) {
-        list.append(list.empty() ? "'" : ", '").append(name).append("'");
-    }
-    return list;
-}
-
 std::vector<const char*> option_names(const Operation& operation) {
     std::vector<const char*> names;
     for (const OptionName& option : all_options) {
@@ -74,13 +65,14 @@ std::vector<const char*> option_names(const Operation& operation) {
     return names;
 }
 
-SolveOptions::SolveOptions(const Operation& operation, std::span<const mxArray* const> pairs) {
+SolveOptions::SolveOptions(const Operation& operation, std::span<const Value* const> arguments,
+                           std::size_t first) {
     static_assert(all_options.size() == option_count);
-    for (std::size_t i = 0; i < pairs.size(); i += 2) {
-        const std::optional<std::string> name = text_of(pairs[i]);
+    for (std::size_t i = first; i < arguments.size(); i += 2) {
+        const std::optional<std::string> name = text_of(arguments[i]);
         if (!name) {
-            refuse_name(operation,
-                        "Argument " + std::to_string(i + 5) + " must be the name of an option.");
+            refuse_name(operation, "Argument " + std::to_string(i + host_words.first) +
+                                       " must be the name of an option.");
         }
         const std::size_t index = index_of(*name);
         if (index == option_count) {
@@ -90,13 +82,13 @@ SolveOptions::SolveOptions(const Operation& operation, std::span<const mxArray* 
             refuse_name(operation, std::string("The option '") + all_options[index].name +
                                        "' is not used by " + operation.name + ".");
         }
-        if (i + 1 == pairs.size()) {
+        if (i + 1 == arguments.size()) {
             throw InputError("The option '" + *name + "' has no value.");
         }
         if (values_[index] != nullptr) {
             throw InputError("The option '" + *name + "' is given twice.");
         }
-        values_[index] = pairs[i + 1];
+        values_[index] = arguments[i + 1];
     }
 }
 
@@ -121,15 +113,14 @@ std::optional<int> SolveOptions::count(Option option) const {
     if (!given(option)) {
         return std::nullopt;
     }
-    const std::optional<double> number = single_number(value(option));
-    if (!number || !(*number >= 1.0) || *number != std::floor(*number) ||
-        *number > std::numeric_limits<int>::max()) {
+    const std::optional<int> count = count_from(value(option));
+    if (!count) {
         refuse(option, "one whole number of at least 1");
     }
-    return static_cast<int>(*number);
+    return count;
 }
 
-std::optional<bool> SolveOptions::yes_or_no(Option option, const char* expected) const {
+std::optional<bool> SolveOptions::yes_or_no(Option option, const std::string& expected) const {
     if (!given(option)) {
         return std::nullopt;
     }

@@ -1,0 +1,248 @@
+#include "door/solve.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <initializer_list>
+#include <utility>
+
+#include "core/console.h"
+#include "core/counts.h"
+#include "core/input_error.h"
+#include "core/threads.h"
+#include "door/march.h"
+
+namespace kavro {
+namespace {
+
+using Kind = OperationKind;
+
+bool is_march(Kind kind) {
+    return kind == Kind::kzk_transient || kind == Kind::kzk_cw;
+}
+
+bool is_complex(Kind kind) {
+    return kind == Kind::continuous_wave || kind == Kind::kzk_cw;
+}
+
+// The threads that a call asks for, while its solver runs: then those of the call around it again.
+// 0 stands for what KAVRO_THREADS says. (The host's OpenMP runtime has read its own variables when
+// it was loaded.)
+class CallThreads {
+public:
+    explicit CallThreads(int n) : former_(asked_) {
+        const char* setting = std::getenv("KAVRO_THREADS");
+        ask(n == 0 && setting != nullptr ? static_cast<int>(std::strtol(setting, nullptr, 10)) : n);
+    }
+    ~CallThreads() { ask(former_); }
+    CallThreads(const CallThreads&) = delete;
+    CallThreads& operator=(const CallThreads&) = delete;
+
+private:
+    static void ask(int n) {
+        asked_ = n;
+        set_thread_count(n);
+    }
+
+    static inline int asked_ = 0;
+    int former_;
+};
+
+void set_sizes(SolveResult& result, std::initializer_list<int> sizes) {
+    std::copy(sizes.begin(), sizes.end(), result.sizes.begin());
+    result.dimensions = sizes.size();
+}
+
+void set_sizes(SolveResult& result, const SolveRequest& request) {
+    const CoordinateGrid& points = request.points;
+    const int ntimes = request.times.ntimes;
+    switch (result.kind) {
+        case Kind::arrival_times:
+            return set_sizes(result, {static_cast<int>(request.elements.size()), 2});
+        case Kind::kzk_transient:
+            return set_sizes(result, {points.nx, points.nz, ntimes});
+        case Kind::kzk_cw:
+            return set_sizes(result, {points.nx, points.nz, harmonics_of(request)});
+        case Kind::continuous_wave:
+            return points.regular ? set_sizes(result, {points.nx, points.ny, points.nz})
+                                  : set_sizes(result, {points.npoints, 1});
+        default:
+            return points.regular ? set_sizes(result, {points.nx, points.ny, points.nz, ntimes})
+                                  : set_sizes(result, {points.npoints, ntimes});
+    }
+}
+
+// Element by element in order; `after` is told when element i is solved.
+template <class After>
+TransducerStatus solve_each(SolveRequest& request, After after) {
+    const auto all = static_cast<double>(request.elements.size());
+    for (std::size_t i = 0; i < request.elements.size(); ++i) {
+        const console::ProgressPart part(static_cast<double>(i) / all,
+                                         static_cast<double>(i + 1) / all);
+        Transducer& element = *request.elements[i].transducer;
+        request.working_rule = request.rule;  // the element before may have refilled it
+        const TransducerStatus status = is_march(request.operation->kind)
+                                            ? march(request, element)
+                                            : (element.*request.operation->solve)();
+        if (status != status_success) {
+            return status;
+        }
+        after(i);
+        console::progress(1.0);
+        if (console::interrupted()) {
+            return status_interrupted;
+        }
+    }
+    return status_success;
+}
+
+void set_outputs(const SolveRequest& request, double* real, double* imaginary) {
+    for (const RequestedElement& element : request.elements) {
+        if (is_complex(request.operation->kind)) {
+            element.transducer->set_complex_pressure_pointers(real, imaginary);
+        } else {
+            element.transducer->set_transient_pressure_pointer(real);
+        }
+    }
+}
+
+// The results of all elements, added up by themselves in the output.
+TransducerStatus solve_added(SolveRequest& request, SolveResult& result) {
+    set_outputs(request, result.real, result.imaginary);
+    // In reference mode a method may refill its rule, and none is to read what another has left.
+    std::vector<NumericalIntegration> rules;
+    rules.reserve(request.elements.size());
+    for (const RequestedElement& element : request.elements) {
+        if (!element.transducer->exact()) {
+            element.transducer->set_integral_pointer(&rules.emplace_back(request.rule));
+        }
+    }
+    return request.operation->solve_array(request.transducers(), Output::all_zero);
+}
+
+// The marches store their results: each element's is added from a buffer of its own.
+TransducerStatus solve_stored(SolveRequest& request, SolveResult& result) {
+    const bool complex = is_complex(result.kind);
+    const auto count = static_cast<std::size_t>(request.points.npoints) *
+                       static_cast<std::size_t>(result.sizes[2]);
+    require_memory(count, (complex ? 2 : 1) * sizeof(double), "output values");
+    // One more value than needed, so that there is a place to point to.
+    std::vector<double> real(count + 1), imaginary(complex ? count + 1 : 0);
+    set_outputs(request, real.data(), imaginary.data());
+    const auto add = [count](std::vector<double>& values, double* sum) {
+        for (std::size_t i = 0; i < count; ++i) {
+            sum[i] += std::exchange(values[i], 0.0);
+        }
+    };
+    return solve_each(request, [&](std::size_t) {
+        add(real, result.real);
+        if (complex) {
+            add(imaginary, result.imaginary);
+        }
+    });
+}
+
+TransducerStatus solve_arrival_times(SolveRequest& request, SolveResult& result) {
+    const std::size_t n = request.elements.size();
+    return solve_each(request, [&](std::size_t i) {
+        const Transducer& element = *request.elements[i].transducer;
+        result.real[i] = element.get_impulse_begin_time();
+        result.real[n + i] = element.get_impulse_end_time();
+    });
+}
+
+void check_status(TransducerStatus status) {
+    switch (status) {
+        case status_success:
+            return;
+        case status_not_implemented:
+            throw InputError("This function is not implemented for this transducer shape.");
+        case status_out_of_memory:
+            throw InputError("Out of memory.");
+        case status_interrupted:
+            throw InputError("The call was interrupted.");
+        default:
+            throw InputError(
+                "An unspecified error occurred. See this function's documentation for details.");
+    }
+}
+
+}  // namespace
+
+void SolveRequest::attach() {
+    working_rule = rule;
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        Transducer& element = *elements[i].transducer;
+        element.set_global_coordinate_grid(&points);
+        element.set_time_vector(&times);
+        element.set_medium(&medium);
+        element.set_integral_pointer(&working_rule);
+        if (!waveforms.empty()) {
+            element.excitation = waveforms[waveforms.size() > 1 ? i : 0].get();
+        }
+    }
+}
+
+std::vector<Transducer*> SolveRequest::transducers() const {
+    std::vector<Transducer*> all;
+    for (const RequestedElement& element : elements) {
+        all.push_back(element.transducer.get());
+    }
+    return all;
+}
+
+void SolveRequest::lack(const std::string& what) const {
+    throw InputError(std::string(operation->name) + " needs " + what + ".");
+}
+
+void SolveRequest::refuse(std::size_t element, const std::string& complaint) const {
+    throw InputError(std::string(operation->name) + ", element " +
+                     std::to_string(element + host_words.first) + ": " + complaint);
+}
+
+SolveResult new_result(const SolveRequest& request) {
+    // Nothing here on the heap: a host may fail to make the array, and abandon the call.
+    SolveResult result;
+    result.kind = request.operation->kind;
+    set_sizes(result, request);
+    // Checked here because a host that runs out of memory may not live to tell.
+    constexpr const char* what = "output values";
+    int count = 1;
+    for (const int size : result.extents()) {
+        count = checked_product(count, size, what);
+    }
+    const bool complex = is_complex(result.kind);
+    require_memory(static_cast<std::size_t>(count), (complex ? 2 : 1) * sizeof(double), what);
+    result.values = new_zeros(result.extents(), complex);
+    static double no_value = 0.0;
+    double* real = real_parts(result.values);
+    double* imaginary = complex ? imaginary_parts(result.values) : nullptr;
+    result.real = real != nullptr ? real : &no_value;
+    result.imaginary = imaginary != nullptr ? imaginary : &no_value;
+    return result;
+}
+
+void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
+    const CallThreads threads(request.threads);
+    console.hold_warnings();
+    request.attach();
+    if (is_march(result.kind)) {
+        // A march prints its nonlinearity, and a disc's its shock: neither is of use here.
+        console.hand_prints_to([](const char*) {});
+        result.status = solve_stored(request, result);
+    } else if (result.kind == Kind::arrival_times) {
+        result.status = solve_arrival_times(request, result);
+    } else {
+        result.status = solve_added(request, result);
+    }
+    result.warnings = console.release_warnings();
+}
+
+void finish(CallConsole& console, const SolveResult& result) {
+    for (const std::string& warning : result.warnings) {
+        host_warn(warning.c_str());
+    }
+    console.end_progress(result.status == status_success);
+    check_status(result.status);
+}
+
+}  // namespace kavro

@@ -1,0 +1,134 @@
+#include "door/transducers.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/console.h"
+#include "core/input_error.h"
+#include "door/values.h"
+#include "transducers/shapes.h"
+
+namespace kavro {
+namespace {
+
+// The longest identifier that is read; a longer text is not taken for a misspelt shape.
+constexpr std::size_t longest_shape = 9;
+
+Record record_of(const Value* array, std::size_t i) {
+    return {array, "Transducer", "element", i};
+}
+
+const Shape& shape_from(const Value* value, ShapeName name, std::size_t i) {
+    const bool readable = is_text(value) && entries_of(value) <= longest_shape;
+    std::optional<std::string> identifier = readable ? text_of(value) : std::nullopt;
+    if (!identifier) {
+        throw InputError("Unable to read transducer shape, abort.\n");
+    }
+    if (name == ShapeName::up_to_nul) {
+        identifier = identifier->c_str();
+    }
+    const Shape* shape = shape_of(*identifier);
+    if (shape == nullptr) {
+        console::print("*** %s is not a valid transducer shape (element %zu) ***\n",
+                       shown(*identifier).c_str(), i + host_words.first);
+        throw InputError("Invalid transducer shape identifier.\n");
+    }
+    return *shape;
+}
+
+std::vector<double> sizes_from(const Record& record, const Shape& shape) {
+    if (shape.corners != nullptr) {
+        return record.pairs(shape.corners);
+    }
+    std::vector<double> sizes;
+    for (const char* name : shape.sizes) {
+        sizes.push_back(record.number(name));
+    }
+    return sizes;
+}
+
+// What the shape itself refuses names the element, too.
+RequestedElement element_from(const Record& record, const Shape& shape) {
+    const std::vector<double> sizes = sizes_from(record, shape);
+    RequestedElement element{&shape, nullptr};
+    try {
+        element.transducer = shape.make(sizes);
+    } catch (const InputError& error) {
+        record.refuse(shape.corners, std::string("is at fault: ") + error.what());
+    }
+    element.transducer->set_center(record.triple("center"));
+    element.transducer->set_euler(record.triple("euler"));
+    return element;
+}
+
+// By index.
+constexpr std::array profiles{"uniform", "cosine", "raisedcosine", "quadratic", "quartic"};
+
+constexpr const char* expected_profile =
+    "must be 'uniform', 'cosine', 'raisedcosine', 'quadratic' or 'quartic', or its number 0 to 4";
+
+std::optional<int> profile_of(const Value* value) {
+    const std::optional<std::string> name = text_of(value);
+    const std::optional<double> number = single_number(value);
+    for (std::size_t i = 0; i < profiles.size(); ++i) {
+        if (name == profiles[i] || number == static_cast<double>(i)) {
+            return static_cast<int>(i);
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+int count_of_elements(const Value* array) {
+    require_record(array, "Transducer array");
+    return count_of(entries_of(array), "transducer elements");
+}
+
+std::vector<RequestedElement> elements_from(const Value* array, ShapeName name) {
+    const bool has_amplitude = has_field(array, "amplitude");
+    const bool has_time_delay = has_field(array, "time_delay");
+    std::vector<RequestedElement> elements;
+    for (std::size_t i = 0; i < entries_of(array); ++i) {
+        const Record record = record_of(array, i);
+        const double amplitude = has_amplitude ? record.number("amplitude") : 1.0;
+        const double time_delay = has_time_delay ? record.number("time_delay") : 0.0;
+        elements.push_back(element_from(record, shape_from(record.field("shape"), name, i)));
+        elements.back().transducer->set_amplitude(amplitude);
+        elements.back().transducer->set_time_delay(time_delay);
+    }
+    return elements;
+}
+
+void set_phases(const std::vector<RequestedElement>& elements, const Value* array) {
+    if (!has_field(array, "phase")) {
+        return;
+    }
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        elements[i].transducer->set_phase(record_of(array, i).number("phase"));
+    }
+}
+
+void set_apodizations(const std::vector<RequestedElement>& elements, const Value* array,
+                      const Value* otherwise) {
+    const std::optional<int> common = otherwise != nullptr ? profile_of(otherwise) : 0;
+    if (!common) {
+        throw InputError(std::string("The option 'apodization' ") + expected_profile + ".");
+    }
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        const Record record = record_of(array, i);
+        const Value* own = record.field("apodization");
+        const bool has_own = own != nullptr && entries_of(own) > 0;
+        const std::optional<int> profile = has_own ? profile_of(own) : common;
+        if (!profile) {
+            record.refuse("apodization", expected_profile);
+        }
+        elements[i].transducer->set_piston_apodization_index(*profile);
+    }
+}
+
+}  // namespace kavro
