@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <random>
 
 namespace kavro_test {
 
@@ -227,78 +226,6 @@ testing::AssertionResult agrees(const Field& field, const Yardstick& yardstick, 
         }
     }
     return testing::AssertionSuccess();
-}
-
-// v(t - tau) = (1 + t/w) - tau (1/w)
-void Ramp::spatial_tsd(double* out, double const& tau) const {
-    out[0] = 1.0;
-    out[1] = tau;
-}
-
-void Ramp::spatial_tsd(float* out, float const& tau) const {
-    out[0] = 1.0f;
-    out[1] = tau;
-}
-
-void Ramp::temporal_tsd(double* out, kavro::TimeSamples const* times, int const& ntimes,
-                        double const& delay) const {
-    for (int i = 0; i < ntimes; ++i) {
-        out[i] = 1.0 + (times->time_index_value(i) - delay) / w;
-        out[ntimes + i] = -1.0 / w;
-    }
-}
-
-void Ramp::temporal_tsd(float* out, kavro::TimeSamples const* times, int const& ntimes,
-                        float const& delay) const {
-    for (int i = 0; i < ntimes; ++i) {
-        const double t = times->time_index_value(i) - static_cast<double>(delay);
-        out[i] = static_cast<float>(1.0 + t / w);
-        out[ntimes + i] = static_cast<float>(-1.0 / w);
-    }
-}
-
-double Ramp::at(double const& t) const {
-    return 1.0 + t / w;
-}
-
-double Ramp::derivative(double const&) const {
-    return 1.0 / w;
-}
-
-std::vector<double> noise(std::size_t count, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::vector<double> values(count);
-    for (double& value : values) {
-        value = static_cast<double>(generator()) / 2147483648.0 - 1.0;
-    }
-    return values;
-}
-
-Waveform sampled(const std::vector<double>& signal, double ts, double w, double clip_threshold) {
-    return std::make_shared<kavro::ExcitationFunction>(signal, ts, w, clip_threshold);
-}
-
-std::vector<Waveform> exact_waveforms() {
-    const std::vector<Waveform> waveforms = {std::make_shared<kavro::ToneBurst>(1e6, 2.3e-6, 0),
-                                             std::make_shared<kavro::HanningPulse>(1e6, 2e-6, 0),
-                                             std::make_shared<kavro::TCubedPulse>(1e6, 2e-6, 4e5),
-                                             sampled(noise(21, 31), 1e-7, 2.1e-6, 0.0)};
-    for (const Waveform& waveform : waveforms) {
-        waveform->set_exact(true);
-    }
-    return waveforms;
-}
-
-double peak_of(const Field& field) {
-    return largest_difference(field, Field(field.size()));
-}
-
-double largest_difference(const Field& one, const Field& other) {
-    double difference = 0;
-    for (std::size_t i = 0; i < one.size(); ++i) {
-        difference = std::fmax(difference, std::fabs(one[i] - other[i]));
-    }
-    return difference;
 }
 
 }  // namespace kavro_test

@@ -1,11 +1,9 @@
-// What the library's tests share: a console recorder, and one scene solved by library and oracle.
+// What the disc's tests share: one scene solved by library and oracle.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +11,7 @@
 #include "kavro.h"
 #include "oracle/disc.h"
 #include "oracle/product_waveform.h"
+#include "stage.h"
 
 namespace kavro_test {
 
@@ -21,33 +20,6 @@ using kavro_oracle::Field;
 using kavro_oracle::Scene;
 using kavro_oracle::Triple;
 using kavro_oracle::WindowLog;
-
-using Waveform = std::shared_ptr<kavro::ExcitationFunction>;
-
-// Takes over the console for its lifetime.
-class Recorder {
-public:
-    std::string printed;
-    std::vector<std::string> warnings;
-    std::vector<double> progress;
-
-private:
-    kavro::console::Connection connection_{
-        {[this](const char* text) { printed += text; },
-         [this](const char* text) { warnings.emplace_back(text); },
-         [this](double fraction) { progress.push_back(fraction); }}};
-};
-
-// The message of the InputError that the act throws.
-template <class Act>
-std::string error_of(Act act) {
-    try {
-        act();
-    } catch (const kavro::InputError& error) {
-        return error.what();
-    }
-    return "(no error)";
-}
 
 // ---- scenes
 
@@ -131,46 +103,5 @@ Yardstick yardstick_of(const Stage& stage, const Method& method,
 // number at the same samples, and is exactly zero wherever no window reaches.
 testing::AssertionResult agrees(const Field& field, const Yardstick& yardstick, double tolerance,
                                 bool by_terms = false);
-
-// ---- waveforms
-
-// A waveform of a user's own: 1 at t = 0, rising by one over its width, so that it jumps at both
-// ends and every sample that is missing or too many shows.
-class Ramp : public kavro::ExcitationFunction {
-public:
-    explicit Ramp(double width) : ExcitationFunction(0.0, width, 0.0) {}
-
-    void spatial_tsd(double* out, double const& tau) const override;
-    void spatial_tsd(float* out, float const& tau) const override;
-    void temporal_tsd(double* out, kavro::TimeSamples const* times, int const& ntimes,
-                      double const& delay) const override;
-    void temporal_tsd(float* out, kavro::TimeSamples const* times, int const& ntimes,
-                      float const& delay) const override;
-    double at(double const& t) const override;
-    double derivative(double const& t) const override;
-    int number_of_tsd_terms() const override { return 2; }
-};
-
-// Reproducible noise in [-1, 1].
-std::vector<double> noise(std::size_t count, unsigned seed);
-
-Waveform sampled(const std::vector<double>& signal, double ts, double w, double clip_threshold);
-
-// One exact waveform of every kind, of some 1 MHz and 2 us.
-std::vector<Waveform> exact_waveforms();
-
-// ---- fields
-
-double peak_of(const Field& field);
-double largest_difference(const Field& one, const Field& other);
-
-// Tests that change threads or vectors; the defaults return with their end.
-class Variants : public testing::Test {
-protected:
-    ~Variants() override {
-        kavro::set_vector_target(std::nullopt);
-        kavro::set_thread_count(0);
-    }
-};
 
 }  // namespace kavro_test
