@@ -139,6 +139,29 @@ TEST(Contract, AmplitudesAboveTheThresholdCount) {
     });
 }
 
+TEST(Contract, AmplitudesScaleAndDelaysShift) {
+    for_everything_offered([](const Operation& operation, Source source) {
+        if (operation.kind != OperationKind::transient) {
+            return;
+        }
+        Tank tank = tank_for(operation, {source});
+        if (operation.waveform_demand == kavro::WaveformDemand::none) {
+            tank.waveform = std::make_shared<kavro::HanningPulse>(1e6, 2e-6, 0);
+        }
+        Values expected = measured(tank, operation);
+        const auto samples = static_cast<std::ptrdiff_t>(16 * tank.points().size());
+        tank.sources[0].amplitude = -2.5;
+        tank.sources[0].time_delay = 16.0 / 32e6;
+        Values delayed = measured(tank, operation);
+        delayed.erase(delayed.begin(), delayed.begin() + samples);
+        expected.erase(expected.end() - samples, expected.end());
+        for (double& value : expected) {
+            value *= -2.5;
+        }
+        EXPECT_TRUE(close_to(delayed, expected, 1e-5));
+    });
+}
+
 // ---- what is missing
 
 struct Omission {

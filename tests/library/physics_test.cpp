@@ -154,18 +154,6 @@ TEST(Physics, FieldMovesWithItsDisc) {
     }
 }
 
-TEST(Physics, AmplitudeAndDelayScaleAndShift) {
-    Tank tank = tank_for(operation_named("fnm_tsd"), {Source{}});
-    const Values field = by("fnm_tsd", tank);
-    tank.sources[0].amplitude = -2.5;
-    tank.sources[0].time_delay = 16.0 / 32e6;
-    const Values delayed = by("fnm_tsd", tank);
-    const std::size_t shift = 16 * tank.points().size();
-    for (std::size_t i = 0; i + shift < field.size(); ++i) {
-        ASSERT_NEAR(delayed[i + shift], -2.5 * field[i], 1e-9 * peak_of(field));
-    }
-}
-
 // ---- arrival times
 
 // Earliest and latest arrival at a point over a fine net of the face.
