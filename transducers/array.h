@@ -18,9 +18,8 @@ namespace kavro {
 TransducerStatus solve(Method method, std::span<Transducer* const> elements,
                        Output output = Output::accumulate);
 
-inline TransducerStatus fnm_tsd_sse(std::span<Transducer* const> elements,
-                                    Output output = Output::accumulate) {
-    return solve(Method::fnm_tsd_sse, elements, output);
-}
+// The same for the one method by its own name.
+TransducerStatus fnm_tsd_sse(std::span<Transducer* const> elements,
+                             Output output = Output::accumulate);
 
 }  // namespace kavro

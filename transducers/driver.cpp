@@ -1,5 +1,5 @@
-// The one driver of all methods: records, silence, rules, rotation, and the elements of an array
-// together, point by point.
+#include "transducers/driver.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -7,7 +7,6 @@
 #include <memory>
 
 #include "core/console.h"
-#include "transducers/array.h"
 #include "transducers/blocks/guarded.h"
 #include "transducers/blocks/point_tile.h"
 #include "transducers/blocks/point_tiles.h"
@@ -142,13 +141,13 @@ TransducerStatus solve_each(Method method, std::span<Transducer* const> elements
 
 }  // namespace
 
-TransducerStatus solve(Method method, std::span<Transducer* const> elements, Output output) {
+TransducerStatus drive(Method method, std::span<Transducer* const> elements, Output output) {
     return adds(method) ? solve_together(method, elements, output) : solve_each(method, elements);
 }
 
 TransducerStatus Transducer::solve_alone(Method method) {
     Transducer* const element = this;
-    return solve(method, {&element, 1}, Output::accumulate);
+    return drive(method, {&element, 1}, Output::accumulate);
 }
 
 }  // namespace kavro

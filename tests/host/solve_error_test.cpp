@@ -45,7 +45,8 @@ elements.phase | '1' | Transducer field '@' must hold 1 real number(s) (element 
     expect_error(call.with("ndiv\0x"s, value("4")), "There is no option 'ndiv?x'.*");
     expect_error(call.with("", value("4")), "There is no option ''.*");
     expect_error(call.with("elements.shape", text("circ\0x"s)),
-                 "Invalid transducer shape identifier.\n");
+                 "Invalid transducer shape identifier.\n",
+                 "*** circ?x is not a valid transducer shape (element 1) ***\n");
     Values all = call.all();
     all.push_back(text("ndiv"));
     expect_error(all, "The option 'ndiv' has no value.");

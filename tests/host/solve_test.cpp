@@ -67,6 +67,9 @@ std::vector<double> direct_results(const Operation& operation, const Value& elem
         for (const char* name : shape.sizes) {
             sizes.push_back(number(name));
         }
+        if (shape.corners != nullptr) {
+            sizes = values(get(elements, shape.corners, i));
+        }
         const std::unique_ptr<kavro::Transducer> element = shape.make(sizes);
         element->set_center(values(get(elements, "center", i)).data());
         element->set_euler(values(get(elements, "euler", i)).data());

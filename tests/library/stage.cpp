@@ -219,6 +219,9 @@ void for_everything_offered(const std::function<void(const Operation&, const Sou
                 if (implements(operation, shape)) {
                     SCOPED_TRACE(testing::Message() << operation.name << " of a " << shape.name
                                                     << (exact ? ", exact" : ""));
+                    // Marches speak.
+                    const kavro::console::Connection quiet(
+                        {[](const char*) {}, [](const char*) {}});
                     test(operation, {.shape = shape.identifier, .exact = exact});
                 }
             }
@@ -348,6 +351,20 @@ std::vector<Waveform> exact_waveforms() {
         waveform->set_exact(true);
     }
     return waveforms;
+}
+
+// ---- the process
+
+void for_every_vector_target(const std::function<void()>& test) {
+    for (const char* name : {"scalar", "sse4", "avx2", "avx512"}) {
+        const auto target = kavro::vector_target_named(name);
+        if (target <= kavro::best_vector_target()) {
+            SCOPED_TRACE(name);
+            kavro::set_vector_target(target);
+            test();
+        }
+    }
+    kavro::set_vector_target(std::nullopt);
 }
 
 }  // namespace kavro_test

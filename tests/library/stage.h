@@ -178,6 +178,9 @@ std::string error_of(Act act) {
 // that was asked for last.
 long fail_allocation(long n);
 
+// Calls the test once with each kind of vectors that the processor has, named in the trace.
+void for_every_vector_target(const std::function<void()>& test);
+
 // Tests that change threads or vectors; the defaults return with their end.
 class Variants : public testing::Test {
 protected:
