@@ -10,25 +10,13 @@
 namespace {
 
 using host::HostScope;
-
-// What a function says of an array; of a null one, which crashes a host, nothing but a note.
-template <class Answer>
-auto ask(const mxArray* array, const char* function, Answer answer) {
-    const HostScope scope;
-    if (array == nullptr) {
-        host::misuse(std::string(function) + " of a null array");
-        return decltype(answer(*array))();
-    }
-    return answer(*array);
-}
+using host::misuse;
 
 void* data_of(const mxArray* array, const char* function) {
-    return ask(array, function, [function](const mxArray& a) -> void* {
-        if (a.is_sparse || host::bytes_of_each(a.class_id) == 0) {
-            host::misuse(std::string(function) + " of an array without full data");
-        }
-        return a.data.get();
-    });
+    if (array->is_sparse || host::bytes_of_each(array->class_id) == 0) {
+        misuse(std::string(function) + " of an array without full data");
+    }
+    return array->data.get();
 }
 
 // Leaves the module where an array cannot be made; before anything that has a destructor.
@@ -47,118 +35,110 @@ mxArray* create(host::Sizes sizes, mxClassID class_id, mxComplexity complexity =
 
 }  // namespace
 
+// What makes anything on the heap does it in the host's scope. Null arrays crash, as in a host.
 extern "C" {
 
 bool mxIsStruct(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) { return a.class_id == mxSTRUCT_CLASS; });
+    return array->class_id == mxSTRUCT_CLASS;
 }
 
 bool mxIsNumeric(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) {
-        return a.class_id >= mxDOUBLE_CLASS && a.class_id <= mxUINT64_CLASS;
-    });
+    return array->class_id >= mxDOUBLE_CLASS && array->class_id <= mxUINT64_CLASS;
 }
 
 bool mxIsChar(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) { return a.class_id == mxCHAR_CLASS; });
+    return array->class_id == mxCHAR_CLASS;
 }
 
 bool mxIsComplex(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) { return a.is_complex; });
+    return array->is_complex;
 }
 
 bool mxIsSparse(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) { return a.is_sparse; });
+    return array->is_sparse;
 }
 
 bool mxIsClass(const mxArray* array, const char* name) {
-    return ask(array, __func__, [name](const mxArray& a) {
-        if (name != std::string_view("string")) {
-            host::misuse(std::string("mxIsClass for ") + name);
-        }
-        return a.class_id == mxUNKNOWN_CLASS;
-    });
+    return array->class_id == mxUNKNOWN_CLASS && name == std::string_view("string");
 }
 
 mxClassID mxGetClassID(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) { return a.class_id; });
+    return array->class_id;
 }
 
 size_t mxGetM(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) { return a.dims[0]; });
+    return array->dims[0];
 }
 
 size_t mxGetN(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) {
-        return std::accumulate(a.dims.begin() + 1, a.dims.end(), std::size_t{1},
-                               std::multiplies<>());
-    });
+    return std::accumulate(array->dims.begin() + 1, array->dims.end(), std::size_t{1},
+                           std::multiplies<>());
 }
 
 size_t mxGetNumberOfElements(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) { return a.count(); });
+    return array->count();
 }
 
 mwSize mxGetNumberOfDimensions(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) { return a.dims.size(); });
+    return array->dims.size();
 }
 
 int mxGetFieldNumber(const mxArray* array, const char* name) {
-    return ask(array, __func__, [name](const mxArray& a) {
-        if (a.class_id != mxSTRUCT_CLASS) {
-            host::misuse("mxGetFieldNumber of what is no structure");
-        }
-        const std::size_t index = host::field_index(a, name);
-        return index < a.fields.size() ? static_cast<int>(index) : -1;
-    });
+    const HostScope scope;
+    if (!mxIsStruct(array)) {
+        misuse("mxGetFieldNumber of what is no structure");
+    }
+    const std::size_t index = host::field_index(*array, name);
+    return index < array->fields.size() ? static_cast<int>(index) : -1;
 }
 
 int mxGetNumberOfFields(const mxArray* array) {
-    return ask(array, __func__, [](const mxArray& a) { return static_cast<int>(a.fields.size()); });
+    return static_cast<int>(array->fields.size());
 }
 
 const char* mxGetFieldNameByNumber(const mxArray* array, int number) {
-    return ask(array, __func__, [number](const mxArray& a) {
-        return a.fields.at(static_cast<std::size_t>(number)).first.c_str();
-    });
+    return array->fields.at(static_cast<std::size_t>(number)).first.c_str();
 }
 
 mxArray* mxGetField(const mxArray* array, mwIndex index, const char* name) {
-    return ask(array, __func__, [&](const mxArray& a) -> mxArray* {
-        const std::size_t field = host::field_index(a, name);
-        if (field == a.fields.size() || index >= a.count()) {
-            host::misuse(std::string("mxGetField of an entry or field that is not there: ") + name);
-            return nullptr;
-        }
-        return a.fields[field].second[index].get();
-    });
+    const HostScope scope;
+    const std::size_t field = host::field_index(*array, name);
+    if (field == array->fields.size() || index >= array->count()) {
+        misuse(std::string("mxGetField of an entry or field that is not there: ") + name);
+        return nullptr;
+    }
+    return array->fields[field].second[index].get();
 }
 
 void* mxGetData(const mxArray* array) {
-    return data_of(array, __func__);
+    const HostScope scope;
+    return data_of(array, "mxGetData");
 }
 
 double* mxGetPr(const mxArray* array) {
-    if (mxGetClassID(array) != mxDOUBLE_CLASS) {
-        host::misuse("mxGetPr of what is not double");
+    const HostScope scope;
+    if (array->class_id != mxDOUBLE_CLASS) {
+        misuse("mxGetPr of what is not double");
     }
-    return static_cast<double*>(data_of(array, __func__));
+    return static_cast<double*>(data_of(array, "mxGetPr"));
 }
 
 double* mxGetPi(const mxArray* array) {
-    if (!mxIsComplex(array)) {
-        host::misuse("mxGetPi of what is not complex");
+    const HostScope scope;
+    if (!array->is_complex) {
+        misuse("mxGetPi of what is not complex");
     }
     return reinterpret_cast<double*>(array->imaginary_data.get());
 }
 
 double mxGetScalar(const mxArray* array) {
-    const void* data = data_of(array, __func__);
-    if (data == nullptr) {
-        host::misuse("mxGetScalar of an empty array");
-        return 0.0;
-    }
+    const HostScope scope;
+    const void* data = data_of(array, "mxGetScalar");
     double value = 0.0;
+    if (data == nullptr) {
+        misuse("mxGetScalar of an empty array");
+        return value;
+    }
     host::with_number_type(array->class_id, [&](auto number) {
         value = static_cast<double>(*static_cast<const decltype(number)*>(data));
     });
@@ -212,7 +192,7 @@ void mxDestroyArray(mxArray* array) {
     const HostScope scope;
     auto& created = host::session().created;
     if (std::erase_if(created, [array](const auto& kept) { return kept.get() == array; }) == 0) {
-        host::misuse("mxDestroyArray of an array that is not the module's");
+        misuse("mxDestroyArray of an array that is not the module's");
     }
 }
 }

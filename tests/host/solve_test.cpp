@@ -104,7 +104,6 @@ std::vector<double> direct_results(const Operation& operation, const Value& elem
 }
 
 TEST(Solve, every_method_of_every_shape_equals_the_direct_calls) {
-    int methods = 0;
     for (const Operation& operation : kavro::operations()) {
         SCOPED_TRACE(operation.name);
         Call call(operation);
@@ -113,20 +112,16 @@ TEST(Solve, every_method_of_every_shape_equals_the_direct_calls) {
             call.set("apodization = 'quadratic'");
         }
         const Value elements = elements_with(operation);
-        if (elements->count() == 0) {
-            continue;
-        }
-        ++methods;
-        for (const bool exact : {true, false}) {
-            call.set("elements", elements).set("exact", value(exact ? "true" : "false"));
-            const std::vector<double> results = pressure(call);
+        for (const char* exactness : {"", "exact = true", "exact = false"}) {
+            const bool exact = exactness != std::string("exact = false");  // also unless told
+            const std::vector<double> results =
+                pressure(call.set("elements", elements).set(exactness));
             EXPECT_EQ(results, direct_results(operation, elements, exact));
             const auto middle = results.begin() + static_cast<std::ptrdiff_t>(results.size() / 2);
             EXPECT_GT(largest({results.begin(), middle}), 0.0);
             EXPECT_GT(largest({middle, results.end()}), 0.0);  // the imaginary parts
         }
     }
-    EXPECT_GE(methods, 5);
 }
 
 TEST(Solve, results_have_the_form_of_their_kind) {

@@ -132,8 +132,7 @@
 %! medium = kavro.set_medium();
 %! e = kavro.annular_array(4, 10e-3, 0, 'rad_curvature', 40e-3);
 %! assert(kavro.focus_delays(e, [0 0 40e-3], medium), zeros(1, 4), 1e-18);
-%! e = kavro.ring(3e-3, 5e-3, 'center', [0 0 1e-3]);
-%! e = [e, kavro.disc(1e-3)];
+%! e = [kavro.ring(3e-3, 5e-3, 'center', [0 0 1e-3]), kavro.disc(1e-3)];
 %! delays = kavro.focus_delays(e, [0 0 30e-3], medium);
 %! far = hypot(29e-3, sqrt(17e-6));
 %! assert(delays, ([30e-3 30e-3] - [far 30e-3]) / medium.soundspeed, 1e-18);
@@ -143,17 +142,13 @@
 %! e = kavro.planar_array([6 5], 3e-3, 1e-3);
 %! point = [8e-3 -5e-3 30e-3];
 %! delays = kavro.focus_delays(e, point', medium);
-%! assert(size(delays), [1 30]);
-%! assert(min(delays), 0);
+%! assert([size(delays), min(delays)], [1 30 0]);
 %! arrival = delays + sqrt(sum((centers(e) - point) .^ 2, 2))' / medium.soundspeed;
 %! assert(arrival, max(arrival) * ones(1, 30), 1e-18);
 
 %!test  % delays and amplitudes go in one by one, or one for all
-%! e = kavro.linear_array(3, 1, 0.5);
-%! e = kavro.set_delays(e, [1; 2; 3]);
-%! e = kavro.set_amplitudes(e, 4);
-%! assert([e.time_delay], [1 2 3]);
-%! assert([e.amplitude], [4 4 4]);
+%! e = kavro.set_amplitudes(kavro.set_delays(kavro.linear_array(3, 1, 0.5), [1; 2; 3]), 4);
+%! assert([e.time_delay; e.amplitude], [1 2 3; 4 4 4]);
 %! says(@() kavro.set_delays(e, [1 2]), 'set_delays', '''delays''', 'vector of 3', '1 x 2');
 %! says(@() kavro.set_amplitudes(e, NaN), 'set_amplitudes', '''amplitudes''', 'NaN');
 

@@ -45,20 +45,6 @@
 %!                              turned, medium, times, 64, pulse);
 %! assert(q, p, 1e-4 * max(abs(p(:))));
 
-%!test  % delays and a bowl both bring the waves of all elements together at the focus
-%! [medium, times, pulse] = scene();
-%! flat = kavro.planar_array([6 6], 3e-3, 1e-3);
-%! focus = [4e-3 -3e-3 30e-3];
-%! aimed = kavro.set_delays(flat, kavro.focus_delays(flat, focus, medium));
-%! bowl = kavro.bowl_array(flat, 30e-3);
-%! for scene_of = {{aimed, focus}, {bowl, [0 0 30e-3]}}
-%!   e = scene_of{1}{1};
-%!   points = kavro.set_coordinate_grid(scene_of{1}{2});
-%!   peak = @(e) max(abs(kavro.transient_pressure(e, points, medium, times, 16, pulse)));
-%!   one_by_one = sum(arrayfun(peak, e));
-%!   assert(peak(e), one_by_one, 0.01 * one_by_one);
-%! end
-
 %!test  % any number of threads, the same bits; the setting before
 %! [medium, times, pulse] = scene();
 %! before = kavro.threads('default');

@@ -6,6 +6,10 @@
 %! cleanup = onCleanup(@() close(fig));
 %!endfunction
 
+%!function text = label(ax, what)
+%! text = get(get(ax, what), 'string');
+%!endfunction
+
 %!function v = picture(ax)
 %! v = get(findobj(ax, 'type', 'image'), 'cdata');
 %!endfunction
@@ -18,11 +22,9 @@
 %! assert(numel(faces), 3);
 %! x = sort(cellfun(@(v) (min(v) + max(v)) / 2, get(faces, 'xdata')));
 %! assert(x, [-2; 0; 2], 1e-9);
-%! assert(max(get(faces(1), 'ydata')), 0.5, 1e-9);
-%! assert(caxis(ax), [0 3], 1e-9);
-%! colors = cell2mat(get(faces, 'facecolor'));
-%! assert(rows(unique(colors, 'rows')), 3);
-%! assert(get(get(ax, 'xlabel'), 'string'), 'x (mm)');
+%! assert([max(get(faces(1), 'ydata')), caxis(ax)], [0.5 0 3], 1e-9);
+%! assert(rows(unique(cell2mat(get(faces, 'facecolor')), 'rows')), 3);
+%! assert(label(ax, 'xlabel'), 'x (mm)');
 
 %!test  % a tilted disc is drawn tilted
 %! [fig, cleanup] = hidden_figure();
@@ -31,7 +33,7 @@
 %! assert([max(v(:, 1)), max(v(:, 2)), max(v(:, 3))], [cos(pi / 6), 1, 0.5], 1e-9);
 %! [~, lowest] = min(v(:, 3));
 %! assert(v(lowest, 1) > 0);  % facing +x as well, its lower rim is on that side
-%! assert(get(get(ax, 'title'), 'string'), 'one');
+%! assert(label(ax, 'title'), 'one');
 
 %!test  % rings are drawn with their hole, bowls as the surfaces they are
 %! [fig, cleanup] = hidden_figure();
@@ -58,20 +60,17 @@
 %! times = kavro.set_time_samples(1e-6, 0, 2e-6);
 %! p = reshape(1:18, 3, 1, 2, 3) - 15;
 %! ax = kavro.show_field(p, grid);
-%! assert(get(get(ax, 'title'), 'string'), 'Peak pressure');
-%! assert(picture(ax), [14 13 12; 11 10 9]);
-%! assert(caxis(ax), [0 14]);
-%! assert(get(ax, 'ydir'), 'reverse');
+%! assert({label(ax, 'title'), picture(ax), caxis(ax), get(ax, 'ydir')}, ...
+%!        {'Peak pressure', [14 13 12; 11 10 9], [0 14], 'reverse'});
 %! assert([xlim(ax), ylim(ax)], [-0.5 2.5 4.5 6.5], 1e-9);
-%! assert({get(get(ax, 'xlabel'), 'string'), get(get(ax, 'ylabel'), 'string')}, ...
-%!        {'x (mm)', 'z (mm)'});
+%! assert({label(ax, 'xlabel'), label(ax, 'ylabel')}, {'x (mm)', 'z (mm)'});
 %! for option = {{'sample', 3}, {'time', 1.8e-6, 'time_samples', times}}
 %!   clf;
 %!   ax = kavro.show_field(1e3 * p, grid, option{1}{:});
 %!   assert(picture(ax), [-2 -1 0; 1 2 3], 1e-9);  % in kPa
 %!   assert(caxis(ax), [-3 3], 1e-9);
 %! end
-%! assert(get(get(ax, 'title'), 'string'), 'Pressure at 2 \mus');
+%! assert(label(ax, 'title'), 'Pressure at 2 \mus');
 %! clf;
 %! ax = kavro.show_field(p, grid, 'scale', 'db', 'dynamic_range', 20, 'reference', 140);
 %! assert(caxis(ax), [-20 0]);
@@ -79,24 +78,22 @@
 
 %!test  % lines, lists of points, and silence
 %! [fig, cleanup] = hidden_figure();
+%! curve = @(ax) get(findobj(ax, 'type', 'line'), {'xdata', 'ydata'});
 %! line_grid = kavro.set_coordinate_grid(1e-3, 0, 0, 0, 0, 0, 3e-3);
 %! ax = kavro.show_field(reshape([1 2 4 3], 1, 1, 4), line_grid);
-%! curve = findobj(ax, 'type', 'line');
-%! assert({get(curve, 'xdata'), get(curve, 'ydata')}, {0:3, [1 2 4 3]});
+%! assert(curve(ax), {0:3, [1 2 4 3]});
 %! clf;
 %! points = kavro.set_coordinate_grid([3e-3 0 1; 1e-3 0 1; 2e-3 0 1]);
 %! ax = kavro.show_field([3 0; 1 0; 2 -5], points);
-%! curve = findobj(ax, 'type', 'line');
-%! assert({get(curve, 'xdata'), get(curve, 'ydata')}, {1:3, [1 5 3]});
+%! assert(curve(ax), {1:3, [1 5 3]});
 %! clf;
 %! points = kavro.set_coordinate_grid([0 0 1; 1 0 2; 1 0 3] * 1e-3);
 %! ax = kavro.show_field([1; 2; 3], points, 'color_bar', false);
-%! dots = get(ax, 'children');
-%! assert(get(dots, 'cdata')(:), [1; 2; 3]);
+%! assert(get(get(ax, 'children'), 'cdata')(:), [1; 2; 3]);
 %! clf;
 %! ax = kavro.show_field(zeros(1, 1, 4), line_grid, 'scale', 'dB');
-%! assert(get(findobj(ax, 'type', 'line'), 'ydata'), -40 * ones(1, 4));
-%! assert(get(get(ax, 'title'), 'string'), 'Pressure magnitude');  % there are no times
+%! assert(curve(ax)(2), {-40 * ones(1, 4)});
+%! assert(label(ax, 'title'), 'Pressure magnitude');  % there are no times
 
 %!test  % faults of drawings
 %! grid = kavro.set_coordinate_grid(1, 0, 2, 0, 0, 0, 1);

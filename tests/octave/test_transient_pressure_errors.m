@@ -94,21 +94,20 @@
 %! odd = odd_values();
 %! sampled = struct('signal', [0 1 0], 'ts', 1, 'w', 3, 'clip_threshold', 0, ...
 %!                  'decomposition', 'exact');
-%! list = struct('time_samples', [0 4]);
 %! good = {with(1, @(e) setfield(setfield(e, 'amplitude', 1), 'time_delay', 0)), ...
-%!         with(2, @(g) struct('coordinates', [0 0 1])), with(4, @(t) list), ...
-%!         with(6, @(x) sampled)};
+%!         with(2, @(g) struct('coordinates', [0 0 1])), ...
+%!         with(4, @(t) struct('time_samples', [0 4])), with(6, @(x) sampled)};
 %! counts = [0 0];
 %! for k = 1:numel(good)
 %!   for position = 1:6
-%!     names = {};
+%!     names = {''};
 %!     if isstruct(good{k}{position})
-%!       names = fieldnames(good{k}{position});
+%!       names = [names; fieldnames(good{k}{position})];
 %!     end
-%!     for j = 0:numel(names)
+%!     for j = 1:numel(names)
 %!       for i = 1:numel(odd)
 %!         args = good{k};
-%!         if j == 0
+%!         if j == 1
 %!           args{position} = odd{i};
 %!         else
 %!           args{position}(1).(names{j}) = odd{i};
