@@ -131,7 +131,7 @@ TransducerStatus solve_each(Method method, std::span<Transducer* const> elements
         }
         const console::ProgressPart part(static_cast<double>(i) / all,
                                          static_cast<double>(i + 1) / all);
-        const TransducerStatus status = solve_one(method, *elements[i]);
+        const TransducerStatus status = guarded([&] { return solve_one(method, *elements[i]); });
         if (status != status_success) {
             return status;
         }

@@ -207,8 +207,8 @@ TEST(Element, ShowsItselfOnTheOutputStream) {
 
 class Triangle : public kavro::TriangleTransducer {
 public:
-    kavro::TransducerStatus kzk_transient() override { return not_implemented(); }
-    kavro::TransducerStatus kzk_cw() override { return not_implemented(); }
+    kavro::TransducerStatus kzk_transient() override { return kavro::status_not_implemented; }
+    kavro::TransducerStatus kzk_cw() override { return kavro::status_not_implemented; }
 };
 
 // A triangle has one method, which looks at its records, shows them, and computes nothing.

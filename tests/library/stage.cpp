@@ -129,6 +129,9 @@ std::unique_ptr<kavro::Transducer> element_of(const Source& source) {
     for (std::size_t i = sizes.size(); i < shape->sizes.size(); ++i) {
         sizes.push_back(small_size(shape->sizes[i]));
     }
+    if (shape->corners != nullptr && sizes.empty()) {
+        sizes = {-3e-3, 3e-3, 2e-3, -2e-3, -2e-3, -2e-3, 3e-3, 3e-3};
+    }
     std::unique_ptr<kavro::Transducer> element = shape->make(sizes);
     element->set_center(source.center);
     element->set_euler(source.euler);

@@ -72,8 +72,7 @@ public:
     Measurement(const Measurement&) = delete;
     Measurement& operator=(const Measurement&) = delete;
 
-    // Element after element, to the first that does not succeed; or all in one call, which the
-    // operation offers where its solve_array is not null.
+    // Element after element, to the first that does not succeed; or all in one call.
     kavro::TransducerStatus one_by_one();
     kavro::TransducerStatus together(kavro::Output knowing = kavro::Output::accumulate);
 

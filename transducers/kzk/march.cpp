@@ -1,5 +1,6 @@
 #include "transducers/kzk/march.h"
 
+#include "transducers/blocks/guarded.h"
 #include "transducers/kzk/harmonic_march.h"
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/transient_march.h"
@@ -40,8 +41,13 @@ Outcome march(Transducer& element, bool harmonic) {
     if (!has_inputs(element, harmonic) || !has_outputs(element, harmonic)) {
         return {.status = status_failure};
     }
-    return harmonic ? march_harmonics(element, *element.harmonic_march())
-                    : march_transient(element, *element.transient_march());
+    Outcome outcome;
+    outcome.status = guarded([&] {
+        outcome = harmonic ? march_harmonics(element, *element.harmonic_march())
+                           : march_transient(element, *element.transient_march());
+        return outcome.status;
+    });
+    return outcome;
 }
 
 }  // namespace kavro::kzk

@@ -1,9 +1,8 @@
 #include "transducers/polygon/polygon_edge.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
-#include <limits>
+#include <span>
 
 #include "core/constants.h"
 #include "core/simd/vector_dispatch.h"
@@ -18,7 +17,7 @@
 namespace kavro {
 
 struct PolygonTables {
-    std::span<const PolygonSide> sides;
+    std::span<const PolygonTransducer::Side> sides;
     double speed;
     std::size_t count;  // abscissas
     const double* abscissa;
@@ -43,7 +42,7 @@ struct SeenSide {
     V below, above;  // from the foot of the perpendicular to where the side begins and ends
     M inside;        // the foot lies in between
 
-    HWY_INLINE SeenSide(const PolygonSide& side, V x, V y) {
+    HWY_INLINE SeenSide(const PolygonTransducer::Side& side, V x, V y) {
         const Tag d;
         const auto ux = hn::Set(d, side.ux);
         const auto uy = hn::Set(d, side.uy);
@@ -57,7 +56,7 @@ struct SeenSide {
     }
 };
 
-HWY_INLINE bool AnyInside(const PolygonSide& side, const EdgeBlock<double>& block) {
+HWY_INLINE bool AnyInside(const PolygonTransducer::Side& side, const EdgeBlock<double>& block) {
     const Tag d;
     bool any = false;
     for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
@@ -69,8 +68,8 @@ HWY_INLINE bool AnyInside(const PolygonSide& side, const EdgeBlock<double>& bloc
 }
 
 // The samples of one side from term `first` on; returns how many.
-int SampleSide(const PolygonTables& face, const PolygonSide& side, EdgeBlock<double>& block,
-               int first) {
+int SampleSide(const PolygonTables& face, const PolygonTransducer::Side& side,
+               EdgeBlock<double>& block, int first) {
     const Tag d;
     const bool in_two = AnyInside(side, block);
     const int pieces = in_two ? 2 : 1;
@@ -118,7 +117,7 @@ int SampleSide(const PolygonTables& face, const PolygonSide& side, EdgeBlock<dou
 void SamplePolygon(const PolygonTables& face, EdgeBlock<double>& block) {
     std::fill(block.coefficient_sum.begin(), block.coefficient_sum.end(), 0.0);
     block.size = 0;
-    for (const PolygonSide& side : face.sides) {
+    for (const PolygonTransducer::Side& side : face.sides) {
         block.size += SampleSide(face, side, block, block.size);
     }
 }
@@ -130,21 +129,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kavro {
 
-std::vector<PolygonSide> sides_of(const PolygonTransducer& polygon) {
-    std::vector<PolygonSide> sides;
-    const std::vector<PolygonTransducer::Corner>& corners = polygon.corners();
-    for (std::size_t k = 0; k < corners.size(); ++k) {
-        const PolygonTransducer::Corner& begin = corners[k];
-        const PolygonTransducer::Corner& end = corners[(k + 1) % corners.size()];
-        const double length = std::hypot(end.x - begin.x, end.y - begin.y);
-        sides.push_back(
-            {begin.x, begin.y, (end.x - begin.x) / length, (end.y - begin.y) / length, length});
-    }
-    return sides;
-}
-
 PolygonEdge::PolygonEdge(const PolygonTransducer& element, const Wanted& wanted)
-    : sides_(sides_of(element)) {
+    : polygon_(element) {
     double scale = 1.0;
     if (wanted.units() == EdgeUnits::times) {
         speed_ = element.medium->_soundspeed;
@@ -157,38 +143,19 @@ PolygonEdge::PolygonEdge(const PolygonTransducer& element, const Wanted& wanted)
 }
 
 void PolygonEdge::sample(EdgeBlock<double>& block, int /* the only pass */) const {
-    const PolygonTables tables{sides_, speed_, abscissa_.size(), abscissa_.data(), weight_.data()};
+    const PolygonTables tables{polygon_.sides(), speed_, abscissa_.size(), abscissa_.data(),
+                               weight_.data()};
     KAVRO_KERNEL(SamplePolygon)(tables, block);
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
         const double z = block.z[lane];
         block.reached[lane] = z < 0.0 ? 0 : 1;
         block.direct_delay[lane] = z / speed_;
         block.direct_end[lane] = block.direct_delay[lane];
-        const ApertureDistances distances =
-            polygon_distances(sides_, {block.x[lane], block.y[lane], z});
+        const ApertureDistances distances = polygon_.distances({block.x[lane], block.y[lane], z});
         block.first_arrival[lane] = distances.nearest / speed_;
         block.last_arrival[lane] = distances.farthest / speed_;
         block.direct_begin[lane] = block.first_arrival[lane];
     }
-}
-
-ApertureDistances polygon_distances(std::span<const PolygonSide> sides,
-                                    const CartesianCoordinate& p) {
-    bool over_face = true;
-    double nearest = std::numeric_limits<double>::infinity();
-    double farthest = 0.0;
-    for (const PolygonSide& side : sides) {
-        const double dx = p.x - side.x;
-        const double dy = p.y - side.y;
-        const double L = side.ux * dy - side.uy * dx;
-        const double along = side.ux * dx + side.uy * dy;
-        const double beside = along - std::clamp(along, 0.0, side.length);
-        over_face = over_face && L >= 0.0;
-        nearest = std::min(nearest, L * L + beside * beside);
-        farthest = std::max(farthest, dx * dx + dy * dy);
-    }
-    return {over_face ? std::abs(p.z) : std::sqrt(nearest + p.z * p.z),
-            std::sqrt(farthest + p.z * p.z)};
 }
 
 }  // namespace kavro

@@ -1,27 +1,11 @@
 // The polygon's edge generator.
 #pragma once
 
-#include <span>
-#include <vector>
-
 #include "core/aligned_vector.h"
 #include "transducers/polygon/polygon_transducer.h"
 #include "transducers/shape.h"
 
 namespace kavro {
-
-// An edge of a polygon whose corners go around counter-clockwise.
-struct PolygonSide {
-    double x, y;    // where it begins, m
-    double ux, uy;  // its direction
-    double length;  // m
-};
-
-std::vector<PolygonSide> sides_of(const PolygonTransducer& polygon);
-
-// From a point to the nearest and to the farthest point of the face.
-ApertureDistances polygon_distances(std::span<const PolygonSide> sides,
-                                    const CartesianCoordinate& point);
 
 // Samples of the edges. With L the distance of the foot of a point from the line through an edge
 // (positive on the face's side of it) a sample at the distance s along the edge from the foot of
@@ -40,11 +24,13 @@ class PolygonEdge : public EdgeGenerator<double> {
 public:
     PolygonEdge(const PolygonTransducer& element, const Wanted& wanted);
 
-    int size() const override { return 2 * static_cast<int>(sides_.size() * abscissa_.size()); }
+    int size() const override {
+        return 2 * static_cast<int>(polygon_.sides().size() * abscissa_.size());
+    }
     void sample(EdgeBlock<double>& block, int pass) const override;
 
 private:
-    std::vector<PolygonSide> sides_;
+    const PolygonTransducer& polygon_;
     double speed_ = 1.0;
     AlignedVector<double> abscissa_, weight_;  // on [0, 1]
 };

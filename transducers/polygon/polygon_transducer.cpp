@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <iostream>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -119,7 +120,14 @@ private:
 }  // namespace
 
 PolygonTransducer::PolygonTransducer(std::vector<Corner> corners)
-    : corners_(checked(std::move(corners))) {}
+    : corners_(checked(std::move(corners))) {
+    for (std::size_t k = 0; k < corners_.size(); ++k) {
+        const Corner along = side(corners_, k);
+        const double length = std::hypot(along.x, along.y);
+        sides_.push_back(
+            {corners_[k].x, corners_[k].y, along.x / length, along.y / length, length});
+    }
+}
 
 PolygonTransducer::PolygonTransducer(std::vector<Corner> corners, double time_delay_value)
     : PolygonTransducer(std::move(corners)) {
@@ -157,8 +165,22 @@ double PolygonTransducer::face_extent() const {
     return extent;
 }
 
-ApertureDistances PolygonTransducer::distances(const CartesianCoordinate& point) const {
-    return polygon_distances(sides_of(*this), point);
+ApertureDistances PolygonTransducer::distances(const CartesianCoordinate& p) const {
+    bool over_face = true;
+    double nearest = std::numeric_limits<double>::infinity();
+    double farthest = 0.0;
+    for (const Side& side : sides_) {
+        const double dx = p.x - side.x;
+        const double dy = p.y - side.y;
+        const double L = side.ux * dy - side.uy * dx;
+        const double along = side.ux * dx + side.uy * dy;
+        const double beside = along - std::clamp(along, 0.0, side.length);
+        over_face = over_face && L >= 0.0;
+        nearest = std::min(nearest, L * L + beside * beside);
+        farthest = std::max(farthest, dx * dx + dy * dy);
+    }
+    return {over_face ? std::abs(p.z) : std::sqrt(nearest + p.z * p.z),
+            std::sqrt(farthest + p.z * p.z)};
 }
 
 std::unique_ptr<EdgeGenerator<double>> PolygonTransducer::edge(const Wanted& wanted) const {

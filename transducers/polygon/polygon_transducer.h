@@ -16,6 +16,13 @@ public:
         double x = 0.0, y = 0.0;
     };
 
+    // An edge: where it begins, its direction and its length (m).
+    struct Side {
+        double x, y;
+        double ux, uy;
+        double length;
+    };
+
     // Corners in order around the face, in either sense. Throws InputError for fewer than three,
     // for numbers that are not finite, for neighbours that agree and for corners that do not go
     // once around a convex face. Three in a line are allowed.
@@ -25,6 +32,7 @@ public:
 
     // Counter-clockwise, seen from +z.
     const std::vector<Corner>& corners() const { return corners_; }
+    const std::vector<Side>& sides() const { return sides_; }
 
     void debug(int level) const override;
     void mex_debug(int level) const override;
@@ -45,6 +53,7 @@ protected:
 
 private:
     std::vector<Corner> corners_;
+    std::vector<Side> sides_;
 };
 
 }  // namespace kavro

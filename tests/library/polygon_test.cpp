@@ -1,0 +1,142 @@
+// Polygons: against the rectangle, against their own parts, against surface integrals and against
+// the disc that they become.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+
+#include "stage.h"
+
+namespace kavro_test {
+namespace {
+
+using kavro::InputError;
+using kavro::PolygonTransducer;
+using Corners = std::vector<PolygonTransducer::Corner>;
+
+Source polygon(const Corners& corners) {
+    Source source{.shape = "poly"};
+    for (const PolygonTransducer::Corner& corner : corners) {
+        source.sizes.push_back(corner.x);
+    }
+    for (const PolygonTransducer::Corner& corner : corners) {
+        source.sizes.push_back(corner.y);
+    }
+    return source;
+}
+
+Corners regular(int n, double radius) {
+    Corners corners;
+    for (int k = 0; k < n; ++k) {
+        corners.push_back(
+            {radius * std::cos(2 * kavro::pi * k / n), radius * std::sin(2 * kavro::pi * k / n)});
+    }
+    return corners;
+}
+
+// Turned, delayed and weighted; points over the face, its rim and corners, and beside them.
+Tank tank_of(const Source& source, const char* operation, int ndiv) {
+    Tank tank = tank_for(operation_named(operation), {source});
+    for (Source& element : tank.sources) {
+        element.euler = {0.2, -0.3, 0.5};
+        element.amplitude = 0.7;
+        element.phase = 0.4;
+        element.time_delay = 2.3e-7;
+        element.exact = true;
+    }
+    auto points = tank.points();
+    points.insert(points.end(), {{2e-3, 1.5e-3, 1e-3}, {2e-3, 0, 2e-3}, {-6e-3, 4e-3, 1e-2}});
+    tank.set_points(points);
+    tank.set_order(ndiv);
+    return tank;
+}
+
+TEST(Polygon, WithTheCornersOfARectangleIsTheRectangle) {
+    const Source rectangle{.shape = "rect", .sizes = {4e-3, 3e-3}};
+    const Corners corners = {{2e-3, 1.5e-3}, {-2e-3, 1.5e-3}, {-2e-3, -1.5e-3}, {2e-3, -1.5e-3}};
+    for (const char* name :
+         {"fnm_cw", "fnm_transient", "fnm_tsd", "fnm_fdtsd", "impulse_begin_and_end_times"}) {
+        SCOPED_TRACE(name);
+        EXPECT_TRUE(close_to(measured(tank_of(polygon(corners), name, 24), operation_named(name)),
+                             measured(tank_of(rectangle, name, 24), operation_named(name)), 1e-12));
+        const Corners reversed(corners.rbegin(), corners.rend());
+        EXPECT_TRUE(close_to(measured(tank_of(polygon(reversed), name, 24), operation_named(name)),
+                             measured(tank_of(rectangle, name, 24), operation_named(name)), 1e-12));
+    }
+}
+
+TEST(Polygon, IsTheSumOfItsTriangles) {
+    const Corners hexagon = regular(6, 3e-3);
+    for (const char* name : {"fnm_cw", "fnm_tsd", "fnm_fdtsd", "fnm_transient"}) {
+        SCOPED_TRACE(name);
+        Tank parts = tank_of(polygon(hexagon), name, 96);
+        const Source whole = parts.sources[0];
+        const Values expected = measured(parts, operation_named(name));
+        parts.sources.clear();
+        for (std::size_t k = 0; k < 6; ++k) {
+            Source triangle = whole;
+            triangle.sizes = polygon({{3e-4, -2e-4}, hexagon[k], hexagon[(k + 1) % 6]}).sizes;
+            parts.sources.push_back(triangle);
+        }
+        EXPECT_TRUE(close_to(measured(parts, operation_named(name)), expected, 1e-9));
+    }
+}
+
+TEST(Polygon, IsItsSurfaceIntegral) {
+    Tank tank = tank_of(polygon({{-2e-3, -1e-3}, {3e-3, -1.5e-3}, {2e-3, 2e-3}, {-1e-3, 2.5e-3}}),
+                        "fnm_cw", 96);
+    tank.sources[0].euler = {};
+    tank.medium._dBcmMHz = 0.7;
+    tank.set_points({{0, 0, 5e-3}, {1e-3, 4e-3, 3e-3}, {3e-3, -1.5e-3, 6e-3}, {-8e-3, 1e-3, 2e-2}});
+    EXPECT_TRUE(close_to(measured(tank, operation_named("fnm_cw")),
+                         measured(tank, operation_named("rayleigh_cw")), 1e-9));
+}
+
+// rho c (e^(-jkz) - e^(-jk sqrt(z^2 + a^2))) on the axis; the polygon's area is the disc's.
+TEST(Polygon, OfManyCornersIsTheDisc) {
+    const int n = 400;
+    const double a = 5e-3;
+    const double circumradius = a * std::sqrt(2 * kavro::pi / n / std::sin(2 * kavro::pi / n));
+    Tank tank = tank_for(operation_named("fnm_cw"), {polygon(regular(n, circumradius))});
+    tank.sources[0].phase = 0.0;
+    tank.medium._dBcmMHz = 0.0;
+    tank.set_points({{0, 0, 3e-3}, {0, 0, 8e-3}, {0, 0, 16e-3}, {0, 0, 5e-2}});
+    const double k = 2 * kavro::pi * 1e6 / 1500.0;
+    Values expected(8);
+    for (std::size_t i = 0; i < 4; ++i) {
+        const double z = tank.points()[i].z;
+        const std::complex<double> p =
+            1.5e6 * (std::polar(1.0, -k * z) - std::polar(1.0, -k * std::hypot(z, a)));
+        expected[i] = p.real();
+        expected[4 + i] = p.imag();
+    }
+    EXPECT_TRUE(close_to(measured(tank, operation_named("fnm_cw")), expected, 1e-8));
+}
+
+TEST(Polygon, TakesConvexFacesOnly) {
+    const double none = std::nan("");
+    const char* const once_around = "The corners of a polygon must go once around a convex face.";
+    const struct {
+        Corners corners;
+        const char* message;
+    } faults[] = {
+        {{{0, 0}, {1, 0}}, "A polygon must have at least 3 corners, not 2."},
+        {{{0, 0}, {1, none}, {0, 1}}, "Corner 2 of a polygon must be two finite numbers."},
+        {{{0, 0}, {1, 0}, {1, 0}, {0, 1}}, "Corner 2 of a polygon must not be the next one, too."},
+        {{{0, 0}, {1, 0}, {0, 1}, {0, 0}}, "Corner 4 of a polygon must not be the next one, too."},
+        {{{0, 0}, {1, 0}, {2, 0}}, once_around},
+        {{{0, 0}, {2, 0}, {1, 0.5}, {1, 2}}, once_around},
+        {{{0, 0}, {1, 1}, {1, 0}, {0, 1}}, once_around}};
+    for (const auto& [corners, message] : faults) {
+        EXPECT_EQ(error_of([&] { PolygonTransducer face(corners); }), message);
+    }
+    Corners pentagram;
+    for (int k = 0; k < 5; ++k) {
+        pentagram.push_back(regular(5, 1.0)[static_cast<std::size_t>(2 * k % 5)]);
+    }
+    EXPECT_EQ(error_of([&] { PolygonTransducer face(pentagram); }), once_around);
+    EXPECT_EQ(PolygonTransducer({{0, 0}, {1, 0}, {2, 0}, {1, 1}}, 1e-6).time_delay, 1e-6);
+}
+
+}  // namespace
+}  // namespace kavro_test
