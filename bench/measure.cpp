@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "oracle/disc.h"
+#include "oracle/decomposition.h"
 
 namespace kavro_bench {
 namespace {
@@ -74,7 +74,7 @@ std::vector<double> product_field(BenchScene& scene, Solve solve_elements) {
         element->set_global_coordinate_grid(&grid);
         element->set_transient_pressure_pointer(field.data());
     }
-    solve_elements(std::span(scene.elements).first(literal.discs.size()));
+    solve_elements(std::span(scene.elements).first(literal.elements.size()));
     for (kavro::Transducer* element : scene.elements) {
         element->set_global_coordinate_grid(&scene.grid);
         element->set_transient_pressure_pointer(nullptr);
@@ -160,7 +160,7 @@ Timing time_literal(const BenchScene& scene, int repetitions) {
     const double points =
         static_cast<double>(scene.grid.npoints) / static_cast<double>(scene.literal.points.size());
     const double discs =
-        static_cast<double>(scene.discs.size()) / static_cast<double>(scene.literal.discs.size());
+        static_cast<double>(scene.discs.size()) / static_cast<double>(scene.literal.elements.size());
     timing.wall *= points * discs;
     timing.cpu *= points * discs;
     return timing;

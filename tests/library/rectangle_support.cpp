@@ -1,30 +1,16 @@
 #include "rectangle_support.h"
 
-#include <cmath>
 #include <cstddef>
 
 namespace kavro_test {
-namespace {
-
-// What scenes of discs and of rectangles have in common.
-Scene without_elements(const RectangleScene& scene) {
-    Scene common;
-    common.points = scene.points;
-    common.times = scene.times;
-    common.deltat = scene.deltat;
-    common.speed = scene.speed;
-    common.density = scene.density;
-    common.f0 = scene.f0;
-    common.attenuation = scene.attenuation;
-    common.ndiv = scene.ndiv;
-    return common;
-}
-
-}  // namespace
 
 RectangleScene rectangle_scene() {
     RectangleScene scene;
-    scene.rectangles = {Rectangle{}};  // 4 mm x 6 mm
+    scene.f0 = 1e6;
+    scene.ndiv = 12;
+    scene.rectangles.resize(1);
+    scene.rectangles[0].width = 4e-3;
+    scene.rectangles[0].height = 6e-3;
     for (const double x : {-3.1e-3, -2e-3, -0.7e-3, 0.0, 2e-3, 4.4e-3}) {
         for (const double y : {-3e-3, -1.9e-3, 0.0, 2.2e-3, 5e-3}) {
             for (const double z : {-1e-3, 0.0, 0.4e-3, 7e-3}) {
@@ -39,22 +25,7 @@ RectangleScene rectangle_scene() {
     return scene;
 }
 
-void set_times(RectangleScene& scene, double deltat, double tmin, int count) {
-    Scene axis;
-    set_axis(axis, deltat, tmin, count);
-    scene.times = axis.times;
-    scene.deltat = deltat;
-}
-
-std::vector<Rectangle> turned_rectangles() {
-    return {{2e-3, 5e-3, {1e-3, -2e-3, 5e-4}, {0.3, -0.4, 0.7}, 1.5, 0.4, 4e-7, nullptr},
-            {1e-3, 1e-3, {-3e-3, 0, 0}, {-0.2, 0.1, 2.0}, -0.25, -2.0, -3e-7, nullptr},
-            {6e-3, 0.5e-3, {0, 1e-3, -1e-3}, {3.0, 0.05, -1.0}, 1, 0, 0, nullptr},
-            {2e-3, 2e-3, {0, 0, 0}, {0, 0, 0}, 1e-10, 0, 0, nullptr},
-            {5e-4, 3e-3, {2e-3, 2e-3, 1e-3}, {0, 0, 0}, 1.0000001e-10, 1, 1e-6, nullptr}};
-}
-
-RectangleRecords::RectangleRecords(const RectangleScene& scene) : Records(without_elements(scene)) {
+RectangleRecords::RectangleRecords(const RectangleScene& scene) : Records(scene) {
     rule.gauss_quadrature();
 }
 
@@ -95,28 +66,6 @@ std::vector<Complex> cw_by_library(const RectangleScene& scene, RectangleSolve m
         field[p] = {records.pressure_real[p], records.pressure_imag[p]};
     }
     return field;
-}
-
-RectangleScene driven(RectangleScene scene, const kavro_oracle::Waveform& waveform) {
-    for (Rectangle& rectangle : scene.rectangles) {
-        rectangle.waveform = &waveform;
-    }
-    return scene;
-}
-
-testing::AssertionResult agrees(const std::vector<Complex>& field,
-                                const std::vector<Complex>& expected,
-                                const std::vector<double>& scale, double tolerance) {
-    for (std::size_t p = 0; p < expected.size(); ++p) {
-        const double difference = std::abs(field[p] - expected[p]);
-        const bool is_singular = !std::isfinite(expected[p].real());
-        if (is_singular ? std::isfinite(field[p].real()) : !(difference <= tolerance * scale[p])) {
-            return testing::AssertionFailure()
-                   << "point " << p << ": " << field[p] << " instead of " << expected[p]
-                   << ", off by " << difference / scale[p] << " of " << scale[p];
-        }
-    }
-    return testing::AssertionSuccess();
 }
 
 }  // namespace kavro_test

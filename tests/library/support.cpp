@@ -1,9 +1,6 @@
 #include "support.h"
 
-#include <algorithm>
-#include <cmath>
 #include <cstddef>
-#include <random>
 
 namespace kavro_test {
 
@@ -13,11 +10,6 @@ void set_axis(Scene& scene, double deltat, double tmin, int count) {
     for (int i = 0; i < count; ++i) {
         scene.times.push_back(i * deltat + tmin);
     }
-}
-
-void set_list(Scene& scene, std::vector<double> times) {
-    scene.deltat = 0.0;
-    scene.times = std::move(times);
 }
 
 Scene plain_scene() {
@@ -42,22 +34,7 @@ Scene plain_scene() {
     return scene;
 }
 
-Scene crowded_scene(std::size_t npoints) {
-    Scene scene = plain_scene();
-    scene.discs = {{2e-3, {0, 0, 0}, {0.1, 0.2, 0.3}, 1.5, 2e-7, nullptr},
-                   {1e-3, {-3e-3, 0, 0}, {-0.2, 0.1, 2.0}, -1, 0, nullptr},
-                   {1.5e-3, {4e-3, 1e-3, 0}, {0, 0, 0}, 1, 2e-7, nullptr}};
-    const std::vector<double> random = noise(3 * npoints, 41);
-    scene.points.clear();
-    for (std::size_t p = 0; p < npoints; ++p) {
-        scene.points.push_back(
-            {5e-3 * random[3 * p], 5e-3 * random[3 * p + 1], 3e-3 + 4e-3 * random[3 * p + 2]});
-    }
-    set_axis(scene, 1.0 / 20e6, 0.0, 160);
-    return scene;
-}
-
-Records::Records(const Scene& scene)
+Records::Records(const kavro_oracle::Scene& scene)
     : pressure(kavro_oracle::silence(scene)),
       pressure_real(scene.points.size()),
       pressure_imag(scene.points.size()) {
@@ -96,12 +73,6 @@ void Records::connect_continuous_wave(kavro::Transducer& element) {
 }
 
 kavro::CircularTransducer element_of(const Disc& disc, kavro::ExcitationFunction& waveform) {
-    kavro::CircularTransducer element = element_of(disc);
-    element.excitation = &waveform;
-    return element;
-}
-
-kavro::CircularTransducer element_of(const Disc& disc) {
     kavro::CircularTransducer element(disc.radius);
     element.set_center(disc.center.x, disc.center.y, disc.center.z);
     element.set_euler(disc.euler.x, disc.euler.y, disc.euler.z);
@@ -110,43 +81,12 @@ kavro::CircularTransducer element_of(const Disc& disc) {
     element.set_piston_apodization_index(disc.apodization);
     element.set_exact(disc.exact);
     element.set_time_delay(disc.time_delay);
+    element.excitation = &waveform;
     return element;
 }
 
-const std::vector<Method>& real_methods() {
-    using kavro::CircularTransducer;
-    using kavro_oracle::DelayBy;
-    static const std::vector<Method> methods = {
-        {"fnm_tsd_sse", &CircularTransducer::fnm_tsd_sse,
-         [](const Scene& scene, Field& field, WindowLog* log) {
-             kavro_oracle::add_single(scene, DelayBy::quotient, field, log);
-         },
-         true},
-        {"fnm_tsd_low_precision", &CircularTransducer::fnm_tsd_low_precision,
-         [](const Scene& scene, Field& field, WindowLog* log) {
-             kavro_oracle::add_single(scene, DelayBy::reciprocal, field, log);
-         },
-         true},
-        {"fnm_tsd", &CircularTransducer::fnm_tsd,
-         [](const Scene& scene, Field& field, WindowLog* log) {
-             kavro_oracle::add_double(scene, kavro_oracle::Terms::real, field, log);
-         },
-         false}};
-    return methods;
-}
-
-const Method& complex_method() {
-    static const Method method = {"fnm_fdtsd", &kavro::CircularTransducer::fnm_fdtsd,
-                                  [](const Scene& scene, Field& field, WindowLog* log) {
-                                      kavro_oracle::add_double(scene, kavro_oracle::Terms::complex,
-                                                               field, log);
-                                  },
-                                  false};
-    return method;
-}
-
 Stage::Stage(Scene scene, Waveform waveform)
-    : scene_(std::move(scene)), waveform_(std::move(waveform)), wrapped_(*waveform_) {}
+    : scene_(std::move(scene)), waveform_(std::move(waveform)) {}
 
 Field Stage::by_library(Solve method) const {
     Records records(scene_);
@@ -156,149 +96,6 @@ Field Stage::by_library(Solve method) const {
         EXPECT_EQ((element.*method)(), kavro::status_success);
     }
     return records.pressure;
-}
-
-Scene Stage::for_oracle(const kavro_oracle::Waveform* waveform) const {
-    Scene scene = scene_;
-    for (Disc& disc : scene.discs) {
-        disc.waveform = waveform != nullptr ? waveform : &wrapped_;
-    }
-    return scene;
-}
-
-namespace {
-
-void note(const kavro_oracle::PointWindows& windows, std::size_t p, Yardstick& yardstick) {
-    for (const double terms : windows.terms) {
-        yardstick.terms_scale[p] = std::fmax(yardstick.terms_scale[p], terms);
-    }
-    const std::size_t npoints = yardstick.scale.size();
-    for (std::size_t i = p; i < yardstick.field.size(); i += npoints) {
-        const auto j = static_cast<int>(i / npoints);
-        const auto reaches = [j](const kavro_oracle::Window& w) { return w.contains(j); };
-        if (reaches(windows.direct) || std::ranges::any_of(windows.edge, reaches)) {
-            yardstick.touched[i] = 1;
-        }
-    }
-}
-
-}  // namespace
-
-Yardstick yardstick_of(Field field, const WindowLog& log, std::size_t npoints) {
-    Yardstick yardstick;
-    yardstick.field = std::move(field);
-    yardstick.touched.assign(yardstick.field.size(), 0);
-    yardstick.scale.assign(npoints, 0.0);
-    yardstick.terms_scale.assign(npoints, 0.0);
-    for (std::size_t i = 0; i < yardstick.field.size(); ++i) {
-        double& scale = yardstick.scale[i % npoints];
-        scale = std::fmax(scale, std::fabs(yardstick.field[i]));
-    }
-    for (std::size_t entry = 0; entry < log.size(); ++entry) {
-        note(log[entry], entry % npoints, yardstick);
-    }
-    return yardstick;
-}
-
-Yardstick yardstick_of(const Stage& stage, const Method& method,
-                       const kavro_oracle::Waveform* waveform) {
-    const Scene scene = stage.for_oracle(waveform);
-    Field field = kavro_oracle::silence(scene);
-    WindowLog log;
-    method.oracle(scene, field, &log);
-    return yardstick_of(std::move(field), log, scene.points.size());
-}
-
-testing::AssertionResult agrees(const Field& field, const Yardstick& yardstick, double tolerance,
-                                bool by_terms) {
-    const std::size_t npoints = yardstick.scale.size();
-    for (std::size_t i = 0; i < field.size(); ++i) {
-        const double expected = yardstick.field[i];
-        const double scale = std::fmax(yardstick.scale[i % npoints],
-                                       by_terms ? yardstick.terms_scale[i % npoints] : 0.0);
-        const double difference = std::fabs(field[i] - expected);
-        const bool same =
-            std::isnan(expected) ? std::isnan(field[i]) : difference <= tolerance * scale;
-        if (!same || (yardstick.touched[i] == 0 && field[i] != 0.0)) {
-            return testing::AssertionFailure()
-                   << "point " << i % npoints << ", sample " << i / npoints << ": " << field[i]
-                   << " instead of " << expected << ", off by " << difference / scale << " of "
-                   << scale << (yardstick.touched[i] != 0 ? "" : ", where no wave is");
-        }
-    }
-    return testing::AssertionSuccess();
-}
-
-// v(t - tau) = (1 + t/w) - tau (1/w)
-void Ramp::spatial_tsd(double* out, double const& tau) const {
-    out[0] = 1.0;
-    out[1] = tau;
-}
-
-void Ramp::spatial_tsd(float* out, float const& tau) const {
-    out[0] = 1.0f;
-    out[1] = tau;
-}
-
-void Ramp::temporal_tsd(double* out, kavro::TimeSamples const* times, int const& ntimes,
-                        double const& delay) const {
-    for (int i = 0; i < ntimes; ++i) {
-        out[i] = 1.0 + (times->time_index_value(i) - delay) / w;
-        out[ntimes + i] = -1.0 / w;
-    }
-}
-
-void Ramp::temporal_tsd(float* out, kavro::TimeSamples const* times, int const& ntimes,
-                        float const& delay) const {
-    for (int i = 0; i < ntimes; ++i) {
-        const double t = times->time_index_value(i) - static_cast<double>(delay);
-        out[i] = static_cast<float>(1.0 + t / w);
-        out[ntimes + i] = static_cast<float>(-1.0 / w);
-    }
-}
-
-double Ramp::at(double const& t) const {
-    return 1.0 + t / w;
-}
-
-double Ramp::derivative(double const&) const {
-    return 1.0 / w;
-}
-
-std::vector<double> noise(std::size_t count, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::vector<double> values(count);
-    for (double& value : values) {
-        value = static_cast<double>(generator()) / 2147483648.0 - 1.0;
-    }
-    return values;
-}
-
-Waveform sampled(const std::vector<double>& signal, double ts, double w, double clip_threshold) {
-    return std::make_shared<kavro::ExcitationFunction>(signal, ts, w, clip_threshold);
-}
-
-std::vector<Waveform> exact_waveforms() {
-    const std::vector<Waveform> waveforms = {std::make_shared<kavro::ToneBurst>(1e6, 2.3e-6, 0),
-                                             std::make_shared<kavro::HanningPulse>(1e6, 2e-6, 0),
-                                             std::make_shared<kavro::TCubedPulse>(1e6, 2e-6, 4e5),
-                                             sampled(noise(21, 31), 1e-7, 2.1e-6, 0.0)};
-    for (const Waveform& waveform : waveforms) {
-        waveform->set_exact(true);
-    }
-    return waveforms;
-}
-
-double peak_of(const Field& field) {
-    return largest_difference(field, Field(field.size()));
-}
-
-double largest_difference(const Field& one, const Field& other) {
-    double difference = 0;
-    for (std::size_t i = 0; i < one.size(); ++i) {
-        difference = std::fmax(difference, std::fabs(one[i] - other[i]));
-    }
-    return difference;
 }
 
 }  // namespace kavro_test
