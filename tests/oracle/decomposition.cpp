@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <functional>
 
 namespace kavro_oracle {
 
@@ -96,7 +95,8 @@ public:
           geometry_(geometry_of<Real>(scene, element, rule_of(scene, element), Units::times,
                                       delay_by, behind)),
           clock_(scene, element),
-          spatial_(static_cast<std::size_t>(element.waveform->terms())),
+          K_(static_cast<std::size_t>(element.waveform->terms())),
+          spatial_(K_),
           temporal_(spatial_.size() * scene.times.size() + 3) {
         element.waveform->temporal(scene.times, static_cast<Real>(element.time_delay),
                                    temporal_.data());
@@ -109,7 +109,7 @@ public:
             Real coefficients[2] = {0, 0};
             for (const EdgeSample<Real>& sample : view.edge) {
                 const Window window = clock_.of_edge_wave(static_cast<double>(sample.delay));
-                add(sample.coefficient, sample.delay, window);
+                add(sample.coefficient, sample.delay, window, series_);
                 note(sample.coefficient, window, point, trace);
                 coefficients[sample.pole] += sample.coefficient;
             }
@@ -126,23 +126,23 @@ public:
     }
 
 private:
-    void add(Real coefficient, Real tau, const Window& window) {
+    void add(Real coefficient, Real tau, const Window& window, std::vector<Sum>& accumulator) {
         const std::size_t ntimes = scene_.times.size();
         element_.waveform->spatial(tau, spatial_.data());
         for_each_sample(window, [&](std::size_t j) {
             Sum sum = 0;
             for (std::size_t k = 0; k < spatial_.size(); ++k) {
-                sum +=
-                    product(spatial_[k], static_cast<Sum>(coefficient), temporal_[k * ntimes + j]);
+                sum += product(spatial_[k], coefficient, temporal_[k * ntimes + j]);
             }
-            series_[j] += sum;
+            accumulator[j] += sum;
         });
     }
 
-    static Sum product(Real spatial, Sum coefficient, Real temporal) {
-        return static_cast<Sum>(spatial) * coefficient * static_cast<Sum>(temporal);
+    static Sum product(Real spatial, Real coefficient, Real temporal) {
+        return static_cast<Sum>(spatial) * static_cast<Sum>(coefficient) *
+               static_cast<Sum>(temporal);
     }
-    static Sum product(Complex spatial, Sum coefficient, Complex temporal) {
+    static Sum product(Complex spatial, Real coefficient, Complex temporal) {
         return (spatial * temporal).real() * coefficient;
     }
 
@@ -152,7 +152,7 @@ private:
         const Window window =
             clock_.of_direct_wave(static_cast<double>(path.begin), static_cast<double>(path.end));
         if (element_.shape == Shape::bowl) {
-            add(-coefficient, path.delay, window);
+            add(-coefficient, path.delay, window, series_);
         } else {
             for_each_sample(window, [&](std::size_t j) {
                 const double v = element_.waveform->at(argument(scene_.times[j], path.delay));
@@ -194,6 +194,7 @@ private:
     Placement placement_;
     std::unique_ptr<Geometry<Real>> geometry_;
     Clock<Real> clock_;
+    std::size_t K_;
     std::vector<Factor> spatial_, temporal_;
     std::vector<Sum> series_;
 };
@@ -218,30 +219,25 @@ template <class Sum>
 class SingleBowl {
 public:
     SingleBowl(const Scene& scene, const Element& element)
-        : scene_(scene),
+        : points_(scene.points),
           element_(element),
-          placement_(element),
           single_(scene, element, DelayBy::reciprocal, Behind::skipped),
           wide_(scene, element, DelayBy::quotient, Behind::skipped) {}
 
     std::vector<Sum> series(std::size_t point, Trace* trace) {
-        const Place place = place_of(placement_.local(scene_.points[point]));
-        const bool nearly_hemispherical = std::ranges::any_of(
-            rims_of(element_), [](const Rim& rim) { return rim.nearly_hemispherical(); });
-        if (pole_of(element_.focus, place).s >= element_.focus / 16.0 && !nearly_hemispherical) {
-            return single_.series(point, trace);
+        const Place place = place_of(Placement(element_).local(points_[point]));
+        const bool deep = std::ranges::any_of(rims_of(element_), &Rim::nearly_hemispherical);
+        if (deep || pole_of(element_.focus, place).s < element_.focus / 16.0) {
+            const std::vector<double>& wide = wide_.series(point, trace);
+            const std::vector<float> rounded(wide.begin(), wide.end());
+            return {rounded.begin(), rounded.end()};
         }
-        std::vector<Sum> rounded;
-        for (const double value : wide_.series(point, trace)) {
-            rounded.push_back(static_cast<Sum>(static_cast<float>(value)));
-        }
-        return rounded;
+        return single_.series(point, trace);
     }
 
 private:
-    const Scene& scene_;
+    const std::vector<Triple>& points_;
     const Element& element_;
-    Placement placement_;
     Decomposed<float, float, Sum> single_;
     Decomposed<double, double, double> wide_;
 };
@@ -249,9 +245,8 @@ private:
 template <class Sum>
 void add_in_single(const Scene& scene, DelayBy delay_by, Field& field, Trace* trace) {
     Scene bowls = scene, others = scene;
-    const auto is_bowl = [](const Element& element) { return element.shape == Shape::bowl; };
-    std::erase_if(bowls.elements, std::not_fn(is_bowl));
-    std::erase_if(others.elements, is_bowl);
+    std::erase_if(bowls.elements, [](const Element& e) { return e.shape != Shape::bowl; });
+    std::erase_if(others.elements, [](const Element& e) { return e.shape == Shape::bowl; });
     add_elements(others, field, trace, [&](const Element& element) {
         return Decomposed<float, float, Sum>(scene, element, delay_by, Behind::skipped);
     });
