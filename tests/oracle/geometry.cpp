@@ -307,7 +307,7 @@ private:
                                     std::fmin(delay, static_cast<Real>(view.last)), beyond};
         };
         view.direct = {direct(R0, -moved)};
-        if (moved != 0.0) {
+        if (!rims_.empty() && rims_.front().nearly_hemispherical()) {
             view.direct.push_back(direct(R1, moved));
         }
     }
