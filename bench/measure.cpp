@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "oracle/disc.h"
+#include "oracle/decomposition.h"
 
 namespace kavro_bench {
 namespace {
@@ -74,7 +74,7 @@ std::vector<double> product_field(BenchScene& scene, Solve solve_elements) {
         element->set_global_coordinate_grid(&grid);
         element->set_transient_pressure_pointer(field.data());
     }
-    solve_elements(std::span(scene.elements).first(literal.discs.size()));
+    solve_elements(std::span(scene.elements).first(literal.elements.size()));
     for (kavro::Transducer* element : scene.elements) {
         element->set_global_coordinate_grid(&scene.grid);
         element->set_transient_pressure_pointer(nullptr);
@@ -163,8 +163,8 @@ Timing time_literal(const BenchScene& scene, int repetitions) {
         [&] { kavro_oracle::add_single(scene.literal, kavro_oracle::DelayBy::quotient, field); });
     const double points =
         static_cast<double>(scene.grid.npoints) / static_cast<double>(scene.literal.points.size());
-    const double discs =
-        static_cast<double>(scene.discs.size()) / static_cast<double>(scene.literal.discs.size());
+    const double discs = static_cast<double>(scene.discs.size()) /
+                         static_cast<double>(scene.literal.elements.size());
     timing.wall *= points * discs;
     timing.cpu *= points * discs;
     return timing;
@@ -177,7 +177,8 @@ Errors compare(BenchScene& scene) {
     Field unrounded = kavro_oracle::silence(scenery);
     Field literal_double = kavro_oracle::silence(scenery);
     kavro_oracle::add_single(scenery, kavro_oracle::DelayBy::quotient, literal);
-    kavro_oracle::add_single_unrounded(scenery, kavro_oracle::DelayBy::quotient, unrounded);
+    kavro_oracle::add_single(scenery, kavro_oracle::DelayBy::quotient, unrounded, nullptr,
+                             kavro_oracle::Sums::unrounded);
     kavro_oracle::add_double(scenery, kavro_oracle::Terms::real, literal_double);
     const std::vector<double> product =
         product_field(scene, [](auto elements) { solve(elements, kavro::Output::accumulate); });

@@ -53,13 +53,13 @@ std::unique_ptr<BenchScene> finish(std::unique_ptr<BenchScene> scene) {
         disc.set_integral_pointer(&scene->rule);
         scene->elements.push_back(&disc);
         if (static_cast<int>(i) < scene->literal_discs) {
-            kavro_oracle::Disc same;
+            kavro_oracle::Element same;
             same.radius = disc.radius;
             same.center = {disc.center.x, disc.center.y, disc.center.z};
             same.amplitude = disc.amplitude;
             same.time_delay = disc.time_delay;
             same.waveform = scene->literal_waveform.get();
-            literal.discs.push_back(same);
+            literal.elements.push_back(same);
         }
     }
     for (int p = 0; p < scene->grid.npoints; p += scene->literal_stride) {

@@ -9,7 +9,7 @@
 
 #include "kavro.h"
 #include "oracle/kzk.h"
-#include "support.h"
+#include "stage.h"
 #include "transducers/kzk/march.h"
 
 namespace kavro_test {

@@ -21,22 +21,35 @@ void store(Real* out, std::size_t stride, const std::vector<double>& factors) {
 
 }  // namespace
 
+void AnalyticPulse::spatial(double tau, double* out) const {
+    store(out, 1, spatial_factors(tau));
+}
+
+void AnalyticPulse::spatial(float tau, float* out) const {
+    store(out, 1, spatial_factors(static_cast<double>(tau)));
+}
+
+void AnalyticPulse::temporal(const std::vector<double>& times, double delay, double* out) const {
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        store(out + i, times.size(), temporal_factors(times[i] - delay, times[0] - delay));
+    }
+}
+
+void AnalyticPulse::temporal(const std::vector<double>& times, float delay, float* out) const {
+    const auto wide = static_cast<double>(delay);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        store(out + i, times.size(), temporal_factors(times[i] - wide, times[0] - wide));
+    }
+}
+
 // ---- tone burst
 
-void ToneBurst::spatial(double tau, double* out) const {
-    store(out, 1, {std::cos(omega0_ * tau), std::sin(omega0_ * tau)});
+AnalyticPulse::Factors ToneBurst::spatial_factors(double tau) const {
+    return {std::cos(omega0_ * tau), std::sin(omega0_ * tau)};
 }
 
-void ToneBurst::spatial(float tau, float* out) const {
-    const auto wide = static_cast<double>(tau);
-    store(out, 1, {std::cos(omega0_ * wide), std::sin(omega0_ * wide)});
-}
-
-void ToneBurst::temporal(const std::vector<double>& times, double delay, double* out) const {
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        const double t = times[i] - delay;
-        store(out + i, times.size(), {std::sin(omega0_ * t), -std::cos(omega0_ * t)});
-    }
+AnalyticPulse::Factors ToneBurst::temporal_factors(double t, double) const {
+    return {std::sin(omega0_ * t), -std::cos(omega0_ * t)};
 }
 
 void ToneBurst::temporal(const std::vector<double>& times, float delay, float* out) const {
@@ -78,41 +91,16 @@ double ToneBurst::derivative(double t) const {
 
 // ---- Hanning pulse
 
-namespace {
-
-std::vector<double> hanning_spatial(double omega0, double omega_w, double tau) {
-    const double c1 = std::cos(omega0 * tau), s1 = std::sin(omega0 * tau);
-    const double c2 = std::cos(omega_w * tau), s2 = std::sin(omega_w * tau);
+AnalyticPulse::Factors HanningPulse::spatial_factors(double tau) const {
+    const double c1 = std::cos(omega0_ * tau), s1 = std::sin(omega0_ * tau);
+    const double c2 = std::cos(omega_w_ * tau), s2 = std::sin(omega_w_ * tau);
     return {c1, s1, c2 * c1, c2 * s1, s2 * c1, s2 * s1};
 }
 
-std::vector<double> hanning_temporal(double omega0, double omega_w, double t) {
-    const double c1 = std::cos(omega0 * t), s1 = std::sin(omega0 * t);
-    const double c2 = std::cos(omega_w * t), s2 = std::sin(omega_w * t);
+AnalyticPulse::Factors HanningPulse::temporal_factors(double t, double) const {
+    const double c1 = std::cos(omega0_ * t), s1 = std::sin(omega0_ * t);
+    const double c2 = std::cos(omega_w_ * t), s2 = std::sin(omega_w_ * t);
     return {0.5 * s1, -0.5 * c1, -0.5 * c2 * s1, 0.5 * c2 * c1, -0.5 * s2 * s1, 0.5 * s2 * c1};
-}
-
-}  // namespace
-
-void HanningPulse::spatial(double tau, double* out) const {
-    store(out, 1, hanning_spatial(omega0_, omega_w_, tau));
-}
-
-void HanningPulse::spatial(float tau, float* out) const {
-    store(out, 1, hanning_spatial(omega0_, omega_w_, static_cast<double>(tau)));
-}
-
-void HanningPulse::temporal(const std::vector<double>& times, double delay, double* out) const {
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        store(out + i, times.size(), hanning_temporal(omega0_, omega_w_, times[i] - delay));
-    }
-}
-
-void HanningPulse::temporal(const std::vector<double>& times, float delay, float* out) const {
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        const double t = times[i] - static_cast<double>(delay);
-        store(out + i, times.size(), hanning_temporal(omega0_, omega_w_, t));
-    }
 }
 
 double HanningPulse::at(double t) const {
@@ -133,22 +121,19 @@ double HanningPulse::derivative(double t) const {
 
 // ---- t-cubed pulse
 
-namespace {
-
-std::vector<double> t_cubed_temporal(double omega0, double E, double t) {
-    const double s = std::sin(omega0 * t), c = std::cos(omega0 * t);
-    return {t * t * t * E * s,  -3.0 * t * t * E * s, 3.0 * t * E * s,  -s * E,
-            -t * t * t * E * c, 3.0 * t * t * E * c,  -3.0 * t * E * c, c * E};
-}
-
-}  // namespace
-
-void TCubedPulse::spatial(double tau, double* out) const {
+AnalyticPulse::Factors TCubedPulse::spatial_factors(double tau) const {
     const double e = std::exp(B_ * tau);
     const double c = std::cos(omega0_ * tau), s = std::sin(omega0_ * tau);
-    store(out, 1,
-          {c * e, c * tau * e, c * tau * tau * e, c * tau * tau * tau * e, s * e, s * tau * e,
-           s * tau * tau * e, s * tau * tau * tau * e});
+    return {c * e, c * tau * e, c * tau * tau * e, c * tau * tau * tau * e,
+            s * e, s * tau * e, s * tau * tau * e, s * tau * tau * tau * e};
+}
+
+// The exponential of the first sample stands for all of them.
+AnalyticPulse::Factors TCubedPulse::temporal_factors(double t, double first) const {
+    const double E = std::exp(B_ * first);
+    const double s = std::sin(omega0_ * t), c = std::cos(omega0_ * t);
+    return {t * t * t * E * s,  -3.0 * t * t * E * s, 3.0 * t * E * s,  -s * E,
+            -t * t * t * E * c, 3.0 * t * t * E * c,  -3.0 * t * E * c, c * E};
 }
 
 void TCubedPulse::spatial(float tau, float* out) const {
@@ -160,22 +145,6 @@ void TCubedPulse::spatial(float tau, float* out) const {
     for (int k = 0; k < 4; ++k) {
         out[k] = c * powers[k];
         out[4 + k] = s * powers[k];
-    }
-}
-
-void TCubedPulse::temporal(const std::vector<double>& times, double delay, double* out) const {
-    // The factor of the first sample stands for all of them.
-    const double E = std::exp(B_ * (time_at(times, 0) - delay));
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        store(out + i, times.size(), t_cubed_temporal(omega0_, E, times[i] - delay));
-    }
-}
-
-void TCubedPulse::temporal(const std::vector<double>& times, float delay, float* out) const {
-    const auto wide = static_cast<double>(delay);
-    const double E = std::exp(B_ * (time_at(times, 0) - wide));
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        store(out + i, times.size(), t_cubed_temporal(omega0_, E, times[i] - wide));
     }
 }
 
