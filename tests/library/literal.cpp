@@ -216,7 +216,8 @@ std::vector<CartesianCoordinate> points_around(const Source& source) {
                                                {0, -0.9999997 * b, depth},
                                                {-1.5 * a, 0.7 * b, depth},
                                                {0.1 * a, 0, -1e-6},
-                                               {0.1 * a, 0, -0.1 * d}};
+                                               {0.1 * a, 0, -0.1 * d},
+                                               {a, 0, -0.15 * d}};  // the rim counts as the face
     for (const double x : {-a, 0.35 * a, 2.2 * a}) {  // over the nine regions of a rectangle
         for (const double y : {-b, -0.6 * b, 1.7 * b}) {
             points.insert(points.end(), {{x, y, 4e-4 + depth}, {x, y, 7e-3}});

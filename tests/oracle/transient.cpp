@@ -109,11 +109,11 @@ double arc_of(double X, double Y) {
     return X <= -Y ? pi : std::acos(X / Y);
 }
 
-// Of a disc of radius a; from `start` until the rim is heard the circle is whole over the face.
+// Of a disc of radius a; over the face the circle is whole from `start` until the rim is heard.
 double round_arc(double a, double c, double r, double z, double start, double t) {
     const double t_e = std::sqrt((r - a) * (r - a) + z * z) / c;
     const double t_f = std::sqrt((r + a) * (r + a) + z * z) / c;
-    if (r <= a && start <= t && t <= t_e) {
+    if (r <= a && (r < a ? start : std::fabs(z) / c) <= t && t <= t_e) {
         return pi;
     }
     const double q = c * c * t * t - z * z;
