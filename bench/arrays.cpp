@@ -28,7 +28,7 @@ struct ArrayScene {
     std::vector<kavro::Transducer*> elements;
     std::vector<double> real, imaginary;
 
-    explicit ArrayScene(kavro::OperationKind kind) {
+    ArrayScene(kavro::OperationKind kind, int ndiv) {
         constexpr int count = 64;
         constexpr double focus = 30 * mm;
         grid.RegularCoordinateGrid(-10 * mm, 10 * mm, 0.0, 0.0, 5 * mm, 60 * mm, 20 * mm / 99, 0.0,
@@ -37,7 +37,7 @@ struct ArrayScene {
         medium._soundspeed = 1500.0;
         medium._rho_density = 1000.0;
         medium._f0 = 3e6;
-        rule.allocate_memory(32);
+        rule.allocate_memory(ndiv);
         rule.gauss_quadrature();
         const bool is_wave = kind == kavro::OperationKind::continuous_wave;
         real.resize(static_cast<std::size_t>(grid.npoints) *
@@ -78,9 +78,10 @@ void require(kavro::TransducerStatus status) {
     }
 }
 
-void print_array(const char* name, const char* method, int repeat, int threads) {
+void print_array(const char* name, const char* method, int repeat, int threads, int ndiv) {
     const kavro::Operation& operation = *kavro::operation_of(method);
-    ArrayScene scene(operation.kind);
+    ArrayScene scene(operation.kind, ndiv);
+    const auto clear = [&] { scene.clear(); };
     const auto together = [&] {
         require(operation.solve_array(scene.elements, kavro::Output::accumulate));
     };
@@ -89,30 +90,33 @@ void print_array(const char* name, const char* method, int repeat, int threads) 
             require(((*element).*operation.solve)());
         }
     };
-    double one = std::numeric_limits<double>::infinity();
-    double several = one;
-    double alone = one;
+    const double never = std::numeric_limits<double>::infinity();
+    Timing one{never, never}, several{never, never}, alone{never, never};
+    const auto take_turn = [&](int n, const auto& work, Timing& least) {
+        kavro::set_thread_count(n);
+        const Timing timing = time_work(clear, work);
+        least = {std::min(least.wall, timing.wall), std::min(least.cpu, timing.cpu)};
+    };
     for (int i = 0; i < repeat; ++i) {
-        kavro::set_thread_count(threads);
-        several = std::min(several, time_work([&] { scene.clear(); }, together));
-        kavro::set_thread_count(1);
-        one = std::min(one, time_work([&] { scene.clear(); }, together));
-        alone = std::min(alone, time_work([&] { scene.clear(); }, one_by_one));
+        take_turn(threads, together, several);
+        take_turn(1, together, one);
+        take_turn(1, one_by_one, alone);
     }
-    std::printf("%-4s %10.1f %12.1f %8.2f %10.1f %8.2f  %s\n", name, one * 1e3, alone * 1e3,
-                alone / one, several * 1e3, one / several, method);
+    std::printf("%-4s %10.1f %12.1f %8.2f %12.1f %12.1f %8.2f  %s\n", name, one.cpu * 1e3,
+                alone.cpu * 1e3, alone.cpu / one.cpu, one.wall * 1e3, several.wall * 1e3,
+                one.wall / several.wall, method);
     std::fflush(stdout);
 }
 
 }  // namespace
 
-void print_arrays(int repeat, int threads) {
-    std::printf("%s, %s, %s vectors; ms of wall time, fastest of %d\n\n", processor().c_str(),
-                compiler().c_str(), vectors().c_str(), repeat);
-    std::printf("%-4s %10s %12s %8s %8d thr. %8s\n", "", "array", "one by one", "ratio", threads,
-                "ratio");
-    print_array("R1", "fnm_tsd", repeat, threads);
-    print_array("R2", "fnm_cw", repeat, threads);
+void print_arrays(int repeat, int threads, int ndiv) {
+    std::printf("%s, %s, %s vectors, %d abscissas; ms, fastest of %d\n\n", processor().c_str(),
+                compiler().c_str(), vectors().c_str(), ndiv, repeat);
+    std::printf("%-4s %10s %12s %8s %12s %7d thr. %8s\n", "", "array CPU", "one by one", "ratio",
+                "array wall", threads, "ratio");
+    print_array("R1", "fnm_tsd", repeat, threads, ndiv);
+    print_array("R2", "fnm_cw", repeat, threads, ndiv);
 }
 
 }  // namespace kavro_bench

@@ -3,9 +3,9 @@
 
 namespace kavro_bench {
 
-// Prints, for the scenes R1 and R2 (64 rectangles), the time of one call over the array on one
-// thread and on `threads`, and that of a call for each element: wall times, fastest of `repeat`
-// turns in which all take their part.
-void print_arrays(int repeat, int threads);
+// Prints, for the scenes R1 and R2 (64 rectangles), the CPU time of one call over the array and that
+// of a call for each element, on one thread, and the wall times of the array call on one thread and
+// on `threads`: fastest of `repeat` turns in which all take their part.
+void print_arrays(int repeat, int threads, int ndiv);
 
 }  // namespace kavro_bench

@@ -29,7 +29,7 @@ constexpr const char* usage =
     "            [--repeat N] [--json FILE] [--no-literal]\n"
     "kavro_bench --with-output [--scenes ...] [--threads N] [--vectors ...] [--repeat N]\n"
     "kavro_bench --speed-up --threads N [--scenes ...] [--vectors ...] [--repeat N]\n"
-    "kavro_bench --arrays --threads N [--vectors ...] [--repeat N]\n"
+    "kavro_bench --arrays --threads N [--ndiv N] [--vectors ...] [--repeat N]\n"
     "kavro_bench --scaling [--vectors ...] [--repeat N] [--json FILE]\n"
     "kavro_bench --memory [--threads N]\n"
     "kavro_bench --kzk [--threads N] [--vectors ...] [--repeat N] [--json FILE] [--no-literal]\n"
@@ -50,6 +50,7 @@ struct Options {
     std::vector<std::string> scenes = {"S1", "S2", "S3", "S4"};
     int threads = 1;
     int repeat = 5;
+    int ndiv = 16;  // of the arrays
     bool literal = true;
     std::string json;
 };
@@ -60,6 +61,7 @@ Options parse(int argc, char** argv) {
         {"vectors", required_argument, nullptr, 'v'}, {"repeat", required_argument, nullptr, 'r'},
         {"json", required_argument, nullptr, 'j'},    {"no-literal", no_argument, nullptr, 'n'},
         {"with-output", no_argument, nullptr, 'o'},   {"arrays", no_argument, nullptr, 'a'},
+                            {"ndiv", required_argument, nullptr, 'd'},
         {"scaling", no_argument, nullptr, 'c'},       {"speed-up", no_argument, nullptr, 'u'},
         {"memory", no_argument, nullptr, 'm'},        {"kzk", no_argument, nullptr, 'k'},
         {"help", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
@@ -90,6 +92,8 @@ Options parse(int argc, char** argv) {
             options.mode = Mode::with_output;
         } else if (choice == 'u') {
             options.mode = Mode::speed_up;
+        } else if (choice == 'd') {
+            options.ndiv = std::stoi(value);
         } else if (choice == 'a') {
             options.mode = Mode::arrays;
         } else if (choice == 'c') {
@@ -250,7 +254,7 @@ int main(int argc, char** argv) {
                 write_scaling(all, options.json);
             }
         } else if (options.mode == Mode::arrays) {
-            print_arrays(options.repeat, options.threads);
+            print_arrays(options.repeat, options.threads, options.ndiv);
         } else if (options.mode == Mode::kzk) {
             const std::vector<KzkRow> rows =
                 measure_kzk(options.repeat, options.threads, options.literal);

@@ -110,8 +110,8 @@ Distance distance(const std::vector<double>& field, const std::vector<double>& r
 
 }  // namespace
 
-double time_work(const std::function<void()>& prepare, const std::function<void()>& work) {
-    return time_of(1, prepare, work).wall;
+Timing time_work(const std::function<void()>& prepare, const std::function<void()>& work) {
+    return time_of(1, prepare, work);
 }
 
 Timing time_product(BenchScene& scene, kavro::Output output, int repetitions) {

@@ -26,8 +26,8 @@ struct Errors {
     std::size_t samples = 0;      // samples compared
 };
 
-// Wall time of some work, s; `prepare` is not timed.
-double time_work(const std::function<void()>& prepare, const std::function<void()>& work);
+// The time of some work; `prepare` is not timed.
+Timing time_work(const std::function<void()>& prepare, const std::function<void()>& work);
 
 // The library's array call over the whole scene; the output is in memory before the clock starts.
 Timing time_product(BenchScene& scene, kavro::Output output, int repetitions);
