@@ -32,7 +32,7 @@ template <class Real>
 struct EdgeBlock {
     // The points, in the element's own frame, in the precision of the method (m).
     Lanes<Real> x, y, z;
-    Lanes<CartesianCoordinate> unrounded;  // the same before rounding
+    Lanes<CartesianCoordinate> unrounded;  // the same before rounding, of single-precision blocks
 
     int size;  // edge samples per point; a generator may need fewer for some blocks
     // One entry more than there are edge samples: a consumer may treat the direct wave as the last

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <type_traits>
 #include <typeindex>
 #include <utility>
 #include <vector>
@@ -89,11 +90,15 @@ private:
 
 template <class Real>
 void PointTile::place(const Transducer& element, int block, EdgeBlock<Real>& edge) const {
-    place(element, block, edge.unrounded);
+    const CartesianCoordinate* point = points_.data() + block * block_lanes;
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-        edge.x[lane] = static_cast<Real>(edge.unrounded[lane].x);
-        edge.y[lane] = static_cast<Real>(edge.unrounded[lane].y);
-        edge.z[lane] = static_cast<Real>(edge.unrounded[lane].z);
+        const CartesianCoordinate local = element.rotateTranslate(point[lane]);
+        if constexpr (std::is_same_v<Real, float>) {
+            edge.unrounded[lane] = local;
+        }
+        edge.x[lane] = static_cast<Real>(local.x);
+        edge.y[lane] = static_cast<Real>(local.y);
+        edge.z[lane] = static_cast<Real>(local.z);
     }
 }
 
