@@ -1,6 +1,7 @@
 #include "door/transducers.h"
 
 #include <array>
+#include <cctype>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -51,14 +52,26 @@ std::vector<double> sizes_from(const Record& record, const Shape& shape) {
     return sizes;
 }
 
-// What the shape itself refuses names the element, too.
+// A sentence as the end of another one: "a polygon must ...".
+std::string clause_of(std::string sentence) {
+    if (sentence.ends_with('.')) {
+        sentence.pop_back();
+        sentence[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(sentence[0])));
+    }
+    return sentence;
+}
+
+// What a shape refuses of its corners names field and element, too.
 RequestedElement element_from(const Record& record, const Shape& shape) {
     const std::vector<double> sizes = sizes_from(record, shape);
     RequestedElement element{&shape, nullptr};
     try {
         element.transducer = shape.make(sizes);
     } catch (const InputError& error) {
-        record.refuse(shape.corners, std::string("is at fault: ") + error.what());
+        if (shape.corners == nullptr) {
+            throw;
+        }
+        record.refuse(shape.corners, "is at fault: " + clause_of(error.what()));
     }
     element.transducer->set_center(record.triple("center"));
     element.transducer->set_euler(record.triple("euler"));

@@ -154,6 +154,12 @@ elements.outer_radius | 0.003 | Transducer field '@' must be at least 'inner_rad
 elements.geometric_focus | -1    | Transducer field '@' must be finite and positive, but holds # (element 1).
 elements.geometric_focus | 0.004 | Transducer field '@' must be at least 'outer_radius', 0.005, but holds # (element 1).
 )");
+    expect_errors(call.set("elements.shape = 'poly', elements.corners = [0 0; 1e-3 0; 0 1e-3]"), R"(
+elements.corners | missing, [], '1', 1i, [0 0 1; 1 0 1] | Transducer field '@' must hold n x 2 real numbers (element 1).
+elements.corners | [0 0; 1 0]           | Transducer field '@' is at fault: a polygon must have at least 3 corners, not 2 (element 1).
+elements.corners | [0 0; NaN 0; 0 1]    | Transducer field '@' is at fault: corner 2 of a polygon must be two finite numbers (element 1).
+elements.corners | [0 0; 1 1; 1 0; 0 1] | Transducer field '@' is at fault: the corners of a polygon must go once around a convex face (element 1).
+)");
 }
 
 TEST(SolveErrors, of_marches) {

@@ -76,8 +76,10 @@
 %! assert(w(1, 2), hypot(10e-3, 7e-3) / c, 1e-15);
 
 %!test  % a handle hears of the progress up to 1, may call the module itself, and may fail
-%! [e, g, m, t, x] = scene();
-%! run = @(f) kavro.solve('fnm_tsd', e, g, m, 'time', t, 'excitation', x, 'progress', f);
+%! [e, ~, m, t, x] = scene();
+%! g = kavro.set_coordinate_grid([5e-4 3e-3 1e-3], -4e-3, 4e-3, 0, 3e-3, 2e-3, 14e-3);  % many tiles
+%! run = @(f) kavro.solve('fnm_tsd', e, g, m, 'time', t, 'excitation', x, 'threads', 1, ...
+%!                        'progress', f);
 %! p = run(@(f) setenv('KAVRO_TEST_FRACTION', num2str(f)));
 %! assert(getenv('KAVRO_TEST_FRACTION'), '1');
 %! function_of_progress = @(f) kavro.solve('impulse_begin_and_end_times', e, g, m);
@@ -94,6 +96,23 @@
 %! e(4) = setfield(setfield(setfield(e(1), 'shape', 'rect'), 'width', 1e-3), 'height', 1e-3);
 %! kavro.solve('fnm_tsd_sse', e, g, m, 'time', t, 'excitation', x);
 
+%!test  % a hexagon is its six triangles; shapes are mixed as one likes
+%! [~, g, m, t, x] = scene();
+%! run = @(e) kavro.solve('fnm_tsd', e, g, m, 'time', t, 'excitation', x);
+%! corners = 3e-3 * [cos((0:6)' * pi / 3), sin((0:6)' * pi / 3)];
+%! hexagon = kavro.polygon(corners(1:6, :), 'euler', [0.1 0.2 0]);
+%! parts = arrayfun(@(k) kavro.polygon([1e-3 0; corners(k:k + 1, :)], 'euler', [0.1 0.2 0]), 1:6);
+%! p = run(hexagon);
+%! assert(max(abs(run(parts)(:) - p(:))) < 1e-5 * max(abs(p(:))));
+%! disc = kavro.disc(2e-3, 'center', [5e-3 0 0]);
+%! assert(run([hexagon, disc]), p + run(disc));
+
+%!error <^solve: Transducer field 'corners' is at fault: a polygon must have at least 3 corners, not 2 \(element 2\)\.$>
+%! [~, g, m] = scene();
+%! pair = [kavro.disc(1e-3), kavro.polygon([0 0; 1 0; 0 1])];
+%! pair(2).corners(3, :) = [];
+%! kavro.solve('fnm_cw', pair, g, m, 'f0', 1e6);
+
 %!test  % the table of methods, as a structure and in print
 %! table = kavro.methods();
 %! assert(size(table), [1 22]);
@@ -103,6 +122,6 @@
 %! assert([one.ndiv one.ndiv_multiple], [32 4]);
 %! lines = strsplit(evalc('kavro.methods();'), "\n");
 %! assert(numel(lines), 24);
-%! assert(regexp(lines{1}, '^ +disc  ring  rectangle  shell  shell ring$'), 1);
+%! assert(regexp(lines{1}, '^ +disc  ring  rectangle  shell  shell ring  polygon$'), 1);
 %! assert(! isempty(strfind(evalc('kavro.methods(''fnm_tsd'');'), 'options  time, excitation')));
 %! fail('kavro.methods(''fnm'')', '''name'' must be one of ''farfield_cw''');

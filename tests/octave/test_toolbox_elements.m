@@ -31,7 +31,9 @@
 %! f = kavro.spherical_ring(0, 10e-3, 30e-3, 'time_delay', 1e-6, 'euler', [0.1 0 0]);
 %! holds(f, 'shape', 'sph ring', 'inner_radius', 0, 'outer_radius', 10e-3, ...
 %!       'geometric_focus', 30e-3, 'time_delay', 1e-6, 'euler', [0.1 0 0]);
-%! assert(size([a, b, c, d, e, f, kavro.linear_array(3, 1e-3, 0.4e-3)]), [1 9]);
+%! g = kavro.polygon(int8([0 0; 2 0; 0 1]), 'center', [1 2 3], 'amplitude', 2);
+%! holds(g, 'shape', 'poly', 'corners', [0 0; 2 0; 0 1], 'center', [1 2 3], 'amplitude', 2);
+%! assert(size([a, b, c, d, e, f, g, kavro.linear_array(3, 1e-3, 0.4e-3)]), [1 10]);
 
 %!test  % layouts: pitch, centring and numbering; rectangles may touch
 %! assert(centers(kavro.linear_array(4, 2, 1)), [-3 0 0; -1 0 0; 1 0 0; 3 0 0]);
@@ -128,7 +130,7 @@
 %! e = kavro.annular_array([0 2; 3 4], 'rad_curvature', 9);
 %! assert([[e.inner_radius]; [e.outer_radius]], [0 3; 2 4]);
 
-%!test  % rings focus on the axis: from the circle that halves their area
+%!test  % rings focus from the circle that halves their area, polygons from the centre of it
 %! medium = kavro.set_medium();
 %! e = kavro.annular_array(4, 10e-3, 0, 'rad_curvature', 40e-3);
 %! assert(kavro.focus_delays(e, [0 0 40e-3], medium), zeros(1, 4), 1e-18);
@@ -136,6 +138,10 @@
 %! delays = kavro.focus_delays(e, [0 0 30e-3], medium);
 %! far = hypot(29e-3, sqrt(17e-6));
 %! assert(delays, ([30e-3 30e-3] - [far 30e-3]) / medium.soundspeed, 1e-18);
+%! e = [kavro.polygon([0 3; 6 0; 0 0] * 1e-3, 'center', [0 0 1e-3], 'euler', [0 0 pi / 2]), ...
+%!      kavro.disc(1e-3, 'center', [-1e-3 2e-3 1e-3]), kavro.disc(1e-3)];
+%! delays = kavro.focus_delays(e, [2e-3 1e-3 20e-3], medium);
+%! assert(delays(1), delays(2), 1e-18);
 
 %!test  % focusing: all waves arrive together, the first element to fire fires at 0
 %! medium = kavro.set_medium();
@@ -166,6 +172,8 @@
 %! says(@() kavro.linear_array(2, 1, [2 1]), '''pitch''', 'size [2]', 'rectangles', 'it is 1');
 %! says(@() kavro.planar_array([2 2], 2, [1 3]), '''pitch''', 'size [1 3]');
 %! says(@() kavro.rectangular_piston(1, 0), '''height''', 'positive', 'it is 0');
+%! says(@() kavro.polygon([0 0; 1 0]), 'polygon', '''corners''', 'n at least 3', '2 x 2');
+%! says(@() kavro.polygon([0 0; 1 0; 0.2 0.2; 0 1]), '''corners''', 'around a convex face');
 %! says(@() kavro.convex_array(5, 1, [1 1], 1), '''rad_curvature''', 'half a circle', 'it is 1');
 %! says(@() kavro.ring_array(6, [], 1), '''pitch''', 'empty');
 %! says(@() kavro.ring_array(6, 3, 1, 'ring_radius', 3), '''pitch''', 'ring_radius');

@@ -26,8 +26,12 @@
 %! assert(rows(unique(cell2mat(get(faces, 'facecolor')), 'rows')), 3);
 %! assert(label(ax, 'xlabel'), 'x (mm)');
 
-%!test  % a tilted disc is drawn tilted
+%!test  % a polygon is drawn from corner to corner, a tilted disc tilted
 %! [fig, cleanup] = hidden_figure();
+%! ax = kavro.show_array(kavro.polygon([0 0; 2 0; 0 1] * 1e-3, 'center', [1e-3 0 0]));
+%! face = findobj(ax, 'type', 'patch');
+%! assert([get(face, 'xdata'), get(face, 'ydata')], [1 0; 3 0; 1 1], 1e-9);
+%! clf;
 %! ax = kavro.show_array(kavro.disc(1e-3, 'euler', [pi / 6 0 0]), 'title', 'one');
 %! v = get(findobj(ax, 'type', 'patch'), 'vertices');
 %! assert([max(v(:, 1)), max(v(:, 2)), max(v(:, 3))], [cos(pi / 6), 1, 0.5], 1e-9);

@@ -12,7 +12,8 @@ function elements = bowl_array(elements, rad_curvature)
 %
 %   Arguments
 %     elements       structure array of elements in the plane z = 0 that face +z, such as
-%                    kavro.linear_array, kavro.planar_array and kavro.ring_array make
+%                    kavro.linear_array, kavro.planar_array and kavro.ring_array make, or
+%                    elements of kavro.polygon, joined
 %     rad_curvature  radius of curvature of the bowl in m, larger than the distance of every
 %                    centre from the z axis
 %
@@ -23,7 +24,8 @@ function elements = bowl_array(elements, rad_curvature)
 %     flat = [kavro.ring_array(12, 5e-3, 2e-3), kavro.ring_array(24, 5e-3, 2e-3)];
 %     elements = kavro.bowl_array(flat, 50e-3);
 %
-%   See also kavro.ring_array, kavro.planar_array, kavro.show_array, kavro.focus_delays
+%   See also kavro.ring_array, kavro.planar_array, kavro.polygon, kavro.show_array,
+%   kavro.focus_delays
 
 me = 'bowl_array';
 kavro.internal.check_count(me, nargin, 2, 'elements, rad_curvature');

@@ -27,8 +27,8 @@ function element = disc(radius, varargin)
 %     b = kavro.disc(5e-3, 'center', [-12e-3 0 0], 'euler', [10 0 0] * pi / 180);
 %     pair = [a, b];
 %
-%   See also kavro.rectangular_piston, kavro.ring, kavro.spherical_shell, kavro.linear_array,
-%   kavro.planar_array, kavro.ring_array, kavro.bowl_array, kavro.show_array,
+%   See also kavro.rectangular_piston, kavro.polygon, kavro.ring, kavro.spherical_shell,
+%   kavro.linear_array, kavro.planar_array, kavro.ring_array, kavro.bowl_array, kavro.show_array,
 %   kavro.transient_pressure
 
 me = 'disc';

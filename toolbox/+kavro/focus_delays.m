@@ -4,8 +4,9 @@ function delays = focus_delays(elements, point, medium)
 %   delays = kavro.focus_delays(elements, point, medium)
 %
 %   The element farthest from the point fires at time 0 and the nearest last, so no delay is
-%   negative. Distances are taken from the elements' centres, those of rings from the circle that
-%   halves their area. The wave then arrives at the point at max(distance) / soundspeed.
+%   negative. Distances are taken from the elements' centres, those of polygons from the centre of
+%   their area, those of rings from the circle that halves it. The wave then arrives at the point at
+%   max(distance) / soundspeed.
 %
 %   Arguments
 %     elements  structure array of n elements

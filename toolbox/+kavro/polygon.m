@@ -4,7 +4,7 @@ function element = polygon(corners, varargin)
 %   element = kavro.polygon(corners)
 %   element = kavro.polygon(corners, option, value, ...)
 %
-%   The face lies in the plane z = 0 and radiates towards +z, unless told otherwise: triangles and
+%   The face lies in the plane z = 0 and radiates towards +z, unless told otherwise. Triangles and
 %   hexagons of matrix and bowl arrays are such faces. Elements can be joined into an array: [a, b].
 %
 %   Argument
@@ -19,26 +19,27 @@ function element = polygon(corners, varargin)
 %     'time_delay'  time in s by which it fires later; default 0
 %
 %   Result
-%     element       structure with the fields that kavro.solve reads; sizes that belong to other
-%                   shapes are 0
+%     element       structure with the fields that kavro.solve reads, corners among them; sizes
+%                   that belong to other shapes are 0
 %
 %   kavro.solve offers methods for polygons, kavro.transient_pressure does not.
 %
 %   Example: the continuous-wave field of a hexagon of 5 mm sides, 30 mm in front of it
 %     phi = (0:5)' * pi / 3;
 %     element = kavro.polygon(5e-3 * [cos(phi), sin(phi)]);
-%     grid = kavro.set_coordinate_grid([-15e-3 15e-3 -15e-3 15e-3 30e-3 30e-3], [0.5e-3 0.5e-3 0]);
+%     grid = kavro.set_coordinate_grid(0.5e-3, -15e-3, 15e-3, -15e-3, 15e-3, 30e-3, 30e-3);
 %     p = kavro.solve('fnm_cw', element, grid, kavro.set_medium(), 'f0', 2e6);
-%     imagesc(abs(squeeze(p)).'); axis equal tight;
+%     kavro.show_field(abs(p), grid);
 %
-%   See also kavro.disc, kavro.rectangular_piston, kavro.planar_array, kavro.show_array, kavro.solve
+%   See also kavro.disc, kavro.rectangular_piston, kavro.bowl_array, kavro.show_array, kavro.solve
 
 me = 'polygon';
 kavro.internal.check_count(me, nargin, [1 Inf], 'corners and options');
-ok = kavro.internal.is_numbers(corners, [NaN 2]) && size(corners, 1) >= 3 && goes_around(corners);
-kavro.internal.check(ok, me, 'corners', corners, ...
-                     ['the corners of a convex face in order, one in a row: n x 2 numbers (m), n ', ...
-                      'at least 3']);
+ok = kavro.internal.is_numbers(corners, [NaN 2]) && size(corners, 1) >= 3;
+kavro.internal.check(ok, me, 'corners', corners, 'n x 2 numbers (m) with n at least 3');
+corners = double(corners);
+kavro.internal.check(goes_around(corners), me, 'corners', corners, ...
+                     'in order around a convex face, none twice in a row');
 element = kavro.internal.place_element(me, 'poly', struct('corners', corners), varargin);
 end
 

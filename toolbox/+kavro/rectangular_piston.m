@@ -33,8 +33,8 @@ function element = rectangular_piston(width, height, varargin)
 %     p = kavro.solve('fnm_cw', element, grid, kavro.set_medium('water'), 'f0', 2e6);
 %     fprintf('largest pressure %.2f MPa\n', 1e-6 * max(abs(p(:))));
 %
-%   See also kavro.disc, kavro.linear_array, kavro.planar_array, kavro.convex_array,
-%   kavro.show_array, kavro.solve
+%   See also kavro.disc, kavro.polygon, kavro.linear_array, kavro.planar_array,
+%   kavro.convex_array, kavro.show_array, kavro.solve
 
 me = 'rectangular_piston';
 kavro.internal.check_count(me, nargin, [2 Inf], 'width, height and options');
