@@ -89,9 +89,10 @@ public:
     Transducer() = default;
     virtual ~Transducer() = default;
 
-    virtual void debug(int level) const;  // writes the element to the standard output stream
-    virtual void mex_debug(
-        int level) const;  // prints the element to the console; level 2: records too
+    // Write the element to the standard output stream, and to the console (level 2: its records
+    // too).
+    virtual void debug(int level) const;
+    virtual void mex_debug(int level) const;
 
     // Three doubles each; the rotation matrix is not recomputed.
     virtual void set_center(CartesianCoordinate value);

@@ -364,6 +364,7 @@ void for_every_vector_target(const std::function<void()>& test) {
         if (target <= kavro::best_vector_target()) {
             SCOPED_TRACE(name);
             kavro::set_vector_target(target);
+            EXPECT_EQ(kavro::vector_target(), target);
             test();
         }
     }
