@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <new>
 #include <span>
 
 #include "core/constants.h"
@@ -131,6 +132,10 @@ namespace kavro {
 
 PolygonEdge::PolygonEdge(const PolygonTransducer& element, const Wanted& wanted)
     : polygon_(element) {
+    constexpr std::size_t most_samples = std::size_t{1} << 26;  // indices of lanes are 32-bit
+    if (2 * element.sides().size() * wanted.rule.abscissas.size() > most_samples) {
+        throw std::bad_alloc();
+    }
     double scale = 1.0;
     if (wanted.units() == EdgeUnits::times) {
         speed_ = element.medium->_soundspeed;

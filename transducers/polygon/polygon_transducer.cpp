@@ -155,14 +155,15 @@ void PolygonTransducer::mex_debug(int level) const {
     }
 }
 
+// The diagonal of the box around the corners is no shorter.
 double PolygonTransducer::face_extent() const {
-    double extent = 0.0;
-    for (const Corner& a : corners_) {
-        for (const Corner& b : corners_) {
-            extent = std::max(extent, std::hypot(a.x - b.x, a.y - b.y));
-        }
-    }
-    return extent;
+    const auto [left, right] =
+        std::minmax_element(corners_.begin(), corners_.end(),
+                            [](const Corner& a, const Corner& b) { return a.x < b.x; });
+    const auto [low, high] =
+        std::minmax_element(corners_.begin(), corners_.end(),
+                            [](const Corner& a, const Corner& b) { return a.y < b.y; });
+    return std::hypot(right->x - left->x, high->y - low->y);
 }
 
 ApertureDistances PolygonTransducer::distances(const CartesianCoordinate& p) const {
