@@ -161,6 +161,20 @@ void SineAndCosine(const double* x, size_t count, double* sine, double* cosine) 
 // Vectors that rotate side by side: one alone waits for its own last rotation.
 inline constexpr size_t side_by_side = 2;
 
+struct SineCosinePairs {
+    Wide s[side_by_side], c[side_by_side];
+};
+
+// Of frequency times t. Not inlined: what follows is instantiated often and asks for it rarely.
+HWY_NOINLINE SineCosinePairs PairsAt(double frequency, const Wide (&t)[side_by_side]) {
+    const Doubles d;
+    SineCosinePairs pairs;
+    for (size_t v = 0; v < side_by_side; ++v) {
+        SinCos(d, hn::Mul(hn::Set(d, frequency), t[v]), pairs.s[v], pairs.c[v]);
+    }
+    return pairs;
+}
+
 // Calls use(k, v, sine, cosine) with those of frequency k times t[v], for every term of the series
 // and every vector: neighbouring harmonics by rotation, restarted often enough to keep the last
 // digits.
@@ -168,24 +182,19 @@ template <class Use>
 HWY_INLINE void ForEachHarmonic(const HarmonicSeries& series, const Wide (&t)[side_by_side],
                                 Use use) {
     constexpr size_t restart_every = 32;
-    const Doubles d;
     const size_t terms = series.bins.size();
     const int* bins = series.bins.data();
-    Wide step_sine[side_by_side], step_cosine[side_by_side], s[side_by_side], c[side_by_side];
-    for (size_t v = 0; v < side_by_side; ++v) {
-        SinCos(d, hn::Mul(hn::Set(d, series.step), t[v]), step_sine[v], step_cosine[v]);
-    }
+    const SineCosinePairs step = PairsAt(series.step, t);
     for (size_t k = 0; k < terms;) {
+        auto [s, c] = PairsAt(series.frequencies[k], t);
         for (size_t v = 0; v < side_by_side; ++v) {
-            SinCos(d, hn::Mul(hn::Set(d, series.frequencies[k]), t[v]), s[v], c[v]);
             use(k, v, s[v], c[v]);
         }
         const size_t end = terms - k > restart_every ? k + restart_every + 1 : terms;
         for (++k; k < end && bins[k] == bins[k - 1] + 1; ++k) {
             for (size_t v = 0; v < side_by_side; ++v) {
-                const auto turned =
-                    hn::Add(hn::Mul(s[v], step_cosine[v]), hn::Mul(c[v], step_sine[v]));
-                c[v] = hn::Sub(hn::Mul(c[v], step_cosine[v]), hn::Mul(s[v], step_sine[v]));
+                const auto turned = hn::Add(hn::Mul(s[v], step.c[v]), hn::Mul(c[v], step.s[v]));
+                c[v] = hn::Sub(hn::Mul(c[v], step.c[v]), hn::Mul(s[v], step.s[v]));
                 s[v] = turned;
                 use(k, v, s[v], c[v]);
             }

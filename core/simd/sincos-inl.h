@@ -21,6 +21,22 @@ namespace hn = hwy::HWY_NAMESPACE;
 // products with the 33-bit parts of pi/2 are exact.
 inline constexpr double largest_vector_argument = 1.0e6;
 
+// `result` with the lanes whose argument no vector reduction takes from the standard library.
+// Apart, as SinCos is inlined in many places.
+template <class D, class V = hn::Vec<D>>
+HWY_NOINLINE V BeyondRange(D d, V x, V result, double (*function)(double)) {
+    HWY_ALIGN double argument[HWY_MAX_BYTES / sizeof(double)];
+    HWY_ALIGN double value[HWY_MAX_BYTES / sizeof(double)];
+    hn::Store(x, d, argument);
+    hn::Store(result, d, value);
+    for (size_t i = 0; i < hn::Lanes(d); ++i) {
+        if (!(std::abs(argument[i]) <= largest_vector_argument)) {
+            value[i] = function(argument[i]);
+        }
+    }
+    return hn::Load(d, value);
+}
+
 // s = sin(x), c = cos(x), to about one unit in the last place.
 //
 // Reduction to [-pi/4, pi/4] in three steps (Cody and Waite) and the Taylor-minimax polynomials of
@@ -71,20 +87,8 @@ HWY_INLINE void SinCos(D d, V x, V& s, V& c) {
 
     const auto in_range = hn::Le(hn::Abs(x), hn::Set(d, largest_vector_argument));
     if (HWY_UNLIKELY(!hn::AllTrue(d, in_range))) {
-        HWY_ALIGN double argument[HWY_MAX_BYTES / sizeof(double)];
-        HWY_ALIGN double sines[HWY_MAX_BYTES / sizeof(double)];
-        HWY_ALIGN double cosines[HWY_MAX_BYTES / sizeof(double)];
-        hn::Store(x, d, argument);
-        hn::Store(s, d, sines);
-        hn::Store(c, d, cosines);
-        for (size_t i = 0; i < hn::Lanes(d); ++i) {
-            if (!(std::abs(argument[i]) <= largest_vector_argument)) {
-                sines[i] = std::sin(argument[i]);
-                cosines[i] = std::cos(argument[i]);
-            }
-        }
-        s = hn::Load(d, sines);
-        c = hn::Load(d, cosines);
+        s = BeyondRange(d, x, s, [](double value) { return std::sin(value); });
+        c = BeyondRange(d, x, c, [](double value) { return std::cos(value); });
     }
 }
 

@@ -205,8 +205,8 @@ HWY_INLINE V SumOfPairs(D, const V* products) {
 // Samples [first, last) of the block for one group of terms. Blocks of one group take the direct
 // wave along and deliver; those of several collect in scratch.partial.
 template <int kTerms, bool kCollect, class Real>
-HWY_INLINE void Sweep(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
-                      const Ring<Real>& ring, TermGroup group, int32_t first, int32_t last) {
+HWY_NOINLINE void Sweep(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
+                        const Ring<Real>& ring, TermGroup group, int32_t first, int32_t last) {
     using Integer = typename Ring<Real>::Integer;
     const Reals<Real> d;
     const Integers<Real> di;
