@@ -13,6 +13,15 @@ using kavro::CartesianCoordinate;
 using kavro::CircularTransducer;
 using Complex = std::complex<double>;
 
+TEST(Medium, StartsWithNothingInIt) {
+    const kavro::Medium medium;
+    for (const double value : {medium._f0, medium._fs, medium._soundspeed, medium._dBcmMHz,
+                               medium._powerlawcoeff, medium._rho_density, medium._ct, medium._cb,
+                               medium._wb, medium._b, medium._kappa, medium._beta}) {
+        EXPECT_EQ(value, 0.0);
+    }
+}
+
 TEST(Element, WeighsWithAmplitudeAndPhaseOnceTheyAreSet) {
     const Recorder console;
     CircularTransducer element;
