@@ -333,12 +333,7 @@ TEST_F(KzkGuards, VectorsDoNotChangeABit) {
     for (const float scheme : {1.0f, 0.0f}) {
         beam.scheme = scheme;
         const std::vector<double> best = both_marches(beam);
-        for (const auto target :
-             {kavro::VectorTarget::scalar, kavro::VectorTarget::sse4, kavro::VectorTarget::avx2}) {
-            kavro::set_vector_target(target);
-            EXPECT_EQ(both_marches(beam) == best, true) << static_cast<int>(target);
-        }
-        kavro::set_vector_target(std::nullopt);
+        for_every_vector_target([&] { EXPECT_EQ(both_marches(beam) == best, true); });
     }
 }
 

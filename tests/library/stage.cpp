@@ -108,11 +108,13 @@ Tank tank_for(const Operation& operation, const std::vector<Source>& sources) {
 Tank crowded_tank(const Operation& operation, const std::vector<Source>& sources, int count) {
     Tank tank = tank_for(operation, sources);
     if (!stores(operation)) {
+        // Towards the face the radiator takes ever more abscissas.
+        const double farther = std::string_view(operation.name) == "radiator_cw" ? 6e-3 : 0.0;
         const Values random = noise(3 * static_cast<std::size_t>(count), 41);
         std::vector<CartesianCoordinate> points;
         for (std::size_t i = 0; i < random.size(); i += 3) {
             points.emplace_back(5e-3 * random[i], 5e-3 * random[i + 1],
-                                3e-3 + 4e-3 * random[i + 2]);
+                                farther + 3e-3 + 4e-3 * random[i + 2]);
         }
         tank.set_points(points);
         tank.set_axis(1.0 / 20e6, 0.0, 160);
@@ -361,7 +363,10 @@ std::vector<Waveform> exact_waveforms() {
 void for_every_vector_target(const std::function<void()>& test) {
     for (const char* name : {"scalar", "sse4", "avx2", "avx512"}) {
         const auto target = kavro::vector_target_named(name);
-        if (target <= kavro::best_vector_target()) {
+        // The sanitizers' build has none between: asked for one, it would do without vectors again.
+        const bool is_built = !KAVRO_SANITIZED || target == kavro::VectorTarget::scalar ||
+                              target == kavro::best_vector_target();
+        if (is_built && target <= kavro::best_vector_target()) {
             SCOPED_TRACE(name);
             kavro::set_vector_target(target);
             EXPECT_EQ(kavro::vector_target(), target);
