@@ -155,7 +155,9 @@ std::vector<Source> turned(Source source) {
 
 TEST_F(Oracle, TransientsOfEveryWaveform) {
     for (const Source& source : every_source()) {
-        compare("plain", tank_around(source, 11), kinds(true), measure_of(source));
+        // Sanitizers, which compare nothing, see all waveforms with one shape, and all shapes.
+        const bool all = !KAVRO_SANITIZED || source.shape == "circ";
+        compare("plain", tank_around(source, 11), kinds(all), measure_of(source));
     }
 }
 
