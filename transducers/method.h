@@ -6,6 +6,7 @@
 
 namespace kavro {
 
+// Those of continuous waves come first, up to rayleigh_cw_sse: the driver tells them by that.
 enum class Method {
     farfield_cw,
     fnm_cw,
