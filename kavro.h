@@ -24,6 +24,7 @@
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/circular/piston_apodization.h"
 #include "transducers/kzk/retarded_time.h"
+#include "transducers/measures.h"
 #include "transducers/operations.h"
 #include "transducers/method.h"
 #include "transducers/output.h"

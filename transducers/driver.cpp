@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <new>
 
 #include "core/console.h"
+#include "core/counts.h"
 #include "transducers/blocks/guarded.h"
 #include "transducers/blocks/point_tile.h"
 #include "transducers/blocks/point_tiles.h"
@@ -23,26 +25,32 @@ bool adds(Method method) {
            method != Method::kzk_cw;
 }
 
-bool share_outputs(const Transducer& a, const Transducer& b) {
-    return a.coordinate_grid == b.coordinate_grid && a.time_samples == b.time_samples &&
-           a.transient_pressure == b.transient_pressure && a.pressure_real == b.pressure_real &&
-           a.pressure_imag == b.pressure_imag;
+// Of these, arrays have one tile together, whatever their outputs.
+bool share_axes(const Transducer& a, const Transducer& b) {
+    return a.coordinate_grid == b.coordinate_grid && a.time_samples == b.time_samples;
 }
 
-void add_shares(const Shares& shares, const Transducer& first, bool output_is_zero) {
-    int width = shares.front()->tile_width();
-    for (const std::unique_ptr<Share>& share : shares) {
-        width = std::min(width, share->tile_width());
+void add_shares(const Shares& shares, const Transducer& first, bool output_is_zero,
+                const TileMeasures* measures = nullptr) {
+    int width = shares.empty() ? block_lanes : shares.front().share->tile_width();
+    for (const PreparedShare& prepared : shares) {
+        width = std::min(width, prepared.share->tile_width());
+    }
+    if (measures != nullptr &&
+        !fits_into_memory(static_cast<std::size_t>(first.time_samples->ntimes),
+                          static_cast<std::size_t>(width) * sizeof(double))) {
+        throw std::bad_alloc();
     }
     work_in_tiles(first.coordinate_grid->npoints, width, [&, width](Team::Member& member) {
         const auto tile = std::make_shared<PointTile>(
-            first, width, [&member](std::int64_t steps) { member.spend(steps); });
+            first, width, [&member](std::int64_t steps) { member.spend(steps); }, measures);
         return [&shares, tile, output_is_zero](int begin, int count) {
             tile->begin(begin, count, output_is_zero);
-            for (const std::unique_ptr<Share>& share : shares) {
-                share->add(*tile);
+            for (const PreparedShare& prepared : shares) {
+                tile->turn_to(*prepared.element);
+                prepared.share->add(*tile);
             }
-            tile->write_rows();
+            tile->finish();
         };
     });
 }
@@ -58,7 +66,7 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
         const Transducer* first = nullptr;
         while (next < elements.size() && preparation.bytes() < most_memory) {
             Transducer* const element = elements[next];
-            if (first != nullptr && element != nullptr && !share_outputs(*first, *element)) {
+            if (first != nullptr && element != nullptr && !share_axes(*first, *element)) {
                 break;
             }
             status = guarded([&] { return preparation.add(element); });
@@ -85,6 +93,26 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
         output_is_zero = false;
     }
     return status;
+}
+
+TransducerStatus measure_together(Method method, std::span<Transducer* const> elements,
+                                  std::span<const MeasureOutput> outputs) {
+    Preparation preparation(method, Destination::measures);
+    for (Transducer* const element : elements) {
+        const TransducerStatus status = preparation.add(element);
+        if (status != status_success) {
+            return status;
+        }
+        if (!share_axes(*elements.front(), *element)) {
+            return status_failure;
+        }
+    }
+    if (!elements.empty()) {
+        const Transducer& first = *elements.front();
+        const TileMeasures measures(*first.time_samples, outputs);
+        add_shares(preparation.shares(), first, true, &measures);
+    }
+    return status_success;
 }
 
 TransducerStatus record_arrival_times(Transducer& element) {
@@ -143,6 +171,14 @@ TransducerStatus solve_each(Method method, std::span<Transducer* const> elements
 
 TransducerStatus drive(Method method, std::span<Transducer* const> elements, Output output) {
     return adds(method) ? solve_together(method, elements, output) : solve_each(method, elements);
+}
+
+TransducerStatus measure(Method method, std::span<Transducer* const> elements,
+                         std::span<const MeasureOutput> outputs) {
+    if (!adds(method) || is_continuous_wave(method)) {
+        return status_not_implemented;
+    }
+    return guarded([&] { return measure_together(method, elements, outputs); });
 }
 
 TransducerStatus Transducer::solve_alone(Method method) {

@@ -14,10 +14,6 @@
 namespace kavro {
 namespace {
 
-bool is_continuous_wave(Method method) {
-    return method <= Method::rayleigh_cw_sse || method == Method::farfield_cw_lossless;
-}
-
 bool is_rayleigh(Method method) {
     return method == Method::rayleigh_cw || method == Method::rayleigh_cw_apodized ||
            method == Method::rayleigh_cw_sse;
@@ -55,6 +51,12 @@ bool Preparation::has_records(const Transducer& element) const {
     }
     if (is_continuous_wave(method_)) {
         return element.has_continuous_wave_records();
+    }
+    if (destination_ == Destination::measures) {
+        return element.coordinate_grid != nullptr && element.medium != nullptr &&
+               element.time_samples != nullptr &&
+               (method_ == Method::impulse_response ||
+                (element.excitation != nullptr && element.integral != nullptr));
     }
     return method_ == Method::impulse_response ? element.has_impulse_response_records()
                                                : element.has_transient_records();
@@ -100,15 +102,15 @@ TransducerStatus Preparation::add(Transducer* element) {
                method_ == Method::fnm_cw_single) {
         add_continuous_wave(*element, departures, wave);
     } else {
-        append(element->own_share({method_, wave}));
+        append(*element, element->own_share({method_, wave}));
     }
     return status_success;
 }
 
-void Preparation::append(std::unique_ptr<Share> share) {
+void Preparation::append(const Transducer& element, std::unique_ptr<Share> share) {
     if (share) {
         bytes_ += share->bytes();
-        shares_.push_back(std::move(share));
+        shares_.push_back({&element, std::move(share)});
     }
 }
 
@@ -159,9 +161,9 @@ void Preparation::add_continuous_wave(Transducer& element, const Departures& dep
         return;
     }
     const bool rounds = departures.rounds_wave && method_ == Method::fnm_cw_single;
-    append(continuous_wave_share(element, std::move(edge),
-                                 rounds ? rounded_wave(*element.medium) : wave,
-                                 edge_prefactor(element, method_, departures, wave)));
+    append(element, continuous_wave_share(element, std::move(edge),
+                                          rounds ? rounded_wave(*element.medium) : wave,
+                                          edge_prefactor(element, method_, departures, wave)));
 }
 
 void Preparation::add_single_wave(Transducer& element, const Departures& departures,
@@ -169,18 +171,19 @@ void Preparation::add_single_wave(Transducer& element, const Departures& departu
     std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted(element, method_));
     const std::complex<double> prefactor = edge_prefactor(element, method_, departures, wave);
     if (!edge) {
-        append(continuous_wave_share(element, element.edge(wanted(element, method_)), wave,
-                                     prefactor));
+        append(element, continuous_wave_share(element, element.edge(wanted(element, method_)), wave,
+                                              prefactor));
     } else if (departures.single_wave == SingleWaveBy::excess) {
-        append(single_excess_share(element, std::move(edge), wave, departures.in_fours, prefactor));
+        append(element,
+               single_excess_share(element, std::move(edge), wave, departures.in_fours, prefactor));
     } else {
         const WaveParameters used = departures.rounds_wave ? rounded_wave(*element.medium) : wave;
         const bool damped = method_ != Method::fnm_cw_sse2 || !departures.undamped_edges;
-        append(
-            single_wave_share(element, std::move(edge),
-                              {static_cast<float>(used.wavenumber),
-                               static_cast<float>(used.attenuation), damped, departures.in_fours},
-                              prefactor));
+        append(element, single_wave_share(
+                            element, std::move(edge),
+                            {static_cast<float>(used.wavenumber),
+                             static_cast<float>(used.attenuation), damped, departures.in_fours},
+                            prefactor));
     }
 }
 
@@ -197,9 +200,9 @@ void Preparation::add_rayleigh(Transducer& element, const Departures& departures
         std::unique_ptr<SurfaceRows<float>> surface =
             element.single_surface(wanted(element, method_));
         const std::complex<double> Q = prefactor(surface->is_half_of_axisymmetric());
-        append(rayleigh_share<float>(element, std::move(surface),
-                                     departures.rounds_wave ? rounded_wave(medium) : wave, manners,
-                                     Q));
+        append(element, rayleigh_share<float>(element, std::move(surface),
+                                              departures.rounds_wave ? rounded_wave(medium) : wave,
+                                              manners, Q));
         return;
     }
     std::unique_ptr<SurfaceRows<double>> surface = element.surface(wanted(element, method_));
@@ -207,7 +210,7 @@ void Preparation::add_rayleigh(Transducer& element, const Departures& departures
     if (departures.rayleigh_grows) {
         wave.attenuation = -wave.attenuation;
     }
-    append(rayleigh_share<double>(element, std::move(surface), wave, manners, Q));
+    append(element, rayleigh_share<double>(element, std::move(surface), wave, manners, Q));
 }
 
 // ---- over time
@@ -243,41 +246,43 @@ void Preparation::add_decomposition(Transducer& element, const Departures& depar
     if (method_ != Method::fnm_tsd_low_precision && method_ != Method::fnm_tsd_sse) {
         const Decomposition kind =
             method_ == Method::fnm_fdtsd ? Decomposition::complex : Decomposition::real;
-        append(decomposition_share(element, element.edge(wanted), kind, departures, factors_));
+        append(element,
+               decomposition_share(element, element.edge(wanted), kind, departures, factors_));
         return;
     }
     if (std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted)) {
-        append(single_decomposition_share(element, std::move(edge), departures, single_factors_,
-                                          factors_));
+        append(element, single_decomposition_share(element, std::move(edge), departures,
+                                                   single_factors_, factors_));
     }
     if (std::unique_ptr<EdgeGenerator<double>> edge = element.rounded_edge(wanted)) {
-        append(rounded_decomposition_share(element, std::move(edge), departures, factors_));
+        append(element,
+               rounded_decomposition_share(element, std::move(edge), departures, factors_));
     }
 }
 
 void Preparation::add_direct_transient(Transducer& element, Method method,
                                        const Departures& departures) {
-    append(direct_transient_share(element, element.edge(wanted(element, method)),
-                                  departures.arrival_window));
+    append(element, direct_transient_share(element, element.edge(wanted(element, method)),
+                                           departures.arrival_window));
 }
 
 void Preparation::add_rayleigh_transient(Transducer& element, const Departures& departures) {
     std::unique_ptr<SurfaceRows<double>> surface = element.surface(wanted(element, method_));
     const double prefactor =
         element.medium->_rho_density / (surface->is_half_of_axisymmetric() ? pi : two_pi);
-    append(rayleigh_transient_share(element, std::move(surface),
-                                    {departures.means_within_rounding, departures.in_fours},
-                                    prefactor));
+    append(element, rayleigh_transient_share(
+                        element, std::move(surface),
+                        {departures.means_within_rounding, departures.in_fours}, prefactor));
     if (!departures.without_jump_waves) {
-        append(jump_waves_share(element));
+        append(element, jump_waves_share(element));
     }
 }
 
 void Preparation::add_impulse_response(const Transducer& element) {
-    append(point_series_share(element, [&element](const CartesianCoordinate& point,
-                                                  SampleWindow samples, double* values) {
-        element.write_impulse_response(point, samples, 0.0, values);
-    }));
+    append(element, point_series_share(element, [&element](const CartesianCoordinate& point,
+                                                           SampleWindow samples, double* values) {
+               element.write_impulse_response(point, samples, 0.0, values);
+           }));
 }
 
 }  // namespace kavro

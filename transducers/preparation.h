@@ -12,12 +12,22 @@
 
 namespace kavro {
 
-using Shares = std::vector<std::unique_ptr<Share>>;
+struct PreparedShare {
+    const Transducer* element;
+    std::unique_ptr<Share> share;
+};
+
+using Shares = std::vector<PreparedShare>;
+
+// Where the field goes to: into the elements' outputs, or nowhere, because of it only measures are
+// wanted.
+enum class Destination { outputs, measures };
 
 // Asks each element's shape for what a method needs, and makes the element's share of it.
 class Preparation {
 public:
-    explicit Preparation(Method method) : method_(method) {}
+    explicit Preparation(Method method, Destination destination = Destination::outputs)
+        : method_(method), destination_(destination) {}
 
     // Appends the element's shares: none for a silent one. Returns what the method answers for it:
     // status_failure for null or where a record is missing, status_not_implemented where its shape
@@ -45,9 +55,10 @@ private:
     void add_rayleigh_transient(Transducer& element, const Departures& departures);
     void add_impulse_response(const Transducer& element);
     Wanted wanted(Transducer& element, Method method);
-    void append(std::unique_ptr<Share> share);
+    void append(const Transducer& element, std::unique_ptr<Share> share);
 
     Method method_;
+    Destination destination_;
     Shares shares_;
     std::size_t bytes_ = 0;
     SharedFactors<float> single_factors_;

@@ -21,7 +21,6 @@ public:
         auto& values =
             tile.room<std::vector<double>>([] { return std::make_shared<std::vector<double>>(); });
         values.resize(static_cast<std::size_t>(std::min(ntimes, samples_at_a_time)) * block_lanes);
-        tile.write_rows();
         for (int b = 0; b < tile.blocks(); ++b) {
             for (int begin = 0; begin < ntimes;) {
                 const int some = std::min(ntimes - begin, samples_at_a_time);
@@ -44,6 +43,7 @@ private:
             fill_(local[lane], samples, values.data() + lane * room);
         }
         const double* in = values.data();
+        tile.open(samples);
         for (int j = samples.begin; j < samples.end; ++j, ++in) {
             double* out = tile.output(b, j);
             for (std::size_t lane = 0; lane < count; ++lane) {
@@ -80,6 +80,7 @@ double* PointSeries::touch(int lane, SampleWindow window) {
 void PointSeries::add_to(PointTile& tile, int block, double factor) const {
     const auto ntimes = static_cast<std::size_t>(ntimes_);
     const auto count = static_cast<std::size_t>(tile.present(block));
+    tile.open(touched_);
     for (int j = touched_.begin; j < touched_.end; ++j) {
         double* out = tile.output(block, j);
         for (std::size_t lane = 0; lane < count; ++lane) {

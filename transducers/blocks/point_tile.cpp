@@ -9,7 +9,7 @@ std::size_t at(int row, int width) {
 
 }  // namespace
 
-PointTile::PointTile(const Transducer& first, int width, Spend spend)
+PointTile::PointTile(const Transducer& first, int width, Spend spend, const TileMeasures* measures)
     : grid_(*first.coordinate_grid),
       times_(first.time_samples),
       real_(first.pressure_real),
@@ -17,16 +17,38 @@ PointTile::PointTile(const Transducer& first, int width, Spend spend)
       transient_(first.transient_pressure),
       width_(width),
       spend_(std::move(spend)),
+      measures_(measures),
       points_(static_cast<std::size_t>(width)) {}
 
 void PointTile::begin(int first, int count, bool output_is_zero) {
     first_ = first;
     count_ = count;
-    output_is_zero_ = output_is_zero;
+    output_is_zero_ = output_is_zero || measures_ != nullptr;
     loaded_ = {0, 0};
     for (int p = 0; p < width_; ++p) {
         points_[static_cast<std::size_t>(p)] =
             grid_.spatial_index_value(first + std::min(p, count - 1));
+    }
+}
+
+void PointTile::turn_to(const Transducer& element) {
+    if (measures_ != nullptr ||
+        (element.transient_pressure == transient_ && element.pressure_real == real_ &&
+         element.pressure_imag == imaginary_)) {
+        return;
+    }
+    write_rows();
+    real_ = element.pressure_real;
+    imaginary_ = element.pressure_imag;
+    transient_ = element.transient_pressure;
+    output_is_zero_ = false;  // an element before may have written it
+}
+
+void PointTile::finish() {
+    if (measures_ != nullptr) {
+        measures_->write(rows_.data(), static_cast<std::size_t>(width_), loaded_, first_, count_);
+    } else {
+        write_rows();
     }
 }
 
@@ -81,7 +103,18 @@ void PointTile::write_rows() {
     output_is_zero_ = false;  // whoever asks for rows again reads what was written
 }
 
+void PointTile::open(SampleWindow window) {
+    if (measures_ == nullptr) {
+        write_rows();
+    } else if (window.begin < window.end) {
+        load_rows(window);
+    }
+}
+
 double* PointTile::output(int block, int j) {
+    if (measures_ != nullptr) {
+        return rows_.data() + at(j, width_) + block * block_lanes;
+    }
     return transient_ + at(j, grid_.npoints) + first_of(block);
 }
 

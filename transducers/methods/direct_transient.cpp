@@ -51,7 +51,6 @@ public:
     void add(PointTile& tile) const override {
         Room& room = tile.room<Room>([&] { return std::make_shared<Room>(tile); });
         room.resize(edge_->size());
-        tile.write_rows();
         for (int b = 0; b < tile.blocks(); ++b) {
             const int count = tile.present(b);
             tile.place(element_, b, room.block);

@@ -33,7 +33,6 @@ public:
     void add(PointTile& tile) const override {
         Room& room = tile.room<Room>([&] { return std::make_shared<Room>(tile); });
         room.row.resize(surface_->samples_per_row());
-        tile.write_rows();
         for (int b = 0; b < tile.blocks(); ++b) {
             Lanes<CartesianCoordinate> points;
             tile.place(element_, b, points);
