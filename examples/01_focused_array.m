@@ -73,7 +73,7 @@ fig = figure('visible', 'off', 'position', [100 100 1000 900]);
 for i = 1:numel(instants)
     [~, j] = min(abs(t - instants(i)));
     subplot(2, 2, i);
-    kavro.show_field(p, plane, 'time', instants(i), 'time_samples', times, ...
+    kavro.show_field(p, plane, 'instant', instants(i), 'time', times, ...
                      'reference', max(max(abs(p(:, :, :, j)))));
 end
 print(fig, fullfile(out, files{2}), '-dpng', '-r120');

@@ -143,7 +143,7 @@ close(fig);
 
 fig = figure('visible', 'off', 'position', [100 100 1150 560]);
 subplot(1, 2, 1);
-kavro.show_field(p, plane, 'time', arrival - 2e-6, 'time_samples', times);
+kavro.show_field(p, plane, 'instant', arrival - 2e-6, 'time', times);
 subplot(1, 2, 2);
 kavro.show_field(p, plane, 'scale', 'dB');
 print(fig, fullfile(out, files{3}), '-dpng', '-r120');

@@ -121,7 +121,7 @@ t = kavro.time_axis(times);
 for i = 1:numel(instants)
     [~, j] = min(abs(t - instants(i)));
     subplot(2, 2, i);
-    kavro.show_field(wave, plane, 'time', instants(i), 'time_samples', times, ...
+    kavro.show_field(wave, plane, 'instant', instants(i), 'time', times, ...
                      'reference', max(max(abs(wave(:, :, :, j)))));
 end
 print(fig, fullfile(out, files{4}), '-dpng', '-r120');
