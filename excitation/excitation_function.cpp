@@ -1,7 +1,9 @@
 #include "excitation/excitation_function.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <typeinfo>
 
@@ -42,19 +44,34 @@ double largest_magnitude(const Spectrum& bins) {
 // Temporal factors of one term at one instant: a sine and a cosine.
 constexpr std::int64_t steps_of_factor = 8;
 
-// Real and imaginary part of C e^(j omega t).
-struct Rotated {
-    double re, im;
-
-    Rotated(std::complex<double> coefficient, double angle) {
-        const double a = coefficient.real();
-        const double b = coefficient.imag();
-        const double s = std::sin(angle);
-        const double c = std::cos(angle);
-        re = a * c - b * s;
-        im = a * s + b * c;
+// Calls write(k, i, re, im) with real and imaginary part of C_k e^(j omega_k (t_i - delay)) for all
+// terms and instants, those of a term by runs of instants.
+template <class Write>
+void for_each_rotated(const Spectrum& coefficients, const std::vector<double>& frequencies,
+                      const TimeSamples& times, int ntimes, double delay, Write write) {
+    constexpr int run = 256;
+    double t[run], angle[run], sine[run], cosine[run];
+    InterruptCheck check;
+    for (int begin = 0; begin < ntimes; begin += run) {
+        const int count = std::min(run, ntimes - begin);
+        check.spend(steps_of_factor * static_cast<std::int64_t>(coefficients.size()) * count);
+        for (int i = 0; i < count; ++i) {
+            t[i] = times.time_index_value(begin + i) - delay;
+        }
+        for (std::size_t k = 0; k < coefficients.size(); ++k) {
+            for (int i = 0; i < count; ++i) {
+                angle[i] = frequencies[k] * t[i];
+            }
+            sine_and_cosine(angle, count, sine, cosine);
+            const double a = coefficients[k].real();
+            const double b = coefficients[k].imag();
+            for (int i = 0; i < count; ++i) {
+                write(k, static_cast<std::size_t>(begin + i), a * cosine[i] - b * sine[i],
+                      a * sine[i] + b * cosine[i]);
+            }
+        }
     }
-};
+}
 
 }  // namespace
 
@@ -181,21 +198,16 @@ template <class Real, class Normalise>
 void write_temporal_factors(const ExcitationFunction& f, Real* out, TimeSamples const& times,
                             int ntimes, double delay, Normalise normalise) {
     const auto row = static_cast<std::size_t>(ntimes);
-    InterruptCheck check;
-    for (int i = 0; i < ntimes; ++i) {
-        check.spend(steps_of_factor * f.n_terms);
-        const double t = times.time_index_value(i) - delay;
-        for (std::size_t k = 0; k < f.coefficients.size(); ++k) {
-            const Rotated value(f.coefficients[k], f.frequencies[k] * t);
-            const auto column = static_cast<std::size_t>(i);
-            if (f.exact()) {
-                out[2 * k * row + column] = normalise(value.re);
-                out[(2 * k + 1) * row + column] = normalise(value.im);
-            } else {
-                out[k * row + column] = normalise(value.im + value.re);
-            }
-        }
-    }
+    const bool exact = f.exact();
+    for_each_rotated(f.coefficients, f.frequencies, times, ntimes, delay,
+                     [=](std::size_t k, std::size_t i, double re, double im) {
+                         if (exact) {
+                             out[2 * k * row + i] = normalise(re);
+                             out[(2 * k + 1) * row + i] = normalise(im);
+                         } else {
+                             out[k * row + i] = normalise(im + re);
+                         }
+                     });
 }
 
 }  // namespace
@@ -224,16 +236,10 @@ void ExcitationFunction::spatial_tsd(std::complex<double>* out, double const& ta
 void ExcitationFunction::temporal_tsd(std::complex<double>* out, TimeSamples const* times,
                                       int const& ntimes, double const& delay) const {
     const auto row = static_cast<std::size_t>(ntimes);
-    InterruptCheck check;
-    for (int i = 0; i < ntimes; ++i) {
-        check.spend(steps_of_factor * n_terms);
-        const double t = times->time_index_value(i) - delay;
-        for (std::size_t k = 0; k < coefficients.size(); ++k) {
-            const Rotated value(coefficients[k], frequencies[k] * t);
-            out[k * row + static_cast<std::size_t>(i)] = {value.re / signal_length,
-                                                          value.im / signal_length};
-        }
-    }
+    for_each_rotated(coefficients, frequencies, *times, ntimes, delay,
+                     [=, this](std::size_t k, std::size_t i, double re, double im) {
+                         out[k * row + i] = {re / signal_length, im / signal_length};
+                     });
 }
 
 template <class Real>
@@ -284,16 +290,11 @@ void ExcitationFunction::value_temporal(double* out, TimeSamples const& times, d
         return;
     }
     const auto row = static_cast<std::size_t>(times.ntimes);
-    InterruptCheck check;
-    for (std::size_t i = 0; i < row; ++i) {
-        check.spend(steps_of_factor * n_terms);
-        const double t = times.times[i] - delay;
-        for (std::size_t k = 0; k < coefficients.size(); ++k) {
-            const Rotated value(harmonics_.coefficients[k], frequencies[k] * t);
-            out[2 * k * row + i] = value.re;
-            out[(2 * k + 1) * row + i] = value.im;
-        }
-    }
+    for_each_rotated(harmonics_.coefficients, frequencies, times, times.ntimes, delay,
+                     [=](std::size_t k, std::size_t i, double re, double im) {
+                         out[2 * k * row + i] = re;
+                         out[(2 * k + 1) * row + i] = im;
+                     });
 }
 
 void ExcitationFunction::at_batch(double* out, const double* t, int count) const {

@@ -21,12 +21,16 @@ constexpr std::size_t slack = 3;
 template <class Source, class Real>
 AlignedVector<Real> by_sample(const std::vector<Source>& factors, std::size_t terms,
                               std::size_t ntimes) {
+    constexpr std::size_t some = 16;  // samples whose factors stay in the nearest cache
     AlignedVector<Real> out(terms * ntimes);
     InterruptCheck check;
-    for (std::size_t k = 0; k < terms; ++k) {
-        check.spend(static_cast<std::int64_t>(ntimes));
-        for (std::size_t j = 0; j < ntimes; ++j) {
-            out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
+    for (std::size_t begin = 0; begin < ntimes; begin += some) {
+        const std::size_t end = std::min(begin + some, ntimes);
+        check.spend(static_cast<std::int64_t>(terms * some));
+        for (std::size_t k = 0; k < terms; ++k) {
+            for (std::size_t j = begin; j < end; ++j) {
+                out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
+            }
         }
     }
     return out;
