@@ -54,11 +54,11 @@ void for_each_rotated(const Spectrum& coefficients, const std::vector<double>& f
     InterruptCheck check;
     for (int begin = 0; begin < ntimes; begin += run) {
         const int count = std::min(run, ntimes - begin);
-        check.spend(steps_of_factor * static_cast<std::int64_t>(coefficients.size()) * count);
         for (int i = 0; i < count; ++i) {
             t[i] = times.time_index_value(begin + i) - delay;
         }
         for (std::size_t k = 0; k < coefficients.size(); ++k) {
+            check.spend(steps_of_factor * count);
             for (int i = 0; i < count; ++i) {
                 angle[i] = frequencies[k] * t[i];
             }
