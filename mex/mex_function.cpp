@@ -66,6 +66,7 @@ void run_call(Outcome& outcome, int nlhs, int nrhs, const mxArray* const prhs[])
     } catch (const InputError& error) {
         outcome.fail(error.what());
     } catch (const Interrupted& interrupted) {
+        release.call->console.rethrow();
         outcome.fail(interrupted.what());
     } catch (const std::bad_alloc&) {
         outcome.fail("Out of memory.");
