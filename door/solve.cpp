@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <initializer_list>
+#include <limits>
 #include <utility>
 
 #include "core/console.h"
@@ -31,13 +32,18 @@ class CallThreads {
 public:
     explicit CallThreads(int n) : former_(asked_) {
         const char* setting = std::getenv("KAVRO_THREADS");
-        ask(n == 0 && setting != nullptr ? static_cast<int>(std::strtol(setting, nullptr, 10)) : n);
+        ask(n == 0 && setting != nullptr ? count_of(setting) : n);
     }
     ~CallThreads() { ask(former_); }
     CallThreads(const CallThreads&) = delete;
     CallThreads& operator=(const CallThreads&) = delete;
 
 private:
+    static int count_of(const char* setting) {
+        constexpr long most = std::numeric_limits<int>::max();
+        return static_cast<int>(std::clamp(std::strtol(setting, nullptr, 10), 0L, most));
+    }
+
     static void ask(int n) {
         asked_ = n;
         set_thread_count(n);
@@ -46,6 +52,15 @@ private:
     static inline int asked_ = 0;
     int former_;
 };
+
+void warn_of_too_many_threads() {
+    if (threads_asked_for() > thread_limit()) {
+        console::warn((std::to_string(threads_asked_for()) + " threads were asked for, " +
+                       std::to_string(thread_limit()) +
+                       " are used: four for each processor. More would gain nothing.\n")
+                          .c_str());
+    }
+}
 
 void set_sizes(SolveResult& result, std::initializer_list<int> sizes) {
     std::copy(sizes.begin(), sizes.end(), result.sizes.begin());
@@ -222,8 +237,9 @@ SolveResult new_result(const SolveRequest& request) {
 }
 
 void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
-    const CallThreads threads(request.threads);
     console.hold_warnings();
+    const CallThreads threads(request.threads);
+    warn_of_too_many_threads();
     request.attach();
     if (is_march(result.kind)) {
         // A march prints its nonlinearity, and a disc's its shock: neither is of use here.

@@ -10,6 +10,7 @@
 
 #include "core/console.h"
 #include "core/medium.h"
+#include "core/threads.h"
 #include "excitation/hanning_pulse.h"
 #include "module_call.h"
 #include "transducers/kzk/retarded_time.h"
@@ -244,6 +245,28 @@ TEST(SolveProgress, a_line_where_it_is_wanted) {
     EXPECT_EQ(run(call.with("progress = false")).printed, "");
     EXPECT_EQ(run(call).printed, line);
     unsetenv("KAVRO_PROGRESS");
+}
+
+// The number of threads is a call's own, however the call ends.
+TEST(SolveThreads, are_put_back_and_have_a_limit) {
+    const int before = kavro::thread_count();
+    const int limit = kavro::thread_limit();
+    const int other = before == 3 ? 2 : 3;
+    int within = 0;
+    Call call("fnm_tsd");
+    call.set("progress", function([&](double) { within = kavro::thread_count(); }));
+    EXPECT_TRUE(run(call.with("threads", row({1.0 * other}))).warnings.empty());
+    EXPECT_EQ(within, other);
+    EXPECT_EQ(kavro::thread_count(), before);
+    EXPECT_EQ(run(call.with("threads = 10000")).warnings,
+              std::vector{"10000 threads were asked for, " + std::to_string(limit) +
+                          " are used: four for each processor. More would gain nothing.\n"});
+    EXPECT_EQ(within, limit);
+    expect_no_harm_of_failing_allocations(Call("fnm_tsd").set("threads = 10000"));
+    EXPECT_EQ(kavro::thread_count(), before);
+    call.set("progress", function([](double) { throw std::runtime_error("enough"); }));
+    expect_error(call.set("threads", row({1.0 * other})), "The progress function failed: enough");
+    EXPECT_EQ(kavro::thread_count(), before);
 }
 
 TEST(SolveMethods, the_table_comes_from_the_library) {
