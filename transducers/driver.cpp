@@ -6,6 +6,8 @@
 #include <limits>
 #include <memory>
 #include <new>
+=======
+#include <vector>
 
 #include "core/console.h"
 #include "core/counts.h"
@@ -115,6 +117,24 @@ TransducerStatus measure_together(Method method, std::span<Transducer* const> el
     return status_success;
 }
 
+// When the response of some points begins and ends.
+struct ArrivalTimes {
+    double begin, end;
+
+    void include(const ArrivalTimes& other) {
+        begin = std::min(begin, other.begin);
+        end = std::max(end, other.end);
+    }
+};
+
+ArrivalTimes arrival_times(const Transducer& element, int point) {
+    const ApertureDistances distances = element.distances(
+        element.rotateTranslate(element.coordinate_grid->spatial_index_value(point)));
+    const double c = element.medium->_soundspeed;
+    return {distances.nearest / c + element.time_delay,
+            distances.farthest / c + element.time_delay};
+}
+
 TransducerStatus record_arrival_times(Transducer& element) {
     if (!element.methods().contains(Method::impulse_begin_and_end_times)) {
         return status_not_implemented;
@@ -123,20 +143,34 @@ TransducerStatus record_arrival_times(Transducer& element) {
         return status_failure;
     }
     element.InitializeRotationMatrix();
-    const CoordinateGrid& grid = *element.coordinate_grid;
-    const double c = element.medium->_soundspeed;
     const bool from_extremes = element.departures().arrivals_of_no_points;
-    element.impulse_begin_time = std::numeric_limits<double>::max();
-    element.impulse_end_time = 0.0;
-    for (int i = 0; i < std::max(grid.npoints, from_extremes ? 0 : 1); ++i) {
-        const ApertureDistances distances =
-            element.distances(element.rotateTranslate(grid.spatial_index_value(i)));
-        const double begin = distances.nearest / c + element.time_delay;
-        const double end = distances.farthest / c + element.time_delay;
-        const bool sets = i == 0 && !from_extremes;
-        element.impulse_begin_time = sets ? begin : std::min(element.impulse_begin_time, begin);
-        element.impulse_end_time = sets ? end : std::max(element.impulse_end_time, end);
+    const int npoints = std::max(element.coordinate_grid->npoints, from_extremes ? 0 : 1);
+    constexpr int width = 512;
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    std::vector<ArrivalTimes> of_tiles(static_cast<std::size_t>(npoints / width) + 1,
+                                       {infinity, -infinity});
+    work_in_tiles(npoints, width, [&](Team::Member&) {
+        return [&](int first, int count) {
+            ArrivalTimes times{infinity, -infinity};
+            for (int i = first; i < first + count; ++i) {
+                // The very first point's times are kept even if they are no numbers.
+                const ArrivalTimes own = arrival_times(element, i);
+                if (i == 0 && !from_extremes) {
+                    times = own;
+                } else {
+                    times.include(own);
+                }
+            }
+            of_tiles[static_cast<std::size_t>(first / width)] = times;
+        };
+    });
+    ArrivalTimes all =
+        from_extremes ? ArrivalTimes{std::numeric_limits<double>::max(), 0.0} : of_tiles.front();
+    for (const ArrivalTimes& times : of_tiles) {
+        all.include(times);
     }
+    element.impulse_begin_time = all.begin;
+    element.impulse_end_time = all.end;
     return status_success;
 }
 

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <thread>
 
 #include "core/console.h"
 #include "core/threads.h"
@@ -38,10 +36,7 @@ void work_in_tiles(int npoints, int width,
                 });
             }
         }
-        while (member.is_callers() && done < tiles) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            member.work([&] { member.look(); });
-        }
+        member.wait([&] { return done == tiles; });
     }
     team.finish();
     console::progress(1.0);  // another thread may have finished the last tile
