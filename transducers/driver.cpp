@@ -6,7 +6,6 @@
 #include <limits>
 #include <memory>
 #include <new>
-=======
 #include <vector>
 
 #include "core/console.h"
