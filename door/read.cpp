@@ -161,6 +161,31 @@ void read_waveforms(SolveRequest& request, const SolveOptions& options) {
     }
 }
 
+void read_measures(SolveRequest& request, const SolveOptions& options) {
+    if (!options.given(Option::measure)) {
+        return;
+    }
+    const Value* value = options.value(Option::measure);
+    const std::string expected =
+        "one of " + quoted_list(measure_names()) + ", or a " + host_words.list + " of them";
+    const auto names = texts_of(value);
+    if (!names || names->empty()) {
+        options.refuse(Option::measure, expected);
+    }
+    for (const std::string& name : *names) {
+        const std::optional<Measure> measure = measure_of(name);
+        if (!measure) {
+            options.refuse(Option::measure, expected + ", not '" + shown(name) + "'");
+        }
+        if (std::find(request.measures.begin(), request.measures.end(), *measure) !=
+            request.measures.end()) {
+            throw InputError("The measure '" + name + "' is given twice.");
+        }
+        request.measures.push_back(*measure);
+    }
+    request.measures_in_record = !is_text(value) && !text_of(value);
+}
+
 void read_options(SolveRequest& request, const SolveOptions& options) {
     const Operation& operation = *request.operation;
     if (operation.uses(input_time)) {
@@ -177,6 +202,8 @@ void read_options(SolveRequest& request, const SolveOptions& options) {
     advised("Take a smaller 'ndiv'.",
             [&] { request.rule.allocate_memory(abscissas(ndiv, operation.ndiv_multiple)); });
     request.rule.gauss_quadrature();
+    read_measures(request, options);
+    request.per_element = options.yes_or_no(Option::per_element).value_or(false);
     if (operation.uses(input_kzk)) {
         const std::string described =
             std::string("'kzk', a ") + host_words.options + " with the march's parameters";

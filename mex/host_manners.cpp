@@ -42,13 +42,15 @@ const Words host_words{
     .record = "MATLAB structure",
     .made_record = "Matlab structure",
     .options = "structure",
+    .list = "cell array",
     .function = "function handle",
     .grid_page = "set_coordinate_grid.m",
     .times_page = "set_time_samples.m",
     .times_maker = "kavro.set_time_samples",
     .waveform_page = "set_excitation_function",
     .waveform_maker = "kavro.set_excitation_function",
-    .smaller_output = "Take fewer points or instants, or compute in parts: see kavro.split_grid.",
+    .smaller_output = "Take fewer points or instants, ask for a 'measure' instead of a field over time, or compute "
+        "in parts: see kavro.split_grid.",
 };
 
 void host_print(const char* text) {

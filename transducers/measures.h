@@ -1,6 +1,7 @@
 // What is kept of a field over time where nobody needs the field itself.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -20,6 +21,8 @@ enum class Measure {
     time_of_peak,   // the first instant of the peak, s; the axis's first where all is silent
 };
 
+inline constexpr std::size_t measure_count = 6;
+
 // The names of all, as 'peak', 'time_of_peak', in the order above.
 std::span<const char* const> measure_names();
 std::optional<Measure> measure_of(std::string_view name);
@@ -36,5 +39,10 @@ struct MeasureOutput {
 // marches.
 TransducerStatus measure(Method method, std::span<Transducer* const> elements,
                          std::span<const MeasureOutput> outputs);
+
+// The measures of a field that is there: of npoints x ntimes values on the time axis, entry
+// i + t * npoints.
+void measure_field(const TimeSamples& times, const double* field, int npoints,
+                   std::span<const MeasureOutput> outputs);
 
 }  // namespace kavro

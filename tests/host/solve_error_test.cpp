@@ -35,8 +35,8 @@ elements | 1     | Transducer array must be a MATLAB structure.\n
 grid     | 1     | Coordinate grid must be a MATLAB structure.\n
 medium   | 1     | Medium must be a MATLAB structure.\n
 time     | 1     | Time samples must be a MATLAB structure.\n
-nidv     | 1     | There is no option '@'. fnm_tsd takes the options 'time', 'excitation', 'ndiv', 'threads', 'exact', 'progress'.
-F0       | 1     | The option 'f0' is not used by fnm_tsd. fnm_tsd takes the options 'time', 'excitation', 'ndiv', 'threads', 'exact', 'progress'.
+nidv     | 1     | There is no option '@'. fnm_tsd takes the options 'time', 'excitation', 'ndiv', 'measure', 'per_element', 'threads', 'exact', 'progress'.
+F0       | 1     | The option 'f0' is not used by fnm_tsd. fnm_tsd takes the options 'time', 'excitation', *
 TIME     | 1     | The option '@' is given twice.
 elements.phase | '1' | Transducer field '@' must hold 1 real number(s) (element 1).
 )");
@@ -57,6 +57,9 @@ elements.phase | '1' | Transducer field '@' must hold 1 real number(s) (element 
 
 TEST(SolveErrors, of_options) {
     expect_errors(Call("fnm_tsd"), R"(
+measure    | 1, {}   | The option '@' must be one of 'peak', 'peak_positive', 'peak_negative', 'energy', 'rms', 'time_of_peak', or a cell array of them.
+measure    | 'peek'  | The option '@' must be one of 'peak', 'peak_positive', 'peak_negative', 'energy', 'rms', 'time_of_peak', or a cell array of them, not '#'.
+per_element | 2      | The option '@' must be true or false.
 time       | missing | fnm_tsd needs the option 'time', made by kavro.set_time_samples.
 excitation | missing | fnm_tsd needs the option 'excitation', made by kavro.set_excitation_function.
 ndiv threads | [], '1', {}, 1i, sparse[1], [1 2], struct[1 1], NaN, Inf, 4.5, 3e9, -1, 0 | The option '@' must be one whole number of at least 1.
@@ -179,7 +182,7 @@ grid.xmax | 1e12 | Computed number of x coordinate values is too large. 1e+15 ar
 time.tmax | 1e3  | Computed number of time samples is too large. 10000000001 are asked for, 2147483647 are the most. Take a larger step or a shorter time axis.
 )");
     expect_errors(call.with("grid.xmax = 50"), R"(
-time.tmax | 5e-3 | Computed number of output values is too large. 5000300004 are asked for, 2147483647 are the most. Take fewer points or instants, or compute in parts: see kavro.split_grid.
+time.tmax | 5e-3 | Computed number of output values is too large. 5000300004 are asked for, 2147483647 are the most. Take fewer points or instants, ask for a 'measure' instead of a field over time, or compute in parts: see kavro.split_grid.
 )");
 }
 
