@@ -1,10 +1,10 @@
 #include "core/counts.h"
 
 #include <cmath>
-#include <fstream>
 #include <limits>
 #include <string>
 
+#include "core/available_memory.h"
 #include "core/input_error.h"
 
 namespace kavro {
@@ -43,6 +43,11 @@ bool fits_into_memory(std::size_t count, std::size_t bytes) {
     if (count > std::numeric_limits<std::size_t>::max() / bytes) {
         return false;
     }
+    // What is small is not worth asking the system about it.
+    constexpr std::size_t small = std::size_t{1} << 20;
+    if (count * bytes <= small) {
+        return true;
+    }
     const std::optional<std::uint64_t> available = available_memory();
     return !available || count * bytes <= *available;
 }
@@ -51,23 +56,6 @@ void require_memory(std::size_t count, std::size_t bytes, const char* what) {
     if (!fits_into_memory(count, bytes)) {
         too_large(what);
     }
-}
-
-std::optional<std::uint64_t> available_memory() {
-    std::ifstream table("/proc/meminfo");
-    std::string key;
-    std::string unit;
-    std::uint64_t kibibytes = 0;
-    std::uint64_t sum = 0;
-    bool found = false;
-    while (table >> key >> kibibytes) {
-        std::getline(table, unit);
-        if (key == "MemAvailable:" || key == "SwapFree:") {
-            sum += kibibytes * 1024;
-            found = found || key == "MemAvailable:";
-        }
-    }
-    return found ? std::optional(sum) : std::nullopt;
 }
 
 }  // namespace kavro

@@ -1,6 +1,7 @@
 // The console port, what the medium says through it, and counts that cannot be.
 #include <gtest/gtest.h>
 
+#include "core/available_memory.h"
 #include "core/counts.h"
 #include "stage.h"
 
