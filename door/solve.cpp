@@ -10,6 +10,7 @@
 #include "core/counts.h"
 #include "core/input_error.h"
 #include "core/threads.h"
+#include "door/advised.h"
 #include "door/march.h"
 
 namespace kavro {
@@ -84,6 +85,15 @@ void set_sizes(SolveResult& result, const SolveRequest& request) {
             return points.regular ? set_sizes(result, {points.nx, points.ny, points.nz, ntimes})
                                   : set_sizes(result, {points.npoints, ntimes});
     }
+}
+
+// Checked here because a host that runs out of memory may not live to tell.
+void make_values(SolveResult& result) {
+    constexpr const char* what = "output values";
+    const bool complex = is_complex(result.kind);
+    const std::int32_t count = checked_product(result.extents(), what);
+    require_memory(static_cast<std::size_t>(count), (complex ? 2 : 1) * sizeof(double), what);
+    result.values = new_zeros(result.extents(), complex);
 }
 
 // Element by element in order; `after` is told when element i is solved.
@@ -219,18 +229,11 @@ SolveResult new_result(const SolveRequest& request) {
     SolveResult result;
     result.kind = request.operation->kind;
     set_sizes(result, request);
-    // Checked here because a host that runs out of memory may not live to tell.
-    constexpr const char* what = "output values";
-    int count = 1;
-    for (const int size : result.extents()) {
-        count = checked_product(count, size, what);
-    }
-    const bool complex = is_complex(result.kind);
-    require_memory(static_cast<std::size_t>(count), (complex ? 2 : 1) * sizeof(double), what);
-    result.values = new_zeros(result.extents(), complex);
+    advised(is_march(result.kind) ? "Take fewer points or instants." : host_words.smaller_output,
+            [&] { make_values(result); });
     static double no_value = 0.0;
     double* real = real_parts(result.values);
-    double* imaginary = complex ? imaginary_parts(result.values) : nullptr;
+    double* imaginary = is_complex(result.kind) ? imaginary_parts(result.values) : nullptr;
     result.real = real != nullptr ? real : &no_value;
     result.imaginary = imaginary != nullptr ? imaginary : &no_value;
     return result;

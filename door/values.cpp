@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "core/console.h"
+#include "core/counts.h"
 #include "core/input_error.h"
 
 namespace kavro {
@@ -24,6 +25,14 @@ std::optional<double> first_number(const Value* value) {
         return std::nullopt;
     }
     return first_numbers(value, 1).front();
+}
+
+std::optional<double> first_real_part(const Value* value, const char* name) {
+    const std::optional<double> number = first_number(value);
+    if (number && is_complex(value)) {
+        console::warn(("The imaginary part of '" + std::string(name) + "' is ignored.\n").c_str());
+    }
+    return number;
 }
 
 std::optional<double> single_number(const Value* value) {
@@ -59,6 +68,29 @@ std::string shown(double number) {
     return text.data();
 }
 
+std::string described(const Value* value) {
+    if (value == nullptr) {
+        return "is missing";
+    }
+    if (is_record(value)) {
+        return std::string("is a ") + host_words.options;
+    }
+    if (entries_of(value) == 0) {
+        return "is empty";
+    }
+    if (is_text(value)) {
+        return "is a text";
+    }
+    if (is_logical(value)) {
+        return "is logical";
+    }
+    if (!is_numeric(value)) {
+        return "is of another kind";
+    }
+    return entries_of(value) == 1 ? "is one number"
+                                  : "has " + std::to_string(entries_of(value)) + " entries";
+}
+
 std::string quoted_list(std::span<const char* const> names) {
     std::string list;
     for (const char* name : names) {
@@ -86,7 +118,7 @@ std::optional<int> count_from(const Value* value) {
 
 int count_of(std::size_t entries, const char* what) {
     if (entries > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw InputError(std::string("Computed number of ") + what + " is too large.");
+        refuse_count(static_cast<double>(entries), what);
     }
     return static_cast<int>(entries);
 }
@@ -99,7 +131,7 @@ void require_record(const Value* value, const char* title) {
 
 double made_number(const Value* record, const char* name, const char* page,
                    const char* instead_of) {
-    const std::optional<double> number = first_number(field_of(record, 0, name));
+    const std::optional<double> number = first_real_part(field_of(record, 0, name), name);
     if (number) {
         return *number;
     }

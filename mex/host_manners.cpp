@@ -48,6 +48,7 @@ const Words host_words{
     .times_maker = "kavro.set_time_samples",
     .waveform_page = "set_excitation_function",
     .waveform_maker = "kavro.set_excitation_function",
+    .smaller_output = "Take fewer points or instants, or compute in parts: see kavro.split_grid.",
 };
 
 void host_print(const char* text) {
