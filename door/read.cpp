@@ -92,6 +92,23 @@ void read_elements(SolveRequest& request, const SolveOptions& options, const Val
     }
 }
 
+// An array that is focused by its delays is not in a continuous wave, which asks for phases.
+void warn_of_delays_without_phases(const SolveRequest& request) {
+    const auto& elements = request.elements;
+    const double delay = elements.front().transducer->time_delay;
+    const bool delays = std::any_of(elements.begin(), elements.end(), [&](const auto& element) {
+        return element.transducer->time_delay != delay;
+    });
+    const bool phases = std::any_of(elements.begin(), elements.end(), [](const auto& element) {
+        return element.transducer->phase != 0.0;
+    });
+    if (delays && !phases) {
+        console::warn(
+            "A continuous wave does not read the elements' delays, and their phases are all 0. For "
+            "the same focus they must be -2*pi*f0*time_delay.\n");
+    }
+}
+
 void read_frequency(SolveRequest& request, const SolveOptions& options, const Value* medium) {
     // A medium of the library has a centre frequency; the host's may have.
     const std::optional<double> own = single_number(field_of(medium, 0, "f0"));
@@ -188,6 +205,9 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     request.medium = medium_from(arguments[3]);
     if (operation.kind == Kind::transient || operation.kind == Kind::impulse_response) {
         warn_of_ignored_attenuation(request.medium);
+    }
+    if (operation.kind == Kind::continuous_wave) {
+        warn_of_delays_without_phases(request);
     }
     if (operation.uses(input_frequency)) {
         read_frequency(request, options, arguments[3]);

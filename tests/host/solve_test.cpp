@@ -202,6 +202,21 @@ TEST(Solve, lists_of_instants_are_not_printed) {
     EXPECT_EQ(outcome.output->dims, (Sizes{3, 1, 2, 2}));
 }
 
+TEST(Solve, warns_of_a_focus_by_delays_that_a_continuous_wave_does_not_read) {
+    const auto warnings = [](const char* method, const char* changes) {
+        Call call(method);
+        call.set("elements", discs(2)).set("elements.time_delay = 0, elements.phase = 0");
+        Value elements = copy_of(call["elements"]);
+        set(elements, "time_delay", value("1e-7"), 0);
+        set(elements, "phase", value("0"), 0);
+        return run(call.set("elements", elements).set(changes)).warnings.size();
+    };
+    EXPECT_EQ(warnings("fnm_cw", ""), 1u);
+    EXPECT_EQ(warnings("fnm_cw", "elements.phase = -0.6"), 0u);
+    EXPECT_EQ(warnings("fnm_cw", "elements.time_delay = 1e-7"), 0u);  // all alike
+    EXPECT_EQ(warnings("fnm_tsd", ""), 0u);
+}
+
 TEST(SolveProgress, a_handle_hears_of_it_in_order_and_in_the_calling_thread) {
     const auto caller = std::this_thread::get_id();
     for (const char* method : {"fnm_tsd", "fnm_tsd_sse", "impulse_begin_and_end_times"}) {
