@@ -19,7 +19,7 @@ const Value* signal_of(const Record& row) {
     const Value* signal = row.field("signal");
     if (!holds_real_numbers(signal) || dimensions_of(signal) != 2 ||
         (rows_of(signal) != 1 && columns_of(signal) != 1)) {
-        row.refuse("signal", "must hold a vector of real numbers");
+        row.refuse("signal", "must hold a vector of real numbers", described(signal));
     }
     return signal;
 }

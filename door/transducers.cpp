@@ -16,7 +16,7 @@
 namespace kavro {
 namespace {
 
-// The longest identifier that is read; a longer text is not taken for a misspelt shape.
+// The longest identifier; a longer text is not taken for a misspelt shape.
 constexpr std::size_t longest_shape = 9;
 
 Record record_of(const Value* array, std::size_t i) {
@@ -33,8 +33,9 @@ const Shape& shape_from(const Record& record) {
             known.push_back(other.identifier);
         }
         record.refuse("shape", "must be one of " + quoted_list(known) + ", but " +
-                                   (identifier ? "is '" + shown(*identifier) + "'"
-                                               : described(record.field("shape"))));
+                                   (identifier && identifier->size() <= longest_shape
+                                        ? "is '" + shown(*identifier) + "'"
+                                        : described(record.field("shape"))));
     }
     return *shape;
 }

@@ -87,6 +87,9 @@ std::string described(const Value* value) {
     if (!is_numeric(value)) {
         return "is of another kind";
     }
+    if (is_complex(value)) {
+        return "is complex";
+    }
     return entries_of(value) == 1 ? "is one number"
                                   : "has " + std::to_string(entries_of(value)) + " entries";
 }
@@ -152,7 +155,7 @@ void refuse_made(const char* page) {
 double Record::number(const char* name) const {
     const Value* value = field(name);
     if (!holds_real_numbers(value)) {
-        refuse(name, "must hold 1 real number(s)");
+        refuse(name, "must hold 1 real number(s)", described(value));
     }
     return *first_number(value);
 }
@@ -160,7 +163,7 @@ double Record::number(const char* name) const {
 CartesianCoordinate Record::triple(const char* name) const {
     const Value* value = field(name);
     if (!holds_real_numbers(value) || entries_of(value) != 3) {
-        refuse(name, "must hold 3 real number(s)");
+        refuse(name, "must hold 3 real number(s)", described(value));
     }
     const std::vector<double> xyz = first_numbers(value, 3);
     return {xyz[0], xyz[1], xyz[2]};
@@ -169,17 +172,19 @@ CartesianCoordinate Record::triple(const char* name) const {
 std::vector<double> Record::pairs(const char* name) const {
     const Value* value = field(name);
     if (!holds_real_numbers(value) || dimensions_of(value) != 2 || columns_of(value) != 2) {
-        refuse(name, "must hold n x 2 real numbers");
+        refuse(name, "must hold n x 2 real numbers", described(value));
     }
     return first_numbers(value, entries_of(value));
 }
 
-void Record::refuse(const char* name, const std::string& expectation) const {
+void Record::refuse(const char* name, const std::string& expectation,
+                    const std::string& instead) const {
     std::string place;
     if (word_ != nullptr) {
         place = std::string(" (") + word_ + " " + std::to_string(index_ + host_words.first) + ")";
     }
-    throw InputError(std::string(title_) + " field '" + name + "' " + expectation + place + ".");
+    throw InputError(std::string(title_) + " field '" + name + "' " + expectation + place + ".",
+                     instead.empty() ? instead : "It " + instead + ".");
 }
 
 }  // namespace kavro

@@ -87,7 +87,10 @@ public:
     double number(const char* name) const;               // the first value counts
     CartesianCoordinate triple(const char* name) const;  // exactly three, a row or a column
     std::vector<double> pairs(const char* name) const;   // n x 2, first all of the first column
-    [[noreturn]] void refuse(const char* name, const std::string& expectation) const;
+
+    // `instead` is what the field is, for more() of the error.
+    [[noreturn]] void refuse(const char* name, const std::string& expectation,
+                             const std::string& instead = "") const;
 
 private:
     const Value* value_;

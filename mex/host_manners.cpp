@@ -49,7 +49,9 @@ const Words host_words{
     .times_maker = "kavro.set_time_samples",
     .waveform_page = "set_excitation_function",
     .waveform_maker = "kavro.set_excitation_function",
-    .smaller_output = "Take fewer points or instants, ask for a 'measure' instead of a field over time, or compute "
+    .smaller_output =
+        "Take fewer points or instants, ask for a 'measure' instead of a field over time, or "
+        "compute "
         "in parts: see kavro.split_grid.",
 };
 

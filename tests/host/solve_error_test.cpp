@@ -38,7 +38,7 @@ time     | 1     | Time samples must be a MATLAB structure.\n
 nidv     | 1     | There is no option '@'. fnm_tsd takes the options 'time', 'excitation', 'ndiv', 'measure', 'per_element', 'threads', 'exact', 'progress'.
 F0       | 1     | The option 'f0' is not used by fnm_tsd. fnm_tsd takes the options 'time', 'excitation', *
 TIME     | 1     | The option '@' is given twice.
-elements.phase | '1' | Transducer field '@' must hold 1 real number(s) (element 1).
+elements.phase | '1' | Transducer field '@' must hold 1 real number(s) (element 1). It is a text.
 )");
     // A name with a NUL in it is another name.
     expect_error(call.with("method", text("fnm_tsd\0x"s)), "There is no method 'fnm_tsd?x'.*");
@@ -145,7 +145,12 @@ TEST(SolveErrors, of_fields_without_numbers) {
     Call call("fnm_tsd");
     expect_errors(call, R"(
 elements   | struct[0 0] | The transducer array has no elements.
-elements.shape | missing, 5 | Transducer field '@' must be one of *
+elements.shape | 'cirk' | Transducer field '@' must be one of 'circ', 'ring', 'rect', 'shel', 'sph ring', 'poly', but is '#' (element 1).
+elements.shape | 'sph rings!' | Transducer field '@' must be one of 'circ', 'ring', 'rect', 'shel', 'sph ring', 'poly', but is a text (element 1).
+elements.shape | missing | Transducer field '@' must be one of 'circ', 'ring', 'rect', 'shel', 'sph ring', 'poly', but is missing (element 1).
+elements.radius | missing | Transducer field '@' must hold 1 real number(s) (element 1). It is missing.
+elements.center | [1 2]   | Transducer field '@' must hold 3 real number(s) (element 1). It has 2 entries.
+elements.radius | 1i      | Transducer field '@' must hold 1 real number(s) (element 1). It is complex.
 medium     | struct[1 1] | Medium field 'soundspeed' must hold a number, but is missing.
 grid       | struct[1 1] | Coordinate grid field 'xmin' must hold a number, but is missing, and so is 'coordinates'.
 time       | struct[1 1] | Time samples field 'tmin' must hold a number, but is missing, and so is 'time_samples'.
@@ -206,7 +211,7 @@ elements.geometric_focus | -1    | Transducer field '@' must be finite and posit
 elements.geometric_focus | 0.004 | Transducer field '@' must be at least 'outer_radius', 0.005, but holds # (element 1).
 )");
     expect_errors(call.set("elements.shape = 'poly', elements.corners = [0 0; 1e-3 0; 0 1e-3]"), R"(
-elements.corners | missing, [], '1', 1i, [0 0 1; 1 0 1] | Transducer field '@' must hold n x 2 real numbers (element 1).
+elements.corners | missing, [], '1', 1i, [0 0 1; 1 0 1] | Transducer field '@' must hold n x 2 real numbers (element 1). It *
 elements.corners | [0 0; 1 0]           | Transducer field '@' is at fault: a polygon must have at least 3 corners, not 2 (element 1).
 elements.corners | [0 0; NaN 0; 0 1]    | Transducer field '@' is at fault: corner 2 of a polygon must be two finite numbers (element 1).
 elements.corners | [0 0; 1 1; 1 0; 0 1] | Transducer field '@' is at fault: the corners of a polygon must go once around a convex face (element 1).

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <map>
+#include <random>
 #include <string>
 
 #include "core/available_memory.h"
@@ -11,87 +11,57 @@
 namespace kavro_test {
 namespace {
 
-using Files = std::map<std::string, std::string>;
-
-const std::string first = "sys/fs/cgroup/memory";
-const std::string second = "sys/fs/cgroup";
-
-std::optional<std::uint64_t> left_with(const Files& files) {
-    const auto root = std::filesystem::path(testing::TempDir()) /
-                      testing::UnitTest::GetInstance()->current_test_info()->name();
-    std::filesystem::remove_all(root);
-    for (const auto& [name, text] : files) {
-        std::filesystem::create_directories((root / name).parent_path());
-        std::ofstream(root / name) << text;
+// A machine with 8000 KiB left and 1000 KiB of swap, and what files are added.
+class Machine {
+public:
+    Machine() {
+        with("proc/meminfo", "MemTotal: 9000 kB\nMemAvailable:    8000 kB\nSwapFree: 1000 kB\n");
     }
-    const auto left = kavro::available_memory(root);
-    std::filesystem::remove_all(root);
-    return left;
+    ~Machine() { std::filesystem::remove_all(root_); }
+
+    Machine& with(const std::string& name, const std::string& text) {
+        std::filesystem::create_directories((root_ / name).parent_path());
+        std::ofstream(root_ / name) << text << '\n';
+        return *this;
+    }
+    std::uint64_t left() const { return kavro::available_memory(root_).value_or(0); }
+
+private:
+    std::filesystem::path root_ = std::filesystem::path(testing::TempDir()) /
+                                  ("kavro_machine" + std::to_string(std::random_device()()));
+};
+
+constexpr std::uint64_t all = 9000 * 1024, swap = 1000 * 1024;
+
+TEST(AvailableMemory, IsTheLeastThatTheGroupsLeave) {
+    const std::string job = "sys/fs/cgroup/slice/job/memory.",
+                      slice = "sys/fs/cgroup/slice/memory.";
+    Machine machine;
+    EXPECT_EQ(machine.left(), all);
+    EXPECT_EQ(machine.with("proc/self/cgroup", "0::/slice/job").left(), all);
+    EXPECT_EQ(machine.with(job + "max", "max").with(job + "current", "400000").left(), all);
+    EXPECT_EQ(machine.with(job + "max", "500000").left(), 100000 + swap);
+    EXPECT_EQ(machine.with(job + "swap.max", "9000").left(), 109000u);
+    EXPECT_EQ(machine.with(job + "swap.current", "2000").left(), 107000u);
+    const std::string pages = "anon 300000\ninactive_file 20000\nactive_file 3000";
+    EXPECT_EQ(machine.with(job + "stat", pages).left(), 130000u);
+    EXPECT_EQ(machine.with(slice + "max", "50000").with(slice + "swap.max", "0").left(), 50000u);
+    EXPECT_EQ(machine.with(job + "max", "1000").left(), 7000u);  // lowered since
 }
 
-// A machine with 8000 KiB left and 1000 KiB of swap, and what else is there.
-std::optional<std::uint64_t> left_on_machine_with(Files files) {
-    files["proc/meminfo"] =
-        "MemTotal: 9000 kB\nMemAvailable:    8000 kB\nSwapFree: 1000 kB\nHugePages_Total: 0\n";
-    return left_with(files);
-}
-
-TEST(AvailableMemory, IsTheMachinesWhereNoGroupHasLess) {
-    EXPECT_EQ(left_with({}), std::nullopt);
-    EXPECT_EQ(left_with({{"proc/meminfo", "MemAvailable: 5 kB\n"}}), 5 * 1024u);
-    const std::uint64_t machine = 9000 * 1024;
-    EXPECT_EQ(left_on_machine_with({}), machine);
-    EXPECT_EQ(left_on_machine_with({{"proc/self/cgroup", "0::/\n"}}), machine);
-    EXPECT_EQ(left_on_machine_with({{"proc/self/cgroup", "0::/job\n"},
-                                    {second + "/job/memory.max", "max\n"},
-                                    {second + "/job/memory.current", "7000000\n"}}),
-              machine);
-    EXPECT_EQ(left_on_machine_with({{"proc/self/cgroup", "7:cpu:/\n4:memory:/job\n0::/\n"},
-                                    {first + "/job/memory.limit_in_bytes", "9223372036854771712"},
-                                    {first + "/job/memory.usage_in_bytes", "7000000"}}),
-              machine);
-}
-
-TEST(AvailableMemory, IsWhatTheGroupLeaves) {
-    Files group{{"proc/self/cgroup", "0::/job\n"},
-                {second + "/job/memory.max", "500000\n"},
-                {second + "/job/memory.current", "400000\n"},
-                {second + "/job/memory.swap.max", "0\n"}};
-    EXPECT_EQ(left_on_machine_with(group), 100000u);
-    group[second + "/job/memory.stat"] = "anon 300000\ninactive_file 20000\nactive_file 3000\n";
-    EXPECT_EQ(left_on_machine_with(group), 123000u);
-    group[second + "/job/memory.swap.max"] = "9000\n";
-    group[second + "/job/memory.swap.current"] = "2000\n";
-    EXPECT_EQ(left_on_machine_with(group), 130000u);
-    group[second + "/job/memory.max"] = "1000\n";  // lowered since
-    EXPECT_EQ(left_on_machine_with(group), 7000u);
-
-    Files older{{"proc/self/cgroup", "4:cpu,memory:/job\n0::/\n"},
-                {first + "/job/memory.limit_in_bytes", "500000\n"},
-                {first + "/job/memory.usage_in_bytes", "400000\n"},
-                {first + "/job/memory.stat", "cache 1\ntotal_inactive_file 20000\n"}};
-    EXPECT_EQ(left_on_machine_with(older), 120000u + 1000 * 1024u);
-    older[first + "/job/memory.memsw.limit_in_bytes"] = "600000";
-    older[first + "/job/memory.memsw.usage_in_bytes"] = "450000";
-    EXPECT_EQ(left_on_machine_with(older), 170000u);
-}
-
-// Limits nest, and a container may see its own group at the mount, under a path from outside of it.
-TEST(AvailableMemory, IsTheLeastOfNestedGroups) {
-    Files nested{{"proc/self/cgroup", "0::/slice/job/step\n"},
-                 {second + "/slice/memory.max", "300000\n"},
-                 {second + "/slice/memory.current", "100000\n"},
-                 {second + "/slice/memory.swap.max", "0\n"},
-                 {second + "/slice/job/step/memory.max", "400000\n"},
-                 {second + "/slice/job/step/memory.current", "0\n"}};
-    EXPECT_EQ(left_on_machine_with(nested), 200000u);
-    nested[second + "/slice/job/step/memory.swap.max"] = "0\n";
-    nested[second + "/slice/job/step/memory.current"] = "250000\n";
-    EXPECT_EQ(left_on_machine_with(nested), 150000u);
-    EXPECT_EQ(left_on_machine_with({{"proc/self/cgroup", "4:memory:/docker/1a2b\n"},
-                                    {first + "/memory.limit_in_bytes", "90000\n"},
-                                    {first + "/memory.memsw.limit_in_bytes", "90000\n"}}),
-              90000u);
+TEST(AvailableMemory, IsTheLeastThatGroupsOfTheFirstGenerationLeave) {
+    const std::string mount = "sys/fs/cgroup/memory", job = mount + "/job/memory.";
+    Machine machine;
+    machine.with("proc/self/cgroup", "7:cpuset:/\n4:cpu,memory:/job\n0::/");
+    machine.with(job + "limit_in_bytes", "9223372036854771712").with(job + "usage_in_bytes", "400");
+    EXPECT_EQ(machine.left(), all);
+    EXPECT_EQ(machine.with(job + "limit_in_bytes", "500").left(), 100 + swap);
+    EXPECT_EQ(machine.with(job + "memsw.limit_in_bytes", "600").left(), 600u);
+    EXPECT_EQ(machine.with(job + "memsw.usage_in_bytes", "450").left(), 150u);
+    EXPECT_EQ(machine.with(job + "stat", "cache 1\ntotal_inactive_file 20").left(), 170u);
+    // Within a container its group is the mount, under a path from outside of it.
+    machine.with("proc/self/cgroup", "4:memory:/docker/1a2b");
+    EXPECT_EQ(machine.with(mount + "/memory.limit_in_bytes", "90").left(), 90 + swap);
 }
 
 }  // namespace
