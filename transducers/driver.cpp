@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/console.h"
+#include "core/interrupted.h"
 #include "transducers/blocks/guarded.h"
 #include "transducers/blocks/point_tile.h"
 #include "transducers/blocks/point_tiles.h"
@@ -50,6 +51,8 @@ void add_shares(const Shares& shares, const Transducer& first, bool output_is_ze
 
 TransducerStatus solve_together(Method method, std::span<Transducer* const> elements,
                                 Output output) {
+    constexpr int steps_of_element = 1000;  // of its preparation, a few microseconds
+    InterruptCheck check;
     bool output_is_zero = output == Output::all_zero;
     const auto all = static_cast<double>(elements.size());
     TransducerStatus status = status_success;
@@ -62,7 +65,10 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
             if (first != nullptr && element != nullptr && !share_outputs(*first, *element)) {
                 break;
             }
-            status = guarded([&] { return preparation.add(element); });
+            status = guarded([&] {
+                check.spend(steps_of_element);
+                return preparation.add(element);
+            });
             if (status != status_success) {
                 break;
             }

@@ -110,9 +110,9 @@ void DecompositionRoom<Real>::add_point(const DecompositionElement<Real>& elemen
                       element.element->amplitude);
     tile.load_rows({0, tile.times().ntimes});
     double* out = tile.rows() + block * block_lanes + lane;
-    for (const Real value : series) {
-        *out += static_cast<double>(value);
-        out += tile.width();
+    for (int j = 0; j < tile.times().ntimes; ++j, out += tile.width()) {
+        tile.spend_rows(j);
+        *out += static_cast<double>(series[static_cast<std::size_t>(j)]);
     }
 }
 

@@ -55,7 +55,7 @@ public:
         for (int b = 0; b < tile.blocks(); ++b) {
             const int count = tile.present(b);
             tile.place(element_, b, room.block);
-            room.series.begin(count);
+            room.series.begin(count, tile.spend());
             const int passes = edge_->passes(room.block);
             for (int pass = 0; pass < passes; ++pass) {
                 edge_->sample(room.block, pass);
