@@ -122,7 +122,7 @@ TransducerStatus record_arrival_times(Transducer& element) {
     element.InitializeRotationMatrix();
     const bool from_extremes = element.departures().arrivals_of_no_points;
     const int npoints = std::max(element.coordinate_grid->npoints, from_extremes ? 0 : 1);
-    constexpr int width = 512;
+    constexpr int width = 128;
     constexpr double infinity = std::numeric_limits<double>::infinity();
     std::vector<ArrivalTimes> of_tiles(static_cast<std::size_t>(npoints / width) + 1,
                                        {infinity, -infinity});

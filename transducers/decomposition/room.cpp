@@ -31,6 +31,7 @@ void DecompositionRoom<Real>::add(const DecompositionElement<Real>& element, Poi
         tile.place(*element.element, block, edge_);
         const int passes = element.edge->passes(edge_);
         for (int pass = 0; pass < passes; ++pass) {
+            tile.spend()(std::int64_t{block_lanes} * size);
             element.edge->sample(edge_, pass);
             add_sampled_block(element, tile, block);
         }

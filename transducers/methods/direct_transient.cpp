@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -58,6 +59,7 @@ public:
             room.series.begin(count, tile.spend());
             const int passes = edge_->passes(room.block);
             for (int pass = 0; pass < passes; ++pass) {
+                tile.spend()(std::int64_t{block_lanes} * edge_->size());
                 edge_->sample(room.block, pass);
                 for (int lane = 0; lane < count; ++lane) {
                     if (room.block.reached[static_cast<std::size_t>(lane)] != 0) {
