@@ -129,15 +129,6 @@ void make_values(const SolveRequest& request, SolveResult& result) {
     }
 }
 
-// Checked here because a host that runs out of memory may not live to tell.
-void make_values(SolveResult& result) {
-    constexpr const char* what = "output values";
-    const bool complex = is_complex(result.kind);
-    const std::int32_t count = checked_product(result.extents(), what);
-    require_memory(static_cast<std::size_t>(count), (complex ? 2 : 1) * sizeof(double), what);
-    result.values = new_zeros(result.extents(), complex);
-}
-
 // Element by element in order; `after` is told when element i is solved.
 template <class After>
 TransducerStatus solve_each(SolveRequest& request, After after) {

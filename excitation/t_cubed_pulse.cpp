@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "core/constants.h"
+#include "core/interrupted.h"
 
 namespace kavro {
 namespace {
@@ -27,7 +28,10 @@ void write_temporal_factors(const TCubedPulse& pulse, Real* out, TimeSamples con
     const auto row = static_cast<std::size_t>(ntimes);
     // Once, from the first sample and with a growing exponent, on purpose.
     const double first_sample_factor = std::exp(pulse.B * (times.time_index_value(0) - delay));
+    constexpr int steps_of_sample = 16;
+    InterruptCheck check;
     for (int i = 0; i < ntimes; ++i) {
+        check.spend(steps_of_sample);
         const double t = times.time_index_value(i) - delay;
         const double E = pulse.exact() ? std::exp(-pulse.B * t) : first_sample_factor;
         const double s = std::sin(pulse.omega0 * t);

@@ -10,6 +10,7 @@
 
 #include "core/console.h"
 #include "core/counts.h"
+#include "core/interrupted.h"
 #include "transducers/blocks/guarded.h"
 #include "transducers/blocks/point_tile.h"
 #include "transducers/blocks/point_tiles.h"
@@ -58,6 +59,8 @@ void add_shares(const Shares& shares, const Transducer& first, bool output_is_ze
 
 TransducerStatus solve_together(Method method, std::span<Transducer* const> elements,
                                 Output output) {
+    constexpr int steps_of_element = 1000;  // of its preparation, a few microseconds
+    InterruptCheck check;
     bool output_is_zero = output == Output::all_zero;
     const auto all = static_cast<double>(elements.size());
     TransducerStatus status = status_success;
@@ -70,7 +73,10 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
             if (first != nullptr && element != nullptr && !share_axes(*first, *element)) {
                 break;
             }
-            status = guarded([&] { return preparation.add(element); });
+            status = guarded([&] {
+                check.spend(steps_of_element);
+                return preparation.add(element);
+            });
             if (status != status_success) {
                 break;
             }
@@ -144,7 +150,7 @@ TransducerStatus record_arrival_times(Transducer& element) {
     element.InitializeRotationMatrix();
     const bool from_extremes = element.departures().arrivals_of_no_points;
     const int npoints = std::max(element.coordinate_grid->npoints, from_extremes ? 0 : 1);
-    constexpr int width = 512;
+    constexpr int width = 128;
     constexpr double infinity = std::numeric_limits<double>::infinity();
     std::vector<ArrivalTimes> of_tiles(static_cast<std::size_t>(npoints / width) + 1,
                                        {infinity, -infinity});

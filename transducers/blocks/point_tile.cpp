@@ -1,5 +1,7 @@
 #include "transducers/blocks/point_tile.h"
 
+#include "core/zeros.h"
+
 namespace kavro {
 namespace {
 
@@ -68,7 +70,7 @@ void PointTile::add(int block, int lane, const std::complex<double>& pressure) {
 
 double* PointTile::rows() {
     if (rows_.empty()) {
-        rows_.resize(at(times_->ntimes, width_));
+        assign_zeros(rows_, at(times_->ntimes, width_), spend_);
     }
     return rows_.data();
 }
@@ -77,6 +79,7 @@ void PointTile::load_rows(SampleWindow window) {
     double* const rows = this->rows();
     const auto load = [&](int begin, int end) {
         for (int j = begin; j < end; ++j) {
+            spend_rows(j - begin);
             double* row = rows + at(j, width_);
             if (output_is_zero_) {
                 std::fill_n(row, width_, 0.0);
@@ -97,17 +100,25 @@ void PointTile::load_rows(SampleWindow window) {
 
 void PointTile::write_rows() {
     for (int j = loaded_.begin; j < loaded_.end; ++j) {
+        spend_rows(j - loaded_.begin);
         std::copy_n(rows_.data() + at(j, width_), count_, output(0, j));
     }
     loaded_ = {0, 0};
     output_is_zero_ = false;  // whoever asks for rows again reads what was written
 }
 
+<<<<<<< HEAD
 void PointTile::open(SampleWindow window) {
     if (measures_ == nullptr) {
         write_rows();
     } else if (window.begin < window.end) {
         load_rows(window);
+=======
+void PointTile::spend_rows(int done) const {
+    constexpr int rows_at_a_time = 4096;
+    if (done % rows_at_a_time == rows_at_a_time - 1) {
+        spend_(std::int64_t{rows_at_a_time} * width_);
+>>>>>>> fuzz
     }
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <complex>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <type_traits>
@@ -73,6 +74,10 @@ public:
 
     // ---- the thread
     const Spend& spend() const { return spend_; }
+
+    // To be called before each of many rows, with the number of those before: spends a step for
+    // each point of a row.
+    void spend_rows(int done) const;
 
     // Scratch of the type, made once by the function and kept for the next element and tile.
     template <class Room, class Make>

@@ -12,6 +12,7 @@ void work_in_tiles(int npoints, int width,
                    const std::function<TileWork(Team::Member& member)>& make_work) {
     const int tiles = npoints / width + (npoints % width != 0 ? 1 : 0);
     const int threads = std::clamp(thread_count(), 1, std::max(tiles, 1));
+    std::atomic<int> next{0};
     std::atomic<int> done{0};
     Team team;
 
@@ -19,8 +20,9 @@ void work_in_tiles(int npoints, int width,
     {
         Team::Member member(team);
         TileWork work;
-#pragma omp for schedule(dynamic) nowait
-        for (int t = 0; t < tiles; ++t) {
+        // OpenMP's loops cannot be left: through what remains of a hundred million tiles they would
+        // run for seconds.
+        for (int t = next++; t < tiles && !member.has_given_up(); t = next++) {
             member.work([&] {
                 if (!work) {
                     work = make_work(member);

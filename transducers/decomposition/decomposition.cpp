@@ -57,6 +57,7 @@ public:
         tile.load_rows(window);
         const auto width = static_cast<std::size_t>(tile.width());
         for (int j = window.begin; j < window.end; ++j) {
+            tile.spend_rows(j - window.begin);
             const std::size_t row = static_cast<std::size_t>(j) * width;
             for (std::size_t p = row; p < row + static_cast<std::size_t>(tile.count()); ++p) {
                 tile.rows()[p] += static_cast<double>(static_cast<float>(apart.rows()[p]));

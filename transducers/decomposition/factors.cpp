@@ -10,6 +10,7 @@
 
 #include "core/counts.h"
 #include "core/interrupted.h"
+#include "core/zeros.h"
 
 namespace kavro {
 namespace {
@@ -17,10 +18,28 @@ namespace {
 // Room behind a factor matrix for the last group of a tone burst's factors.
 constexpr std::size_t slack = 3;
 
+template <class Vector>
+Vector zeros(std::size_t count) {
+    Vector values;
+    InterruptCheck check;
+    assign_zeros(values, count, [&check](std::int64_t steps) { check.spend(steps); });
+    return values;
+}
+
+template <class Values>
+bool all_finite(const Values& values) {
+    InterruptCheck check;
+    return std::all_of(values.begin(), values.end(), [&check](auto value) {
+        check.spend(1);
+        return std::isfinite(value);
+    });
+}
+
 // From term-major to sample-major.
 template <class Source, class Real>
 AlignedVector<Real> by_sample(const std::vector<Source>& factors, std::size_t terms,
                               std::size_t ntimes) {
+<<<<<<< HEAD
     constexpr std::size_t some = 16;  // samples whose factors stay in the nearest cache
     AlignedVector<Real> out(terms * ntimes);
     InterruptCheck check;
@@ -31,6 +50,14 @@ AlignedVector<Real> by_sample(const std::vector<Source>& factors, std::size_t te
             for (std::size_t j = begin; j < end; ++j) {
                 out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
             }
+=======
+    AlignedVector<Real> out = zeros<AlignedVector<Real>>(terms * ntimes);
+    InterruptCheck check;
+    for (std::size_t k = 0; k < terms; ++k) {
+        for (std::size_t j = 0; j < ntimes; ++j) {
+            check.spend(1);
+            out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
+>>>>>>> fuzz
         }
     }
     return out;
@@ -40,7 +67,7 @@ template <class Real>
 AlignedVector<Real> real_factors(const ExcitationFunction& waveform, const TimeSamples& times,
                                  double time_delay, std::size_t terms) {
     const auto ntimes = static_cast<std::size_t>(times.ntimes);
-    std::vector<Real> factors(terms * ntimes + slack);
+    auto factors = zeros<std::vector<Real>>(terms * ntimes + slack);
     waveform.temporal_tsd(factors.data(), &times, times.ntimes, static_cast<Real>(time_delay));
     return by_sample<Real, Real>(factors, terms, ntimes);
 }
@@ -49,13 +76,13 @@ AlignedVector<double> complex_factors(const ExcitationFunction& waveform, const 
                                       double time_delay) {
     const auto ntimes = static_cast<std::size_t>(times.ntimes);
     const auto n_terms = static_cast<std::size_t>(waveform.n_terms);
-    std::vector<std::complex<double>> factors(n_terms * ntimes);
+    auto factors = zeros<std::vector<std::complex<double>>>(n_terms * ntimes);
     waveform.temporal_tsd(factors.data(), &times, times.ntimes, time_delay);
-    AlignedVector<double> out(2 * factors.size());
+    auto out = zeros<AlignedVector<double>>(2 * factors.size());
     InterruptCheck check;
     for (std::size_t k = 0; k < n_terms; ++k) {
-        check.spend(static_cast<std::int64_t>(ntimes));
         for (std::size_t j = 0; j < ntimes; ++j) {
+            check.spend(2);
             out[2 * (j * n_terms + k)] = factors[k * ntimes + j].real();
             out[2 * (j * n_terms + k) + 1] = factors[k * ntimes + j].imag();
         }
@@ -102,20 +129,20 @@ DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& wavef
             }
             const auto ntimes = static_cast<std::size_t>(times.ntimes);
             const auto value_terms = static_cast<std::size_t>(direct_terms_);
-            std::vector<double> factors(value_terms * ntimes);
+            auto factors = zeros<std::vector<double>>(value_terms * ntimes);
+            InterruptCheck check;
             waveform.value_temporal(factors.data(), rounded, time_delay);
             direct_is_edge_wave_ = waveform.value_uses_spatial_tsd();
             for (std::size_t k = 0; direct_is_edge_wave_ && k < terms; ++k) {
                 for (std::size_t j = 0; j < ntimes; ++j) {
+                    check.spend(1);
                     factors[k * ntimes + j] -= static_cast<double>(temporal_[j * terms + k]);
                 }
             }
             direct_temporal_ = by_sample<double, float>(factors, value_terms, ntimes);
         }
     }
-    const auto is_finite = [](Real value) { return std::isfinite(value); };
-    finite_ = std::all_of(temporal_.begin(), temporal_.end(), is_finite) &&
-              std::all_of(direct_temporal_.begin(), direct_temporal_.end(), is_finite);
+    finite_ = all_finite(temporal_) && all_finite(direct_temporal_);
 }
 
 template <class Real>

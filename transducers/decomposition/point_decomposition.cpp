@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/counts.h"
+#include "core/zeros.h"
 
 namespace kavro {
 
@@ -14,7 +15,7 @@ const std::vector<Real>& PointDecomposition<Real>::series(const DecompositionFac
                                                           const EdgeBlock<Real>& edge, int lane,
                                                           double amplitude) {
     factors_ = &factors;
-    series_.assign(static_cast<std::size_t>(times_.ntimes), Real(0));
+    assign_zeros(series_, static_cast<std::size_t>(times_.ntimes), spend_);
     spatial_.resize(static_cast<std::size_t>(factors.terms()));
     add_edge_waves(rule, edge, static_cast<std::size_t>(lane));
     if (by == DirectWaveBy::value) {
@@ -69,6 +70,7 @@ void PointDecomposition<Real>::add_wave(Real coefficient, Real tau, SampleWindow
     factors_->spatial_one(spatial_.data(), tau);
     for (int j = samples.begin; j < samples.end; ++j) {
         if (!belongs(j, begin, end)) {
+            spend(1);
             continue;
         }
         spend(terms);
@@ -115,8 +117,9 @@ void PointDecomposition<Real>::subtract_direct_wave(const WindowRule& rule,
                rule.time_delay + static_cast<double>(zeta) + rule.duration - rule.first_time,
                rule.direct_begin_rounded_down);
     for (int j = samples.begin; j < samples.end; ++j) {
+        spend(1);
         if (belongs(j, begin, zeta)) {
-            spend(1 + factors_->waveform().n_terms);
+            spend(factors_->waveform().n_terms);
             const double since = factors_->direct_argument(times_.time_index_value(j), zeta);
             const double value = factors_->waveform().at(since);
             Real& sum = series_[static_cast<std::size_t>(j)];

@@ -31,6 +31,7 @@ void DecompositionRoom<Real>::add(const DecompositionElement<Real>& element, Poi
         tile.place(*element.element, block, edge_);
         const int passes = element.edge->passes(edge_);
         for (int pass = 0; pass < passes; ++pass) {
+            tile.spend()(std::int64_t{block_lanes} * size);
             element.edge->sample(edge_, pass);
             add_sampled_block(element, tile, block);
         }
@@ -110,9 +111,9 @@ void DecompositionRoom<Real>::add_point(const DecompositionElement<Real>& elemen
                       element.element->amplitude);
     tile.load_rows({0, tile.times().ntimes});
     double* out = tile.rows() + block * block_lanes + lane;
-    for (const Real value : series) {
-        *out += static_cast<double>(value);
-        out += tile.width();
+    for (int j = 0; j < tile.times().ntimes; ++j, out += tile.width()) {
+        tile.spend_rows(j);
+        *out += static_cast<double>(series[static_cast<std::size_t>(j)]);
     }
 }
 

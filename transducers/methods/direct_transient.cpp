@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -54,9 +55,10 @@ public:
         for (int b = 0; b < tile.blocks(); ++b) {
             const int count = tile.present(b);
             tile.place(element_, b, room.block);
-            room.series.begin(count);
+            room.series.begin(count, tile.spend());
             const int passes = edge_->passes(room.block);
             for (int pass = 0; pass < passes; ++pass) {
+                tile.spend()(std::int64_t{block_lanes} * edge_->size());
                 edge_->sample(room.block, pass);
                 for (int lane = 0; lane < count; ++lane) {
                     if (room.block.reached[static_cast<std::size_t>(lane)] != 0) {

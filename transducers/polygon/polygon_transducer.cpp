@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <iostream>
 #include <limits>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -85,6 +86,9 @@ class Face : public SurfaceRows<double> {
 public:
     Face(std::vector<Corner> corners, const QuadratureRule& rule)
         : corners_(std::move(corners)), rule_(rule.mapped(0.0, 1.0)) {
+        if (corners_.size() * rule_.abscissas.size() > std::numeric_limits<int>::max()) {
+            throw std::bad_alloc();  // more rows than can be counted
+        }
         for (const Corner& corner : corners_) {
             centre_.x += corner.x / static_cast<double>(corners_.size());
             centre_.y += corner.y / static_cast<double>(corners_.size());

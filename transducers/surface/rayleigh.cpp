@@ -142,6 +142,10 @@ public:
           manners_(manners),
           prefactor_(prefactor) {}
 
+    std::size_t bytes() const override {
+        return static_cast<std::size_t>(surface_->samples_per_row()) * bytes_of_sample;
+    }
+
     void add(PointTile& tile) const override {
         RowSum<Real> sum{};
         sum.wavenumber = static_cast<Real>(wave_.wavenumber);
