@@ -107,18 +107,18 @@ void PointTile::write_rows() {
     output_is_zero_ = false;  // whoever asks for rows again reads what was written
 }
 
-<<<<<<< HEAD
 void PointTile::open(SampleWindow window) {
     if (measures_ == nullptr) {
         write_rows();
     } else if (window.begin < window.end) {
         load_rows(window);
-=======
+    }
+}
+
 void PointTile::spend_rows(int done) const {
     constexpr int rows_at_a_time = 4096;
     if (done % rows_at_a_time == rows_at_a_time - 1) {
         spend_(std::int64_t{rows_at_a_time} * width_);
->>>>>>> fuzz
     }
 }
 

@@ -39,25 +39,16 @@ bool all_finite(const Values& values) {
 template <class Source, class Real>
 AlignedVector<Real> by_sample(const std::vector<Source>& factors, std::size_t terms,
                               std::size_t ntimes) {
-<<<<<<< HEAD
     constexpr std::size_t some = 16;  // samples whose factors stay in the nearest cache
-    AlignedVector<Real> out(terms * ntimes);
+    AlignedVector<Real> out = zeros<AlignedVector<Real>>(terms * ntimes);
     InterruptCheck check;
     for (std::size_t begin = 0; begin < ntimes; begin += some) {
         const std::size_t end = std::min(begin + some, ntimes);
-        check.spend(static_cast<std::int64_t>(terms * some));
         for (std::size_t k = 0; k < terms; ++k) {
+            check.spend(some);
             for (std::size_t j = begin; j < end; ++j) {
                 out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
             }
-=======
-    AlignedVector<Real> out = zeros<AlignedVector<Real>>(terms * ntimes);
-    InterruptCheck check;
-    for (std::size_t k = 0; k < terms; ++k) {
-        for (std::size_t j = 0; j < ntimes; ++j) {
-            check.spend(1);
-            out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
->>>>>>> fuzz
         }
     }
     return out;
