@@ -497,6 +497,11 @@ Run run(std::uint64_t seed, std::uint64_t number, bool one_by_one, int first, in
     return result;
 }
 
+// Whether its output is incomplete, of which nothing is said.
+bool ended_early(const Run& run) {
+    return run.status == kavro::status_interrupted || run.status == kavro::status_out_of_memory;
+}
+
 // How another run differs; empty where it does not.
 std::string difference(const Run& plain, const Run& other, const Values& output) {
     if (other.status != plain.status) {
@@ -555,7 +560,7 @@ std::string fault_of(std::uint64_t seed, std::uint64_t number, bool alone, std::
     }
     kavro::set_thread_count(1);
     const Run plain = run(seed, number, false, 0, npoints);
-    if (!plain.fault.empty() || plain.status == kavro::status_interrupted) {
+    if (!plain.fault.empty() || ended_early(plain)) {
         return plain.fault;
     }
     if (moderate && plain.status == kavro::status_success &&
@@ -565,7 +570,7 @@ std::string fault_of(std::uint64_t seed, std::uint64_t number, bool alone, std::
     }
     kavro::set_thread_count(3);
     const Run threads = run(seed, number, true, 0, npoints);
-    if (!threads.fault.empty() || threads.status == kavro::status_interrupted) {
+    if (!threads.fault.empty() || ended_early(threads)) {
         return threads.fault;
     }
     if (const std::string how = difference(plain, threads, threads.output); !how.empty()) {
@@ -577,8 +582,7 @@ std::string fault_of(std::uint64_t seed, std::uint64_t number, bool alone, std::
     const int half = 1 + npoints / 3;
     const Run one = run(seed, number, false, 0, half);
     const Run other = run(seed, number, false, half, npoints - half);
-    const bool cut =
-        one.status == kavro::status_interrupted || other.status == kavro::status_interrupted;
+    const bool cut = ended_early(one) || ended_early(other);
     const std::string how =
         cut ? ""
             : difference(plain, one,
