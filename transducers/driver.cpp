@@ -46,9 +46,11 @@ void add_shares(const Shares& shares, const Transducer& first, bool output_is_ze
     work_in_tiles(first.coordinate_grid->npoints, width, [&, width](Team::Member& member) {
         const auto tile = std::make_shared<PointTile>(
             first, width, [&member](std::int64_t steps) { member.spend(steps); }, measures);
-        return [&shares, tile, output_is_zero](int begin, int count) {
+        return [&shares, &member, tile, output_is_zero](int begin, int count) {
+            constexpr std::int64_t steps_of_point = 16;  // of the simplest share
             tile->begin(begin, count, output_is_zero);
             for (const PreparedShare& prepared : shares) {
+                member.spend(steps_of_point * count);
                 tile->turn_to(*prepared.element);
                 prepared.share->add(*tile);
             }
@@ -84,6 +86,9 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
                 first = element;
             }
             ++next;
+        }
+        if (status == status_interrupted) {
+            return status;
         }
         if (first == nullptr) {
             continue;
