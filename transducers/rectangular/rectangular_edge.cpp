@@ -102,7 +102,25 @@ struct TermWriter {
         sum = hn::Add(sum, g);
         at += block_lanes;
     }
+
+    // Two terms of coefficient 0, so that what follows begins a four.
+    HWY_INLINE void FillFour() {
+        const Tag<Real> d;
+        for (int i = 0; i < 2; ++i, at += block_lanes) {
+            hn::Store(hn::Zero(d), d, block.coefficient.data() + at);
+            hn::Store(hn::Load(d, block.delay.data() + at - block_lanes), d,
+                      block.delay.data() + at);
+            if (block.detail == EdgeDetail::excess) {
+                hn::Store(hn::Zero(d), d, block.excess.data() + at);
+            }
+        }
+    }
 };
+
+// Terms of both edges of one direction: whole fours.
+HWY_INLINE int TermsOfPair(int count, bool all_outside) {
+    return all_outside ? (count + 1) / 2 * 4 : count * 4;
+}
 
 // Both edges of one direction. `ends` are those along the edges, `distances` those of the edges
 // themselves.
@@ -118,23 +136,28 @@ HWY_INLINE void WritePair(const EdgePairTables<Real>& tables, V position, const 
     const auto above_squared = hn::Mul(ends.above, ends.above);
     for (int i = 0; i < tables.count; ++i) {
         const auto from_foot = hn::Add(hn::Set(d, tables.whole[i]), position);
-        auto q = hn::Mul(from_foot, from_foot);
-        auto weight = hn::Set(d, tables.whole_weight[i]);
+        const auto q = hn::Mul(from_foot, from_foot);
+        const auto weight = hn::Set(d, tables.whole_weight[i]);
         if (all_outside) {
             writer.Write(weight, distances.below, q, everywhere);
             writer.Write(weight, distances.above, q, everywhere);
             continue;
         }
+        // A point outside has its terms where they are among outsiders only, by fours.
+        const bool first = i % 2 == 0;
         const auto piece = hn::Set(d, tables.piece[i]);
         const auto piece_weight = hn::Set(d, tables.piece_weight[i]);
-        q = hn::IfThenElse(outside, q, hn::Mul(below_squared, piece));
-        weight = hn::IfThenElse(outside, weight, hn::Mul(piece_weight, ends.below));
-        writer.Write(weight, distances.below, q, everywhere);
-        writer.Write(weight, distances.above, q, everywhere);
-        q = hn::IfThenElse(outside, q, hn::Mul(above_squared, piece));
-        weight = hn::Mul(piece_weight, ends.above);
-        writer.Write(weight, distances.below, q, inside);
-        writer.Write(weight, distances.above, q, inside);
+        const auto q_below = hn::IfThenElse(outside, q, hn::Mul(below_squared, piece));
+        const auto w_below = hn::IfThenElse(outside, weight, hn::Mul(piece_weight, ends.below));
+        writer.Write(w_below, distances.below, q_below, first ? everywhere : inside);
+        writer.Write(w_below, distances.above, q_below, first ? everywhere : inside);
+        const auto q_above = hn::IfThenElse(outside, q, hn::Mul(above_squared, piece));
+        const auto w_above = hn::IfThenElse(outside, weight, hn::Mul(piece_weight, ends.above));
+        writer.Write(w_above, distances.below, q_above, first ? inside : everywhere);
+        writer.Write(w_above, distances.above, q_above, first ? inside : everywhere);
+    }
+    if (all_outside && tables.count % 2 != 0) {
+        writer.FillFour();
     }
 }
 
@@ -175,7 +198,8 @@ HWY_INLINE void SampleRectangular(const RectangularTables<Real>& face, EdgeBlock
     const auto half_height = hn::Set(d, face.half_height);
     const bool outside_x = AllOutside(face.half_width, block.x);
     const bool outside_y = AllOutside(face.half_height, block.y);
-    block.size = face.along_x.count * ((outside_x ? 2 : 4) + (outside_y ? 2 : 4));
+    block.size =
+        TermsOfPair(face.along_x.count, outside_x) + TermsOfPair(face.along_y.count, outside_y);
     for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
         const auto x = hn::Load(d, block.x.data() + lane);
         const auto y = hn::Load(d, block.y.data() + lane);
