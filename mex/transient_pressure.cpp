@@ -72,6 +72,10 @@ mxArray* answer(HostCall& call, int nlhs) {
         warn_of_display_flag(array_of(arguments[6]));
     }
     request.elements = elements_from(arguments[0], ShapeName::up_to_nul);
+    for (std::size_t i = 0; i < n; ++i) {  // each is of the kind of its waveform
+        const ExcitationFunction& own = *request.waveforms[request.waveforms.size() > 1 ? i : 0];
+        request.elements[i].transducer->set_exact(own.exact());
+    }
     solve(request, call.console, call.result);
     finish(call.console, call.result);
     return array_of(call.result.values);

@@ -247,8 +247,11 @@ void Preparation::add_decomposition(Transducer& element, const Departures& depar
         return;
     }
     if (std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted)) {
-        append(single_decomposition_share(element, std::move(edge), departures, single_factors_,
-                                          factors_));
+        append(element.exact()
+                   ? exact_single_decomposition_share(element, element.edge(wanted), departures,
+                                                      exact_single_factors_, factors_)
+                   : single_decomposition_share(element, std::move(edge), departures,
+                                                single_factors_, factors_));
     }
     if (std::unique_ptr<EdgeGenerator<double>> edge = element.rounded_edge(wanted)) {
         append(rounded_decomposition_share(element, std::move(edge), departures, factors_));
