@@ -66,4 +66,29 @@ TEST(SinglePrecision, LateAxesDelaysAndLongPathsCostTransientsNothing) {
     }
 }
 
+TEST(SinglePrecision, DistanceCostsContinuousWavesNothing) {
+    std::vector<Source> sources = all_sources;
+    sources.push_back({.shape = "circ", .sizes = {0.1e-3}});  // whose waves nearly cancel
+    sources.push_back({.shape = "shel", .sizes = {5e-3, 1.0}});
+    for (const double R : {0.01, 0.1, 1.0}) {
+        for (const Source& source : sources) {
+            // Over the face, beside it and well off the axis, not in a null of the field.
+            Tank tank = exact_tank(source, {{1e-4, 0, R},
+                                            {3e-3, 2e-3, R},
+                                            {4e-3, -7e-3, R},
+                                            {0.21 * R, 0.33 * R, 0.92 * R},
+                                            {0.85 * R, 0.1 * R, 0.52 * R}});
+            tank.set_order(128);
+            tank.medium._f0 = 5e6;
+            for (const double losses : {0.0, 0.05}) {
+                tank.medium._dBcmMHz = losses;
+                SCOPED_TRACE(testing::Message() << source.shape << ", " << R << " m");
+                expect_like(tank, "fnm_cw_sse", "fnm_cw", 1e-5);
+                expect_like(tank, "fnm_cw_sse2", "fnm_cw", 1e-5);
+                expect_like(tank, "rayleigh_cw_sse", "rayleigh_cw", 1e-5);
+            }
+        }
+    }
+}
+
 }  // namespace
