@@ -249,6 +249,7 @@ void Preparation::add_decomposition(Transducer& element, const Departures& depar
         return;
     }
     if (std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted)) {
+        // Where single precision holds; the exact geometry is in double.
         append(element.exact()
                    ? exact_single_decomposition_share(element, element.edge(wanted), departures,
                                                       exact_single_factors_, factors_)
