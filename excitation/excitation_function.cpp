@@ -242,37 +242,35 @@ void ExcitationFunction::temporal_tsd(std::complex<double>* out, TimeSamples con
                      });
 }
 
-template <class Real>
-void ExcitationFunction::loop_spatial_tsd(Real* out, const Real* tau, int count) const {
+template <class Delay, class Real>
+void ExcitationFunction::write_spatial_tsd(Real* out, const Delay* tau, int count) const {
+    if (sampled_) {
+        harmonic_spatial_factors(harmonics_,
+                                 exact_ ? HarmonicFactors::cosine_sine : HarmonicFactors::hartley,
+                                 tau, count, out);
+        return;
+    }
     const auto terms = static_cast<std::size_t>(number_of_tsd_terms());
     const auto row = static_cast<std::size_t>(count);
-    std::vector<Real> factors(terms);
+    std::vector<Delay> factors(terms);
     for (std::size_t m = 0; m < row; ++m) {
         spatial_tsd(factors.data(), tau[m]);
         for (std::size_t k = 0; k < terms; ++k) {
-            out[k * row + m] = factors[k];
+            out[k * row + m] = static_cast<Real>(factors[k]);
         }
     }
 }
 
 void ExcitationFunction::spatial_tsd_batch(double* out, const double* tau, int count) const {
-    if (!sampled_) {
-        loop_spatial_tsd(out, tau, count);
-        return;
-    }
-    harmonic_spatial_factors(harmonics_,
-                             exact_ ? HarmonicFactors::cosine_sine : HarmonicFactors::hartley, tau,
-                             count, out);
+    write_spatial_tsd(out, tau, count);
 }
 
 void ExcitationFunction::spatial_tsd_batch(float* out, const float* tau, int count) const {
-    if (!sampled_) {
-        loop_spatial_tsd(out, tau, count);
-        return;
-    }
-    harmonic_spatial_factors(harmonics_,
-                             exact_ ? HarmonicFactors::cosine_sine : HarmonicFactors::hartley, tau,
-                             count, out);
+    write_spatial_tsd(out, tau, count);
+}
+
+void ExcitationFunction::spatial_tsd_batch(float* out, const double* tau, int count) const {
+    write_spatial_tsd(out, tau, count);
 }
 
 void ExcitationFunction::complex_spatial_tsd_batch(double* out, const double* tau,
@@ -281,6 +279,10 @@ void ExcitationFunction::complex_spatial_tsd_batch(double* out, const double* ta
 }
 
 void ExcitationFunction::value_spatial_batch(float* out, const float* tau, int count) const {
+    harmonic_spatial_factors(harmonics_, HarmonicFactors::unit_cosine_sine, tau, count, out);
+}
+
+void ExcitationFunction::value_spatial_batch(float* out, const double* tau, int count) const {
     harmonic_spatial_factors(harmonics_, HarmonicFactors::unit_cosine_sine, tau, count, out);
 }
 

@@ -107,6 +107,10 @@ void HanningPulse::spatial_tsd_batch(float* out, const float* tau, int count) co
     hanning_spatial_factors(tau, count, omega0, omega_w, out);
 }
 
+void HanningPulse::spatial_tsd_batch(float* out, const double* tau, int count) const {
+    hanning_spatial_factors(tau, count, omega0, omega_w, out);
+}
+
 void HanningPulse::value_temporal(double* out, TimeSamples const& times, double delay) const {
     temporal_tsd(out, &times, times.ntimes, delay);
 }

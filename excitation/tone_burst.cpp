@@ -100,6 +100,10 @@ void ToneBurst::spatial_tsd_batch(float* out, const float* tau, int count) const
     tone_burst_spatial_factors(tau, count, omega0, out);
 }
 
+void ToneBurst::spatial_tsd_batch(float* out, const double* tau, int count) const {
+    tone_burst_spatial_factors(tau, count, omega0, out);
+}
+
 void ToneBurst::value_temporal(double* out, TimeSamples const& times, double delay) const {
     temporal_tsd(out, &times, times.ntimes, delay);
 }

@@ -88,6 +88,10 @@ mxArray* answer(HostCall& call, int nlhs) {
     }
     request.elements = elements_from(arguments[0], ShapeName::up_to_nul);
     check_sizes_of_discs(arguments[0], request);
+    for (std::size_t i = 0; i < n; ++i) {  // each is of the kind of its waveform
+        const ExcitationFunction& own = *request.waveforms[request.waveforms.size() > 1 ? i : 0];
+        request.elements[i].transducer->set_exact(own.exact());
+    }
     solve(request, call.console, call.result);
     finish(call.console, call.result);
     return array_of(call.result.values);

@@ -173,9 +173,9 @@ void Preparation::add_single_wave(Transducer& element, const Departures& departu
     if (!edge) {
         append(element, continuous_wave_share(element, element.edge(wanted(element, method_)), wave,
                                               prefactor));
-    } else if (departures.single_wave == SingleWaveBy::excess) {
-        append(element,
-               single_excess_share(element, std::move(edge), wave, departures.in_fours, prefactor));
+    } else if (departures.single_wave != SingleWaveBy::delays) {
+        append(element, single_excess_share(element, std::move(edge), departures.single_wave, wave,
+                                            departures.in_fours, prefactor));
     } else {
         const WaveParameters used = departures.rounds_wave ? rounded_wave(*element.medium) : wave;
         const bool damped = method_ != Method::fnm_cw_sse2 || !departures.undamped_edges;
@@ -195,14 +195,15 @@ void Preparation::add_rayleigh(Transducer& element, const Departures& departures
         const double density = is_half ? 2 * medium._rho_density : medium._rho_density;
         return std::complex<double>(0.0, density * medium._f0) * element.complex_weight;
     };
-    const SurfaceManners manners{departures.means_within_rounding, departures.in_fours};
+    const SurfaceManners manners{departures.means_within_rounding, departures.in_fours,
+                                 departures.single_wave == SingleWaveBy::from_middle};
     if (method_ == Method::rayleigh_cw_sse) {
         std::unique_ptr<SurfaceRows<float>> surface =
             element.single_surface(wanted(element, method_));
         const std::complex<double> Q = prefactor(surface->is_half_of_axisymmetric());
+        const bool rounds = departures.rounds_wave && !manners.from_middle;
         append(element, rayleigh_share<float>(element, std::move(surface),
-                                              departures.rounds_wave ? rounded_wave(medium) : wave,
-                                              manners, Q));
+                                              rounds ? rounded_wave(medium) : wave, manners, Q));
         return;
     }
     std::unique_ptr<SurfaceRows<double>> surface = element.surface(wanted(element, method_));
@@ -251,8 +252,13 @@ void Preparation::add_decomposition(Transducer& element, const Departures& depar
         return;
     }
     if (std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted)) {
-        append(element, single_decomposition_share(element, std::move(edge), departures,
-                                                   single_factors_, factors_));
+        // Where single precision holds; the exact geometry is in double.
+        append(element,
+               element.exact()
+                   ? exact_single_decomposition_share(element, element.edge(wanted), departures,
+                                                      exact_single_factors_, factors_)
+                   : single_decomposition_share(element, std::move(edge), departures,
+                                                single_factors_, factors_));
     }
     if (std::unique_ptr<EdgeGenerator<double>> edge = element.rounded_edge(wanted)) {
         append(element,
@@ -272,7 +278,7 @@ void Preparation::add_rayleigh_transient(Transducer& element, const Departures& 
         element.medium->_rho_density / (surface->is_half_of_axisymmetric() ? pi : two_pi);
     append(element, rayleigh_transient_share(
                         element, std::move(surface),
-                        {departures.means_within_rounding, departures.in_fours}, prefactor));
+                        {departures.means_within_rounding, departures.in_fours, false}, prefactor));
     if (!departures.without_jump_waves) {
         append(element, jump_waves_share(element));
     }

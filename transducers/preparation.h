@@ -38,7 +38,9 @@ public:
     const Shares& shares() const { return shares_; }
 
     // Memory that all shares take.
-    std::size_t bytes() const { return bytes_ + factors_.bytes() + single_factors_.bytes(); }
+    std::size_t bytes() const {
+        return bytes_ + factors_.bytes() + single_factors_.bytes() + exact_single_factors_.bytes();
+    }
 
 private:
     bool has_records(const Transducer& element) const;
@@ -62,6 +64,7 @@ private:
     Shares shares_;
     std::size_t bytes_ = 0;
     SharedFactors<float> single_factors_;
+    SharedFactors<float, double> exact_single_factors_;
     SharedFactors<double> factors_;
     QuadratureRule rule_;  // of the element at hand
 };

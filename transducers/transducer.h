@@ -169,8 +169,9 @@ public:
     virtual RuleInterval rule_interval(Method) const { return RuleInterval::standard; }
 
     // The edge generators: blocks in lengths for continuous waves, in times for the others. Null
-    // where there is nothing to add. In single precision null where that would not hold; in double
-    // precision and rounded at the end for those points that the single one leaves out.
+    // where there is nothing to add. In single precision null where that would not hold, and not
+    // used for exact transients; in double precision and rounded at the end for those points that
+    // the single one leaves out.
     virtual std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const;
     virtual std::unique_ptr<EdgeGenerator<float>> single_edge(const Wanted& wanted) const;
     virtual std::unique_ptr<EdgeGenerator<double>> rounded_edge(const Wanted& wanted) const;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -17,7 +18,12 @@ template <class T>
 struct alignas(64) Lanes : std::array<T, block_lanes> {};
 
 // What a method wants to know of the points beside coefficients and delays.
-enum class EdgeDetail { none, arrivals, excess };
+enum class EdgeDetail {
+    none,
+    arrivals,
+    excess,       // R_i - R_0
+    from_middle,  // R_i - R_m, R_m from the middle of the face: small for all points, however far
+};
 
 // Every fast-nearfield pressure has the form
 //
@@ -41,8 +47,10 @@ struct EdgeBlock {
     AlignedVector<Real> delay;        // tau_i
     Lanes<Real> coefficient_sum;      // of all g_i, in the order of i
     Lanes<Real> direct_delay;         // zeta
-    Lanes<double> direct_path;        // R_0 before rounding (m): of generators that know it
-    Lanes<Real> direct_begin;         // delay at which the direct wave's window begins
+    // Before rounding (m), of generators that know them: R_0, R_m, and R_m - R_0 without
+    // cancellation.
+    Lanes<double> direct_path, middle_path, middle_excess;
+    Lanes<Real> direct_begin;  // delay at which the direct wave's window begins
     // Delay whose wave ends the direct wave's window; methods that take that wave by its value know
     // the direct delay only.
     Lanes<Real> direct_end;
@@ -51,7 +59,8 @@ struct EdgeBlock {
     EdgeDetail detail;
     Lanes<Real> first_arrival, last_arrival;  // EdgeDetail::arrivals: delays of the nearest and the
                                               // farthest point of the aperture
-    AlignedVector<Real> excess;  // EdgeDetail::excess: R_i - R_0, formed without cancellation (m)
+    // EdgeDetail::excess, from_middle: the path difference, formed without cancellation (m)
+    AlignedVector<Real> excess;
 
     explicit EdgeBlock(int edge_samples, EdgeDetail wanted = EdgeDetail::none)
         : x{},
@@ -64,6 +73,8 @@ struct EdgeBlock {
           coefficient_sum{},
           direct_delay{},
           direct_path{},
+          middle_path{},
+          middle_excess{},
           direct_begin{},
           direct_end{},
           reached{},
@@ -71,6 +82,18 @@ struct EdgeBlock {
           first_arrival{},
           last_arrival{},
           excess(wanted == EdgeDetail::excess ? coefficient.size() : 0) {}
+
+    // Of a flat face's single-precision block: the paths that need not be rounded.
+    void set_flat_paths() {
+        for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+            const CartesianCoordinate& p = unrounded[lane];
+            const double r_squared = p.x * p.x + p.y * p.y;
+            direct_path[lane] = p.z;
+            middle_path[lane] = std::sqrt(r_squared + p.z * p.z);
+            const double both = middle_path[lane] + p.z;
+            middle_excess[lane] = both > 0.0 ? r_squared / both : 0.0;
+        }
+    }
 
     // Ready for another generator of so many edge samples.
     void resize(int edge_samples) {

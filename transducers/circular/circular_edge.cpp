@@ -1,7 +1,9 @@
 #include "transducers/circular/circular_edge.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <type_traits>
 
 #include "core/constants.h"
@@ -110,6 +112,29 @@ HWY_INLINE void StoreExcess(EdgeBlock<Real>& block, const CircularTables<Real>& 
     }
 }
 
+// R_i - R_m = (a^2 - 2 a r cos phi_i) / (R_i + R_m).
+HWY_INLINE void StoreFromMiddle(EdgeBlock<float>& block, const CircularTables<float>& disc) {
+    const hn::CappedTag<float, block_lanes> d;
+    const auto least = hn::Set(d, std::numeric_limits<float>::min());  // of a face without a size
+    Lanes<float> middle;
+    std::transform(block.middle_path.begin(), block.middle_path.end(), middle.begin(),
+                   [](double path) { return static_cast<float>(path); });
+    for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
+        const auto x = hn::Load(d, block.x.data() + lane);
+        const auto y = hn::Load(d, block.y.data() + lane);
+        const auto r = hn::Sqrt(hn::Add(hn::Mul(y, y), hn::Mul(x, x)));
+        const auto R_m = hn::Load(d, middle.data() + lane);
+        for (int i = 0; i < block.size; ++i) {
+            const float a = disc.radii[i / disc.abscissas];
+            const auto gained =
+                hn::Sub(hn::Set(d, a * a), hn::Mul(hn::Set(d, disc.two_a_cosine[i]), r));
+            const auto R = hn::Load(d, block.delay.data() + i * block_lanes + lane);
+            hn::Store(hn::Div(gained, hn::Max(hn::Add(R, R_m), least)), d,
+                      block.excess.data() + i * block_lanes + lane);
+        }
+    }
+}
+
 template <class Real>
 HWY_INLINE void StoreArrivals(EdgeBlock<Real>& block, const CircularTables<Real>& disc) {
     const hn::CappedTag<Real, block_lanes> d;
@@ -194,6 +219,9 @@ HWY_INLINE void SampleCircular(const CircularTables<Real>& disc, EdgeBlock<Real>
 
 void SampleCircularSingle(const CircularTables<float>& disc, EdgeBlock<float>& block) {
     SampleCircular(disc, block);
+    if (block.detail == EdgeDetail::from_middle) {
+        StoreFromMiddle(block, disc);
+    }
 }
 
 void SampleCircularDouble(const CircularTables<double>& disc, EdgeBlock<double>& block) {
@@ -216,6 +244,8 @@ CircularEdge<Real>::CircularEdge(const Transducer& element, std::span<const doub
     if (in_times) {
         speed_ = static_cast<Real>(element.medium->_soundspeed);
         density = element.medium->_rho_density;
+    } else {
+        delay_by_ = DelayBy::product;  // by 1, like the quotient
     }
     for (std::size_t k = 0; k < radii.size(); ++k) {
         const auto a = static_cast<Real>(radii[k]);
@@ -228,7 +258,7 @@ CircularEdge<Real>::CircularEdge(const Transducer& element, std::span<const doub
 
 template <class Real>
 CircularEdge<Real>::CircularEdge(const QuadratureRule& rule, double radius, double weight)
-    : speed_(1), delay_by_(DelayBy::quotient) {
+    : speed_(1), delay_by_(DelayBy::product) {
     add_rim(rule, static_cast<Real>(radius), weight);
 }
 
@@ -250,6 +280,9 @@ void CircularEdge<Real>::sample(EdgeBlock<Real>& block, int /* the only pass */)
         radii_.data(), rims,           rims > 0 ? size() / rims : 0, speed_,
         delay_by_,     cosine_.data(), two_a_cosine_.data(),         weight_.data()};
     if constexpr (std::is_same_v<Real, float>) {
+        if (block.detail == EdgeDetail::from_middle) {
+            block.set_flat_paths();
+        }
         KAVRO_KERNEL(SampleCircularSingle)(tables, block);
     } else {
         KAVRO_KERNEL(SampleCircularDouble)(tables, block);

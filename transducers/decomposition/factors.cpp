@@ -63,6 +63,15 @@ AlignedVector<Real> real_factors(const ExcitationFunction& waveform, const TimeS
     return by_sample<Real, Real>(factors, terms, ntimes);
 }
 
+std::vector<double> value_factors(const ExcitationFunction& waveform, const TimeSamples& times,
+                                  double time_delay) {
+    auto factors =
+        zeros<std::vector<double>>(static_cast<std::size_t>(waveform.number_of_value_terms()) *
+                                   static_cast<std::size_t>(times.ntimes));
+    waveform.value_temporal(factors.data(), times, time_delay);
+    return factors;
+}
+
 AlignedVector<double> complex_factors(const ExcitationFunction& waveform, const TimeSamples& times,
                                       double time_delay) {
     const auto ntimes = static_cast<std::size_t>(times.ntimes);
@@ -87,10 +96,11 @@ int real_terms(const ExcitationFunction& waveform, Decomposition kind) {
     return kind == Decomposition::complex ? 2 * waveform.n_terms : waveform.number_of_tsd_terms();
 }
 
-template <class Real>
-DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& waveform,
-                                                 Decomposition kind, const TimeSamples& times,
-                                                 double time_delay, DirectArgument argument)
+template <class Real, class Delay>
+DecompositionFactors<Real, Delay>::DecompositionFactors(const ExcitationFunction& waveform,
+                                                        Decomposition kind,
+                                                        const TimeSamples& times, double time_delay,
+                                                        DirectArgument argument)
     : waveform_(&waveform),
       kind_(kind),
       time_delay_(time_delay),
@@ -108,6 +118,19 @@ DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& wavef
         temporal_ = kind == Decomposition::complex
                         ? complex_factors(waveform, times, time_delay)
                         : real_factors<double>(waveform, times, time_delay, terms);
+    } else if constexpr (std::is_same_v<Delay, double>) {
+        TimeSamples since = times;
+        for (double& t : since.times) {
+            t -= time_delay;
+        }
+        temporal_ = real_factors<float>(waveform, since, 0.0, terms);
+        direct_is_edge_wave_ = waveform.value_uses_spatial_tsd();
+        if (!direct_is_edge_wave_) {
+            direct_terms_ = waveform.number_of_value_terms();
+            direct_temporal_ = by_sample<double, float>(value_factors(waveform, since, 0.0),
+                                                        static_cast<std::size_t>(direct_terms_),
+                                                        since.times.size());
+        }
     } else {
         temporal_ = real_factors<float>(waveform, times, time_delay, terms);
         direct_terms_ = waveform.number_of_value_terms();
@@ -119,10 +142,8 @@ DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& wavef
                 }
             }
             const auto ntimes = static_cast<std::size_t>(times.ntimes);
-            const auto value_terms = static_cast<std::size_t>(direct_terms_);
-            auto factors = zeros<std::vector<double>>(value_terms * ntimes);
             InterruptCheck check;
-            waveform.value_temporal(factors.data(), rounded, time_delay);
+            std::vector<double> factors = value_factors(waveform, rounded, time_delay);
             direct_is_edge_wave_ = waveform.value_uses_spatial_tsd();
             for (std::size_t k = 0; direct_is_edge_wave_ && k < terms; ++k) {
                 for (std::size_t j = 0; j < ntimes; ++j) {
@@ -130,14 +151,15 @@ DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& wavef
                     factors[k * ntimes + j] -= static_cast<double>(temporal_[j * terms + k]);
                 }
             }
-            direct_temporal_ = by_sample<double, float>(factors, value_terms, ntimes);
+            direct_temporal_ =
+                by_sample<double, float>(factors, static_cast<std::size_t>(direct_terms_), ntimes);
         }
     }
     finite_ = all_finite(temporal_) && all_finite(direct_temporal_);
 }
 
-template <class Real>
-void DecompositionFactors<Real>::spatial(Real* out, const Real* tau, int count) const {
+template <class Real, class Delay>
+void DecompositionFactors<Real, Delay>::spatial(Real* out, const Delay* tau, int count) const {
     if constexpr (std::is_same_v<Real, double>) {
         if (kind_ == Decomposition::complex) {
             waveform_->complex_spatial_tsd_batch(out, tau, count);
@@ -147,25 +169,31 @@ void DecompositionFactors<Real>::spatial(Real* out, const Real* tau, int count) 
     waveform_->spatial_tsd_batch(out, tau, count);
 }
 
-template <class Real>
-void DecompositionFactors<Real>::direct_spatial(Real* out, const Real* tau, int count) const {
+template <class Real, class Delay>
+void DecompositionFactors<Real, Delay>::direct_spatial(Real* out, const Delay* tau,
+                                                       int count) const {
     if constexpr (std::is_same_v<Real, float>) {
         waveform_->value_spatial_batch(out, tau, count);
     }
 }
 
-template <class Real>
-void DecompositionFactors<Real>::spatial_one(Real* out, Real tau) const {
+template <class Real, class Delay>
+void DecompositionFactors<Real, Delay>::spatial_one(Real* out, Delay tau) const {
     if constexpr (std::is_same_v<Real, double>) {
         if (kind_ == Decomposition::complex) {
             waveform_->complex_spatial_tsd_batch(out, &tau, 1);
             return;
         }
     }
-    waveform_->spatial_tsd(out, tau);
+    if constexpr (std::is_same_v<Real, Delay>) {
+        waveform_->spatial_tsd(out, tau);
+    } else {
+        waveform_->spatial_tsd_batch(out, &tau, 1);
+    }
 }
 
 template class DecompositionFactors<float>;
+template class DecompositionFactors<float, double>;
 template class DecompositionFactors<double>;
 
 }  // namespace kavro

@@ -59,6 +59,7 @@ Departures RectangularTransducer::departures() const {
     departures.arrivals_of_no_points = true;
     departures.defaults_frequency = true;
     departures.rounds_wave = true;
+    departures.single_wave = exact() ? SingleWaveBy::from_middle : SingleWaveBy::delays;
     // The reference damps the direct wave only, on purpose; exactly, the edge waves too.
     departures.undamped_edges = !exact();
     return departures;

@@ -29,6 +29,7 @@ enum class RimPart {
 template <class Real>
 struct RimLanes {
     Lanes<Real> least, spread;   // D = least + spread kappa
+    Lanes<Real> least_gained;    // of D less the apex's
     Lanes<Real> along, retreat;  // N = along - retreat kappa
     RimPart part;
 };
@@ -42,6 +43,7 @@ struct SphericalLanes {
     Lanes<Real> ratio;         // sigma / s, times a neighbour's weight
     Lanes<Real> path_squared;  // R_0^2
     Lanes<Real> direct_path;   // R_0, or R_1 in the far pole's pass
+    Lanes<Real> middle_path;   // R_m, from the apex
     Lanes<double> exact_ratio;
     Lanes<double> between_poles;  // R_0 - R_1
     Real speed;
@@ -95,11 +97,13 @@ HWY_INLINE void SampleRims(const SphericalLanes<Real>& face, EdgeBlock<Real>& bl
         const auto ratio = load(face.ratio);
         const auto path_squared = load(face.path_squared);
         const auto direct_path = load(face.direct_path);
+        const auto middle_path = load(face.middle_path);
         auto sum = hn::Zero(d);
         for (int rim_index = 0; rim_index < face.rim_count; ++rim_index) {
             const RimLanes<Real>& rim = face.rims[rim_index];
             const auto least = load(rim.least);
             const auto spread = load(rim.spread);
+            const auto least_gained = load(rim.least_gained);
             const auto along = load(rim.along);
             const auto retreat = load(rim.retreat);
             for (int i = 0; i < face.abscissas; ++i) {
@@ -120,6 +124,10 @@ HWY_INLINE void SampleRims(const SphericalLanes<Real>& face, EdgeBlock<Real>& bl
                     const auto gained =
                         rim.part == RimPart::far_pole ? hn::Sub(D, hn::Set(d, Real(4))) : D;
                     hn::Store(hn::Div(hn::Mul(product, gained), hn::Add(R, direct_path)), d,
+                              block.excess.data() + at);
+                } else if (block.detail == EdgeDetail::from_middle) {
+                    const auto gained = hn::Add(least_gained, hn::Mul(spread, kappa));
+                    hn::Store(hn::Div(hn::Mul(product, gained), hn::Add(R, middle_path)), d,
                               block.excess.data() + at);
                 }
             }
@@ -175,6 +183,8 @@ void set_lane(RimLanes<Real>& lanes, std::size_t lane, const SphericalRim& rim,
     const double up = rim.depth - pole.depth;
     lanes.least[lane] = static_cast<Real>(across * across + up * up);
     lanes.spread[lane] = static_cast<Real>(2.0 * S * pole.sine);
+    lanes.least_gained[lane] =
+        static_cast<Real>(S * (across - pole.sine) + rim.depth * (up - pole.depth));
     lanes.along[lane] = static_cast<Real>(C * pole.sine - S * pole.cosine);
     lanes.retreat[lane] = static_cast<Real>(C * pole.sine);
 }
@@ -298,6 +308,12 @@ void SphericalEdge<Real>::place(EdgeBlock<Real>& block, std::size_t lane, Pass p
     lanes.path_squared[lane] = static_cast<Real>(pole.path * pole.path);
     block.direct_path[lane] = pass.far_pole ? pole.far_path : pole.path;
     lanes.direct_path[lane] = static_cast<Real>(block.direct_path[lane]);
+    block.middle_path[lane] = std::sqrt(point.r * point.r + point.z * point.z);
+    lanes.middle_path[lane] = static_cast<Real>(block.middle_path[lane]);
+    const double both = block.middle_path[lane] + pole.path;  // 0 in the apex
+    const double gained =
+        pole.side * d * pole.s * (pole.sine * pole.sine + pole.depth * pole.depth);
+    block.middle_excess[lane] = both == 0.0 ? 0.0 : gained / both;
     const SphericalDistances distances = geometry_.distances(point, pole);
     block.first_arrival[lane] = static_cast<Real>(distances.nearest / speed_);
     block.last_arrival[lane] = static_cast<Real>(distances.farthest / speed_);
