@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/console.h"
 #include "core/counts.h"
@@ -161,6 +162,23 @@ void read_waveforms(SolveRequest& request, const SolveOptions& options) {
     }
 }
 
+// Between limits that are alike but for the sign, what is zero but for rounding.
+void set_exact_zero(std::vector<double>& axis, double min, double max, double spacing) {
+    for (double& value : axis) {
+        if (min == -max && std::fabs(value) < 1e-9 * spacing) {
+            value = 0.0;
+        }
+    }
+}
+
+void set_exact_zeros(CoordinateGrid& grid) {
+    if (grid.regular) {
+        set_exact_zero(grid.xcoords, grid.xmin, grid.xmax, grid.deltax);
+        set_exact_zero(grid.ycoords, grid.ymin, grid.ymax, grid.deltay);
+        set_exact_zero(grid.zcoords, grid.zmin, grid.zmax, grid.deltaz);
+    }
+}
+
 void read_measures(SolveRequest& request, const SolveOptions& options) {
     if (!options.given(Option::measure)) {
         return;
@@ -228,6 +246,7 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     check_grid(arguments[2]);
     advised("Take larger spacings or fewer points.",
             [&] { read_grid(request.points, arguments[2]); });
+    set_exact_zeros(request.points);
     check_medium(arguments[3]);
     request.medium = medium_from(arguments[3]);
     if (operation.kind == Kind::transient || operation.kind == Kind::impulse_response) {

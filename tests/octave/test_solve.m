@@ -88,6 +88,14 @@
 %! waves = kavro.solve('fnm_cw', elements, points, medium, 'f0', 1e6, 'per_element', true);
 %! assert(waves(:, 3), kavro.solve('fnm_cw', elements(3), points, medium, 'f0', 1e6));
 
+%!test  % the middle of symmetric limits is an exact zero: both sides of a field are alike there
+%! grid = kavro.set_coordinate_grid([0.1e-3 1 1], -0.7e-3, 0.7e-3, 0, 0, 5e-3, 5e-3);
+%! x = kavro.grid_axes(grid);
+%! assert(x(8), 0);
+%! p = kavro.solve('fnm_cw', kavro.disc(1e-3), grid, kavro.set_medium(), 'f0', 1e6);
+%! middle = kavro.set_coordinate_grid([0 0 5e-3]);
+%! assert(p(8), kavro.solve('fnm_cw', kavro.disc(1e-3), middle, kavro.set_medium(), 'f0', 1e6));
+
 %!test  % arrival times: one row for each element, begin and end
 %! [e, ~, m] = scene();
 %! at = kavro.set_coordinate_grid([0 0 10e-3]);
