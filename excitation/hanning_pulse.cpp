@@ -1,5 +1,6 @@
 #include "excitation/hanning_pulse.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <vector>
@@ -101,6 +102,12 @@ void HanningPulse::value_temporal(double* out, TimeSamples const& times, double 
 
 void HanningPulse::at_batch(double* out, const double* t, int count) const {
     hanning_values(t, count, two_pi * f0, w, out);
+}
+
+// The main lobe ends 2 / w beyond f0.
+double HanningPulse::highest_frequency(double tolerance) const {
+    const double share = std::min(1.0, 0.6 + 0.2 * std::log10(0.1 / tolerance));
+    return f0 + 2.0 / w * share;
 }
 
 int HanningPulse::number_of_tsd_terms() const {

@@ -11,6 +11,7 @@
 #include "transducers/blocks/point_tile.h"
 #include "transducers/blocks/point_tiles.h"
 #include "transducers/preparation.h"
+#include "transducers/tolerance/tally.h"
 
 namespace kavro {
 namespace {
@@ -29,14 +30,16 @@ bool share_outputs(const Transducer& a, const Transducer& b) {
            a.pressure_imag == b.pressure_imag;
 }
 
-void add_shares(const Shares& shares, const Transducer& first, bool output_is_zero) {
+void add_shares(const Shares& shares, const Transducer& first, bool output_is_zero,
+                QuadratureTally* tally) {
     int width = shares.front()->tile_width();
     for (const std::unique_ptr<Share>& share : shares) {
         width = std::min(width, share->tile_width());
     }
     work_in_tiles(first.coordinate_grid->npoints, width, [&, width](Team::Member& member) {
         const auto tile = std::make_shared<PointTile>(
-            first, width, [&member](std::int64_t steps) { member.spend(steps); });
+            first, width, [&member](std::int64_t steps) { member.spend(steps); },
+            tally != nullptr ? tally->part() : nullptr);
         return [&shares, tile, output_is_zero](int begin, int count) {
             tile->begin(begin, count, output_is_zero);
             for (const std::unique_ptr<Share>& share : shares) {
@@ -47,8 +50,8 @@ void add_shares(const Shares& shares, const Transducer& first, bool output_is_ze
     });
 }
 
-TransducerStatus solve_together(Method method, std::span<Transducer* const> elements,
-                                Output output) {
+TransducerStatus solve_together(Method method, std::span<Transducer* const> elements, Output output,
+                                QuadratureTally* tally) {
     bool output_is_zero = output == Output::all_zero;
     const auto all = static_cast<double>(elements.size());
     TransducerStatus status = status_success;
@@ -76,7 +79,10 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
         const console::ProgressPart part(static_cast<double>(begin) / all,
                                          static_cast<double>(next) / all);
         const TransducerStatus added = guarded([&] {
-            add_shares(preparation.shares(), *first, output_is_zero);
+            if (tally != nullptr) {
+                tally->begin(*first->coordinate_grid);
+            }
+            add_shares(preparation.shares(), *first, output_is_zero, tally);
             return status_success;
         });
         if (added != status_success) {
@@ -141,13 +147,22 @@ TransducerStatus solve_each(Method method, std::span<Transducer* const> elements
 
 }  // namespace
 
-TransducerStatus drive(Method method, std::span<Transducer* const> elements, Output output) {
-    return adds(method) ? solve_together(method, elements, output) : solve_each(method, elements);
+TransducerStatus drive(Method method, std::span<Transducer* const> elements, Output output,
+                       QuadratureReport* report) {
+    QuadratureTally tally;
+    const TransducerStatus status =
+        adds(method)
+            ? solve_together(method, elements, output, report != nullptr ? &tally : nullptr)
+            : solve_each(method, elements);
+    if (report != nullptr) {
+        *report = tally.report();
+    }
+    return status;
 }
 
 TransducerStatus Transducer::solve_alone(Method method) {
     Transducer* const element = this;
-    return drive(method, {&element, 1}, Output::accumulate);
+    return drive(method, {&element, 1}, Output::accumulate, nullptr);
 }
 
 }  // namespace kavro

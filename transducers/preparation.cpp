@@ -33,6 +33,27 @@ std::complex<double> edge_prefactor(const Transducer& element, Method method,
     return departures.without_loss_factor ? reference : reference * loss_factor(wave);
 }
 
+bool is_single(Method method) {
+    return method == Method::fnm_cw_single || method == Method::fnm_cw_sse ||
+           method == Method::fnm_cw_sse2 || method == Method::fnm_tsd_sse ||
+           method == Method::fnm_tsd_low_precision;
+}
+
+// Whether a tolerance may stand for the rule.
+bool takes_tolerance(Method method) {
+    switch (method) {
+        case Method::fnm_cw:
+        case Method::fnm_transient:
+        case Method::fnm_transient_behind_source:
+        case Method::fnm_fdtsd:
+        case Method::fnm_tsd:
+        case Method::fnm_tsd_behind_source:
+            return true;
+        default:
+            return is_single(method);
+    }
+}
+
 QuadratureRule as_it_stands(const NumericalIntegration& shared) {
     QuadratureRule rule;
     for (int i = 0; i < shared.get_npoints(); ++i) {
@@ -48,7 +69,18 @@ EdgeUnits Wanted::units() const {
     return is_continuous_wave(method) ? EdgeUnits::lengths : EdgeUnits::times;
 }
 
+bool Preparation::keeps_tolerance(const Transducer& element) const {
+    return element.get_tolerance() > 0.0 && element.exact() && takes_tolerance(method_);
+}
+
 bool Preparation::has_records(const Transducer& element) const {
+    constexpr double least_of_single = 1e-5;
+    if (keeps_tolerance(element)) {
+        return (!is_single(method_) || element.get_tolerance() >= least_of_single) &&
+               (is_continuous_wave(method_)
+                    ? element.has_continuous_wave_outputs()
+                    : element.excitation != nullptr && element.has_impulse_response_records());
+    }
     if (element.departures().writes_nothing) {
         return element.coordinate_grid != nullptr && element.medium != nullptr &&
                element.integral != nullptr;
@@ -90,6 +122,7 @@ TransducerStatus Preparation::add(Transducer* element) {
         return status_success;
     }
     element->InitializeRotationMatrix();
+    find_demand(*element, wave);
     if (!is_continuous_wave(method_)) {
         add_transient(*element, departures);
     } else if (is_rayleigh(method_)) {
@@ -112,7 +145,29 @@ void Preparation::append(std::unique_ptr<Share> share) {
     }
 }
 
+void Preparation::find_demand(const Transducer& element, const WaveParameters& wave) {
+    demand_.reset();
+    if (!keeps_tolerance(element)) {
+        return;
+    }
+    const double tolerance = element.get_tolerance();
+    if (is_continuous_wave(method_)) {
+        demand_ = demand_of(wave, tolerance);
+        return;
+    }
+    const ExcitationFunction& waveform = *element.excitation;
+    if (known_.waveform == nullptr || !known_.waveform->same_waveform(waveform) ||
+        known_.medium != element.medium || known_.demand.tolerance != tolerance) {
+        known_ = {&waveform, element.medium, demand_of(waveform, *element.medium, tolerance)};
+    }
+    demand_ = known_.demand;
+}
+
 Wanted Preparation::wanted(Transducer& element, Method method) {
+    if (demand_) {
+        rule_ = {};
+        return {method, 0, rule_, &*demand_};
+    }
     NumericalIntegration& shared = *element.integral;
     const int order = shared.get_npoints();
     const RuleInterval interval = element.rule_interval(method);
@@ -128,7 +183,7 @@ Wanted Preparation::wanted(Transducer& element, Method method) {
         }
         rule_ = as_it_stands(shared);
     }
-    return {method, order, rule_};
+    return {method, order, rule_, nullptr};
 }
 
 // ---- continuous wave

@@ -9,7 +9,7 @@ std::size_t at(int row, int width) {
 
 }  // namespace
 
-PointTile::PointTile(const Transducer& first, int width, Spend spend)
+PointTile::PointTile(const Transducer& first, int width, Spend spend, TallyPart* tally)
     : grid_(*first.coordinate_grid),
       times_(first.time_samples),
       real_(first.pressure_real),
@@ -17,6 +17,7 @@ PointTile::PointTile(const Transducer& first, int width, Spend spend)
       transient_(first.transient_pressure),
       width_(width),
       spend_(std::move(spend)),
+      tally_(tally),
       points_(static_cast<std::size_t>(width)) {}
 
 void PointTile::begin(int first, int count, bool output_is_zero) {

@@ -15,6 +15,7 @@
 #include "core/interrupted.h"
 #include "transducers/blocks/edge_block.h"
 #include "transducers/blocks/sample_window.h"
+#include "transducers/tolerance/tally.h"
 #include "transducers/transducer.h"
 
 namespace kavro {
@@ -30,7 +31,8 @@ class PointTile {
 public:
     // For tiles of up to `width` points, a multiple of block_lanes, of the grid of an element whose
     // outputs and time axis are those of all.
-    PointTile(const Transducer& first, int width, Spend spend);
+    // The tally, if there is one, hears of abscissas that points choose.
+    PointTile(const Transducer& first, int width, Spend spend, TallyPart* tally = nullptr);
 
     // Begins the tile of `count` points from `first` on. Rows start from the output's values, or
     // from zero where those are known to be.
@@ -65,6 +67,15 @@ public:
 
     // ---- the thread
     const Spend& spend() const { return spend_; }
+    TallyPart* tally() const { return tally_; }
+
+    // Tells the tally how the lanes of a block came to their samples.
+    template <class Real>
+    void note_quadrature(int block, const EdgeBlock<Real>& edge) const {
+        if (tally_ != nullptr && !edge.quadrature.rules.empty()) {
+            tally_->note(first_of(block), present(block), edge.quadrature);
+        }
+    }
 
     // Scratch of the type, made once by the function and kept for the next element and tile.
     template <class Room, class Make>
@@ -78,6 +89,7 @@ private:
     double* transient_;
     int width_;
     Spend spend_;
+    TallyPart* tally_;
 
     int first_ = 0;
     int count_ = 0;

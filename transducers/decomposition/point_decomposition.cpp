@@ -84,7 +84,7 @@ void PointDecomposition<Real>::add_wave(Real coefficient, Real tau, SampleWindow
 template <class Real>
 void PointDecomposition<Real>::add_edge_waves(const WindowRule& rule, const EdgeBlock<Real>& edge,
                                               std::size_t lane) {
-    for (std::size_t i = 0; i < static_cast<std::size_t>(edge.size); ++i) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(edge.samples_of(lane)); ++i) {
         const Real tau = edge.delay[i * block_lanes + lane];
         const Real g = edge.coefficient[i * block_lanes + lane];
         const double u = static_cast<double>(tau) + rule.time_delay - rule.first_time;

@@ -32,6 +32,8 @@ void DecompositionRoom<Real>::add(const DecompositionElement<Real>& element, Poi
         const int passes = element.edge->passes(edge_);
         for (int pass = 0; pass < passes; ++pass) {
             element.edge->sample(edge_, pass);
+            windows_.resize(edge_.size);
+            tile.note_quadrature(block, edge_);
             add_sampled_block(element, tile, block);
         }
     }
@@ -57,8 +59,9 @@ template <class Real>
 LaneSet DecompositionRoom<Real>::add_vectorised(const DecompositionElement<Real>& element,
                                                 PointTile& tile, int block) {
     const DecompositionFactors<Real>& factors = *element.factors;
-    const std::size_t block_factors = (static_cast<std::size_t>(element.edge->size()) + 1) *
-                                      block_lanes * static_cast<std::size_t>(factors.terms());
+    const int most_samples = std::max(element.edge->size(), edge_.size);
+    const std::size_t block_factors = (static_cast<std::size_t>(most_samples) + 1) * block_lanes *
+                                      static_cast<std::size_t>(factors.terms());
     if (tile.times().deltat() == 0.0 || !factors.finite() || factors.terms() == 0 ||
         edge_.size == 0 || block_factors > most_block_factors) {
         return all_lanes;
