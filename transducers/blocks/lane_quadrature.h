@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "core/aligned_vector.h"
@@ -27,6 +28,13 @@ struct LaneQuadrature {
     // Where the tolerance is not reached: the estimated error, as a share of the element's field.
     Lanes<double> error;
     Lanes<Shortfall> shortfall;
+
+    // Ready for so many rules.
+    void begin(std::size_t count) {
+        rules.resize(count);
+        error.fill(0.0);
+        shortfall.fill(Shortfall::none);
+    }
 };
 
 template <class Real>

@@ -246,29 +246,32 @@ template <class Real>
 void CircularEdge<Real>::choose_rules(EdgeBlock<Real>& block) const {
     RimScene scene{};
     scene.rims = static_cast<int>(radii_.size());
+    Lanes<double> off_axis;
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-        const double x = static_cast<double>(block.x[lane]);
-        const double y = static_cast<double>(block.y[lane]);
-        scene.off_axis[lane] = std::sqrt(x * x + y * y);
-        scene.path[lane] = static_cast<double>(block.z[lane]);
+        const auto x = static_cast<double>(block.x[lane]);
+        const auto y = static_cast<double>(block.y[lane]);
+        off_axis[lane] = std::sqrt(x * x + y * y);
+        scene.off_axis[lane] = static_cast<float>(off_axis[lane]);
+        scene.path[lane] = static_cast<float>(block.z[lane]);
     }
     scene.lever = scene.place = scene.off_axis;
-    scene.ratio.fill(1.0);
-    scene.gain.fill(1.0);
+    scene.ratio.fill(1.0f);
+    scene.gain.fill(1.0f);
     for (std::size_t k = 0; k < radii_.size(); ++k) {
-        const double a = static_cast<double>(radii_[k]);
+        const auto radius = static_cast<double>(radii_[k]);
+        const auto a = static_cast<float>(radius);
         SeenRim& rim = scene.rim[k];
-        rim.radius = rim.inside_below = a;
-        scene.area += k == 0 ? pi * a * a : -pi * a * a;
+        rim.radius = rim.inside_below = radius;
+        scene.area += k == 0 ? pi * radius * radius : -pi * radius * radius;
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-            const double r = scene.off_axis[lane];
-            const double z = scene.path[lane];
-            const double gap = r - a;
-            rim.near[lane] = std::sqrt(gap * gap + z * z);
-            rim.far[lane] = std::sqrt((r + a) * (r + a) + z * z);
+            const auto gap = static_cast<float>(off_axis[lane] - radius);
+            const float r = scene.off_axis[lane];
+            const float z_squared = scene.path[lane] * scene.path[lane];
+            rim.near[lane] = std::sqrt(gap * gap + z_squared);
+            rim.far[lane] = std::sqrt((r + a) * (r + a) + z_squared);
             rim.beside[lane] = std::abs(gap);
             rim.least[lane] = gap * gap;
-            rim.spread[lane] = 2.0 * a * r;
+            rim.spread[lane] = 2.0f * a * r;
             rim.along[lane] = gap;
             rim.retreat[lane] = r;
         }

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <span>
 #include <type_traits>
 #include <utility>
 
@@ -30,6 +32,14 @@ struct StraightTables {
     const Real* abscissa;
     const Real* weight;
     Real scale;  // of the weights
+};
+
+// Of each side: whether it goes along the face's length, and so its normal across; whether it goes
+// more across than the side before.
+struct FaceSides {
+    std::span<const PolygonTransducer::Side> sides;
+    const std::uint8_t* is_level;
+    const std::uint8_t* corner_is_across;
 };
 
 }  // namespace kavro
@@ -78,19 +88,73 @@ void SamplePiecesDouble(const StraightTables<double>& face, EdgeBlock<double>& b
     SamplePieces(face, block);
 }
 
-// From the foot of the perpendicular, both pieces of a side, in double.
+using Wide = hn::CappedTag<double, block_lanes>;
+using WideV = hn::Vec<Wide>;
+
+HWY_INLINE void StoreNarrow(WideV v, Lanes<float>& out, int lane) {
+    const hn::Rebind<float, Wide> narrow;
+    hn::Store(hn::DemoteTo(narrow, v), narrow, out.data() + lane);
+}
+
+// How far the foot of a point lies beside the face: perpendicular to the nearest side, or beyond
+// the ends of the two that meet at the nearest corner.
+void SeeFace(const FaceSides& face, const Lanes<double>& x, const Lanes<double>& y,
+             const Lanes<double>& z, Lanes<double>& nearest_of_face, FaceScene& scene) {
+    const Wide d;
+    const auto zero = hn::Zero(d);
+    for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
+        const auto x_of_lanes = hn::Load(d, x.data() + lane);
+        const auto y_of_lanes = hn::Load(d, y.data() + lane);
+        auto nearest = hn::Set(d, std::numeric_limits<double>::infinity());
+        auto across = zero;
+        auto along = zero;
+        auto outside = hn::Lt(zero, zero);
+        const auto take = [&](hn::Mask<Wide> candidate, WideV squared, bool first_is_across,
+                              WideV first, WideV second) HWY_ATTR {
+            const auto better = hn::And(candidate, hn::Lt(squared, nearest));
+            nearest = hn::IfThenElse(better, squared, nearest);
+            across = hn::IfThenElse(better, first_is_across ? first : second, across);
+            along = hn::IfThenElse(better, first_is_across ? second : first, along);
+        };
+        const SeenSide<double> last(face.sides.back(), x_of_lanes, y_of_lanes);
+        auto past_end = hn::Neg(last.above);  // of the side before
+        for (size_t k = 0; k < face.sides.size(); ++k) {
+            const SeenSide<double> seen(face.sides[k], x_of_lanes, y_of_lanes);
+            const auto L_squared = hn::Mul(seen.L, seen.L);
+            const auto beyond = hn::Lt(seen.L, zero);
+            outside = hn::Or(outside, beyond);
+            take(hn::And(beyond, seen.inside), L_squared, face.is_level[k] != 0, hn::Neg(seen.L),
+                 zero);
+            const auto before_begin = seen.below;
+            take(hn::And(hn::Ge(past_end, zero), hn::Ge(before_begin, zero)),
+                 hn::Add(L_squared, hn::Mul(before_begin, before_begin)),
+                 face.corner_is_across[k] != 0, before_begin, past_end);
+            past_end = hn::Neg(seen.above);
+        }
+        const auto height = hn::Load(d, z.data() + lane);
+        nearest = hn::IfThenElseZero(outside, nearest);
+        const auto R = hn::Sqrt(hn::Add(nearest, hn::Mul(height, height)));
+        hn::Store(R, d, nearest_of_face.data() + lane);
+        StoreNarrow(R, scene.nearest, lane);
+        StoreNarrow(height, scene.height, lane);
+        StoreNarrow(hn::IfThenElseZero(outside, across), scene.beside[0], lane);
+        StoreNarrow(hn::IfThenElseZero(outside, along), scene.beside[1], lane);
+    }
+}
+
+// Both pieces of a side.
 void SeePieces(const PolygonTransducer::Side& side, const Lanes<double>& x, const Lanes<double>& y,
                SeenPiece* pieces) {
-    const hn::CappedTag<double, block_lanes> d;
+    const Wide d;
     for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
         const SeenSide<double> seen(side, hn::Load(d, x.data() + lane),
                                     hn::Load(d, y.data() + lane));
         for (int piece = 0; piece < 2; ++piece) {
             const auto from = seen.From(piece);
             const auto to = hn::Add(from, seen.Reach(piece));
-            hn::Store(seen.L, d, pieces[piece].L.data() + lane);
-            hn::Store(hn::Min(hn::Abs(from), hn::Abs(to)), d, pieces[piece].nearer.data() + lane);
-            hn::Store(hn::Max(hn::Abs(from), hn::Abs(to)), d, pieces[piece].farther.data() + lane);
+            StoreNarrow(seen.L, pieces[piece].L, lane);
+            StoreNarrow(hn::Min(hn::Abs(from), hn::Abs(to)), pieces[piece].nearer, lane);
+            StoreNarrow(hn::Max(hn::Abs(from), hn::Abs(to)), pieces[piece].farther, lane);
         }
     }
 }
@@ -155,87 +219,50 @@ StraightEdges<Real>::StraightEdges(const Transducer& element, std::vector<Side> 
         });
     extents_[0] = width_across(narrowest, sides_);
     extents_[1] = extents_[0] > 0.0 ? area_of(sides_) / extents_[0] : 0.0;
-    across_x_ = -narrowest.uy;
-    across_y_ = narrowest.ux;
     sharpness_ = sharpness_of(sides_);
-}
-
-// How far the foot of a point lies beside the face: perpendicular to the nearest side, or beyond
-// the ends of the two that meet at the nearest corner.
-template <class Real>
-void StraightEdges<Real>::see_face(const EdgeBlock<Real>& block, PieceScene& scene) const {
-    scene.extents[0] = extents_[0];
-    scene.extents[1] = extents_[1];
-    scene.sharpness = sharpness_;
-    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-        const double x = static_cast<double>(block.x[lane]);
-        const double y = static_cast<double>(block.y[lane]);
-        const double z = static_cast<double>(block.z[lane]);
-        bool over_face = true;
-        double nearest = std::numeric_limits<double>::infinity();
-        double beside[2] = {0.0, 0.0};
-        double past_end = 0.0;  // of the side before
-        const Side* before = &sides_.back();
-        past_end = before->ux * (x - before->x) + before->uy * (y - before->y) - before->length;
-        for (const Side& side : sides_) {
-            const double dx = x - side.x;
-            const double dy = y - side.y;
-            const double L = cross(side, dx, dy);
-            const double along = side.ux * dx + side.uy * dy;
-            over_face = over_face && L >= 0.0;
-            if (L < 0.0 && along > 0.0 && along < side.length && L * L < nearest) {
-                nearest = L * L;
-                const bool is_across =
-                    std::abs(side.ux * across_y_ - side.uy * across_x_) > 0.70710678118654752;
-                beside[is_across ? 0 : 1] = -L;
-                beside[is_across ? 1 : 0] = 0.0;
-            }
-            const double to_corner = dx * dx + dy * dy;
-            if (past_end >= 0.0 && along <= 0.0 && to_corner < nearest) {
-                nearest = to_corner;
-                const bool side_is_across =
-                    std::abs(side.ux * across_x_ + side.uy * across_y_) >
-                    std::abs(before->ux * across_x_ + before->uy * across_y_);
-                beside[side_is_across ? 0 : 1] = -along;
-                beside[side_is_across ? 1 : 0] = past_end;
-            }
-            past_end = along - side.length;
-            before = &side;
-        }
-        scene.height[lane] = z;
-        scene.nearest[lane] = over_face ? std::abs(z) : std::sqrt(nearest + z * z);
-        scene.beside[0][lane] = over_face ? 0.0 : beside[0];
-        scene.beside[1][lane] = over_face ? 0.0 : beside[1];
+    const auto along = [&](const Side& side) {
+        return std::abs(side.ux * narrowest.ux + side.uy * narrowest.uy);
+    };
+    const Side* before = &sides_.back();
+    for (const Side& side : sides_) {
+        is_level_.push_back(along(side) > 0.70710678118654752 ? 1 : 0);
+        corner_is_across_.push_back(along(side) < along(*before) ? 1 : 0);
+        before = &side;
     }
 }
 
 template <class Real>
-void StraightEdges<Real>::see_pieces(const EdgeBlock<Real>& block, PieceScene& scene) const {
-    Lanes<double> x, y;
+Lanes<double> StraightEdges<Real>::choose_rules(EdgeBlock<Real>& block) const {
+    Lanes<double> x, y, z, nearest;
     std::copy(block.x.begin(), block.x.end(), x.begin());
     std::copy(block.y.begin(), block.y.end(), y.begin());
-    scene.pieces.resize(2 * sides_.size());
+    std::copy(block.z.begin(), block.z.end(), z.begin());
+    FaceScene scene{{extents_[0], extents_[1]}, sharpness_, {}, {}, {}};
+    KAVRO_KERNEL(SeeFace)
+    ({sides_, is_level_.data(), corner_is_across_.data()}, x, y, z, nearest, scene);
+    const FaceAllowance allowance = allowance_of(scene, demand_);
+    block.quadrature.begin(2 * sides_.size());
     for (std::size_t k = 0; k < sides_.size(); ++k) {
-        KAVRO_KERNEL(SeePieces)(sides_[k], x, y, scene.pieces.data() + 2 * k);
+        SeenPiece pieces[2];
+        KAVRO_KERNEL(SeePieces)(sides_[k], x, y, pieces);
+        choose_pieces(pieces, scene, allowance, demand_, 2 * k, block.quadrature);
     }
+    return nearest;
 }
 
 template <class Real>
 void StraightEdges<Real>::sample(EdgeBlock<Real>& block, int /* the only pass */) const {
-    PieceScene scene{};
-    see_face(block, scene);
-    see_pieces(block, scene);
-    choose_pieces(scene, demand_, block.quadrature);
+    const Lanes<double> nearest = choose_rules(block);
     const auto delay = [this](double distance) { return static_cast<Real>(distance / speed_); };
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
         block.reached[lane] = block.z[lane] < 0 ? 0 : 1;
         block.direct_delay[lane] = delay(static_cast<double>(block.z[lane]));
         block.direct_end[lane] = block.direct_delay[lane];
-        block.direct_begin[lane] = delay(scene.nearest[lane]);
+        block.direct_begin[lane] = delay(nearest[lane]);
         if (block.detail == EdgeDetail::arrivals) {
-            const ApertureDistances distances =
-                element_.distances({static_cast<double>(block.x[lane]),
-                                    static_cast<double>(block.y[lane]), scene.height[lane]});
+            const ApertureDistances distances = element_.distances(
+                {static_cast<double>(block.x[lane]), static_cast<double>(block.y[lane]),
+                 static_cast<double>(block.z[lane])});
             block.first_arrival[lane] = delay(distances.nearest);
             block.last_arrival[lane] = delay(distances.farthest);
         }

@@ -1,7 +1,7 @@
 // The edge generator of faces with straight edges, every point with abscissas of its own.
 #pragma once
 
-#include <span>
+#include <cstdint>
 #include <vector>
 
 #include "transducers/polygon/polygon_transducer.h"
@@ -23,17 +23,18 @@ public:
     void sample(EdgeBlock<Real>& block, int pass) const override;
 
 private:
-    void see_face(const EdgeBlock<Real>& block, PieceScene& scene) const;
-    void see_pieces(const EdgeBlock<Real>& block, PieceScene& scene) const;
+    // Returns the distances from the nearest point of the face (m).
+    Lanes<double> choose_rules(EdgeBlock<Real>& block) const;
 
     const Transducer& element_;
     std::vector<PolygonTransducer::Side> sides_;
     QuadratureDemand demand_;
     double speed_ = 1.0;
     double scale_ = 1.0;
-    double extents_[2];           // the least width of the face, and the other one
-    double across_x_, across_y_;  // direction of the least width
+    double extents_[2];  // the least width of the face, and the other one
     double sharpness_ = 1.0;
+    // Of each side: whether it goes along the face, whether more across than the one before.
+    std::vector<std::uint8_t> is_level_, corner_is_across_;
 };
 
 extern template class StraightEdges<float>;

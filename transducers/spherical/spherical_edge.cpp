@@ -343,31 +343,33 @@ template <class Real>
 void SphericalEdge<Real>::see(const AxialPoint& point, const SphericalPole& pole, std::size_t lane,
                               RimScene& scene) const {
     const double d = geometry_.curvature_radius();
-    scene.off_axis[lane] = point.r;
-    scene.lever[lane] = pole.sine * d;
-    scene.place[lane] = pole.sine;
-    scene.ratio[lane] = 1.0 / pole.s;
-    scene.path[lane] = pole.path;
-    scene.gain[lane] = d / pole.s;
+    scene.off_axis[lane] = static_cast<float>(point.r);
+    scene.lever[lane] = static_cast<float>(pole.sine * d);
+    scene.place[lane] = static_cast<float>(pole.sine);
+    scene.ratio[lane] = static_cast<float>(1.0 / pole.s);
+    scene.path[lane] = static_cast<float>(pole.path);
+    scene.gain[lane] = static_cast<float>(d / pole.s);
     for (std::size_t k = 0; k < geometry_.rims().size(); ++k) {
         const SphericalRim& from = geometry_.rims()[k];
         SeenRim& rim = scene.rim[k];
-        RimLanes<double> measures;
+        RimLanes<float> measures;
         set_lane(measures, lane, from, pole);
-        const double up = point.z - from.height;
-        const double gap = point.r - from.radius;
-        const double least = measures.least[lane];
+        const auto up = static_cast<float>(point.z - from.height);
+        const auto gap = static_cast<float>(point.r - from.radius);
+        const auto across = static_cast<float>(point.r + from.radius);
+        const float least = measures.least[lane];
         rim.near[lane] = std::sqrt(gap * gap + up * up);
-        rim.far[lane] = std::sqrt((point.r + from.radius) * (point.r + from.radius) + up * up);
-        rim.beside[lane] = pole.s * std::sqrt(std::max(0.0, least * (1.0 - 0.25 * least)));
+        rim.far[lane] = std::sqrt(across * across + up * up);
+        rim.beside[lane] =
+            static_cast<float>(pole.s) * std::sqrt(std::max(0.0f, least * (1.0f - 0.25f * least)));
         rim.least[lane] = least;
         rim.spread[lane] = measures.spread[lane];
         rim.along[lane] = measures.along[lane];
         rim.retreat[lane] = measures.retreat[lane];
         // With the passes split, the far pole is a removable one as well.
-        rim.far_pole[lane] = pole.sine > 0.0 && !from.is_nearly_hemispherical()
-                                 ? from.depth * pole.depth / (from.sine * pole.sine)
-                                 : 0.0;
+        const bool has_pole = pole.sine > 0.0 && !from.is_nearly_hemispherical();
+        rim.far_pole[lane] =
+            has_pole ? static_cast<float>(from.depth * pole.depth / (from.sine * pole.sine)) : 0.0f;
     }
 }
 

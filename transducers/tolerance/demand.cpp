@@ -51,7 +51,7 @@ void add_end(const ExcitationFunction& waveform, double end, double step, double
 }  // namespace
 
 QuadratureDemand demand_of(const WaveParameters& wave, double tolerance) {
-    return {tolerance, wave.wavenumber, wave.wavenumber, wave.attenuation, false, 0.0, {}};
+    return {tolerance, wave.wavenumber, wave.wavenumber, wave.attenuation, false, 0.0, {}, {}};
 }
 
 QuadratureDemand demand_of(const ExcitationFunction& waveform, const Medium& medium,
@@ -67,12 +67,16 @@ QuadratureDemand demand_of(const ExcitationFunction& waveform, const Medium& med
                             0.0,
                             true,
                             c,
+                            {},
                             {}};
     const double largest = w > 0.0 ? largest_value(waveform, highest) : 0.0;
     if (largest > 0.0) {
         const double step = std::clamp(0.005 / (two_pi * highest), 1e-5 * w, 0.02 * w);
         add_end(waveform, 0.0, step, largest, demand.ends);
         add_end(waveform, w, -step, largest, demand.ends);
+    }
+    for (std::size_t order = 0; order < demand.ends.size(); ++order) {
+        demand.log_ends[order] = std::log(std::max(end_share[order] * demand.ends[order], 1e-300));
     }
     return demand;
 }
