@@ -127,6 +127,14 @@ HWY_INLINE V Hypotenuse(V a, V b) {
     return hn::Sqrt(hn::Add(Square(a), Square(b)));
 }
 
+// Lambda of what is singular next to an edge, where Gauss's rule begins or ends. At the distance
+// `near` that is a peak no larger than k and no wider than `near`: the closer, the less it matters.
+HWY_INLINE V NearMargin(V near, double k, V allowed, V losses_to_face, V losses, V at_most) {
+    const auto peak = Log(hn::Div(Product(near, 8.0 * k), allowed));
+    const auto margin = hn::Add(peak, hn::Add(losses, losses_to_face));
+    return hn::Min(at_most, hn::Max(hn::Zero(Tag()), margin));
+}
+
 // ---- what the ends of a waveform ask for
 
 struct Ends {
@@ -377,9 +385,11 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
         };
         const auto q = hn::Div(difference, sum);
         const auto stretched = hn::Mul(X, hn::Sub(one, Product(Square(q), 0.2)));
-        auto gauss_order =
-            hn::Max(LeastOrder(tables.gauss, margin, stretched),
-                    Hypotenuse(Product(stretched, half_pi), hn::Div(with_path, of_gauss(height))));
+        const auto near_margin =
+            NearMargin(rim.near, k, allowed, hn::Sub(with_path, margin), losses, with_path);
+        auto gauss_order = hn::Max(
+            LeastOrder(tables.gauss, margin, stretched),
+            Hypotenuse(Product(stretched, half_pi), hn::Div(near_margin, of_gauss(height))));
         gauss_order = hn::Max(gauss_order, hn::Div(pole_margin, of_gauss(pole_height)));
         const auto by_gauss = Product(hn::Add(shift, gauss_order), 0.5);
         Ends wider = ends;
@@ -483,8 +493,10 @@ HWY_INLINE bool ChoosePiece(const SeenPiece& piece, const FaceScene& scene,
         hn::Mul(Product(hn::Min(Number(0.5), share), 2.0), hn::Min(one, Product(sum, 0.5 * k)));
     const auto margin = hn::Max(
         Number(0.5), hn::Add(Log(hn::Div(Product(G, 2.0), allowed)), Load(allowance.losses, lane)));
-    const auto with_path = hn::Add(margin, Load(allowance.losses_to_face, lane));
-    const auto nearness = Hypotenuse(X, hn::Div(with_path, height));
+    const auto to_face = Load(allowance.losses_to_face, lane);
+    const auto near_margin =
+        NearMargin(L, k, allowed, to_face, Load(allowance.losses, lane), hn::Add(margin, to_face));
+    const auto nearness = Hypotenuse(X, hn::Div(near_margin, height));
     auto order = nearness;
     if (!hn::AllTrue(d, hn::Or(absent, hn::Ge(nearness, RoughOrder(tables.parabola, margin, X))))) {
         const auto bent =
