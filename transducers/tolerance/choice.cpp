@@ -147,7 +147,10 @@ struct Ends {
 HWY_INLINE Ends AskEnds(const QuadratureDemand& demand, V m0, V m1, V rate, V width, V allowed) {
     Ends ends;
     if (demand.ends[0] > 0.0) {
-        ends.jump = hn::Div(hn::Mul(width, Product(m0, end_share[0] * demand.ends[0])), allowed);
+        const auto jump =
+            hn::Div(hn::Mul(width, Product(m0, end_share[0] * demand.ends[0])), allowed);
+        // Where all of it is heard at once, a rule of any order sums to the same.
+        ends.jump = hn::IfThenElseZero(hn::Gt(rate, hn::Zero(Tag())), jump);
     }
     const auto log_m1 = Log(hn::Div(m1, allowed));
     const auto log_rate = Log(rate);
