@@ -123,6 +123,11 @@ HWY_INLINE V RoughOrder(const Growth& growth, V margin, V X) {
                    hn::Min(OrderAt(growth, 10, margin, X), OrderAt(growth, 6, margin, X)));
 }
 
+// Found by trial: pulses peak above their envelope.
+HWY_INLINE double SafetyOf(const QuadratureDemand& demand) {
+    return demand.over_time ? 4.0 : 2.0;
+}
+
 HWY_INLINE V Hypotenuse(V a, V b) {
     return hn::Sqrt(hn::Add(Square(a), Square(b)));
 }
@@ -341,10 +346,9 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
         magnitude = hn::Max(magnitude, Product(size, demand.ends[0] * 0.25 / pi));
     }
     const auto allowed = Positive(Product(magnitude, tolerance));
-    const double safety = demand.over_time ? 4.0 : 2.0;
     const auto losses = Product(field.longer, demand.attenuation);
     const auto margin =
-        hn::Max(Number(0.5), hn::Add(Log(hn::Div(Product(G, safety), allowed)), losses));
+        hn::Max(Number(0.5), hn::Add(Log(hn::Div(Product(G, SafetyOf(demand)), allowed)), losses));
     const auto with_path = hn::Add(margin, Product(face.path, demand.attenuation));
 
     const auto height = Positive(Log(hn::Div(sum, Positive(difference))));
@@ -495,7 +499,8 @@ HWY_INLINE bool ChoosePiece(const SeenPiece& piece, const FaceScene& scene,
     const auto G =
         hn::Mul(Product(hn::Min(Number(0.5), share), 2.0), hn::Min(one, Product(sum, 0.5 * k)));
     const auto margin = hn::Max(
-        Number(0.5), hn::Add(Log(hn::Div(Product(G, 2.0), allowed)), Load(allowance.losses, lane)));
+        Number(0.5),
+        hn::Add(Log(hn::Div(Product(G, SafetyOf(demand)), allowed)), Load(allowance.losses, lane)));
     const auto to_face = Load(allowance.losses_to_face, lane);
     const auto near_margin =
         NearMargin(L, k, allowed, to_face, Load(allowance.losses, lane), hn::Add(margin, to_face));
