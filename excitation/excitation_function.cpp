@@ -351,6 +351,30 @@ double ExcitationFunction::derivative(double const& t) const {
     return sum;
 }
 
+double ExcitationFunction::highest_frequency(double tolerance) const {
+    if (!sampled_) {
+        return std::numeric_limits<double>::infinity();
+    }
+    const double least = 0.1 * tolerance * largest_magnitude(coefficients);
+    double highest = 0.0;
+    for (std::size_t k = 0; k < coefficients.size(); ++k) {
+        if (std::abs(coefficients[k]) > least) {
+            highest = std::max(highest, frequencies[k] / two_pi);
+        }
+    }
+    return highest;
+}
+
+double ExcitationFunction::centre_frequency() const {
+    double power = 0.0;
+    double moment = 0.0;
+    for (std::size_t k = 0; k < coefficients.size(); ++k) {
+        power += std::norm(coefficients[k]);
+        moment += std::norm(coefficients[k]) * frequencies[k] / two_pi;
+    }
+    return sampled_ ? (power > 0.0 ? moment / power : 0.0) : f0;
+}
+
 int ExcitationFunction::number_of_tsd_terms() const {
     return exact_ ? 2 * n_terms : n_terms;
 }

@@ -105,6 +105,14 @@ public:
         return true;
     }
 
+    // Hz: up to which the spectrum counts for quadrature of a relative tolerance, what the ends of
+    // the pulse add to it left out. A waveform that does not know answers infinity, and gets the
+    // finest quadrature.
+    virtual double highest_frequency(double tolerance) const;
+
+    // f0 of an analytic pulse; the mean frequency of a sampled signal, weighted with its power.
+    double centre_frequency() const;
+
     // Whether at(t) is evaluated at t; it is 0 where this is false.
     bool is_inside_pulse(double t) const {
         return sampled_ ? t >= 0.0 && t <= w : t > 0.0 && t < w;

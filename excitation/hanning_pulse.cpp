@@ -119,6 +119,12 @@ void HanningPulse::at_batch(double* out, const double* t, int count) const {
     hanning_values(t, count, two_pi * f0, w, out);
 }
 
+// The main lobe ends 2 / w beyond f0.
+double HanningPulse::highest_frequency(double tolerance) const {
+    const double share = std::min(1.0, 0.6 + 0.2 * std::log10(0.1 / tolerance));
+    return f0 + 2.0 / w * share;
+}
+
 int HanningPulse::number_of_tsd_terms() const {
     return 6;
 }

@@ -1,5 +1,6 @@
 #include "excitation/t_cubed_pulse.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/constants.h"
@@ -93,6 +94,11 @@ double TCubedPulse::derivative(double const& t) const {
 bool TCubedPulse::decomposition_holds(double spread, double latest) const {
     // Keeps 10^-10 of the peak.
     return !exact() || (std::fabs(B) * spread <= 12.0 && std::fabs(B) * latest <= 100.0);
+}
+
+// Of the envelope's spectrum, which falls with the fourth power of the frequency over B.
+double TCubedPulse::highest_frequency(double tolerance) const {
+    return f0 + B / two_pi * std::min(12.0, std::pow(tolerance, -0.25));
 }
 
 int TCubedPulse::number_of_tsd_terms() const {

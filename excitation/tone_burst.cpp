@@ -112,6 +112,11 @@ void ToneBurst::at_batch(double* out, const double* t, int count) const {
     tone_burst_values(t, count, f0 * two_pi, w, out);
 }
 
+// Its main lobe ends there; the side lobes are those of the ends' jumps.
+double ToneBurst::highest_frequency(double /* tolerance */) const {
+    return f0 + 1.0 / w;
+}
+
 int ToneBurst::number_of_tsd_terms() const {
     return 2;
 }

@@ -15,6 +15,7 @@
 #include "transducers/blocks/point_tile.h"
 #include "transducers/blocks/point_tiles.h"
 #include "transducers/preparation.h"
+#include "transducers/tolerance/tally.h"
 
 namespace kavro {
 namespace {
@@ -33,7 +34,7 @@ bool share_axes(const Transducer& a, const Transducer& b) {
 }
 
 void add_shares(const Shares& shares, const Transducer& first, bool output_is_zero,
-                const TileMeasures* measures = nullptr) {
+                QuadratureTally* tally, const TileMeasures* measures = nullptr) {
     int width = shares.empty() ? block_lanes : shares.front().share->tile_width();
     for (const PreparedShare& prepared : shares) {
         width = std::min(width, prepared.share->tile_width());
@@ -45,7 +46,8 @@ void add_shares(const Shares& shares, const Transducer& first, bool output_is_ze
     }
     work_in_tiles(first.coordinate_grid->npoints, width, [&, width](Team::Member& member) {
         const auto tile = std::make_shared<PointTile>(
-            first, width, [&member](std::int64_t steps) { member.spend(steps); }, measures);
+            first, width, [&member](std::int64_t steps) { member.spend(steps); },
+            tally != nullptr ? tally->part() : nullptr, measures);
         return [&shares, &member, tile, output_is_zero](int begin, int count) {
             constexpr std::int64_t steps_of_point = 16;  // of the simplest share
             tile->begin(begin, count, output_is_zero);
@@ -59,8 +61,8 @@ void add_shares(const Shares& shares, const Transducer& first, bool output_is_ze
     });
 }
 
-TransducerStatus solve_together(Method method, std::span<Transducer* const> elements,
-                                Output output) {
+TransducerStatus solve_together(Method method, std::span<Transducer* const> elements, Output output,
+                                QuadratureTally* tally) {
     constexpr int steps_of_element = 1000;  // of its preparation, a few microseconds
     InterruptCheck check;
     bool output_is_zero = output == Output::all_zero;
@@ -96,7 +98,10 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
         const console::ProgressPart part(static_cast<double>(begin) / all,
                                          static_cast<double>(next) / all);
         const TransducerStatus added = guarded([&] {
-            add_shares(preparation.shares(), *first, output_is_zero);
+            if (tally != nullptr) {
+                tally->begin(*first->coordinate_grid);
+            }
+            add_shares(preparation.shares(), *first, output_is_zero, tally);
             return status_success;
         });
         if (added != status_success) {
@@ -108,7 +113,7 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
 }
 
 TransducerStatus measure_together(Method method, std::span<Transducer* const> elements,
-                                  std::span<const MeasureOutput> outputs) {
+                                  std::span<const MeasureOutput> outputs, QuadratureTally* tally) {
     Preparation preparation(method, Destination::measures);
     for (Transducer* const element : elements) {
         const TransducerStatus status = preparation.add(element);
@@ -122,7 +127,10 @@ TransducerStatus measure_together(Method method, std::span<Transducer* const> el
     if (!elements.empty()) {
         const Transducer& first = *elements.front();
         const TileMeasures measures(*first.time_samples, outputs);
-        add_shares(preparation.shares(), first, true, &measures);
+        if (tally != nullptr) {
+            tally->begin(*first.coordinate_grid);
+        }
+        add_shares(preparation.shares(), first, true, tally, &measures);
     }
     return status_success;
 }
@@ -213,21 +221,37 @@ TransducerStatus solve_each(Method method, std::span<Transducer* const> elements
 
 }  // namespace
 
-TransducerStatus drive(Method method, std::span<Transducer* const> elements, Output output) {
-    return adds(method) ? solve_together(method, elements, output) : solve_each(method, elements);
+TransducerStatus drive(Method method, std::span<Transducer* const> elements, Output output,
+                       QuadratureReport* report) {
+    QuadratureTally tally;
+    const TransducerStatus status =
+        adds(method)
+            ? solve_together(method, elements, output, report != nullptr ? &tally : nullptr)
+            : solve_each(method, elements);
+    if (report != nullptr) {
+        *report = tally.report();
+    }
+    return status;
 }
 
 TransducerStatus measure(Method method, std::span<Transducer* const> elements,
-                         std::span<const MeasureOutput> outputs) {
+                         std::span<const MeasureOutput> outputs, QuadratureReport* report) {
     if (!adds(method) || is_continuous_wave(method)) {
         return status_not_implemented;
     }
-    return guarded([&] { return measure_together(method, elements, outputs); });
+    QuadratureTally tally;
+    const TransducerStatus status = guarded([&] {
+        return measure_together(method, elements, outputs, report != nullptr ? &tally : nullptr);
+    });
+    if (report != nullptr) {
+        *report = tally.report();
+    }
+    return status;
 }
 
 TransducerStatus Transducer::solve_alone(Method method) {
     Transducer* const element = this;
-    return drive(method, {&element, 1}, Output::accumulate);
+    return drive(method, {&element, 1}, Output::accumulate, nullptr);
 }
 
 }  // namespace kavro

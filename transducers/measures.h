@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "method.h"
+#include "quadrature_report.h"
 #include "transducer.h"
 
 namespace kavro {
@@ -38,7 +39,8 @@ struct MeasureOutput {
 // status_not_implemented also for methods of continuous waves, of arrival times and of nonlinear
 // marches.
 TransducerStatus measure(Method method, std::span<Transducer* const> elements,
-                         std::span<const MeasureOutput> outputs);
+                         std::span<const MeasureOutput> outputs,
+                         QuadratureReport* report = nullptr);
 
 // The measures of a field that is there: of npoints x ntimes values on the time axis, entry
 // i + t * npoints.

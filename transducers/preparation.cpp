@@ -29,6 +29,27 @@ std::complex<double> edge_prefactor(const Transducer& element, Method method,
     return departures.without_loss_factor ? reference : reference * loss_factor(wave);
 }
 
+bool is_single(Method method) {
+    return method == Method::fnm_cw_single || method == Method::fnm_cw_sse ||
+           method == Method::fnm_cw_sse2 || method == Method::fnm_tsd_sse ||
+           method == Method::fnm_tsd_low_precision;
+}
+
+// Whether a tolerance may stand for the rule.
+bool takes_tolerance(Method method) {
+    switch (method) {
+        case Method::fnm_cw:
+        case Method::fnm_transient:
+        case Method::fnm_transient_behind_source:
+        case Method::fnm_fdtsd:
+        case Method::fnm_tsd:
+        case Method::fnm_tsd_behind_source:
+            return true;
+        default:
+            return is_single(method);
+    }
+}
+
 QuadratureRule as_it_stands(const NumericalIntegration& shared) {
     QuadratureRule rule;
     for (int i = 0; i < shared.get_npoints(); ++i) {
@@ -44,22 +65,29 @@ EdgeUnits Wanted::units() const {
     return is_continuous_wave(method) ? EdgeUnits::lengths : EdgeUnits::times;
 }
 
+bool Preparation::keeps_tolerance(const Transducer& element) const {
+    return element.get_tolerance() > 0.0 && element.exact() && takes_tolerance(method_);
+}
+
 bool Preparation::has_records(const Transducer& element) const {
+    constexpr double least_of_single = 1e-5;
+    const bool tolerates = keeps_tolerance(element);
+    if (tolerates && is_single(method_) && element.get_tolerance() < least_of_single) {
+        return false;
+    }
+    const bool has_scene = element.coordinate_grid != nullptr && element.medium != nullptr;
+    const bool has_rule = tolerates || element.integral != nullptr;
     if (element.departures().writes_nothing) {
-        return element.coordinate_grid != nullptr && element.medium != nullptr &&
-               element.integral != nullptr;
+        return has_scene && has_rule;
     }
     if (is_continuous_wave(method_)) {
-        return element.has_continuous_wave_records();
+        return has_rule && element.has_continuous_wave_outputs();
     }
-    if (destination_ == Destination::measures) {
-        return element.coordinate_grid != nullptr && element.medium != nullptr &&
-               element.time_samples != nullptr &&
-               (method_ == Method::impulse_response ||
-                (element.excitation != nullptr && element.integral != nullptr));
-    }
-    return method_ == Method::impulse_response ? element.has_impulse_response_records()
-                                               : element.has_transient_records();
+    const bool has_axis =
+        has_scene && element.time_samples != nullptr &&
+        (destination_ == Destination::measures || element.transient_pressure != nullptr);
+    return has_axis &&
+           (method_ == Method::impulse_response || (has_rule && element.excitation != nullptr));
 }
 
 // Two methods make no amplitude test: an element of amplitude zero is computed in full.
@@ -92,6 +120,7 @@ TransducerStatus Preparation::add(Transducer* element) {
         return status_success;
     }
     element->InitializeRotationMatrix();
+    find_demand(*element, wave);
     if (!is_continuous_wave(method_)) {
         add_transient(*element, departures);
     } else if (is_rayleigh(method_)) {
@@ -114,7 +143,29 @@ void Preparation::append(const Transducer& element, std::unique_ptr<Share> share
     }
 }
 
+void Preparation::find_demand(const Transducer& element, const WaveParameters& wave) {
+    demand_.reset();
+    if (!keeps_tolerance(element)) {
+        return;
+    }
+    const double tolerance = element.get_tolerance();
+    if (is_continuous_wave(method_)) {
+        demand_ = demand_of(wave, tolerance);
+        return;
+    }
+    const ExcitationFunction& waveform = *element.excitation;
+    if (known_.waveform == nullptr || !known_.waveform->same_waveform(waveform) ||
+        known_.medium != element.medium || known_.demand.tolerance != tolerance) {
+        known_ = {&waveform, element.medium, demand_of(waveform, *element.medium, tolerance)};
+    }
+    demand_ = known_.demand;
+}
+
 Wanted Preparation::wanted(Transducer& element, Method method) {
+    if (demand_) {
+        rule_ = {};
+        return {method, 0, rule_, &*demand_};
+    }
     NumericalIntegration& shared = *element.integral;
     const int order = shared.get_npoints();
     const RuleInterval interval = element.rule_interval(method);
@@ -130,7 +181,7 @@ Wanted Preparation::wanted(Transducer& element, Method method) {
         }
         rule_ = as_it_stands(shared);
     }
-    return {method, order, rule_};
+    return {method, order, rule_, nullptr};
 }
 
 // ---- continuous wave

@@ -4,6 +4,7 @@
 #include <complex>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "transducers/blocks/share.h"
@@ -43,6 +44,7 @@ public:
     }
 
 private:
+    bool keeps_tolerance(const Transducer& element) const;
     bool has_records(const Transducer& element) const;
     bool passes_over(const Transducer& element, const Departures& departures) const;
     WaveParameters wave_of_method(const Transducer& element, const Departures& departures) const;
@@ -56,6 +58,7 @@ private:
     void add_direct_transient(Transducer& element, Method method, const Departures& departures);
     void add_rayleigh_transient(Transducer& element, const Departures& departures);
     void add_impulse_response(const Transducer& element);
+    void find_demand(const Transducer& element, const WaveParameters& wave);
     Wanted wanted(Transducer& element, Method method);
     void append(const Transducer& element, std::unique_ptr<Share> share);
 
@@ -66,7 +69,15 @@ private:
     SharedFactors<float> single_factors_;
     SharedFactors<float, double> exact_single_factors_;
     SharedFactors<double> factors_;
-    QuadratureRule rule_;  // of the element at hand
+    // Of the element at hand.
+    QuadratureRule rule_;
+    std::optional<QuadratureDemand> demand_;
+    // Of the last waveform that was asked about.
+    struct {
+        const ExcitationFunction* waveform = nullptr;
+        const Medium* medium = nullptr;
+        QuadratureDemand demand{};
+    } known_;
 };
 
 }  // namespace kavro

@@ -33,6 +33,7 @@ struct Source {
     bool exact = false;
     int apodization = 1;
     Waveform waveform = {};  // the tank's where there is none
+    double tolerance = 0.0;  // of the quadrature, with which the rule is null
 };
 
 // Everything that an operation reads, as values that may be copied and changed. The empty tank is

@@ -1,21 +1,17 @@
 // What a shape tells a fast-nearfield method about a block of observation points.
 #pragma once
 
-#include <array>
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 #include "core/aligned_vector.h"
 #include "core/cartesian_coordinate.h"
+#include "transducers/blocks/lane_quadrature.h"
 
 namespace kavro {
-
-// Points are treated in blocks of this many lanes, whatever the width of the vectors.
-inline constexpr int block_lanes = 16;
-
-template <class T>
-struct alignas(64) Lanes : std::array<T, block_lanes> {};
 
 // What a method wants to know of the points beside coefficients and delays.
 enum class EdgeDetail {
@@ -41,6 +37,10 @@ struct EdgeBlock {
     Lanes<CartesianCoordinate> unrounded;  // the same before rounding, of single-precision blocks
 
     int size;  // edge samples per point; a generator may need fewer for some blocks
+    // Those that a lane has; more than `size` stands for all. The others have coefficient 0, the
+    // direct wave's delay and no excess, and a consumer may leave them out.
+    Lanes<std::int32_t> samples;
+    LaneQuadrature quadrature;  // how a lane came to its own number
     // One entry more than there are edge samples: a consumer may treat the direct wave as the last
     // one.
     AlignedVector<Real> coefficient;  // g_i
@@ -68,6 +68,7 @@ struct EdgeBlock {
           z{},
           unrounded{},
           size(edge_samples),
+          samples{},
           coefficient((static_cast<std::size_t>(edge_samples) + 1) * block_lanes),
           delay(coefficient.size()),
           coefficient_sum{},
@@ -81,7 +82,9 @@ struct EdgeBlock {
           detail(wanted),
           first_arrival{},
           last_arrival{},
-          excess(wanted == EdgeDetail::excess ? coefficient.size() : 0) {}
+          excess(wanted == EdgeDetail::excess ? coefficient.size() : 0) {
+        samples.fill(every_sample);
+    }
 
     // Of a flat face's single-precision block: the paths that need not be rounded.
     void set_flat_paths() {
@@ -97,6 +100,13 @@ struct EdgeBlock {
 
     // Ready for another generator of so many edge samples.
     void resize(int edge_samples) {
+        grow(edge_samples);
+        samples.fill(every_sample);
+        quadrature.rules.clear();
+    }
+
+    // Makes room for so many.
+    void grow(int edge_samples) {
         size = edge_samples;
         const auto needed = (static_cast<std::size_t>(edge_samples) + 1) * block_lanes;
         if (needed > coefficient.size()) {
@@ -105,6 +115,11 @@ struct EdgeBlock {
             excess.resize(excess.empty() ? 0 : needed);
         }
     }
+
+    int samples_of(std::size_t lane) const { return std::min(size, samples[lane]); }
+
+private:
+    static constexpr std::int32_t every_sample = std::numeric_limits<std::int32_t>::max();
 };
 
 // Times, for the transient methods, or lengths, for continuous wave: the speed of sound counts as 1
@@ -123,7 +138,9 @@ template <class Real>
 class EdgeGenerator {
 public:
     virtual ~EdgeGenerator() = default;
-    virtual int size() const = 0;  // edge samples per point, the most of all passes
+    // Edge samples per point, the most of all passes; 0 where every lane has a number of its own,
+    // for which `sample` makes room.
+    virtual int size() const = 0;
     virtual int passes(const EdgeBlock<Real>& /* its points */) const { return 1; }
     virtual void sample(EdgeBlock<Real>& block, int pass) const = 0;
 };

@@ -11,7 +11,8 @@ std::size_t at(int row, int width) {
 
 }  // namespace
 
-PointTile::PointTile(const Transducer& first, int width, Spend spend, const TileMeasures* measures)
+PointTile::PointTile(const Transducer& first, int width, Spend spend, TallyPart* tally,
+                     const TileMeasures* measures)
     : grid_(*first.coordinate_grid),
       times_(first.time_samples),
       real_(first.pressure_real),
@@ -19,6 +20,7 @@ PointTile::PointTile(const Transducer& first, int width, Spend spend, const Tile
       transient_(first.transient_pressure),
       width_(width),
       spend_(std::move(spend)),
+      tally_(tally),
       measures_(measures),
       points_(static_cast<std::size_t>(width)) {}
 

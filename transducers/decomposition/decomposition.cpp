@@ -46,8 +46,9 @@ public:
     std::size_t bytes() const override { return inner_.bytes(); }
 
     void add(PointTile& tile) const override {
-        auto& apart = tile.room<PointTile>(
-            [&] { return std::make_shared<PointTile>(element_, tile.width(), tile.spend()); });
+        auto& apart = tile.room<PointTile>([&] {
+            return std::make_shared<PointTile>(element_, tile.width(), tile.spend(), tile.tally());
+        });
         apart.begin(tile.first_of(0), tile.count(), true);
         inner_.add(apart);
         const SampleWindow window = apart.loaded();

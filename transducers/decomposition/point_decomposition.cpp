@@ -86,7 +86,7 @@ template <class Real, class Delay>
 void PointDecomposition<Real, Delay>::add_edge_waves(const WindowRule& rule,
                                                      const EdgeBlock<Delay>& edge,
                                                      std::size_t lane) {
-    for (std::size_t i = 0; i < static_cast<std::size_t>(edge.size); ++i) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(edge.samples_of(lane)); ++i) {
         const Delay tau = edge.delay[i * block_lanes + lane];
         const auto g = static_cast<Real>(edge.coefficient[i * block_lanes + lane]);
         const double u = static_cast<double>(tau) + rule.time_delay - rule.first_time;

@@ -35,6 +35,8 @@ void DecompositionRoom<Real, Delay>::add(const DecompositionElement<Real, Delay>
         for (int pass = 0; pass < passes; ++pass) {
             tile.spend()(std::int64_t{block_lanes} * size);
             element.edge->sample(edge_, pass);
+            windows_.resize(edge_.size);
+            tile.note_quadrature(block, edge_);
             add_sampled_block(element, tile, block);
         }
     }
@@ -60,8 +62,9 @@ template <class Real, class Delay>
 LaneSet DecompositionRoom<Real, Delay>::add_vectorised(
     const DecompositionElement<Real, Delay>& element, PointTile& tile, int block) {
     const DecompositionFactors<Real, Delay>& factors = *element.factors;
-    const std::size_t block_factors = (static_cast<std::size_t>(element.edge->size()) + 1) *
-                                      block_lanes * static_cast<std::size_t>(factors.terms());
+    const int most_samples = std::max(element.edge->size(), edge_.size);
+    const std::size_t block_factors = (static_cast<std::size_t>(most_samples) + 1) * block_lanes *
+                                      static_cast<std::size_t>(factors.terms());
     if (tile.times().deltat() == 0.0 || !factors.finite() || factors.terms() == 0 ||
         edge_.size == 0 || block_factors > most_block_factors) {
         return all_lanes;

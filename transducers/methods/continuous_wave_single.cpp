@@ -214,6 +214,7 @@ public:
             tile.place(element_, b, block);
             tile.spend()(std::int64_t{block_lanes} * block.size);
             edge_->sample(block, 0);
+            tile.note_quadrature(b, block);
             const int samples = wave_.in_fours ? block.size / 4 * 4 : block.size;
             Lanes<float> re;
             Lanes<float> im;

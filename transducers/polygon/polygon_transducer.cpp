@@ -13,6 +13,7 @@
 #include "core/constants.h"
 #include "core/input_error.h"
 #include "transducers/polygon/polygon_edge.h"
+#include "transducers/polygon/straight_edges.h"
 
 namespace kavro {
 namespace {
@@ -189,6 +190,9 @@ ApertureDistances PolygonTransducer::distances(const CartesianCoordinate& p) con
 }
 
 std::unique_ptr<EdgeGenerator<double>> PolygonTransducer::edge(const Wanted& wanted) const {
+    if (wanted.demand != nullptr) {
+        return std::make_unique<StraightEdges<double>>(*this, sides_, wanted);
+    }
     return std::make_unique<PolygonEdge>(*this, wanted);
 }
 
