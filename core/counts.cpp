@@ -10,8 +10,9 @@
 namespace kavro {
 namespace {
 
+template <class Error = InputError>
 [[noreturn]] void too_large(const char* what) {
-    throw InputError(std::string("Computed number of ") + what + " is too large.");
+    throw Error(std::string("Computed number of ") + what + " is too large.");
 }
 
 }  // namespace
@@ -49,7 +50,7 @@ bool fits_into_memory(std::size_t count, std::size_t bytes) {
 
 void require_memory(std::size_t count, std::size_t bytes, const char* what) {
     if (!fits_into_memory(count, bytes)) {
-        too_large(what);
+        too_large<MemoryError>(what);
     }
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "core/input_error.h"
 #include "door/host.h"
 #include "transducers/operations.h"
 
@@ -16,6 +17,12 @@ enum class Option { time, excitation, f0, ndiv, apodization, kzk, threads, exact
 
 // Names of the options that an operation takes, as 'time', 'excitation', ...
 std::vector<const char*> option_names(const Operation& operation);
+
+// A name that is no option, or none of the operation's.
+class OptionError : public InputError {
+public:
+    using InputError::InputError;
+};
 
 // The options of one call. The host's values stay where they are.
 class SolveOptions {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <initializer_list>
+#include <new>
 #include <utility>
 
 #include "core/console.h"
@@ -157,7 +158,7 @@ void check_status(TransducerStatus status) {
         case status_not_implemented:
             throw InputError("This function is not implemented for this transducer shape.");
         case status_out_of_memory:
-            throw InputError("Out of memory.");
+            throw std::bad_alloc();
         case status_interrupted:
             throw InputError("The call was interrupted.");
         default:
