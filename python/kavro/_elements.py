@@ -129,7 +129,7 @@ class Elements:
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Elements):
             return NotImplemented
-        pairs = zip(self._record_().values(), other._record_().values())
+        pairs = zip(vars(self).values(), vars(other).values())
         return len(self) == len(other) and all(
             all(map(np.array_equal, a, b)) for a, b in pairs
         )
@@ -141,9 +141,6 @@ class Elements:
         names, counts = np.unique(self.shape, return_counts=True)
         listed = ", ".join(f"{count} x '{name}'" for name, count in zip(names, counts))
         return f"Elements({listed or 'none'})"
-
-    def _record_(self) -> dict[str, Any]:
-        return vars(self)
 
 
 def _column(name: str, value: Any) -> Any:

@@ -35,7 +35,7 @@ def focus_delays(elements: Elements, point: ArrayLike, medium: Medium) -> Floats
     focus = _check.finite(me, "point", point, "three real numbers (m)", (3,))
     speed = _check.real(me, "medium.soundspeed", medium.soundspeed, "positive", "m/s")
     away = distances(elements, focus)
-    return (away.max(initial=0.0) - away) / speed
+    return np.asarray((away.max(initial=0.0) - away) / speed)
 
 
 def distances(elements: Elements, point: Floats) -> Floats:
@@ -58,11 +58,11 @@ def distances(elements: Elements, point: Floats) -> Floats:
 
     for i in np.flatnonzero(elements.shape == "poly"):
         middle[i, :2] = _centroid(elements.corners[i])
-    return np.sqrt(((away - middle) ** 2).sum(axis=1) + radius2)
+    return np.asarray(np.sqrt(((away - middle) ** 2).sum(axis=1) + radius2))
 
 
 def _depth(radius: Floats, curvature: Floats) -> Floats:
-    return radius**2 / (curvature + np.sqrt(curvature**2 - radius**2))
+    return np.asarray(radius**2 / (curvature + np.sqrt(curvature**2 - radius**2)))
 
 
 def _centroid(corners: Floats) -> Floats:

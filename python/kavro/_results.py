@@ -94,24 +94,24 @@ def to_xarray(
     """
     import xarray
 
-    x, y, z = (("x", "y", "z"), grid_axes(grid))[1]
-    coords: dict[str, Any] = {}
+    axes = dict(zip("xyz", grid_axes(grid)))
+    metres = {"units": "m"}
     if isinstance(grid, Points):
-        dims, extents = ["point"], [len(x)]
-        coords |= {n: ("point", c, {"units": "m"}) for n, c in zip("xyz", (x, y, z))}
+        dims, shape = ["point"], [len(grid.coordinates)]
+        coords: dict[str, Any] = {n: ("point", axis, metres) for n, axis in axes.items()}
     else:
-        marched = p.ndim == 3 and p.shape != grid.shape
-        dims = ["x", "z"] if marched else ["x", "y", "z"]
-        axes = {"x": x, "y": y, "z": z}
-        extents = [len(axes[n]) for n in dims]
-        coords |= {n: (n, axes[n], {"units": "m"}) for n in dims}
+        if p.ndim == 3 and p.shape != grid.shape:  # of a march, which knows no y
+            del axes["y"]
+        dims, shape = list(axes), [len(axis) for axis in axes.values()]
+        coords = {n: (n, axis, metres) for n, axis in axes.items()}
     if p.ndim == len(dims) + 1:
-        if times is not None:
-            last, values, unit = "time", time_axis(times), {"units": "s"}
+        if times is None:
+            coords["harmonic"] = np.arange(1, p.shape[-1] + 1)
         else:
-            last, values, unit = "harmonic", np.arange(1, p.shape[-1] + 1), {}
-        dims, extents = [*dims, last], [*extents, len(values)]
-        coords[last] = (last, values, unit)
-    expected = f"an array of the shape {tuple(extents)}, as grid and times ask"
-    _check.require(p.shape == tuple(extents), "to_xarray", "p", expected, p)
+            coords["time"] = ("time", time_axis(times), {"units": "s"})
+        last = next(reversed(coords))
+        dims.append(last)
+        shape.append(p.shape[-1] if times is None else len(coords[last][1]))
+    expected = f"an array of the shape {tuple(shape)}, as grid and times ask"
+    _check.require(p.shape == tuple(shape), "to_xarray", "p", expected, p)
     return xarray.DataArray(p, coords, dims, name, {"units": units})

@@ -146,10 +146,11 @@ def split_grid(grid: Grid | Points, count: int) -> list[Points]:
         Number of parts; there are fewer where there are fewer points.
     """
     count = _check.whole("split_grid", "count", count, 1)
-    axes = grid_axes(grid)
-    if isinstance(grid, Grid):
-        axes = np.meshgrid(*axes, indexing="ij")
-    points = np.stack([axis.ravel(order="F") for axis in axes], axis=1)
+    if isinstance(grid, Points):
+        points = grid.coordinates
+    else:
+        axes = np.meshgrid(*grid_axes(grid), indexing="ij")
+        points = np.stack([axis.ravel(order="F") for axis in axes], axis=1)
     count = min(count, max(len(points), 1))
     ends = [i * len(points) // count for i in range(count + 1)]
     return [Points(points[begin:end]) for begin, end in zip(ends, ends[1:])]
@@ -165,14 +166,14 @@ def join_field(parts: Sequence[NDArray[Any]], grid: Grid | Points) -> NDArray[An
     grid : Grid or Points
         The grid that was split.
     """
-    field = np.concatenate(parts)
-    axes = grid_axes(grid)
-    points = len(axes[0]) if isinstance(grid, Points) else int(np.prod([len(a) for a in axes]))
+    field: NDArray[Any] = np.concatenate(parts)
+    points = len(grid.coordinates) if isinstance(grid, Points) else int(np.prod(grid.shape))
     expected = f"as many rows together as the grid has points, {points}"
     _check.require(len(field) == points, "join_field", "parts", expected, len(field))
     if isinstance(grid, Points):
         return field
-    return field.reshape(*grid.shape, *field.shape[1:], order="F")
+    whole: NDArray[Any] = field.reshape(*grid.shape, *field.shape[1:], order="F")
+    return whole
 
 
 def _axis(owner: str, name: str, value: object, unit: str) -> tuple[float, float, float]:

@@ -116,7 +116,7 @@ def solve(
     >>> p = kavro.solve("fnm_cw", disc, grid, kavro.water(), f0=1e6)
     """
     with _shown(progress) as shown:
-        arguments = [method, elements, grid, medium]
+        arguments: list[object] = [method, elements, grid, medium]
         for name, value in {**options, "progress": shown}.items():
             if value is not None:
                 arguments += [name, value]
@@ -173,9 +173,14 @@ def methods() -> dict[str, Method]:
         kind, name, *cells = line.split("\t")
         if kind == "method":
             shapes, options, ndiv, multiple, summary = cells
-            lists = (tuple(filter(None, cell.split(","))) for cell in (shapes, options))
-            table[name] = Method(name, summary, *lists, int(ndiv), int(multiple))
+            table[name] = Method(
+                name, summary, _listed(shapes), _listed(options), int(ndiv), int(multiple)
+            )
     return table
+
+
+def _listed(cell: str) -> tuple[str, ...]:
+    return tuple(cell.split(",")) if cell else ()
 
 
 def threads(count: int | None | EllipsisType = ...) -> int | None:
@@ -203,7 +208,7 @@ def threads(count: int | None | EllipsisType = ...) -> int | None:
 def _lowered(value: object) -> object:
     """As the compiled part reads it: records as their number of entries and columns of fields."""
     if isinstance(value, Elements):
-        return len(value), value._record_()
+        return len(value), vars(value)
     if isinstance(value, (list, tuple)) and any(map(_is_record, value)):
         records = [_fields(entry) for entry in value]
         names = dict.fromkeys(name for record in records for name in record)
@@ -214,13 +219,16 @@ def _lowered(value: object) -> object:
 
 
 def _is_record(value: object) -> bool:
-    return isinstance(value, dict) or dataclasses.is_dataclass(value)
+    is_one = isinstance(value, dict) or dataclasses.is_dataclass(value)
+    return is_one and not isinstance(value, Elements)
 
 
 def _fields(record: Any) -> dict[str, Any]:
-    if hasattr(record, "_record_"):
-        return dict(record._record_())
-    return dict(record if isinstance(record, dict) else getattr(record, "__dict__", {}))
+    if isinstance(record, Grid):
+        return record._record_()
+    if isinstance(record, dict):
+        return record
+    return {field.name: getattr(record, field.name) for field in dataclasses.fields(record)}
 
 
 @contextmanager

@@ -15,11 +15,15 @@ from kavro._check import Floats
 class Pulse:
     """A waveform in closed form: what `tone_burst`, `hanning_pulse` and `t_cubed_pulse` make."""
 
-    type: int
+    type: float
     f0: float
     pulse_width: float
     B: float = 0.0
     decomposition: str = "exact"
+
+    def __post_init__(self) -> None:
+        for name in ("type", "f0", "pulse_width", "B"):
+            object.__setattr__(self, name, _check.one("Pulse", name, getattr(self, name)))
 
 
 @dataclass(frozen=True, eq=False)
@@ -31,6 +35,13 @@ class Sampled:
     w: float
     clip_threshold: float = 0.0
     decomposition: str = "exact"
+
+    def __post_init__(self) -> None:
+        expected = "a vector of real numbers"
+        samples = _check.numbers("Sampled", "signal", self.signal, expected, (None,))
+        object.__setattr__(self, "signal", samples)
+        for name in ("ts", "w", "clip_threshold"):
+            object.__setattr__(self, name, _check.one("Sampled", name, getattr(self, name)))
 
 
 def tone_burst(f0: float, pulse_width: float, *, decomposition: str = "exact") -> Pulse:
