@@ -59,6 +59,9 @@ bool host_interrupted() {
         return interrupt != nullptr;
     }
     last_look = now;
+    if (PyGILState_Check() == 1) {  // while arguments are read
+        const py::gil_scoped_release others_may_run;
+    }
     const py::gil_scoped_acquire lock;
     if (PyErr_CheckSignals() != 0) {
         interrupt = std::make_exception_ptr(py::error_already_set());

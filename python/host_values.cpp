@@ -16,6 +16,17 @@ const Content* as(const Value* value) {
     return value != nullptr ? std::get_if<Content>(&value->content) : nullptr;
 }
 
+// What cannot be written in UTF-8 is no text.
+std::optional<std::string> utf8(const py::handle& text) {
+    py::ssize_t size = 0;
+    const char* characters = PyUnicode_AsUTF8AndSize(text.ptr(), &size);
+    if (characters == nullptr) {
+        PyErr_Clear();
+        return std::nullopt;
+    }
+    return std::string(characters, static_cast<std::size_t>(size));
+}
+
 Value numbers_from(const py::object& object) {
     py::array array = py::array::ensure(object);
     if (!array) {
@@ -52,8 +63,9 @@ Value record_from(const py::tuple& tuple) {
     Record record{tuple[0].cast<std::size_t>(), {}};
     using Rows = py::array_t<double, py::array::c_style>;
     for (const auto& [name, entries] : tuple[1].cast<py::dict>()) {
-        Column column{name.cast<std::string>(), py::reinterpret_borrow<py::object>(entries),
-                      nullptr, 0, std::make_unique<Value>()};
+        Column column{utf8(py::str(name)).value_or("?"),
+                      py::reinterpret_borrow<py::object>(entries), nullptr, 0,
+                      std::make_unique<Value>()};
         if (py::isinstance<Rows>(entries)) {
             const auto rows = py::reinterpret_borrow<Rows>(entries);
             if (rows.ndim() == 1 || rows.ndim() == 2) {
@@ -64,14 +76,6 @@ Value record_from(const py::tuple& tuple) {
         record.columns.push_back(std::move(column));
     }
     return {{}, std::move(record)};
-}
-
-bool is_a_record(const py::object& object) {
-    if (!py::isinstance<py::tuple>(object)) {
-        return false;
-    }
-    const auto tuple = py::reinterpret_borrow<py::tuple>(object);
-    return tuple.size() == 2 && py::isinstance<py::dict>(tuple[1]);
 }
 
 const Column* column_of(const Value* value, const char* name) {
@@ -124,12 +128,16 @@ py::array checked_out(const py::object& out, const std::vector<py::ssize_t>& sha
 
 }  // namespace
 
+Value argument_from(const py::object& object) {
+    return py::isinstance<py::tuple>(object)
+               ? record_from(py::reinterpret_borrow<py::tuple>(object))
+               : value_from(object);
+}
+
 Value value_from(const py::object& object) {
     if (py::isinstance<py::str>(object)) {
-        return {{}, object.cast<std::string>()};
-    }
-    if (is_a_record(object)) {
-        return record_from(py::reinterpret_borrow<py::tuple>(object));
+        std::optional<std::string> text = utf8(object);
+        return text ? Value{{}, std::move(*text)} : Value{};
     }
     if (PyCallable_Check(object.ptr()) != 0) {
         return {object, Function{}};

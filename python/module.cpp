@@ -67,7 +67,7 @@ py::array answer(Call& call, const py::list& arguments) {
     call.given.reserve(arguments.size());
     std::vector<const Value*> values;
     for (const auto& argument : arguments) {
-        call.given.push_back(value_from(py::reinterpret_borrow<py::object>(argument)));
+        call.given.push_back(argument_from(py::reinterpret_borrow<py::object>(argument)));
         values.push_back(&call.given.back());
     }
     read(call.request, call.console, values);

@@ -48,9 +48,11 @@ struct Value {
     std::variant<std::monostate, Array, Record, std::string, Function> content = {};
 };
 
-// Text, function, record (a tuple of the number of entries and a dictionary of columns), or what
-// NumPy takes for numbers of a real or complex type. Anything else is a value of no kind.
+// Text, function, or what NumPy takes for numbers of a real or complex type. Anything else is a
+// value of no kind. An argument may also be a record: a tuple of the number of its entries and a
+// dictionary of columns.
 Value value_from(const py::object& object);
+Value argument_from(const py::object& object);
 
 struct Result {
     py::array array;

@@ -17,6 +17,8 @@ if TYPE_CHECKING:
     from kavro._medium import Medium
 
 _ME = "Elements"
+_no_corners = np.zeros((0, 2))
+_no_corners.setflags(write=False)
 _triples = ("center", "euler")
 _texts = ("shape", "apodization")
 
@@ -65,7 +67,7 @@ class Elements:
     height: Any = 0.0
     rad_curvature: Any = 0.0
     geometric_focus: Any = 0.0
-    corners: Any = ((),)
+    corners: Any = (_no_corners,)
 
     def __post_init__(self) -> None:
         columns = {name: _column(name, value) for name, value in vars(self).items()}
@@ -147,9 +149,11 @@ def _column(name: str, value: Any) -> Any:
     if name == "corners":
         return _corners(value)
     if name in _texts:
-        texts = np.atleast_1d(np.asarray(value))
-        _check.require(texts.dtype.kind == "U" and texts.ndim == 1, _ME, name, "texts", value)
-        return texts
+        texts = [value] if isinstance(value, str) else value
+        is_list = isinstance(texts, (list, tuple)) or np.ndim(texts) == 1
+        are_texts = is_list and all(isinstance(text, str) for text in texts)
+        _check.require(are_texts, _ME, name, "a text, or n of them", value)
+        return np.array(texts, dtype=np.str_)
     if name in _triples:
         expected = "three real numbers, or n x 3"
         rows = _check.numbers(_ME, name, value, expected)
@@ -165,17 +169,22 @@ def _column(name: str, value: Any) -> Any:
 def _corners(value: Any) -> tuple[Floats, ...]:
     expected = "a sequence of k x 2 real numbers, one for each element"
     _check.require(isinstance(value, (tuple, list)), _ME, "corners", expected, value)
-    faces = []
-    for corners in value:
-        face = corners if len(corners) else np.zeros((0, 2))
-        faces.append(_fixed(_check.numbers(_ME, "corners", face, expected, (None, 2))))
-    return tuple(faces)
+    return tuple(
+        face if _is_fixed(face) else _fixed(_check.numbers(_ME, "corners", face, expected, (None, 2)))
+        for face in value
+    )
 
 
 def _repeated(column: Any, count: int) -> Any:
     if isinstance(column, tuple):
         return column if len(column) == count else column * count
     return _fixed(np.array(np.broadcast_to(column, (count, *column.shape[1:])), order="C"))
+
+
+def _is_fixed(face: Any) -> bool:
+    """Whether a polygon's corners come from elements that were made before."""
+    is_double = isinstance(face, np.ndarray) and face.dtype == np.float64 and face.ndim == 2
+    return is_double and not face.flags.writeable and face.shape[1] == 2
 
 
 def _fixed(array: Any) -> Any:

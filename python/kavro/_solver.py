@@ -209,7 +209,9 @@ def _lowered(value: object) -> object:
     """As the compiled part reads it: records as their number of entries and columns of fields."""
     if isinstance(value, Elements):
         return len(value), vars(value)
-    if isinstance(value, (list, tuple)) and any(map(_is_record, value)):
+    if isinstance(value, (list, tuple)):
+        if not value or not all(map(_is_record, value)):
+            return list(value)
         records = [_fields(entry) for entry in value]
         names = dict.fromkeys(name for record in records for name in record)
         return len(records), {name: [record.get(name) for record in records] for name in names}
@@ -219,8 +221,9 @@ def _lowered(value: object) -> object:
 
 
 def _is_record(value: object) -> bool:
-    is_one = isinstance(value, dict) or dataclasses.is_dataclass(value)
-    return is_one and not isinstance(value, Elements)
+    if isinstance(value, (Elements, type)):
+        return False
+    return isinstance(value, dict) or dataclasses.is_dataclass(value)
 
 
 def _fields(record: Any) -> dict[str, Any]:

@@ -74,7 +74,7 @@ def test_wheel(tmp_path):
     sources = [f for f in (ROOT / "python/kavro").iterdir() if f.suffix in (".py", ".pyi", ".typed")]
     assert {"kavro/py.typed", *(f"kavro/{f.name}" for f in sources)} < set(names)
     (module,) = (name for name in names if name.endswith(".so"))
-    assert len(names) == len(sources) + 2 and exported(tmp_path / module) == ["PyInit__kavro"]
+    assert len(names) == len(sources) + 1 and exported(tmp_path / module) == ["PyInit__kavro"]
     code = "import kavro; print(kavro.solve('fnm_cw', kavro.disc(1e-3), kavro.Points([[0,0,1e-2]]),"
     code += " kavro.water(), f0=1e6)[0])"
     run = subprocess.run([sys.executable, "-c", code], env={"PYTHONPATH": str(tmp_path)},
