@@ -1,7 +1,9 @@
 // NumPy's arrays, texts and records behind the door's values and results.
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <numeric>
+#include <optional>
 
 #include "core/counts.h"
 #include "core/input_error.h"
@@ -43,7 +45,7 @@ Value numbers_from(const py::object& object) {
     using InColumnOrder = py::array_t<double, py::array::f_style | py::array::forcecast>;
     const auto numbers = InColumnOrder::ensure(array);
     if (!numbers) {
-        throw py::error_already_set();
+        throw std::bad_alloc();
     }
     const auto extent = [&](py::ssize_t i) { return static_cast<std::size_t>(numbers.shape(i)); };
     const auto size = static_cast<std::size_t>(numbers.size());

@@ -149,10 +149,10 @@ def _column(name: str, value: Any) -> Any:
     if name == "corners":
         return _corners(value)
     if name in _texts:
-        texts = [value] if isinstance(value, str) else value
-        is_list = isinstance(texts, (list, tuple)) or np.ndim(texts) == 1
-        are_texts = is_list and all(isinstance(text, str) for text in texts)
-        _check.require(are_texts, _ME, name, "a text, or n of them", value)
+        texts = value.tolist() if isinstance(value, np.ndarray) else value
+        texts = [texts] if isinstance(texts, str) else texts
+        is_list = isinstance(texts, (list, tuple)) and all(isinstance(t, str) for t in texts)
+        _check.require(is_list, _ME, name, "a text, or n of them", value)
         return np.array(texts, dtype=np.str_)
     if name in _triples:
         expected = "three real numbers, or n x 3"

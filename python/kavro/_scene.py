@@ -149,8 +149,7 @@ def split_grid(grid: Grid | Points, count: int) -> list[Points]:
     if isinstance(grid, Points):
         points = grid.coordinates
     else:
-        axes = np.meshgrid(*grid_axes(grid), indexing="ij")
-        points = np.stack([axis.ravel(order="F") for axis in axes], axis=1)
+        points = mesh(*grid_axes(grid))
     count = min(count, max(len(points), 1))
     ends = [i * len(points) // count for i in range(count + 1)]
     return [Points(points[begin:end]) for begin, end in zip(ends, ends[1:])]
@@ -174,6 +173,12 @@ def join_field(parts: Sequence[NDArray[Any]], grid: Grid | Points) -> NDArray[An
         return field
     whole: NDArray[Any] = field.reshape(*grid.shape, *field.shape[1:], order="F")
     return whole
+
+
+def mesh(x: Floats, y: Floats, z: Floats) -> Floats:
+    """The points of a grid of these coordinates, (n, 3), along x first."""
+    axes = np.meshgrid(x, y, z, indexing="ij")
+    return np.stack([axis.ravel(order="F") for axis in axes], axis=1)
 
 
 def _axis(owner: str, name: str, value: object, unit: str) -> tuple[float, float, float]:
