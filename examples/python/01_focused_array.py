@@ -1,13 +1,13 @@
 """A focused, steered array in water.
 
 64 discs in a row send a short pulse that is steered and focused to a point in the x-z plane. The
-script computes the pressure over time on that plane, draws the array, the pulse under way and the map
-of peak pressure, and prints what the beam looks like.
+script computes the pressure over time on that plane, draws the array, the pulse under way and the
+map of peak pressure, and prints what the beam looks like.
 
     PYTHONPATH=python python3 examples/python/01_focused_array.py
 
-The picture goes to demo_output in the repository's folder, or to the folder named by the environment
-variable KAVRO_DEMO_OUT.
+The picture goes to demo_output in the repository's folder, or to the folder named by the
+environment variable KAVRO_DEMO_OUT.
 """
 
 import os
@@ -49,7 +49,8 @@ i, k = np.unravel_index(peak.argmax(), peak.shape)
 row = np.abs(z - focus[2]).argmin()
 width, left, right = kavro.beam_width(x, peak[:, row])
 print(f"intended focus   x = {1e3 * focus[0]:5.2f} mm, z = {1e3 * focus[2]:5.2f} mm")
-print(f"highest peak     x = {1e3 * x[i]:5.2f} mm, z = {1e3 * z[k]:5.2f} mm, {1e-3 * peak.max():.0f} kPa")
+print(f"highest peak     x = {1e3 * x[i]:5.2f} mm, z = {1e3 * z[k]:5.2f} mm")
+print(f"its pressure     {1e-3 * peak.max():.0f} kPa")
 print(f"-6 dB width      {1e3 * width:.2f} mm, from x = {1e3 * left:.2f} to {1e3 * right:.2f} mm")
 
 figure, ((top, under_way), (map_of_peak, profile)) = plt.subplots(2, 2, figsize=(11, 10))

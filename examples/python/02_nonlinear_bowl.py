@@ -5,8 +5,8 @@ march carry three harmonics along the axis, and compares.
 
     PYTHONPATH=python python3 examples/python/02_nonlinear_bowl.py
 
-The picture goes to demo_output in the repository's folder, or to the folder named by the environment
-variable KAVRO_DEMO_OUT.
+The picture goes to demo_output in the repository's folder, or to the folder named by the
+environment variable KAVRO_DEMO_OUT.
 """
 
 import os

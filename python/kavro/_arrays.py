@@ -192,7 +192,9 @@ def bowl_array(elements: Elements, rad_curvature: float) -> Elements:
     center = elements.center.copy()
     r2 = (center[:, :2] ** 2).sum(axis=1)
     outermost = math.sqrt(r2.max(initial=0.0))
-    expected = f"larger than {outermost:.6g} m, the distance of the outermost centre from the z axis"
+    expected = (
+        f"larger than {outermost:.6g} m, the distance of the outermost centre from the z axis"
+    )
     _check.require((r2 < bowl**2).all(), me, "rad_curvature", expected, bowl)
     # R - sqrt(R^2 - r^2), written so that a shallow bowl loses no digits
     center[:, 2] = r2 / (bowl + np.sqrt(bowl**2 - r2))

@@ -132,9 +132,7 @@ class Elements:
         if not isinstance(other, Elements):
             return NotImplemented
         pairs = zip(vars(self).values(), vars(other).values())
-        return len(self) == len(other) and all(
-            all(map(np.array_equal, a, b)) for a, b in pairs
-        )
+        return len(self) == len(other) and all(all(map(np.array_equal, a, b)) for a, b in pairs)
 
     def __reduce__(self) -> tuple[Any, ...]:
         return Elements, tuple(vars(self).values())
@@ -170,7 +168,9 @@ def _corners(value: Any) -> tuple[Floats, ...]:
     expected = "a sequence of k x 2 real numbers, one for each element"
     _check.require(isinstance(value, (tuple, list)), _ME, "corners", expected, value)
     return tuple(
-        face if _is_fixed(face) else _fixed(_check.numbers(_ME, "corners", face, expected, (None, 2)))
+        face
+        if _is_fixed(face)
+        else _fixed(_check.numbers(_ME, "corners", face, expected, (None, 2)))
         for face in value
     )
 
@@ -196,9 +196,7 @@ def _joined(parts: Sequence[Elements]) -> Elements:
     columns: dict[str, Any] = {}
     for field in dataclasses.fields(Elements):
         values = [getattr(part, field.name) for part in parts]
-        columns[field.name] = (
-            sum(values, ()) if field.name == "corners" else np.concatenate(values)
-        )
+        columns[field.name] = sum(values, ()) if field.name == "corners" else np.concatenate(values)
     return Elements(**columns)
 
 

@@ -71,8 +71,9 @@ def solve(
         Where the result goes: of the right shape and type, in Fortran order, not read before. After
         an error its content means nothing.
     progress : bool or function, optional
-        True: a percent line, or the bar of tqdm where that is installed. A function is called with
-        the fraction done, about once for each percent and last with 1; what it raises ends the call.
+        True: a percent line, or the bar of tqdm where that is installed. A function is called
+        with the fraction done, about once for each percent and last with 1; what it raises ends
+        the call.
     **options
         An option that the method does not use is a TypeError; None is as good as none.
 
@@ -96,8 +97,8 @@ def solve(
     Returns
     -------
     array in Fortran order
-        (nx, ny, nz, nt) over time on a Grid, (n, nt) at Points: pressure in Pa; complex (nx, ny, nz)
-        and (n,) of continuous waves, for exp(+j 2 pi f0 t); (nx, nz, nt) and complex
+        (nx, ny, nz, nt) over time on a Grid, (n, nt) at Points: pressure in Pa; complex
+        (nx, ny, nz) and (n,) of continuous waves, for exp(+j 2 pi f0 t); (nx, nz, nt) and complex
         (nx, nz, harmonics) of nonlinear ones; (elements, 2) arrival times in s.
 
     Raises

@@ -65,7 +65,9 @@ def hanning_pulse(f0: float, pulse_width: float, *, decomposition: str = "exact"
     return _pulse("hanning_pulse", 2, f0, pulse_width, 0.0, decomposition)
 
 
-def t_cubed_pulse(f0: float, pulse_width: float, B: float, *, decomposition: str = "exact") -> Pulse:
+def t_cubed_pulse(
+    f0: float, pulse_width: float, B: float, *, decomposition: str = "exact"
+) -> Pulse:
     """The waveform t^3 exp(-B t) sin(2 pi f0 t), whose scale is s^3; see `tone_burst`.
 
     Parameters

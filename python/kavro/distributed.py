@@ -31,8 +31,8 @@ def solve(
     """What `kavro.solve` returns, as a lazy dask array: bit for bit the same once it is computed.
 
     Each block is a task of its own: dask chooses where it runs, starts it again where a worker has
-    died, and keeps no more blocks than are needed. Calls in one process take turns, so give a cluster
-    a process for each core with ``threads=1``, or one for each machine.
+    died, and keeps no more blocks than are needed. Calls in one process take turns, so give a
+    cluster a process for each core with ``threads=1``, or one for each machine.
 
     Parameters
     ----------
@@ -58,8 +58,8 @@ def solve(
     times: tuple[int, ...] = ()
     if kind is np.float64:
         times = (len(time_axis(options["time"])),)
-    # What is cut, z or the list, goes to the tasks in pieces. A shorter regular grid would round its
-    # samples in another way, so each block is a list of points.
+    # What is cut, z or the list, goes to the tasks in pieces. A shorter regular grid would round
+    # its samples in another way, so each block is a list of points.
     before: tuple[int, ...] = ()
     if isinstance(grid, Points):
         cut = grid.coordinates

@@ -160,7 +160,7 @@ def animate_field(
 
 
 class _Face(NamedTuple):
-    """A radiating surface in m: triangles, the closed curves that bound it, curves along its bend."""
+    """A surface in m: triangles, the closed curves that bound it, curves along its bend."""
 
     vertices: Floats
     triangles: NDArray[np.int_]

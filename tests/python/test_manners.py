@@ -35,6 +35,7 @@ def ends_soon_when_interrupted(call):
 
 def time_to_end(call):
     """From Ctrl-C in mid-call to KeyboardInterrupt."""
+
     def interrupt():
         nonlocal sent
         sent = time.monotonic()

@@ -12,8 +12,15 @@ import pytest
 toolbox = os.environ.get("KAVRO_TOOLBOX")
 pytestmark = pytest.mark.skipif(not toolbox, reason="the module for GNU Octave was not built")
 
-SIZES = ("radius", "inner_radius", "outer_radius", "width", "height", "rad_curvature",
-         "geometric_focus")
+SIZES = (
+    "radius",
+    "inner_radius",
+    "outer_radius",
+    "width",
+    "height",
+    "rad_curvature",
+    "geometric_focus",
+)
 POINT = (6e-3, 1e-3, 25e-3)
 
 
@@ -30,7 +37,9 @@ class Numbers:
 
     def elements(self, like):
         """Octave's elements, which those made here must equal but for rounding."""
-        columns = {name: np.copy(column) for name, column in vars(like).items() if name != "corners"}
+        columns = {
+            name: np.copy(column) for name, column in vars(like).items() if name != "corners"
+        }
         corners = []
         for i in range(len(like)):
             for name in ("center", "euler", "amplitude", "time_delay", "phase", *SIZES):
@@ -39,7 +48,9 @@ class Numbers:
             np.testing.assert_allclose(ours, theirs, rtol=1e-15, atol=1e-18)
             corners.append(theirs.reshape(-1, 2))
         for name in ("center", "euler", "amplitude", "time_delay", "phase", *SIZES):
-            np.testing.assert_allclose(getattr(like, name), columns[name], 5e-16, 1e-18, err_msg=name)
+            np.testing.assert_allclose(
+                getattr(like, name), columns[name], 5e-16, 1e-18, err_msg=name
+            )
         return kavro.Elements(**columns, corners=corners)
 
 
@@ -69,15 +80,16 @@ def test_same_numbers_as_in_octave(octave):
     *_, mixed, discs = [
         octave.elements(made)
         for made in (
-        kavro.linear_array(5, 1e-3, 0.4e-3),
-        kavro.convex_array(5, 1e-3, width=0.8e-3, height=4e-3, rad_curvature=30e-3)
-        .focused(POINT, water),
-        kavro.planar_array((3, 2), (1e-3, 2e-3), width=0.9e-3, height=1.5e-3),
-        kavro.bowl_array(flat, 50e-3).focused(POINT, water),
-        kavro.annular_array(5, 20e-3, 0.3e-3, rad_curvature=60e-3).focused(POINT, water),
-        kavro.annular_array(4, 20e-3, 0.3e-3, inner_radius=2e-3, equal="width"),
-        mixed.focused(POINT, water),
-        discs.focused(POINT, water),
+            kavro.linear_array(5, 1e-3, 0.4e-3),
+            kavro.convex_array(5, 1e-3, width=0.8e-3, height=4e-3, rad_curvature=30e-3).focused(
+                POINT, water
+            ),
+            kavro.planar_array((3, 2), (1e-3, 2e-3), width=0.9e-3, height=1.5e-3),
+            kavro.bowl_array(flat, 50e-3).focused(POINT, water),
+            kavro.annular_array(5, 20e-3, 0.3e-3, rad_curvature=60e-3).focused(POINT, water),
+            kavro.annular_array(4, 20e-3, 0.3e-3, inner_radius=2e-3, equal="width"),
+            mixed.focused(POINT, water),
+            discs.focused(POINT, water),
         )
     ]
 

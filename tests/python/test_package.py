@@ -17,7 +17,8 @@ ROOT = Path(__file__).parents[2]
 
 
 @pytest.mark.skipif(
-    not all(map(importlib.util.find_spec, ("matplotlib", "dask"))), reason="no matplotlib or no dask"
+    not all(map(importlib.util.find_spec, ("matplotlib", "dask"))),
+    reason="no matplotlib or no dask",
 )
 def test_every_name_is_in_the_documented_table():
     toolbox = (ROOT / "docs/toolbox.md").read_text().split("\n## Functions\n")[1]
@@ -44,8 +45,16 @@ def test_types_name_the_methods_of_the_library():
 
 def test_types_hold():
     pytest.importorskip("mypy", reason="mypy is not installed")
-    command = [sys.executable, "-m", "mypy", "--config-file", ROOT / "pyproject.toml",
-               "--cache-dir", os.devnull, ROOT / "python/kavro"]
+    command = [
+        sys.executable,
+        "-m",
+        "mypy",
+        "--config-file",
+        ROOT / "pyproject.toml",
+        "--cache-dir",
+        os.devnull,
+        ROOT / "python/kavro",
+    ]
     result = subprocess.run(command, capture_output=True, text=True)
     assert result.returncode == 0, result.stdout
 
@@ -76,13 +85,23 @@ def test_wheel(tmp_path):
     with zipfile.ZipFile(wheel) as file:
         names = [name for name in file.namelist() if name.startswith("kavro/")]
         file.extractall(tmp_path)
-    sources = [f for f in (ROOT / "python/kavro").iterdir() if f.suffix in (".py", ".pyi", ".typed")]
+    sources = [
+        f for f in (ROOT / "python/kavro").iterdir() if f.suffix in (".py", ".pyi", ".typed")
+    ]
     assert {"kavro/py.typed", *(f"kavro/{f.name}" for f in sources)} < set(names)
     (module,) = (name for name in names if name.endswith(".so"))
     assert len(names) == len(sources) + 1 and exported(tmp_path / module) == ["PyInit__kavro"]
     code = "import kavro; print(kavro.solve('fnm_cw', kavro.disc(1e-3), kavro.Points([[0,0,1e-2]]),"
     code += " kavro.water(), f0=1e6)[0])"
-    run = subprocess.run([sys.executable, "-c", code], env={"PYTHONPATH": str(tmp_path)},
-                         capture_output=True, text=True, cwd=tmp_path, check=True)
-    here = kavro.solve("fnm_cw", kavro.disc(1e-3), kavro.Points([[0, 0, 1e-2]]), kavro.water(), f0=1e6)
+    run = subprocess.run(
+        [sys.executable, "-c", code],
+        env={"PYTHONPATH": str(tmp_path)},
+        capture_output=True,
+        text=True,
+        cwd=tmp_path,
+        check=True,
+    )
+    here = kavro.solve(
+        "fnm_cw", kavro.disc(1e-3), kavro.Points([[0, 0, 1e-2]]), kavro.water(), f0=1e6
+    )
     assert np.complex128(run.stdout) == here[0]

@@ -64,7 +64,10 @@ def test_fields(figure):
     for call, text in (
         (lambda: show_field(p[1:], PLANE), "'p' must be an array of the shape"),
         (lambda: show_field(p, PLANE, time=1e-6), "'times' must be the 11 times of p"),
-        (lambda: show_field(p, PLANE, time=1, times=TIMES), "'time' must be a time from 0 to 1e-05"),
+        (
+            lambda: show_field(p, PLANE, time=1, times=TIMES),
+            "'time' must be a time from 0 to 1e-05",
+        ),
         (lambda: show_field(np.zeros((1, 1, 1)), kavro.Grid()), "a plane or a line"),
     ):
         with pytest.raises(kavro.InputError, match=text):

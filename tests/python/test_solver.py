@@ -60,8 +60,12 @@ def test_shapes_order_and_the_callers_own_array():
         expected = solve()
         out = np.full_like(expected, np.nan)
         assert solve(out=out) is out and np.array_equal(out, expected)
-    for wrong in (np.zeros((5, 2, 4, 201)), np.zeros((5, 2, 4, 201), np.float32, "F"),
-                  np.zeros((5, 2, 4), order="F"), [0.0]):
+    for wrong in (
+        np.zeros((5, 2, 4, 201)),
+        np.zeros((5, 2, 4, 201), np.float32, "F"),
+        np.zeros((5, 2, 4), order="F"),
+        [0.0],
+    ):
         with pytest.raises(kavro.InputError, match="'out'.*NumPy|'out'.*float64.*5, 2, 4, 201"):
             tsd(out=wrong)
 
@@ -71,16 +75,30 @@ def test_numbers_of_any_real_type_and_stride():
     expected = tsd(grid=kavro.Points(coordinates))
     double_width = np.zeros((8, 6))
     double_width[::2, ::-2] = coordinates
-    for same in (np.asfortranarray(coordinates), double_width[::2, ::-2], coordinates.tolist(),
-                 coordinates.astype(np.float16), coordinates.astype(np.float32),
-                 coordinates.astype(np.longdouble), coordinates.astype(">f8")):
+    for same in (
+        np.asfortranarray(coordinates),
+        double_width[::2, ::-2],
+        coordinates.tolist(),
+        coordinates.astype(np.float16),
+        coordinates.astype(np.float32),
+        coordinates.astype(np.longdouble),
+        coordinates.astype(">f8"),
+    ):
         assert np.array_equal(tsd(grid=kavro.Points(same)), expected)
     assert np.array_equal(tsd(PAIR.replace(amplitude=np.array([1, -2], np.int8))), tsd())
     assert np.array_equal(tsd(ndiv=np.uint16(32), threads=np.float32(1)), tsd())
 
     good = np.zeros(2)
-    for fault in (good + 1j, good.astype(object), good.astype(str), np.zeros(3), np.zeros((2, 1)),
-                  [1, [2, 3]], None, True):
+    for fault in (
+        good + 1j,
+        good.astype(object),
+        good.astype(str),
+        np.zeros(3),
+        np.zeros((2, 1)),
+        [1, [2, 3]],
+        None,
+        True,
+    ):
         with pytest.raises(kavro.InputError, match="amplitude"):
             PAIR.replace(amplitude=fault)
     with pytest.raises(kavro.InputError, match="'coordinates' must be n x 3"):
@@ -95,16 +113,40 @@ def test_numbers_of_any_real_type_and_stride():
 @pytest.mark.parametrize(
     ("error", "text", "call"),
     [
-        (kavro.InputError, "There is no method 'fnm'.", lambda: kavro.solve("fnm", PAIR, GRID, WATER)),
+        (
+            kavro.InputError,
+            "There is no method 'fnm'.",
+            lambda: kavro.solve("fnm", PAIR, GRID, WATER),
+        ),
         (TypeError, "There is no option 'f'. fnm_tsd takes the options 'time', ", lambda: tsd(f=1)),
         (TypeError, "The option 'f0' is not used by fnm_tsd.", lambda: tsd(f0=1e6)),
-        (kavro.InputError, "fnm_tsd needs the option 'time', made by kavro.Times", lambda: tsd(time=None)),
-        (kavro.InputError, "Medium must be a dataclass", lambda: kavro.solve("fnm_cw", PAIR, GRID, 1, f0=1)),
+        (
+            kavro.InputError,
+            "fnm_tsd needs the option 'time', made by kavro.Times",
+            lambda: tsd(time=None),
+        ),
+        (
+            kavro.InputError,
+            "Medium must be a dataclass",
+            lambda: kavro.solve("fnm_cw", PAIR, GRID, 1, f0=1),
+        ),
         (kavro.InputError, "(element 1)", lambda: tsd(PAIR.replace(radius=[1, np.nan]))),
-        (kavro.InputError, "shape 'poly' (polygon), element 2", lambda: kavro.solve(
-            "impulse_response", PAIR + kavro.polygon([[0, 0], [1, 0], [0, 1]]), GRID, WATER, time=TIMES)),
-        (kavro.InputError, "'kzk' must be a dict with the fields 'extent'", lambda: kavro.solve(
-            "kzk_cw", PAIR[0], GRID, WATER, f0=1e6, kzk=3)),
+        (
+            kavro.InputError,
+            "shape 'poly' (polygon), element 2",
+            lambda: kavro.solve(
+                "impulse_response",
+                PAIR + kavro.polygon([[0, 0], [1, 0], [0, 1]]),
+                GRID,
+                WATER,
+                time=TIMES,
+            ),
+        ),
+        (
+            kavro.InputError,
+            "'kzk' must be a dict with the fields 'extent'",
+            lambda: kavro.solve("kzk_cw", PAIR[0], GRID, WATER, f0=1e6, kzk=3),
+        ),
         (kavro.InputError, "one row or one row per element", lambda: tsd(excitation=[PULSE] * 3)),
     ],
 )
@@ -148,7 +190,11 @@ def test_elements_are_a_sequence_that_does_not_change():
         mixed.amplitude[0] = 2
     with pytest.raises(IndexError):
         mixed[4]
-    for changes in ({"amplitude": [1, 2]}, {"center": np.zeros((2, 3))}, {"corners": [corners] * 2}):
+    for changes in (
+        {"amplitude": [1, 2]},
+        {"center": np.zeros((2, 3))},
+        {"corners": [corners] * 2},
+    ):
         with pytest.raises(kavro.InputError, match=f"'{next(iter(changes))}' must be one, or 4"):
             mixed.replace(**changes)
         with pytest.raises(kavro.InputError, match="must be one, or 1"):
@@ -169,7 +215,10 @@ def test_scenes_equal_and_pickle():
 def test_makers_refuse_what_overlaps_or_has_no_shape():
     for call, text in (
         (lambda: kavro.linear_array(4, 1e-3, 0.6e-3), "the diameter 0.0012 m"),
-        (lambda: kavro.planar_array((2, 2), 1e-3, width=1e-3, height=2e-3), "the size 0.001, 0.002 m"),
+        (
+            lambda: kavro.planar_array((2, 2), 1e-3, width=1e-3, height=2e-3),
+            "the size 0.001, 0.002 m",
+        ),
         (lambda: kavro.linear_array(4, 1e-3), "'radius' must be given for discs"),
         (lambda: kavro.linear_array(2.5, 1e-3, 1e-4), "'count' must be a whole number, 1 or more"),
         (lambda: kavro.convex_array(9, 1e-3, 4e-4, rad_curvature=2e-3), "half a circle"),
@@ -192,7 +241,9 @@ def test_beam_width():
     x = np.linspace(-5e-3, 5e-3, 401)
     width, left, right = kavro.beam_width(x, np.exp(-((x - 1e-3) ** 2) / 1e-6) * 1j)
     half = 1e-3 * np.sqrt(0.3 * np.log(10))
-    np.testing.assert_allclose([width, left, right], [2 * half, 1e-3 - half, 1e-3 + half], atol=1e-6)
+    np.testing.assert_allclose(
+        [width, left, right], [2 * half, 1e-3 - half, 1e-3 + half], atol=1e-6
+    )
     assert np.isnan(kavro.beam_width(x, x + 1)).tolist() == [True, True, True]
 
 
