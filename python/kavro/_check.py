@@ -29,7 +29,7 @@ def numbers(
     """Real numbers as an array of doubles, of the given shape; None leaves an extent open."""
     try:
         array = np.asarray(value)
-    except ValueError:  # rows of different lengths
+    except (TypeError, ValueError):  # no numbers, or rows of different lengths
         refuse(owner, name, expected, value)
     fits = shape is None or (
         array.ndim == len(shape) and all(b in (None, a) for a, b in zip(array.shape, shape))
@@ -89,8 +89,8 @@ def _described(value: object) -> str:
     if isinstance(value, (list, tuple, np.ndarray)):
         try:
             array = np.asarray(value)
-        except ValueError:
-            return f"a ragged {type(value).__name__}"
+        except (TypeError, ValueError):
+            return f"a {type(value).__name__} of different things"
         if array.dtype.kind in "iuf" and 0 < array.size <= 4:
             return np.array2string(array, separator=", ", formatter={"all": "{:.6g}".format})
         fault = ""

@@ -134,6 +134,9 @@ class Elements:
         pairs = zip(vars(self).values(), vars(other).values())
         return len(self) == len(other) and all(all(map(np.array_equal, a, b)) for a, b in pairs)
 
+    def __array__(self, *arguments: Any, **options: Any) -> NDArray[Any]:
+        raise TypeError("Elements are no array of numbers; an attribute is, such as center")
+
     def __reduce__(self) -> tuple[Any, ...]:
         return Elements, tuple(vars(self).values())
 
