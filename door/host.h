@@ -77,6 +77,7 @@ struct Words {
     const char* times_maker;    // what a user types: "kavro.set_time_samples"
     const char* waveform_page;  // as grid_page
     const char* waveform_maker;  // as times_maker
+    const char* smaller_output;  // a sentence: what to do where an output is too large
 };
 
 extern const Words host_words;

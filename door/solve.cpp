@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <initializer_list>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -10,6 +11,7 @@
 #include "core/counts.h"
 #include "core/input_error.h"
 #include "core/threads.h"
+#include "door/advised.h"
 #include "door/march.h"
 
 namespace kavro {
@@ -32,13 +34,18 @@ class CallThreads {
 public:
     explicit CallThreads(int n) : former_(asked_) {
         const char* setting = std::getenv("KAVRO_THREADS");
-        ask(n == 0 && setting != nullptr ? static_cast<int>(std::strtol(setting, nullptr, 10)) : n);
+        ask(n == 0 && setting != nullptr ? count_of(setting) : n);
     }
     ~CallThreads() { ask(former_); }
     CallThreads(const CallThreads&) = delete;
     CallThreads& operator=(const CallThreads&) = delete;
 
 private:
+    static int count_of(const char* setting) {
+        constexpr long most = std::numeric_limits<int>::max();
+        return static_cast<int>(std::clamp(std::strtol(setting, nullptr, 10), 0L, most));
+    }
+
     static void ask(int n) {
         asked_ = n;
         set_thread_count(n);
@@ -47,6 +54,15 @@ private:
     static inline int asked_ = 0;
     int former_;
 };
+
+void warn_of_too_many_threads() {
+    if (threads_asked_for() > thread_limit()) {
+        console::warn((std::to_string(threads_asked_for()) + " threads were asked for, " +
+                       std::to_string(thread_limit()) +
+                       " are used: four for each processor. More would gain nothing.\n")
+                          .c_str());
+    }
+}
 
 void set_sizes(SolveResult& result, std::initializer_list<int> sizes) {
     std::copy(sizes.begin(), sizes.end(), result.sizes.begin());
@@ -70,6 +86,15 @@ void set_sizes(SolveResult& result, const SolveRequest& request) {
             return points.regular ? set_sizes(result, {points.nx, points.ny, points.nz, ntimes})
                                   : set_sizes(result, {points.npoints, ntimes});
     }
+}
+
+// Checked here because a host that runs out of memory may not live to tell.
+void make_values(SolveResult& result) {
+    constexpr const char* what = "output values";
+    const bool complex = is_complex(result.kind);
+    const std::int32_t count = checked_product(result.extents(), what);
+    require_memory(static_cast<std::size_t>(count), (complex ? 2 : 1) * sizeof(double), what);
+    result.values = new_zeros(result.extents(), complex);
 }
 
 // Element by element in order; `after` is told when element i is solved.
@@ -205,26 +230,20 @@ SolveResult new_result(const SolveRequest& request) {
     SolveResult result;
     result.kind = request.operation->kind;
     set_sizes(result, request);
-    // Checked here because a host that runs out of memory may not live to tell.
-    constexpr const char* what = "output values";
-    int count = 1;
-    for (const int size : result.extents()) {
-        count = checked_product(count, size, what);
-    }
-    const bool complex = is_complex(result.kind);
-    require_memory(static_cast<std::size_t>(count), (complex ? 2 : 1) * sizeof(double), what);
-    result.values = new_zeros(result.extents(), complex);
+    advised(is_march(result.kind) ? "Take fewer points or instants." : host_words.smaller_output,
+            [&] { make_values(result); });
     static double no_value = 0.0;
     double* real = real_parts(result.values);
-    double* imaginary = complex ? imaginary_parts(result.values) : nullptr;
+    double* imaginary = is_complex(result.kind) ? imaginary_parts(result.values) : nullptr;
     result.real = real != nullptr ? real : &no_value;
     result.imaginary = imaginary != nullptr ? imaginary : &no_value;
     return result;
 }
 
 void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
-    const CallThreads threads(request.threads);
     console.hold_warnings();
+    const CallThreads threads(request.threads);
+    warn_of_too_many_threads();
     request.attach();
     if (is_march(result.kind)) {
         // A march prints its nonlinearity, and a disc's its shock: neither is of use here.

@@ -6,7 +6,7 @@
 #include <typeinfo>
 
 #include "core/constants.h"
-#include "core/input_error.h"
+#include "core/counts.h"
 #include "core/interrupted.h"
 #include "excitation/discrete_spectrum.h"
 
@@ -66,7 +66,7 @@ ExcitationFunction::ExcitationFunction(std::span<const double> samples, double s
       clip_threshold_(clip_threshold),
       sampled_(true) {
     if (samples.size() > std::numeric_limits<std::int32_t>::max()) {
-        throw InputError("Computed number of signal samples is too large.");
+        refuse_count(static_cast<double>(samples.size()), "signal samples");
     }
     signal_length = static_cast<std::int32_t>(samples.size());
     expand();

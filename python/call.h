@@ -31,7 +31,4 @@ private:
     Call* outer_ = innermost_;
 };
 
-// Throws what ended the call from outside, if anything did: mostly KeyboardInterrupt.
-void throw_interrupt();
-
 }  // namespace kavro

@@ -1,9 +1,7 @@
 // How Python prints, warns, is interrupted and calls a user's function, and its words. The library
 // calls these while other threads of Python run: each takes the interpreter's lock for itself.
 #include <chrono>
-#include <exception>
 #include <string>
-#include <utility>
 
 #include "door/host.h"
 #include "python/call.h"
@@ -16,7 +14,6 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds between_looks{50};
 
 Clock::time_point last_look;
-std::exception_ptr interrupt;  // what a signal's handler raised
 
 std::string without_line_end(std::string text) {
     text.erase(text.find_last_not_of('\n') + 1);
@@ -36,6 +33,7 @@ const Words host_words{
     .times_maker = "kavro.Times",
     .waveform_page = "kavro.waveform",
     .waveform_maker = "kavro.waveform",
+    .smaller_output = "Take fewer points or instants, or compute in parts: see kavro.split_grid.",
 };
 
 void host_print(const char* text) {
@@ -55,8 +53,8 @@ void host_warn(const char* text) {
 
 bool host_interrupted() {
     const Clock::time_point now = Clock::now();
-    if (interrupt || now - last_look < between_looks) {
-        return interrupt != nullptr;
+    if (now - last_look < between_looks) {
+        return false;
     }
     last_look = now;
     if (PyGILState_Check() == 1) {  // while arguments are read
@@ -64,15 +62,9 @@ bool host_interrupted() {
     }
     const py::gil_scoped_acquire lock;
     if (PyErr_CheckSignals() != 0) {
-        interrupt = std::make_exception_ptr(py::error_already_set());
+        throw py::error_already_set();
     }
-    return interrupt != nullptr;
-}
-
-void throw_interrupt() {
-    if (interrupt) {
-        std::rethrow_exception(std::exchange(interrupt, nullptr));
-    }
+    return false;
 }
 
 void host_call(const Value* function, double fraction) {

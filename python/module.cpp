@@ -78,7 +78,7 @@ py::array answer(Call& call, const py::list& arguments) {
         Threads::start();
         solve(call.request, call.console, call.result);
     }
-    throw_interrupt();
+    call.console.rethrow();
     finish(call.console, call.result);
     return call.values.finished();
 }
@@ -89,26 +89,27 @@ py::array solve_for_python(const py::list& arguments, const py::object& out) {
     try {
         return answer(call, arguments);
     } catch (const Interrupted&) {
-        throw_interrupt();
-        call.console.end_progress(false);
+        call.console.rethrow();
         throw;
     }
 }
 
 void translate(std::exception_ptr thrown) {
-    const auto raise = [](const py::handle& type, const std::exception& error) {
+    const auto raise = [](const py::handle& type, const std::exception& error,
+                          const std::string& more = "") {
         std::string text = error.what();
         text.erase(text.find_last_not_of('\n') + 1);
+        text.append(more.empty() ? "" : " ").append(more);
         PyErr_SetString(type.ptr(), text.c_str());
     };
     try {
         std::rethrow_exception(std::move(thrown));
     } catch (const MemoryError& error) {
-        raise(PyExc_MemoryError, error);
+        raise(PyExc_MemoryError, error, error.more());
     } catch (const OptionError& error) {
         raise(PyExc_TypeError, error);
     } catch (const InputError& error) {
-        raise(py::module_::import("kavro._errors").attr("InputError"), error);
+        raise(py::module_::import("kavro._errors").attr("InputError"), error, error.more());
     } catch (const Interrupted& error) {
         raise(PyExc_KeyboardInterrupt, error);
     } catch (const std::length_error&) {
