@@ -63,7 +63,7 @@ run('fnm_tsd', mixed, 'time', times, 'excitation', sampled, 'exact', false);
 run('fnm_transient', mixed, 'time', times, 'excitation', pulse, 'ndiv', 20);
 run('fnm_fdtsd', discs, 'time', times, 'excitation', sampled);
 run('fnm_tsd_sse', discs, 'time', times, 'excitation', repmat(pulse, 1, 5));
-run('fnm_cw_apodized', discs, 'f0', 1e6, 'apodization', 'cosine');
+run('fnm_cw_apodized', kavro.set_phases(discs, 0.2), 'f0', 1e6, 'apodization', 'cosine');
 run('impulse_begin_and_end_times', mixed);
 put(file, kavro.transient_pressure(discs, grid, water, times, 12, pulse));
 list = kavro.set_coordinate_grid([1e-3 2e-3 10e-3; 0 0 20e-3; -3e-3 0 7e-3]);

@@ -117,7 +117,7 @@ def test_same_numbers_as_in_octave(octave):
         "fnm_transient": run("fnm_transient", mixed, time=times, excitation=pulse, ndiv=20),
         "fnm_fdtsd": run("fnm_fdtsd", discs, time=times, excitation=sampled),
         "fnm_tsd_sse": run("fnm_tsd_sse", discs, time=times, excitation=[pulse] * 5),
-        "apodized": run("fnm_cw_apodized", discs, f0=1e6, apodization="cosine"),
+        "apodized": run("fnm_cw_apodized", discs.replace(phase=0.2), f0=1e6, apodization="cosine"),
         "arrivals": run("impulse_begin_and_end_times", mixed),
         "transient_pressure": kavro.transient_pressure(discs, grid, water, times, 12, pulse),
         "list": run("fnm_cw", mixed.replace(phase=0.1), list_, kavro.medium("liver"), f0=1e6),

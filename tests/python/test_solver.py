@@ -22,7 +22,7 @@ def tsd(elements=PAIR, grid=GRID, **options):
     return kavro.solve("fnm_tsd", elements, grid, WATER, **options)
 
 
-def cw(elements=PAIR, grid=GRID, **options):
+def cw(elements=PAIR.replace(time_delay=0), grid=GRID, **options):
     return kavro.solve("fnm_cw", elements, grid, WATER, **{"f0": 1e6, **options})
 
 
@@ -49,7 +49,6 @@ def test_shapes_order_and_the_callers_own_array():
         (kavro.solve("kzk_cw", disc, plane, WATER, f0=1e6, kzk=march), (6, 6, 2), complex),
         (kavro.solve("impulse_begin_and_end_times", PAIR, GRID, WATER), (2, 2), float),
         (tsd(grid=kavro.Points(np.zeros((0, 3)))), (0, 201), float),
-        (tsd(PAIR[:0]), (5, 2, 4, 201), float),
     ]
     for p, shape, kind in results:
         assert p.shape == shape and p.dtype == kind and p.flags.f_contiguous
