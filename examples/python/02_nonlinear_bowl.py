@@ -42,7 +42,7 @@ for n, pressure in enumerate(harmonics.T, start=1):
     print(f"harmonic {n}: up to {1e-3 * pressure.max():.0f} kPa")
 
 figure = plt.figure(figsize=(13, 5))
-show_array(bowl, ax=figure.add_subplot(1, 3, 1, projection="3d"))
+show_array(bowl, ax=figure.add_subplot(1, 3, 1, projection="3d"), title="Bowl of 15 mm radius")
 show_field(linear, plane, ax=figure.add_subplot(1, 3, 2), title="Continuous wave, linear")
 curves = figure.add_subplot(1, 3, 3)
 curves.plot(1e3 * z, 1e-3 * on_axis, "k:", label="linear")

@@ -12,6 +12,11 @@ from kavro._errors import InputError
 Floats = NDArray[np.float64]
 
 
+def default(value: Any) -> Any:
+    """What a field may be given for what it will hold."""
+    return value
+
+
 def refuse(owner: str, name: str, expected: str, value: object) -> NoReturn:
     """Raise InputError for the argument `name` of the function or class `owner`."""
     raise InputError(f"{owner}: '{name}' must be {expected}, but it is {_described(value)}.")

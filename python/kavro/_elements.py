@@ -11,7 +11,7 @@ import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from kavro import _check
-from kavro._check import Floats
+from kavro._check import Floats, default
 
 if TYPE_CHECKING:
     from kavro._medium import Medium
@@ -53,21 +53,43 @@ class Elements:
         A polygon's corners in m, in order around its face; none for other shapes.
     """
 
-    shape: Any = "circ"
-    center: Any = (0.0, 0.0, 0.0)
-    euler: Any = (0.0, 0.0, 0.0)
-    amplitude: Any = 1.0
-    time_delay: Any = 0.0
-    phase: Any = 0.0
-    apodization: Any = ""
-    radius: Any = 0.0
-    inner_radius: Any = 0.0
-    outer_radius: Any = 0.0
-    width: Any = 0.0
-    height: Any = 0.0
-    rad_curvature: Any = 0.0
-    geometric_focus: Any = 0.0
-    corners: Any = (_no_corners,)
+    shape: NDArray[np.str_] = default("circ")
+    center: Floats = default((0.0, 0.0, 0.0))
+    euler: Floats = default((0.0, 0.0, 0.0))
+    amplitude: Floats = default(1.0)
+    time_delay: Floats = default(0.0)
+    phase: Floats = default(0.0)
+    apodization: NDArray[np.str_] = default("")
+    radius: Floats = default(0.0)
+    inner_radius: Floats = default(0.0)
+    outer_radius: Floats = default(0.0)
+    width: Floats = default(0.0)
+    height: Floats = default(0.0)
+    rad_curvature: Floats = default(0.0)
+    geometric_focus: Floats = default(0.0)
+    corners: tuple[Floats, ...] = (_no_corners,)
+
+    if TYPE_CHECKING:  # what it takes is more than what it holds
+
+        def __init__(
+            self,
+            shape: ArrayLike = "circ",
+            center: ArrayLike = ...,
+            euler: ArrayLike = ...,
+            amplitude: ArrayLike = 1.0,
+            time_delay: ArrayLike = 0.0,
+            phase: ArrayLike = 0.0,
+            apodization: ArrayLike = "",
+            radius: ArrayLike = 0.0,
+            inner_radius: ArrayLike = 0.0,
+            outer_radius: ArrayLike = 0.0,
+            width: ArrayLike = 0.0,
+            height: ArrayLike = 0.0,
+            rad_curvature: ArrayLike = 0.0,
+            geometric_focus: ArrayLike = 0.0,
+            corners: Any = ...,
+        ) -> None:
+            ...
 
     def __post_init__(self) -> None:
         columns = {name: _column(name, value) for name, value in vars(self).items()}

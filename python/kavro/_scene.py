@@ -4,13 +4,13 @@ from __future__ import annotations
 
 from collections.abc import Sequence
 from dataclasses import dataclass
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from kavro import _check
-from kavro._check import Floats
+from kavro._check import Floats, default
 
 
 @dataclass(frozen=True)
@@ -30,9 +30,14 @@ class Grid:
     >>> grid = kavro.Grid(x=(-25e-3, 25e-3, 0.25e-3), z=(1e-3, 50e-3, 0.25e-3))
     """
 
-    x: Any = 0.0
-    y: Any = 0.0
-    z: Any = 0.0
+    x: tuple[float, float, float] = default(0.0)
+    y: tuple[float, float, float] = default(0.0)
+    z: tuple[float, float, float] = default(0.0)
+
+    if TYPE_CHECKING:  # what it takes is more than what it holds
+
+        def __init__(self, x: ArrayLike = 0.0, y: ArrayLike = 0.0, z: ArrayLike = 0.0) -> None:
+            ...
 
     def __post_init__(self) -> None:
         for name in "xyz":
@@ -61,7 +66,12 @@ class Points:
         x, y and z of each point in m.
     """
 
-    coordinates: Any
+    coordinates: Floats
+
+    if TYPE_CHECKING:
+
+        def __init__(self, coordinates: ArrayLike) -> None:
+            ...
 
     def __post_init__(self) -> None:
         expected = "n x 3 real numbers (m)"
@@ -107,7 +117,12 @@ class Instants:
         Times in s.
     """
 
-    time_samples: Any
+    time_samples: Floats
+
+    if TYPE_CHECKING:
+
+        def __init__(self, time_samples: ArrayLike) -> None:
+            ...
 
     def __post_init__(self) -> None:
         instants = _check.numbers(

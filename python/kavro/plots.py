@@ -260,6 +260,7 @@ def _draw_flat(ax: Axes, faces: list[_Face], fills: Floats, points: Floats) -> N
 def _draw_solid(ax: Axes, faces: list[_Face], fills: Floats, points: Floats) -> None:
     triangles = np.concatenate([1e3 * face.vertices[face.triangles] for face in faces])
     fills = np.repeat(fills, [len(face.triangles) for face in faces], axis=0)
+    fills[:, :3] *= _light_on(triangles)[:, None]
     solid = Poly3DCollection(triangles, facecolors=fills, edgecolors=fills, linewidths=0.3)
     ax.add_collection3d(solid)
     rims = [1e3 * rim[[*range(len(rim)), 0]] for face in faces for rim in face.rims]
@@ -272,6 +273,15 @@ def _draw_solid(ax: Axes, faces: list[_Face], fills: Floats, points: Floats) -> 
         set_limits(at - half, at + half)
     ax.set_box_aspect((1, 1, 1))
     ax.set_zlabel("z (mm)")
+
+
+def _light_on(triangles: Floats) -> Floats:
+    """How bright each triangle is in a light that comes obliquely, 0.6 to 1."""
+    a, b, c = np.moveaxis(triangles, 1, 0)
+    normals = np.cross(b - a, c - a)
+    lengths = np.linalg.norm(normals, axis=1)
+    light = np.array([-0.6, 0.48, 0.64])
+    return np.asarray(0.6 + 0.4 * np.abs(normals @ light) / np.maximum(lengths, 1e-300))
 
 
 # ---- fields
