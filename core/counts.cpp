@@ -16,8 +16,9 @@ namespace {
 
 constexpr double most = std::numeric_limits<std::int32_t>::max();
 
+template <class Error = InputError>
 [[noreturn]] void too_large(const char* what, const std::string& more) {
-    throw InputError(std::string("Computed number of ") + what + " is too large.", more);
+    throw Error(std::string("Computed number of ") + what + " is too large.", more);
 }
 
 std::string shown(const char* format, double number) {
@@ -76,8 +77,9 @@ bool fits_into_memory(std::size_t count, std::size_t bytes) {
 void require_memory(std::size_t count, std::size_t bytes, const char* what) {
     if (!fits_into_memory(count, bytes)) {
         const auto left = static_cast<double>(available_memory().value_or(0));
-        too_large(what, gigabytes(static_cast<double>(count) * static_cast<double>(bytes)) +
-                            " of memory are needed, " + gigabytes(left) + " are left.");
+        too_large<MemoryError>(what,
+                               gigabytes(static_cast<double>(count) * static_cast<double>(bytes)) +
+                                   " of memory are needed, " + gigabytes(left) + " are left.");
     }
 }
 

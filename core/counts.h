@@ -24,7 +24,7 @@ std::int32_t checked_product(std::span<const std::int32_t> counts, const char* w
 // are touched.
 bool fits_into_memory(std::size_t count, std::size_t bytes);
 
-// Throws InputError "Computed number of <what> is too large." where `count` values of `bytes` bytes
+// Throws MemoryError "Computed number of <what> is too large." where `count` values of `bytes` bytes
 // each do not fit into the memory that is left.
 void require_memory(std::size_t count, std::size_t bytes, const char* what);
 

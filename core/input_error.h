@@ -1,4 +1,4 @@
-// The one exception of the library: a fault in what a user gave.
+// The exceptions of the library: a fault in what a user gave.
 #pragma once
 
 #include <stdexcept>
@@ -19,6 +19,12 @@ public:
 
 private:
     std::runtime_error more_{""};  // a text that can be copied without failing
+};
+
+// What was asked for does not fit into the machine's memory; told before any is taken.
+class MemoryError : public InputError {
+public:
+    using InputError::InputError;
 };
 
 }  // namespace kavro

@@ -53,8 +53,8 @@ std::size_t index_of(const std::string& name) {
 }
 
 [[noreturn]] void refuse_name(const Operation& operation, const std::string& complaint) {
-    throw InputError(complaint + " " + operation.name + " takes the options " +
-                     quoted_list(option_names(operation)) + ".");
+    throw OptionError(complaint + " " + operation.name + " takes the options " +
+                      quoted_list(option_names(operation)) + ".");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "core/input_error.h"
 #include "door/host.h"
 #include "transducers/operations.h"
 
@@ -28,6 +29,12 @@ enum class Option {
 
 // Names of the options that an operation takes, as 'time', 'excitation', ...
 std::vector<const char*> option_names(const Operation& operation);
+
+// A name that is no option, or none of the operation's.
+class OptionError : public InputError {
+public:
+    using InputError::InputError;
+};
 
 // The options of one call. The host's values stay where they are.
 class SolveOptions {

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <initializer_list>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "core/console.h"
@@ -260,7 +261,7 @@ void check_status(TransducerStatus status) {
         case status_not_implemented:
             throw InputError("This function is not implemented for this transducer shape.");
         case status_out_of_memory:
-            throw InputError("Out of memory.");
+            throw std::bad_alloc();
         case status_interrupted:
             throw InputError("The call was interrupted.");
         default:
