@@ -149,7 +149,7 @@ void print_line(ToleranceScene& scene, const char* method, double tolerance, int
         by_tolerance = std::min(by_tolerance, seconds(0));
     }
     const double pairs = static_cast<double>(scene.npoints() * all.size());
-    std::printf("%-30s %-8s %7.0e %9.1f %7d %7d %10.1f %10.1f %7.2f\n", scene.name, method,
+    std::printf("%-33s %-8s %7.0e %9.1f %7d %7d %10.1f %10.1f %7.2f\n", scene.name, method,
                 tolerance, report.mean, report.most, ndiv, by_tolerance / pairs * 1e9,
                 by_number / pairs * 1e9, by_number / by_tolerance);
     std::fflush(stdout);
@@ -192,7 +192,7 @@ std::vector<ToleranceScene> scenes() {
 void print_tolerance(int repeat) {
     std::printf("%s, %s, %s vectors, 1 thread; ns of CPU per point and element, fastest of %d\n\n",
                 processor().c_str(), compiler().c_str(), vectors().c_str(), repeat);
-    std::printf("%-30s %-8s %7s %9s %7s %7s %10s %10s %7s\n", "", "", "toler.", "mean n", "most",
+    std::printf("%-33s %-8s %7s %9s %7s %7s %10s %10s %7s\n", "", "", "toler.", "mean n", "most",
                 "fixed", "by toler.", "by fixed", "ratio");
     for (ToleranceScene& scene : scenes()) {
         for (const double tolerance : {1e-3, 1e-4, 1e-6}) {

@@ -275,6 +275,7 @@ void CircularEdge<Real>::choose_rules(EdgeBlock<Real>& block) const {
         const auto a = static_cast<float>(radius);
         SeenRim& rim = scene.rim[k];
         rim.radius = rim.inside_below = radius;
+        rim.steepness = 1.0;
         scene.area += k == 0 ? pi * radius * radius : -pi * radius * radius;
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
             const auto gap = static_cast<float>(off_axis[lane] - radius);

@@ -398,6 +398,8 @@ RimScene SphericalEdge<Real>::scene() const {
         const SphericalRim& rim = geometry_.rims()[k];
         scene.rim[k].radius = rim.radius;
         scene.rim[k].inside_below = rim.sine;
+        // Split between two poles, a rim's samples are steeper; found by trial.
+        scene.rim[k].steepness = rim.is_nearly_hemispherical() ? 8.0 : 1.0;
         scene.area += rim.sign * two_pi * d * d * rim.depth;
     }
     return scene;

@@ -238,7 +238,7 @@ HWY_INLINE bool StoreAsked(V spectrum, V margin, const Ends& ends, const Given& 
 
 struct RimOfLanes {
     V near, far, least, spread, along, retreat, beside, far_pole;
-    double radius;
+    double radius, steepness;
     M inside;
 
     HWY_INLINE RimOfLanes(const SeenRim& rim, const RimScene& scene, int lane)
@@ -251,6 +251,7 @@ struct RimOfLanes {
           beside(Load(rim.beside, lane)),
           far_pole(Load(rim.far_pole, lane)),
           radius(rim.radius),
+          steepness(rim.steepness),
           inside(hn::Lt(Load(scene.place, lane), Number(rim.inside_below))) {}
 };
 
@@ -347,8 +348,9 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
     }
     const auto allowed = Positive(Product(magnitude, tolerance));
     const auto losses = Product(field.longer, demand.attenuation);
-    const auto margin =
-        hn::Max(Number(0.5), hn::Add(Log(hn::Div(Product(G, SafetyOf(demand)), allowed)), losses));
+    const auto margin = hn::Max(
+        Number(0.5),
+        hn::Add(Log(hn::Div(Product(G, rim.steepness * SafetyOf(demand)), allowed)), losses));
     const auto with_path = hn::Add(margin, Product(face.path, demand.attenuation));
 
     const auto height = Positive(Log(hn::Div(sum, Positive(difference))));
@@ -392,8 +394,8 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
         };
         const auto q = hn::Div(difference, sum);
         const auto stretched = hn::Mul(X, hn::Sub(one, Product(Square(q), 0.2)));
-        const auto near_margin =
-            NearMargin(rim.near, k, allowed, hn::Sub(with_path, margin), losses, with_path);
+        const auto near_margin = NearMargin(rim.near, rim.steepness * k, allowed,
+                                            hn::Sub(with_path, margin), losses, with_path);
         auto gauss_order = hn::Max(
             LeastOrder(tables.gauss, margin, stretched),
             Hypotenuse(Product(stretched, half_pi), hn::Div(near_margin, of_gauss(height))));

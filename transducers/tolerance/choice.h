@@ -11,7 +11,7 @@
 // growth = sinh for the midpoint rule, which is the better one over a rim but for the nearest
 // points. Over time, k is the waveform's highest, and the waveform's ends ask, too: a jump J of
 // the derivative of order mu leaves, by Euler's and Maclaurin's sum, beta J M h^(mu + 1) of it.
-// docs/theory.md has the formulas.
+// docs/theory_tolerance.md has the formulas.
 //
 // Only +, -, x, /, square roots and polynomials in a fixed order, in single precision: every width
 // of vectors, and every division of the points, gives a point the same n.
@@ -30,6 +30,7 @@ namespace kavro {
 // its radius of curvature. Differences that nearly cancel are formed before they are rounded.
 struct SeenRim {
     double radius;                // m
+    double steepness;             // by which its coefficients exceed their size a quarter round
     double inside_below;          // of RimScene::place: the points over what the rim encloses
     Lanes<float> near, far;       // R_n, R_f: of the rim's nearest and farthest point (m)
     Lanes<float> beside;          // the largest of the coefficients is radius / (pi beside) (m)
