@@ -53,7 +53,7 @@ std::optional<std::vector<std::string>> texts_of(const Value* value);
 bool is_function(const Value* value);
 
 // ---- results
-// An array of zeros of two to five dimensions, in column order. It is the host's: one that is not
+// An array of zeros of one to five dimensions (of one: a column, where there are no others), in column order. It is the host's: one that is not
 // handed out when the call ends goes with the call. Throws std::bad_alloc, and what the host
 // throws.
 Result* new_zeros(std::span<const int> extents, bool complex);
@@ -61,6 +61,8 @@ Result* new_zeros(std::span<const int> extents, bool complex);
 // Where its values lie; null where it has none.
 double* real_parts(Result* result);
 double* imaginary_parts(Result* result);
+
+Result* new_text(const std::string& text);  // throws as above
 
 // A record of one entry that has no fields yet; and one more field of it, which from now on goes
 // with the record. Throw as above.

@@ -12,10 +12,18 @@
 namespace kavro {
 namespace {
 
+bool has_field_over_points(const Operation& operation) {
+    return operation.kind != OperationKind::arrival_times;
+}
+
+bool chooses_abscissas(const Operation& operation) {
+    return takes_tolerance(operation.method);
+}
+
 struct OptionName {
     const char* name;
-    unsigned input;          // the operations that use it; 0 for all
-    bool of_fields = false;  // and have a field over points
+    unsigned input;                                       // the operations that use it; 0 for all
+    bool (*holds)(const Operation& operation) = nullptr;  // and of which this holds, too
 };
 
 // In the order of Option.
@@ -23,11 +31,12 @@ constexpr std::array all_options{
     OptionName{"time", input_time},
     OptionName{"excitation", input_excitation},
     OptionName{"f0", input_frequency},
+    OptionName{"tolerance", 0, chooses_abscissas},
     OptionName{"ndiv", input_quadrature},
     OptionName{"apodization", input_apodization},
     OptionName{"kzk", input_kzk},
     OptionName{"measure", input_time},
-    OptionName{"per_element", 0, true},
+    OptionName{"per_element", 0, has_field_over_points},
     OptionName{"threads", 0},
     OptionName{"exact", 0},
     OptionName{"progress", 0},
@@ -35,7 +44,7 @@ constexpr std::array all_options{
 
 bool takes(const Operation& operation, const OptionName& option) {
     return (option.input == 0 || (operation.inputs & option.input) != 0) &&
-           (!option.of_fields || operation.kind != OperationKind::arrival_times);
+           (option.holds == nullptr || option.holds(operation));
 }
 
 bool same_but_case(std::string_view a, std::string_view b) {

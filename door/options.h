@@ -17,6 +17,7 @@ enum class Option {
     time,
     excitation,
     f0,
+    tolerance,
     ndiv,
     apodization,
     kzk,
@@ -58,7 +59,7 @@ public:
     [[noreturn]] void refuse(Option option, const std::string& expected) const;
 
 private:
-    static constexpr std::size_t option_count = 11;
+    static constexpr std::size_t option_count = 12;
     const Value* values_[option_count] = {};
 };
 

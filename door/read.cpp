@@ -44,6 +44,30 @@ const Operation& operation_from(const Value* name) {
     return *operation;
 }
 
+// What is kept where neither a tolerance nor a number of abscissas is given.
+constexpr double default_tolerance_of_waves = 1e-4;
+constexpr double default_tolerance = 1e-3;
+
+double tolerance_from(const Operation& operation, const SolveOptions& options) {
+    constexpr double least = 1e-12;
+    constexpr double least_of_single = 1e-5;
+    constexpr double most = 0.1;
+    if (options.given(Option::ndiv)) {
+        throw InputError(
+            "The options 'tolerance' and 'ndiv' exclude each other: give an accuracy or a number "
+            "of abscissas.");
+    }
+    const bool single = is_single(operation.method);
+    const std::optional<double> tolerance = single_number(options.value(Option::tolerance));
+    if (!tolerance || !(*tolerance >= (single ? least_of_single : least) && *tolerance <= most)) {
+        options.refuse(Option::tolerance, std::string("one number from ") +
+                                              (single ? "1e-5 (in single precision)" : "1e-12") +
+                                              " to 0.1" +
+                                              (tolerance ? ", not " + shown(*tolerance) : ""));
+    }
+    return *tolerance;
+}
+
 // The option's value, without which the operation cannot do.
 const Value* needed(const SolveRequest& request, const SolveOptions& options, Option option,
                     const std::string& described) {
@@ -179,6 +203,33 @@ void set_exact_zeros(CoordinateGrid& grid) {
     }
 }
 
+// A tolerance, given or by default, or else a rule.
+void read_accuracy(SolveRequest& request, const SolveOptions& options) {
+    const Operation& operation = *request.operation;
+    const bool exact = options.yes_or_no(Option::exact).value_or(true);
+    if (options.given(Option::tolerance)) {
+        request.tolerance = tolerance_from(operation, options);
+        if (!exact) {
+            throw InputError(
+                "The option 'tolerance' needs 'exact' to be true: the reference counts "
+                "abscissas, by 'ndiv'.");
+        }
+    } else if (takes_tolerance(operation.method) && exact && !options.given(Option::ndiv)) {
+        request.tolerance = operation.kind == Kind::continuous_wave ? default_tolerance_of_waves
+                                                                    : default_tolerance;
+    }
+    if (request.tolerance > 0.0) {
+        for (const RequestedElement& element : request.elements) {
+            element.transducer->set_tolerance(request.tolerance);
+        }
+        return;
+    }
+    const int ndiv = options.count(Option::ndiv).value_or(std::max(operation.default_ndiv, 1));
+    advised("Take a smaller 'ndiv'.",
+            [&] { request.rule.allocate_memory(abscissas(ndiv, operation.ndiv_multiple)); });
+    request.rule.gauss_quadrature();
+}
+
 void read_measures(SolveRequest& request, const SolveOptions& options) {
     if (!options.given(Option::measure)) {
         return;
@@ -216,10 +267,7 @@ void read_options(SolveRequest& request, const SolveOptions& options) {
     if (operation.uses(input_excitation)) {
         read_waveforms(request, options);
     }
-    const int ndiv = options.count(Option::ndiv).value_or(std::max(operation.default_ndiv, 1));
-    advised("Take a smaller 'ndiv'.",
-            [&] { request.rule.allocate_memory(abscissas(ndiv, operation.ndiv_multiple)); });
-    request.rule.gauss_quadrature();
+    read_accuracy(request, options);
     read_measures(request, options);
     request.per_element = options.yes_or_no(Option::per_element).value_or(false);
     if (operation.uses(input_kzk)) {

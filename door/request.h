@@ -34,6 +34,7 @@ struct SolveRequest {
     TimeSamples times;
     std::vector<std::unique_ptr<ExcitationFunction>> waveforms;  // none, one for all, or one each
     NumericalIntegration rule;        // standard; with the parameters of a march
+    double tolerance = 0.0;           // that stands for the rule; 0 where the rule counts
     int threads = 0;                  // 0: as many as the environment says
     std::vector<Measure> measures;    // instead of the field over time; none: the field itself
     bool measures_in_record = false;  // each by its name; or one, by itself
@@ -63,6 +64,7 @@ struct SolveResult {
     double* real = nullptr;       // its values; a place to point to where it has none
     double* imaginary = nullptr;  // likewise
     std::array<double*, measure_count> measured{};  // the values of the request's measures
+    QuadratureReport quadrature;                    // of a call with a tolerance
     std::vector<std::string> warnings;
     TransducerStatus status = status_failure;
 

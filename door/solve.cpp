@@ -1,6 +1,7 @@
 #include "door/solve.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
 #include <limits>
@@ -64,6 +65,26 @@ void warn_of_too_many_threads() {
     }
 }
 
+std::string short_text(double number) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3g", number);
+    return text;
+}
+
+void warn_of_missed_tolerance(const SolveRequest& request, const QuadratureReport& report) {
+    if (report.unreached == 0) {
+        return;
+    }
+    const CartesianCoordinate worst = request.points.spatial_index_value(report.worst_point);
+    console::warn(("The tolerance is not reached at " + std::to_string(report.unreached) + " of " +
+                   std::to_string(report.points) + " points; the worst error there is about " +
+                   short_text(report.worst_error) + " of an element's field, at [" +
+                   short_text(worst.x) + " " + short_text(worst.y) + " " + short_text(worst.z) +
+                   "] m. " + text_of(report.reason) +
+                   " Take a larger tolerance, or give more abscissas by 'ndiv'.\n")
+                      .c_str());
+}
+
 void append_sizes(SolveResult& result, std::initializer_list<int> sizes) {
     for (const int size : sizes) {
         result.sizes[result.dimensions++] = size;
@@ -90,9 +111,6 @@ void set_sizes(SolveResult& result, const SolveRequest& request) {
     }
     if (request.per_element) {
         append_sizes(result, {elements});
-    }
-    if (result.dimensions < 2) {
-        append_sizes(result, {1});
     }
 }
 
@@ -183,14 +201,14 @@ TransducerStatus solve_measures(SolveRequest& request, SolveResult& result) {
     const std::vector<Transducer*> elements = request.transducers();
     const Method method = request.operation->method;
     if (!request.per_element) {
-        return measure(method, elements, measure_outputs(request, result));
+        return measure(method, elements, measure_outputs(request, result), &result.quadrature);
     }
     const auto all = static_cast<double>(elements.size());
     for (std::size_t i = 0; i < elements.size(); ++i) {
         const console::ProgressPart part(static_cast<double>(i) / all,
                                          static_cast<double>(i + 1) / all);
-        const TransducerStatus status =
-            measure(method, {&elements[i], 1}, measure_outputs(request, result, i));
+        const TransducerStatus status = measure(
+            method, {&elements[i], 1}, measure_outputs(request, result, i), &result.quadrature);
         if (status != status_success) {
             return status;
         }
@@ -213,7 +231,8 @@ TransducerStatus solve_added(SolveRequest& request, SolveResult& result) {
     }
     set_outputs(request, result.real, result.imaginary,
                 request.per_element ? field_size(request, result.kind) : 0);
-    return request.operation->solve_array(request.transducers(), Output::all_zero);
+    return request.operation->solve_array(request.transducers(), Output::all_zero,
+                                          &result.quadrature);
 }
 
 // The marches store their results: each element's is added from a buffer of its own.
@@ -320,6 +339,38 @@ SolveResult new_result(const SolveRequest& request) {
     return result;
 }
 
+Result* new_report(const SolveRequest& request, const SolveResult& result) {
+    Result* report = new_record();
+    const auto add_numbers = [report](const char* name, std::initializer_list<double> values) {
+        const int extents[] = {1, static_cast<int>(values.size())};
+        Result* numbers = new_zeros(extents, false);
+        std::copy(values.begin(), values.end(), real_parts(numbers));
+        add_field(report, name, numbers);
+    };
+    constexpr double none = std::numeric_limits<double>::quiet_NaN();
+    const QuadratureReport& quadrature = result.quadrature;
+    add_field(report, "method", new_text(request.operation->name));
+    if (request.tolerance > 0.0) {
+        add_numbers("tolerance", {request.tolerance});
+        add_numbers("abscissas", {static_cast<double>(quadrature.fewest), quadrature.mean,
+                                  static_cast<double>(quadrature.most)});
+    } else {
+        const double n = request.rule.get_npoints();
+        add_numbers("tolerance", {none});
+        add_numbers("abscissas", {n, n, n});
+    }
+    const bool missed = quadrature.worst_point >= 0;
+    const CartesianCoordinate worst =
+        missed ? request.points.spatial_index_value(quadrature.worst_point)
+               : CartesianCoordinate(none, none, none);
+    add_numbers("points", {static_cast<double>(quadrature.points)});
+    add_numbers("unreached", {static_cast<double>(quadrature.unreached)});
+    add_numbers("worst_error", {quadrature.worst_error});
+    add_numbers("worst_point", {worst.x, worst.y, worst.z});
+    add_field(report, "reason", new_text(text_of(quadrature.reason)));
+    return report;
+}
+
 void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
     console.hold_warnings();
     const CallThreads threads(request.threads);
@@ -334,6 +385,7 @@ void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
     } else {
         result.status = solve_added(request, result);
     }
+    warn_of_missed_tolerance(request, result.quadrature);
     result.warnings = console.release_warnings();
 }
 

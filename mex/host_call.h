@@ -18,6 +18,7 @@ struct HostCall {
     CallConsole console{module_name};
     SolveRequest request;
     SolveResult result;
+    mxArray* second = nullptr;  // output, where one is asked for
 };
 
 // ... says what is known of a fault beside its message, or keeps to the message, ...

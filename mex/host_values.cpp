@@ -32,9 +32,9 @@ std::optional<std::string> characters_of(const mxArray* array) {
 }
 
 mxArray* array_of_zeros(std::span<const int> extents, mxComplexity complexity) {
-    mwSize dims[5] = {};  // nothing here that a host could abandon on the heap
+    mwSize dims[5] = {1, 1};  // nothing here that a host could abandon on the heap
     std::copy(extents.begin(), extents.end(), dims);
-    mxArray* output = extents.size() == 2
+    mxArray* output = extents.size() <= 2
                           ? mxCreateNumericMatrix(dims[0], dims[1], mxDOUBLE_CLASS, complexity)
                           : mxCreateNumericArray(static_cast<mwSize>(extents.size()), dims,
                                                  mxDOUBLE_CLASS, complexity);
@@ -52,9 +52,12 @@ mxArray* zeros_from_interpreter(std::span<const int> extents, std::size_t count)
     mxArray* arguments[6] = {mxCreateString("zeros")};
     std::transform(extents.begin(), extents.end(), arguments + 1,
                    [](int extent) { return mxCreateDoubleScalar(extent); });
+    int count_of_arguments = static_cast<int>(extents.size()) + 1;
+    if (extents.size() == 1) {
+        arguments[count_of_arguments++] = mxCreateDoubleScalar(1);
+    }
     mxArray* output = nullptr;
-    mxArray* error = mexCallMATLABWithTrap(1, &output, static_cast<int>(extents.size()) + 1,
-                                           arguments, "builtin");
+    mxArray* error = mexCallMATLABWithTrap(1, &output, count_of_arguments, arguments, "builtin");
     for (mxArray* argument : arguments) {
         if (argument != nullptr) {
             mxDestroyArray(argument);
@@ -208,6 +211,14 @@ Result* new_zeros(std::span<const int> extents, bool complex) {
     require_memory(count, 2 * (complex ? 2 : 1) * sizeof(double), "output values");
 #endif
     return reinterpret_cast<Result*>(array_of_zeros(extents, complexity));
+}
+
+Result* new_text(const std::string& text) {
+    mxArray* array = mxCreateString(text.c_str());
+    if (array == nullptr) {
+        throw std::bad_alloc();
+    }
+    return reinterpret_cast<Result*>(array);
 }
 
 Result* new_record() {

@@ -24,6 +24,7 @@ namespace {
 // What a call comes to. It has no destructor: `mexErrMsgTxt` may leave without running any.
 struct Outcome {
     mxArray* output;
+    mxArray* second;
     char error[1024];  // the text for the host, empty for success
 
     void fail(const char* text, const char* more = "") {
@@ -65,6 +66,7 @@ void run_call(Outcome& outcome, int nlhs, int nrhs, const mxArray* const prhs[])
             call.arguments.push_back(value_of(prhs[i]));
         }
         outcome.output = answer(call, nlhs);
+        outcome.second = call.second;
     } catch (const InputError& error) {
         outcome.fail(error.what(), module_explains ? error.more() : "");
     } catch (const Interrupted& interrupted) {
@@ -89,6 +91,9 @@ KAVRO_EXPORT void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray
         mexErrMsgTxt(outcome.error);
     }
     plhs[0] = outcome.output;
+    if (outcome.second != nullptr) {
+        plhs[1] = outcome.second;
+    }
 }
 
 // The release whose interface the module was built for, and the interface's generation: large

@@ -29,27 +29,6 @@ std::complex<double> edge_prefactor(const Transducer& element, Method method,
     return departures.without_loss_factor ? reference : reference * loss_factor(wave);
 }
 
-bool is_single(Method method) {
-    return method == Method::fnm_cw_single || method == Method::fnm_cw_sse ||
-           method == Method::fnm_cw_sse2 || method == Method::fnm_tsd_sse ||
-           method == Method::fnm_tsd_low_precision;
-}
-
-// Whether a tolerance may stand for the rule.
-bool takes_tolerance(Method method) {
-    switch (method) {
-        case Method::fnm_cw:
-        case Method::fnm_transient:
-        case Method::fnm_transient_behind_source:
-        case Method::fnm_fdtsd:
-        case Method::fnm_tsd:
-        case Method::fnm_tsd_behind_source:
-            return true;
-        default:
-            return is_single(method);
-    }
-}
-
 QuadratureRule as_it_stands(const NumericalIntegration& shared) {
     QuadratureRule rule;
     for (int i = 0; i < shared.get_npoints(); ++i) {
@@ -302,18 +281,20 @@ void Preparation::add_decomposition(Transducer& element, const Departures& depar
                decomposition_share(element, element.edge(wanted), kind, departures, factors_));
         return;
     }
-    if (std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted)) {
-        // Where single precision holds; the exact geometry is in double.
+    std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted);
+    std::unique_ptr<EdgeGenerator<double>> rounded = element.rounded_edge(wanted);
+    // Where single precision holds; the exact geometry is in double.
+    if (element.exact() && (edge || !rounded)) {
         append(element,
-               element.exact()
-                   ? exact_single_decomposition_share(element, element.edge(wanted), departures,
-                                                      exact_single_factors_, factors_)
-                   : single_decomposition_share(element, std::move(edge), departures,
-                                                single_factors_, factors_));
+               exact_single_decomposition_share(element, element.edge(wanted), departures,
+                                                exact_single_factors_, factors_));
+    } else if (edge) {
+        append(element, single_decomposition_share(element, std::move(edge), departures,
+                                                   single_factors_, factors_));
     }
-    if (std::unique_ptr<EdgeGenerator<double>> edge = element.rounded_edge(wanted)) {
+    if (rounded) {
         append(element,
-               rounded_decomposition_share(element, std::move(edge), departures, factors_));
+               rounded_decomposition_share(element, std::move(rounded), departures, factors_));
     }
 }
 

@@ -175,6 +175,10 @@ public:
     // keeps its precision over the face. A shape that does not know answers infinity.
     virtual double face_extent() const { return std::numeric_limits<double>::infinity(); }
 
+    // Area of the face, m^2: tells how strong the element's field is far away. A shape that does not
+    // know answers 0.
+    virtual double face_area() const { return 0.0; }
+
     // The nearest and the farthest point of the face.
     virtual ApertureDistances distances(const CartesianCoordinate& point) const;
 

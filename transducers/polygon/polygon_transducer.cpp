@@ -161,6 +161,10 @@ void PolygonTransducer::mex_debug(int level) const {
 }
 
 // The diagonal of the box around the corners is no shorter.
+double PolygonTransducer::face_area() const {
+    return 0.5 * double_area(corners_);
+}
+
 double PolygonTransducer::face_extent() const {
     const auto [left, right] =
         std::minmax_element(corners_.begin(), corners_.end(),

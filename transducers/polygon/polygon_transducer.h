@@ -37,12 +37,17 @@ public:
     void debug(int level) const override;
     void mex_debug(int level) const override;
 
-    static constexpr MethodSet offered{Method::fnm_cw,        Method::rayleigh_cw,
-                                       Method::fnm_transient, Method::fnm_fdtsd,
-                                       Method::fnm_tsd,       Method::impulse_begin_and_end_times};
+    static constexpr MethodSet offered{Method::fnm_cw,
+                                       Method::rayleigh_cw,
+                                       Method::fnm_transient,
+                                       Method::fnm_fdtsd,
+                                       Method::fnm_tsd,
+                                       Method::fnm_tsd_low_precision,
+                                       Method::impulse_begin_and_end_times};
 
     MethodSet methods() const override { return offered; }
     double face_extent() const override;
+    double face_area() const override;
     ApertureDistances distances(const CartesianCoordinate& point) const override;
     std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;
     EdgeScale edge_scale(Method method) const override;

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <limits>
 #include <span>
-#include <type_traits>
 #include <utility>
 
 #include "core/constants.h"
@@ -78,10 +77,6 @@ HWY_INLINE void SamplePieces(const StraightTables<Real>& face, EdgeBlock<Real>& 
         }
         hn::Store(sum, d, block.coefficient_sum.data() + lane);
     }
-}
-
-void SamplePiecesSingle(const StraightTables<float>& face, EdgeBlock<float>& block) {
-    SamplePieces(face, block);
 }
 
 void SamplePiecesDouble(const StraightTables<double>& face, EdgeBlock<double>& block) {
@@ -271,15 +266,10 @@ void StraightEdges<Real>::sample(EdgeBlock<Real>& block, int /* the only pass */
     const LineLadder<Real>& ladder = line_ladder<Real>();
     const StraightTables<Real> tables{sides_, static_cast<Real>(speed_), ladder.abscissa.data(),
                                       ladder.weight.data(), static_cast<Real>(scale_)};
-    if constexpr (std::is_same_v<Real, float>) {
-        KAVRO_KERNEL(SamplePiecesSingle)(tables, block);
-    } else {
-        KAVRO_KERNEL(SamplePiecesDouble)(tables, block);
-    }
+    KAVRO_KERNEL(SamplePiecesDouble)(tables, block);
     fill_up_lanes(block);
 }
 
-template class StraightEdges<float>;
 template class StraightEdges<double>;
 
 }  // namespace kavro

@@ -37,7 +37,6 @@ private:
     std::vector<std::uint8_t> is_level_, corner_is_across_;
 };
 
-extern template class StraightEdges<float>;
 extern template class StraightEdges<double>;
 
 }  // namespace kavro

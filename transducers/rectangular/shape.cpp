@@ -105,7 +105,7 @@ std::unique_ptr<EdgeGenerator<double>> RectangularTransducer::edge(const Wanted&
 std::unique_ptr<EdgeGenerator<float>> RectangularTransducer::single_edge(
     const Wanted& wanted) const {
     if (wanted.demand != nullptr) {
-        return std::make_unique<StraightEdges<float>>(*this, sides_of(*this), wanted);
+        return nullptr;  // pieces of a point's own number of samples are formed in double
     }
     return std::make_unique<RectangularEdge<float>>(*this, wanted);
 }

@@ -150,6 +150,17 @@ Departures SphericalShape::departures() const {
     return departures;
 }
 
+// That of the zone between the rims, 2 pi d times its height.
+double SphericalShape::face_area() const {
+    const SphericalGeometry geometry = geometry_of(*this);
+    double depth = 0.0;
+    for (const SphericalRim& rim : geometry.rims()) {
+        depth += rim.sign * rim.depth;
+    }
+    const double d = geometry.curvature_radius();
+    return two_pi * d * d * depth;
+}
+
 ApertureDistances SphericalShape::distances(const CartesianCoordinate& point) const {
     const SphericalDistances distances = geometry_of(*this).distances(axial(point));
     return {distances.nearest, distances.farthest};
