@@ -2,6 +2,7 @@ function p = solve(varargin)
 % SOLVE  Field of an array by any of the library's methods.
 %
 %   p = kavro.solve(method, elements, grid, medium, option, value, ...)
+%   [p, report] = kavro.solve(...)
 %
 %   Adds up what all elements radiate at every point, by the method of the given name.
 %   kavro.methods shows the methods, the shapes that offer each, and the options that each
@@ -24,7 +25,11 @@ function p = solve(varargin)
 %                    kzk_transient pulses
 %     'f0'           frequency in Hz of a continuous wave; may be left out where the medium has
 %                    a field f0
-%     'ndiv'         number of quadrature points along half a rim, an edge, or (Rayleigh) each
+%     'tolerance'    fast nearfield methods but the apodized one: each point takes as many
+%                    abscissas as keep the quadrature's error below this share of each
+%                    element's field there; 1e-12 (1e-5 in single precision) to 0.1. Default,
+%                    unless 'ndiv' is given: 1e-4 for continuous waves, 1e-3 over time
+%     'ndiv'         instead, for all points: number of quadrature points along half a rim, an edge, or (Rayleigh) each
 %                    direction of the face. A whole number; its default is that of the method,
 %                    see kavro.methods: 64 for continuous waves and 32 for transients, enough
 %                    for radii of eight and three wavelengths. docs/methods.md says how many a
@@ -81,6 +86,9 @@ function p = solve(varargin)
 %                                       dependence exp(-j 2 pi n f0 t), its phase counted from
 %                                       a plane wave along z: conj(p) .* exp(-j*n*k*z) is what
 %                                       the other continuous waves give ('exact', true)
+%
+%   The report is a structure: method, tolerance, abscissas (fewest, mean, most), points,
+%   unreached, worst_error, worst_point (m), reason; see kavro.pressure.
 %
 %   The nonlinear methods march from an element that stands at the origin and faces +z. They
 %   need a regular grid with one value of y, and kzk_transient a time axis that lasts until the
