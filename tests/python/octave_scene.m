@@ -71,4 +71,21 @@ put(file, kavro.solve('fnm_cw', kavro.set_phases(mixed, 0.1), list, kavro.set_me
 plane = kavro.set_coordinate_grid([1e-3 0 5e-3], 0, 5e-3, 0, 0, 5e-3, 30e-3);
 march = struct('extent', 4, 'points_per_radius', 20, 'growth', 0.02, 'harmonics', 2);
 put(file, kavro.solve('kzk_cw', kavro.disc(4e-3), plane, water, 'f0', 1e6, 'kzk', march));
+times = kavro.fit_time_samples(discs, grid, water, sampled, 70e-9);
+put(file, [times.deltat, times.tmin, times.tmax]);
+times = kavro.fit_time_samples(discs, grid, water, pulse, 70e-9);
+scene = {'fnm_tsd', discs, grid, water, 'time', times, 'excitation', pulse};
+p = kavro.solve(scene{:});
+[~, ~, z] = kavro.grid_axes(grid);
+depth = repmat(reshape(z, 1, 1, []), size(p, 1), size(p, 2));
+indices = kavro.field_indices(p, water, 'f0', 1e6, 'time', times, 'prf', 1e3, 'derating', 0.3, ...
+                              'depth', depth);
+put(file, indices.mechanical_index);
+put(file, indices.pulse_intensity_integral);
+put(file, indices.pulse_average);
+put(file, indices.temporal_average);
+put(file, [indices.mi, indices.isppa, indices.ispta, indices.pulse_duration, indices.peak_point]);
+measures = kavro.solve(scene{:}, 'measure', {'energy', 'peak_negative'});
+indices = kavro.field_indices(measures, water, 'f0', 1e6, 'pulse_duration', 2e-6);
+put(file, indices.pulse_average);
 fclose(file);
