@@ -164,6 +164,10 @@ TEST_F(KzkGuards, WhateverIsGivenTheMarchEnds) {
         for (const Change& change : changes) {
             KzkBeam beam = small_beam(kind % 2 == 1);
             beam.exact = kind >= 2;
+            if (beam.exact) {
+                beam.zmax = 21e-3;
+                beam.tmax = 18e-6;
+            }
             change.change(beam);
             KzkStage stage(beam);
             const std::string what = change.what;
@@ -174,6 +178,7 @@ TEST_F(KzkGuards, WhateverIsGivenTheMarchEnds) {
             SCOPED_TRACE(what);
             const Outcome outcome = stage.outcome(false);
             EXPECT_EQ(outcome.status, kavro::status_success);
+            EXPECT_TRUE(outcome.shocked || kind < 2 || !what.starts_with("huge amplitude"));
             // A field without a slope has no shock ahead, whatever the sign of the amplitude.
             EXPECT_FALSE(outcome.shocked && what == "no slope");
             EXPECT_TRUE(

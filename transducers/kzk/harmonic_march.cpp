@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -15,6 +14,7 @@
 #include "core/team.h"
 #include "core/threads.h"
 #include "transducers/blocks/guarded.h"
+#include "transducers/kzk/harmonic_beam.h"
 #include "transducers/kzk/harmonic_kernels.h"
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/radial_grid.h"
@@ -219,17 +219,10 @@ private:
                 continue;  // beyond the radial grid
             }
             const std::size_t row = static_cast<std::size_t>(place) * stride_;
-            const bool turned = element_.exact() && shape_.phase_left_out;
-            const double ahead =
-                turned ? shape_.phase_left_out(static_cast<double>(r[m]), ranges_[plane]) : 0.0;
             for (std::size_t n = 0; n < alpha_.size(); ++n) {
                 const std::size_t to = m + r.size() * (plane + ranges_.size() * n);
-                std::complex<double> P(field_.re[row + n], field_.im[row + n]);
-                if (turned) {
-                    P *= std::polar(1.0, static_cast<double>(n + 1) * ahead);
-                }
-                element_.pressure_real[to] = P.real() * scale / spreading;
-                element_.pressure_imag[to] = P.imag() * scale / spreading;
+                element_.pressure_real[to] = field_.re[row + n] * scale / spreading;
+                element_.pressure_imag[to] = field_.im[row + n] * scale / spreading;
                 if (!unbounded_ && !(std::isfinite(element_.pressure_real[to]) &&
                                      std::isfinite(element_.pressure_imag[to]))) {
                     unbounded_ = {static_cast<double>(setting_.planes.z[plane]),
@@ -302,6 +295,9 @@ Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape) {
         std::fill_n(element.pressure_imag, values, 0.0);
         if (setting.fault(element, shape) || static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;
+        }
+        if (element.exact()) {
+            return march_harmonic_beam(element, shape, outcome);
         }
         March march(element, shape, setting);
         if (!fits_into_memory(march.size(), sizeof(double))) {

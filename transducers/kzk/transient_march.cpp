@@ -19,6 +19,7 @@
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/radial_step.h"
 #include "transducers/kzk/retarded_time.h"
+#include "transducers/kzk/transient_beam.h"
 #include "transducers/kzk/transient_output.h"
 #include "transducers/kzk/transient_setting.h"
 
@@ -325,6 +326,9 @@ Outcome march_transient(const Transducer& element, const TransientShape& of) {
         }
         if (static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;  // silent all along
+        }
+        if (element.exact()) {
+            return march_transient_beam(element, shape, outcome);
         }
         const std::size_t row = Columns(radii.last_column).row();
         if (!fits_into_memory((static_cast<std::size_t>(axis.steps) + 1) * row, sizeof(float))) {

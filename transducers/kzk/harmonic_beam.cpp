@@ -1,0 +1,333 @@
+#include "transducers/kzk/harmonic_beam.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "core/console.h"
+#include "core/constants.h"
+#include "core/counts.h"
+#include "core/flush_denormals.h"
+#include "core/interrupted.h"
+#include "core/team.h"
+#include "core/threads.h"
+#include "transducers/kzk/beam_grid.h"
+#include "transducers/kzk/frame.h"
+#include "transducers/kzk/harmonic_diffraction.h"
+#include "transducers/kzk/harmonic_kernels.h"
+
+namespace kavro::kzk {
+namespace {
+
+constexpr double leg_angle = 0.03;    // rad
+constexpr double turn = 1.0;          // of the waves from the rim in a diffraction step, rad
+constexpr double distortion = 1.4;    // of the highest harmonic in a leg, rad
+constexpr double tail_rate = 8.0;     // of what shocks take from the highest harmonics
+constexpr double least_share = 1e-6;  // of the range that a leg has to be for the distortion
+
+using Complex = std::complex<double>;
+
+class March {
+public:
+    March(const Transducer& element, const HarmonicShape& shape)
+        : element_(element),
+          shape_(shape),
+          parameters_(element.integral->kzk_parameters),
+          frame_(shape.gain, shape.curvature),
+          grid_(*element.coordinate_grid, shape.radius, shape.scale_length, frame_, parameters_) {
+        // Harmonics that nothing feeds stay silent.
+        count_ = shape.nonlinearity != 0.0 ? static_cast<std::size_t>(parameters_.harmonics) : 1;
+        stride_ = (count_ + harmonic_lanes - 1) / harmonic_lanes * harmonic_lanes;
+        rows_ = grid_.columns;
+    }
+
+    // Values that the march holds in memory, roughly.
+    std::size_t size() const { return rows_ * stride_ * (shape_.nonlinearity != 0.0 ? 6 : 2); }
+
+    // Tells where the harmonics grow without bound, if they do. Throws Interrupted.
+    void run(Outcome& outcome) {
+        set_up();
+        std::size_t plane = 0;
+        const auto& ranges = grid_.ranges;
+        while (plane < ranges.size() && ranges[plane] < 0.0) {
+            ++plane;
+        }
+        double range = 0.0;
+        double pending = 0.0;  // distortion that the wave has still to go through
+        while (plane < ranges.size()) {
+            const double next = std::min(
+                {frame_.leg_end(range, leg_angle), frame_.change_end(range),
+                 range + static_cast<double>(parameters_.growth) * (1.0 + range) * (1.0 + range),
+                 distortion_end(range), ranges[plane]});
+            if (!(distortion_end(range) - range > least_share * ranges.back())) {
+                tell_of_shock(range * shape_.scale_length, plane, outcome);
+                break;
+            }
+            if (next > range) {
+                const double length = (next - range) / frame_.width(0.5 * (range + next));
+                distort(pending + 0.5 * length);
+                pending = 0.5 * length;
+                advance(range, next);
+                range = next;
+            }
+            if (range >= ranges[plane]) {
+                distort(pending);
+                pending = 0.0;
+                record(plane++, outcome);
+            }
+            console::progress(range < ranges.back() ? range / ranges.back() : 1.0);
+            if (console::interrupted()) {
+                throw Interrupted();
+            }
+        }
+        if (outcome.shocked) {
+            console::warn(
+                "The harmonics grew without bound: the march needs a smaller growth, more "
+                "harmonics or more points per radius.\n");
+        }
+    }
+
+private:
+    void set_up() {
+        for (AlignedVector<double>* array : {&field_.re, &field_.im}) {
+            array->assign(rows_ * stride_, 0.0);
+        }
+        if (shape_.nonlinearity != 0.0) {
+            stage_ = source_ = field_;
+        }
+        step_.coupling.assign(stride_, 0.0);
+        for (std::size_t n = 0; n < count_; ++n) {
+            step_.coupling[n] = static_cast<double>(n + 1) * shape_.nonlinearity * 0.5;
+        }
+        for (std::size_t j = 0; j < rows_; ++j) {
+            field_.re[j * stride_] = grid_.face(j);
+        }
+        slope_ = shape_.curvature;
+    }
+
+    // The harmonics' sum bounds the steepest wave there can be.
+    double distortion_end(double range) const {
+        const double rate = std::abs(shape_.nonlinearity) * static_cast<double>(count_) * peak_ /
+                            frame_.width(range);
+        return rate == 0.0 ? std::numeric_limits<double>::infinity() : range + distortion / rate;
+    }
+
+    static void tell_of_shock(double z, std::size_t plane, Outcome& outcome) {
+        if (!outcome.shocked) {
+            outcome.shocked = outcome.warned = true;
+            outcome.where = {z, static_cast<int>(plane)};
+        }
+    }
+
+    // Over a length in units of the width: four stages, which together are of second order and bear
+    // as long a step as the classical rule of fourth order.
+    void distort(double length) {
+        if (shape_.nonlinearity == 0.0 || length == 0.0) {
+            return;
+        }
+        std::vector<double> peaks(rows_);
+        in_rows([&](std::size_t first, std::size_t past, AlignedVector<double>& scratch,
+                    const Spend& spend) {
+            const HarmonicRows* from = &field_;
+            for (const double share : {0.25, 1.0 / 3.0, 0.5, 1.0}) {
+                couple_harmonics(*from, step_, count_, stride_, first, past, source_, scratch,
+                                 spend);
+                for (std::size_t i = first * stride_; i < past * stride_; ++i) {
+                    stage_.re[i] = field_.re[i] + share * length * source_.re[i];
+                    stage_.im[i] = field_.im[i] + share * length * source_.im[i];
+                }
+                from = &stage_;
+            }
+            for (std::size_t j = first; j < past; ++j) {
+                peaks[j] = finish_distortion(j, length);
+            }
+        });
+        peak_ = *std::max_element(peaks.begin(), peaks.end());
+    }
+
+    // Takes over the last stage, and out of the highest third of the harmonics what a shock would
+    // hand on to harmonics that are not there; left in place it would pile up without bound. The
+    // rate grows with the tail itself, so that a wave without a shock keeps its harmonics. The sum
+    // of the row's harmonics is returned.
+    double finish_distortion(std::size_t j, double length) {
+        const std::size_t row = j * stride_;
+        const std::size_t tail = count_ - count_ / 3;
+        double sum = 0.0;
+        double tail_sum = 0.0;
+        for (std::size_t n = 0; n < count_; ++n) {
+            field_.re[row + n] = stage_.re[row + n];
+            field_.im[row + n] = stage_.im[row + n];
+            const double magnitude = std::hypot(field_.re[row + n], field_.im[row + n]);
+            sum += magnitude;
+            tail_sum += n < tail ? 0.0 : magnitude;
+        }
+        const double rate = tail_rate * std::abs(step_.coupling[count_ - 1]) * tail_sum * length;
+        for (std::size_t n = tail; n < count_; ++n) {
+            const double depth =
+                static_cast<double>(n + 1 - tail) / static_cast<double>(count_ - tail);
+            const double kept = std::exp(-rate * depth * depth);
+            field_.re[row + n] *= kept;
+            field_.im[row + n] *= kept;
+        }
+        return sum;
+    }
+
+    // Bends the front to the leg, absorbs, and diffracts.
+    void advance(double range, double next) {
+        const double slope = frame_.slope(range, next);
+        const double bend = frame_.bend(frame_.width(range)) * (slope - slope_);
+        slope_ = slope;
+        const double spread = (next - range) / (frame_.width(range) * frame_.width(next));
+        std::vector<double> kept(count_);
+        for (std::size_t n = 0; n < count_; ++n) {
+            kept[n] = std::exp(-std::pow(static_cast<double>(n + 1), 2) * shape_.absorption *
+                               (next - range));
+        }
+        in_rows([&](std::size_t first, std::size_t past, AlignedVector<double>&, const Spend&) {
+            for (std::size_t j = first; j < past; ++j) {
+                const double r = grid_.radius(j);
+                const Complex turned = std::polar(1.0, -bend * r * r);
+                Complex factor = turned * std::exp(-frame_.absorption(r, grid_.layer) * spread);
+                for (std::size_t n = 0; n < count_; ++n) {
+                    const std::size_t i = j * stride_ + n;
+                    const double re = field_.re[i] * kept[n];
+                    const double im = field_.im[i] * kept[n];
+                    field_.re[i] = re * factor.real() - im * factor.imag();
+                    field_.im[i] = re * factor.imag() + im * factor.real();
+                    factor = {factor.real() * turned.real() - factor.imag() * turned.imag(),
+                              factor.real() * turned.imag() + factor.imag() * turned.real()};
+                }
+            }
+        });
+        diffract(steps(range, next));
+    }
+
+    // Lengths of the leg's diffraction steps.
+    std::vector<double> steps(double range, double next) const {
+        const double scale = std::pow(grid_.points_per_radius, 2) / (4.0 * shape_.gain);
+        const double start = frame_.width(range);
+        std::vector<double> lengths;
+        for (double from = range; from < next;) {
+            const double end = frame_.step_end(from, grid_.points_per_radius, turn);
+            const double to = end > from ? std::min(end, next) : next;
+            lengths.push_back(scale * (to - from) / (start + slope_ * (from - range)) /
+                              (start + slope_ * (to - range)));
+            from = to;
+        }
+        return lengths;
+    }
+
+    void diffract(const std::vector<double>& lengths) {
+        const auto groups = static_cast<std::int64_t>(stride_ / harmonic_lanes);
+        const double work = static_cast<double>(rows_ * stride_ * lengths.size());
+        Team team;
+#pragma omp parallel num_threads(threads_for(work / 1e5))
+        {
+            const FlushDenormals flush;
+            Team::Member member(team);
+            AlignedVector<double> scratch;
+#pragma omp for schedule(static)
+            for (std::int64_t group = 0; group < groups; ++group) {
+                member.work([&] {
+                    for (const double length : lengths) {
+                        member.look();
+                        diffract_harmonics(field_, length, rows_, stride_,
+                                           static_cast<std::size_t>(group) * harmonic_lanes,
+                                           scratch);
+                    }
+                });
+            }
+        }
+        team.finish();
+    }
+
+    // Threads meet after every leg, which on a busy machine may take milliseconds.
+    static int threads_for(double shares) {
+        return std::clamp(thread_count(), 1, static_cast<int>(std::clamp(shares, 1.0, 1024.0)));
+    }
+
+    // Blocks of rows, on all threads.
+    template <class Work>
+    void in_rows(Work work) {
+        constexpr std::size_t at_a_time = 32;
+        const auto blocks = static_cast<std::int64_t>((rows_ + at_a_time - 1) / at_a_time);
+        const auto stride = static_cast<double>(stride_);
+        Team team;
+#pragma omp parallel num_threads(threads_for(static_cast <double>(rows_) * stride * stride / 1e6))
+        {
+            const FlushDenormals flush;
+            Team::Member member(team);
+            const Spend spend = [&member](std::int64_t steps) { member.spend(steps); };
+            AlignedVector<double> scratch;
+#pragma omp for schedule(static)
+            for (std::int64_t block = 0; block < blocks; ++block) {
+                member.work([&] {
+                    const std::size_t first = static_cast<std::size_t>(block) * at_a_time;
+                    work(first, std::min(first + at_a_time, rows_), scratch, spend);
+                });
+            }
+        }
+        team.finish();
+    }
+
+    void record(std::size_t plane, Outcome& outcome) {
+        const double c = element_.medium->_soundspeed;
+        const double width = frame_.width(grid_.ranges[plane]);
+        const double scale = element_.medium->_rho_density * element_.amplitude * c / width;
+        const double k = two_pi * element_.medium->_f0 / c;
+        for (std::size_t m = 0; m < grid_.r.size(); ++m) {
+            const double r = grid_.r[m];
+            if (!(r <= grid_.extent)) {
+                continue;
+            }
+            const BeamGrid::Place place = grid_.place(r / width);
+            const Complex ahead =
+                std::polar(1.0, -shape_.gain * slope_ * r * r / width - k * grid_.z[plane]);
+            Complex turned = scale;
+            for (std::size_t n = 0; n < count_; ++n) {
+                turned *= ahead;
+                Complex P = 0.0;
+                for (std::size_t i = 0; i < 4; ++i) {
+                    const std::size_t at = place.columns[i] * stride_ + n;
+                    P += place.weights[i] * Complex(field_.re[at], -field_.im[at]);
+                }
+                P *= turned;
+                const std::size_t to = m + grid_.r.size() * (plane + grid_.ranges.size() * n);
+                element_.pressure_real[to] = P.real();
+                element_.pressure_imag[to] = P.imag();
+                if (!(std::isfinite(P.real()) && std::isfinite(P.imag()))) {
+                    tell_of_shock(grid_.z[plane], plane, outcome);
+                }
+            }
+        }
+    }
+
+    const Transducer& element_;
+    const HarmonicShape& shape_;
+    const Parameters& parameters_;
+    Frame frame_;
+    BeamGrid grid_;
+    std::size_t count_, stride_, rows_;
+    HarmonicRows field_, source_, stage_;
+    HarmonicStep step_;  // only the coupling is read
+    double slope_ = 0.0;
+    double peak_ = 1.0;  // of the harmonics' sum
+};
+
+}  // namespace
+
+TransducerStatus march_harmonic_beam(const Transducer& element, const HarmonicShape& shape,
+                                     Outcome& outcome) {
+    March march(element, shape);
+    if (!fits_into_memory(march.size(), sizeof(double))) {
+        return status_out_of_memory;
+    }
+    march.run(outcome);
+    return status_success;
+}
+
+}  // namespace kavro::kzk
