@@ -155,9 +155,7 @@ void read_options(SolveRequest& request, const SolveOptions& options) {
     request.rule.allocate_memory(abscissas(ndiv, operation.ndiv_multiple));
     request.rule.gauss_quadrature();
     if (operation.uses(input_kzk)) {
-        const std::string described =
-            std::string("'kzk', a ") + host_words.options + " with the march's parameters";
-        read_march_parameters(request, needed(request, options, Option::kzk, described));
+        read_march_parameters(request, options.value(Option::kzk));
         check_march(request);
     }
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -23,6 +24,12 @@ struct RequestedElement {
     std::unique_ptr<Transducer> transducer;
 };
 
+// By what a march's parameters are chosen.
+struct MarchChoice {
+    double accuracy;
+    int harmonics;
+};
+
 // The method and all that it reads, free of the host's values. It stays where it is, because its
 // elements point to its records.
 struct SolveRequest {
@@ -32,8 +39,9 @@ struct SolveRequest {
     Medium medium;
     TimeSamples times;
     std::vector<std::unique_ptr<ExcitationFunction>> waveforms;  // none, one for all, or one each
-    NumericalIntegration rule;  // standard; with the parameters of a march
-    int threads = 0;            // 0: as many as the environment says
+    NumericalIntegration rule;                // standard; with the parameters of a march
+    std::optional<MarchChoice> march_choice;  // where its parameters were not given
+    int threads = 0;                          // 0: as many as the environment says
 
     NumericalIntegration working_rule;  // the copy that solvers refill
 

@@ -24,7 +24,6 @@ namespace kavro::kzk {
 namespace {
 
 constexpr double leg_angle = 0.03;    // rad
-constexpr double turn = 1.0;          // of the waves from the rim in a diffraction step, rad
 constexpr double distortion = 1.4;    // of the highest harmonic in a leg, rad
 constexpr double tail_rate = 8.0;     // of what shocks take from the highest harmonics
 constexpr double least_share = 1e-6;  // of the range that a leg has to be for the distortion
@@ -212,7 +211,7 @@ private:
         const double start = frame_.width(range);
         std::vector<double> lengths;
         for (double from = range; from < next;) {
-            const double end = frame_.step_end(from, grid_.points_per_radius, turn);
+            const double end = frame_.step_end(from, grid_.points_per_radius, harmonic_turn);
             const double to = end > from ? std::min(end, next) : next;
             lengths.push_back(scale * (to - from) / (start + slope_ * (from - range)) /
                               (start + slope_ * (to - range)));

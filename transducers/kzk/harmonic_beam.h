@@ -5,6 +5,9 @@
 
 namespace kavro::kzk {
 
+// By how much the waves from the rim turn in a step, rad.
+inline constexpr double harmonic_turn = 1.0;
+
 // The march goes in legs (frame.h). Half of a leg's distortion comes before its diffraction and
 // half after it, and absorption is exact. Diffraction takes as many steps in a leg as the waves
 // from the rim ask for, and a leg ends before the steepest wave there can be has moved by a radian

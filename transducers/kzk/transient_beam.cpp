@@ -22,7 +22,6 @@ namespace kavro::kzk {
 namespace {
 
 constexpr double leg_angle = 0.2;     // rad
-constexpr double turn = 0.25;         // of the waves from the rim in a step, rad
 constexpr double shift = 0.15;        // by distortion in a step, rad
 constexpr int most_parts = 256;       // of a step's distortion
 constexpr double least_share = 1e-6;  // of the range that a step of distortion has to be
@@ -88,9 +87,10 @@ public:
             if (range >= leg_end_) {
                 begin_leg(range);
             }
-            const double end = std::min(
-                {frame_.step_end(range, grid_.points_per_radius, turn), frame_.change_end(range),
-                 range + static_cast<double>(parameters_.step), distortion_end(range)});
+            const double end =
+                std::min({frame_.step_end(range, grid_.points_per_radius, transient_turn),
+                          frame_.change_end(range), range + static_cast<double>(parameters_.step),
+                          distortion_end(range)});
             if (shock || !(distortion_end(range) - range > least_share * ranges.back())) {
                 tell_of_shock(range, plane, outcome);
                 return;

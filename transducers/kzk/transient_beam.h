@@ -7,6 +7,9 @@
 
 namespace kavro::kzk {
 
+// By how much the waves from the rim turn in a step, rad.
+inline constexpr double transient_turn = 0.25;
+
 // The retarded time of the march. Its steps are those of the time axis, or parts of them where
 // these are too long for the waveform: 40 samples in a period without distortion, 200 with shocks.
 // It begins before the first wave comes to the columns that matter, the front's curvature taken
