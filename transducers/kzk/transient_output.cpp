@@ -14,7 +14,6 @@ TransientOutput::TransientOutput(const Transducer& element, const Planes& planes
       axis_(axis),
       pressure_(element.transient_pressure),
       points_(planes.z.size() * planes.r.size()),
-      exact_(element.exact()),
       speed_(element.medium->_soundspeed),
       scale_(speed_ * static_cast<double>(static_cast<float>(element.amplitude)) *
              element.medium->_rho_density),
@@ -22,10 +21,10 @@ TransientOutput::TransientOutput(const Transducer& element, const Planes& planes
                      ? static_cast<double>(axis.step) / static_cast<double>(axis.omega0) / 2.0
                      : 0.0) {
     const double span = times_.tmax() - times_.tmin();
-    rows_ = axis.steps > 0 && !exact_ ? clamped_index(span * static_cast<double>(axis.omega0) /
-                                                          static_cast<double>(axis.step),
-                                                      times_.ntimes)
-                                      : std::max(times_.ntimes, 0);
+    rows_ = axis.steps > 0 ? clamped_index(span * static_cast<double>(axis.omega0) /
+                                               static_cast<double>(axis.step),
+                                           times_.ntimes)
+                           : std::max(times_.ntimes, 0);
 }
 
 void TransientOutput::clear() {
@@ -38,11 +37,10 @@ void TransientOutput::clear_all() {
 
 void TransientOutput::store(std::size_t plane, std::size_t m, const std::vector<float>& waveform) {
     double* to = pressure_ + m + planes_.r.size() * plane;
-    const float z = planes_.z[plane];
-    if (exact_) {
-        store_interpolated(to, static_cast<double>(z) / speed_, waveform);
-    } else {
-        store_as_it_is(to, first_sample(z), waveform);
+    const int first = first_sample(planes_.z[plane]);
+    for (int n = first; n < rows_ && n - first <= axis_.steps; ++n) {
+        to[static_cast<std::size_t>(n) * points_] =
+            scale_ * static_cast<double>(waveform[static_cast<std::size_t>(n - first)]);
     }
 }
 
@@ -56,32 +54,6 @@ int TransientOutput::first_sample(float z) const {
         ++n;
     }
     return n;
-}
-
-void TransientOutput::store_as_it_is(double* to, int first,
-                                     const std::vector<float>& waveform) const {
-    for (int n = first; n < rows_ && n - first <= axis_.steps; ++n) {
-        to[static_cast<std::size_t>(n) * points_] =
-            scale_ * static_cast<double>(waveform[static_cast<std::size_t>(n - first)]);
-    }
-}
-
-void TransientOutput::store_interpolated(double* to, double delay,
-                                         const std::vector<float>& waveform) const {
-    const auto omega0 = static_cast<double>(axis_.omega0);
-    for (int n = 0; n < rows_; ++n) {
-        const double tau = omega0 * (times_.time_index_value(n) - delay);
-        const double row =
-            (tau - static_cast<double>(axis_.begin)) / static_cast<double>(axis_.step);
-        if (!(row >= 0.0 && row < static_cast<double>(axis_.steps))) {
-            continue;
-        }
-        const auto i = static_cast<std::size_t>(row);
-        const auto before = static_cast<double>(waveform[i]);
-        const auto after = static_cast<double>(waveform[i + 1]);
-        to[static_cast<std::size_t>(n) * points_] =
-            scale_ * (before + (row - std::floor(row)) * (after - before));
-    }
 }
 
 }  // namespace kavro::kzk
