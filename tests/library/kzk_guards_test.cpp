@@ -334,9 +334,17 @@ TEST_F(KzkGuards, VectorsDoNotChangeABit) {
     beam.step = 0.02f;
     beam.growth = 0.02f;
     beam.harmonics = 21;
-    beam.amplitude = 1.0;
-    for (const float scheme : {1.0f, 0.0f}) {
-        beam.scheme = scheme;
+    struct Kind {
+        bool exact;
+        float scheme, amplitude;
+    };
+    for (const Kind& kind :
+         {Kind{true, 1.0f, 0.2f}, Kind{false, 1.0f, 1.0f}, Kind{false, 0.0f, 1.0f}}) {
+        beam.exact = kind.exact;
+        beam.scheme = kind.scheme;
+        beam.amplitude = static_cast<double>(kind.amplitude);
+        beam.zmax = kind.exact ? 13e-3 : 61e-3;
+        beam.tmax = kind.exact ? 12e-6 : 48e-6;
         const std::vector<double> best = both_marches(beam);
         for_every_vector_target([&] { EXPECT_EQ(both_marches(beam) == best, true); });
     }
@@ -354,10 +362,14 @@ TEST_F(KzkGuards, ThreadsDoNotChangeABit) {
     beam.tmin = -1e-6;
     beam.tmax = 10e-6;
     beam.harmonics = 90;
-    kavro::set_thread_count(1);
-    const std::vector<double> alone = both_marches(beam);
-    kavro::set_thread_count(3);
-    EXPECT_EQ(both_marches(beam) == alone, true);
+    for (const bool exact : {true, false}) {
+        beam.exact = exact;
+        beam.points_per_radius = exact ? 60.0f : 121.0f;
+        kavro::set_thread_count(1);
+        const std::vector<double> alone = both_marches(beam);
+        kavro::set_thread_count(3);
+        EXPECT_EQ(both_marches(beam) == alone, true);
+    }
 }
 
 TEST_F(KzkGuards, TauAxisIsMadeFromTheTimeAxis) {

@@ -19,7 +19,7 @@ function [kzk, cost] = kzk_parameters(element, medium, drive, varargin)
 %     'accuracy'   error of the pressure on the axis, as a share of what the waves from the middle
 %                  and the rim can add up to there; default 0.01. Held from half the way to a
 %                  shell's focus on, and from a quarter of the Rayleigh distance on for a disc.
-%                  'kzk_transient' holds three times as much, from four fifths of the way on
+%                  'kzk_transient' holds six times as much, from four fifths of the way on
 %     'harmonics'  'kzk_cw': how many harmonics are to be right; default 5. More are computed, as
 %                  many as the wave's distortion asks for
 %     'grid'       the points of the run, made by kavro.set_coordinate_grid; default: the axis, from

@@ -162,7 +162,7 @@ std::vector<std::string> shortcomings(Transducer& element, bool harmonic) {
         std::string sentence =
             "the field 'points_per_radius' is " + shown(given) + ", but it takes " + shown(points) +
             " to hold the axis from z = " + shown(1e3 * from * beam.scale_length) + " mm on to " +
-            (harmonic ? "1 %" : "3 %");
+            (harmonic ? "1 %" : "6 %");
         if (turn > 0.0) {
             sentence += ": the rim's wave turns by " +
                         shown(std::round(100.0 * turn / given) / 100.0) +

@@ -12,7 +12,7 @@ namespace kavro::kzk {
 
 // The accuracy that a march is held to unless told: of the pressure on the axis, as a share of what
 // the waves from centre and rim can add up to. A transient march, whose radial grid is of second
-// order, is held to three times as much.
+// order, is held to six times as much.
 inline constexpr double usual_accuracy = 1e-2;
 
 // How many harmonics are to be right to the accuracy unless told.

@@ -146,6 +146,9 @@ private:
             for (std::size_t j = 0; value != 0.0 && grid_.face(j) > 0.0; ++j) {
                 at(i, j) = static_cast<float>(value * grid_.face(j));
             }
+            if (i % 1024 == 0 && console::interrupted()) {
+                throw Interrupted();
+            }
         }
     }
 
@@ -238,7 +241,7 @@ private:
                         absorption.apply(columns, columns_.row(), 1);
                     }
                     heights[static_cast<std::size_t>(group)] =
-                        distort(distortion, columns, static_cast<float>(length), scratch);
+                        distort(distortion, columns, static_cast<float>(length), scratch, member);
                 });
             }
         }
@@ -261,10 +264,11 @@ private:
     // In as many parts as keep each sample from moving by more than half of the way to the next: so
     // fronts stay some samples wide, and the march goes through shocks.
     Heights distort(const Distortion& distortion, float* columns, float length,
-                    Distortion::Scratch& scratch) const {
+                    Distortion::Scratch& scratch, Team::Member& member) const {
         Heights heights = heights_of(columns);
         float left = length;
         for (int part = 0; left != 0.0f && !heights.shock && part < most_parts; ++part) {
+            member.look();
             const float most = 0.5f * axis_.step / heights.jump;
             const bool is_last = std::abs(left) <= most || part + 1 == most_parts;
             const float now = is_last ? left : std::copysign(most, left);
