@@ -145,7 +145,7 @@ Cost cost_of(Transducer& element, bool harmonic) {
         const double values = columns * static_cast<double>(cost.samples);
         cost.bytes = 8.0 * values;
         cost.seconds =
-            (beam.nonlinearity != 0.0 ? 7e-9 : 3e-9) * values * static_cast<double>(cost.steps);
+            (beam.nonlinearity != 0.0 ? 5e-9 : 2.5e-9) * values * static_cast<double>(cost.steps);
     }
     return cost;
 }
