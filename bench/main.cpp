@@ -19,6 +19,7 @@
 #include "measure.h"
 #include "memory.h"
 #include "scaling.h"
+#include "tolerance.h"
 
 namespace {
 
@@ -32,6 +33,7 @@ constexpr const char* usage =
     "kavro_bench --arrays --threads N [--ndiv N] [--vectors ...] [--repeat N]\n"
     "kavro_bench --scaling [--vectors ...] [--repeat N] [--json FILE]\n"
     "kavro_bench --memory [--threads N]\n"
+    "kavro_bench --tolerance [--vectors ...] [--repeat N]\n"
     "kavro_bench --kzk [--threads N] [--vectors ...] [--repeat N] [--json FILE] [--no-literal]\n"
     "\n"
     "Solves each scene with the library and with the literal transcription in one run. Times are\n"
@@ -41,9 +43,10 @@ constexpr const char* usage =
     "--arrays: one call over an array beside a call for each element, and N threads beside one.\n"
     "--scaling: CPU time of one thread against each quantity in turn.\n"
     "--memory: what a call takes beside its output.\n"
+    "--tolerance: abscissas by tolerance beside the fixed number that keeps it.\n"
     "--kzk: both nonlinear marches and their literal transcriptions.\n";
 
-enum class Mode { scenes, arrays, with_output, speed_up, scaling, memory, kzk };
+enum class Mode { scenes, arrays, with_output, speed_up, scaling, memory, tolerance, kzk };
 
 struct Options {
     Mode mode = Mode::scenes;
@@ -61,8 +64,8 @@ Options parse(int argc, char** argv) {
         {"vectors", required_argument, nullptr, 'v'}, {"repeat", required_argument, nullptr, 'r'},
         {"json", required_argument, nullptr, 'j'},    {"no-literal", no_argument, nullptr, 'n'},
         {"with-output", no_argument, nullptr, 'o'},   {"arrays", no_argument, nullptr, 'a'},
-                            {"ndiv", required_argument, nullptr, 'd'},
-        {"scaling", no_argument, nullptr, 'c'},       {"speed-up", no_argument, nullptr, 'u'},
+        {"ndiv", required_argument, nullptr, 'd'},    {"scaling", no_argument, nullptr, 'c'},
+        {"speed-up", no_argument, nullptr, 'u'},      {"tolerance", no_argument, nullptr, 'q'},
         {"memory", no_argument, nullptr, 'm'},        {"kzk", no_argument, nullptr, 'k'},
         {"help", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
     Options options;
@@ -100,6 +103,8 @@ Options parse(int argc, char** argv) {
             options.mode = Mode::scaling;
         } else if (choice == 'm') {
             options.mode = Mode::memory;
+        } else if (choice == 'q') {
+            options.mode = Mode::tolerance;
         } else if (choice == 'k') {
             options.mode = Mode::kzk;
         } else {
@@ -253,6 +258,9 @@ int main(int argc, char** argv) {
             if (!options.json.empty()) {
                 write_scaling(all, options.json);
             }
+        } else if (options.mode == Mode::tolerance) {
+            kavro::set_thread_count(1);
+            print_tolerance(options.repeat);
         } else if (options.mode == Mode::arrays) {
             print_arrays(options.repeat, options.threads, options.ndiv);
         } else if (options.mode == Mode::kzk) {

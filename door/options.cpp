@@ -14,7 +14,8 @@ namespace {
 
 struct OptionName {
     const char* name;
-    unsigned input;  // the operations that use it; 0 for all
+    unsigned input;          // the operations that use it; 0 for all
+    bool of_fields = false;  // and have a field over points
 };
 
 // In the order of Option.
@@ -25,13 +26,16 @@ constexpr std::array all_options{
     OptionName{"ndiv", input_quadrature},
     OptionName{"apodization", input_apodization},
     OptionName{"kzk", input_kzk},
+    OptionName{"measure", input_time},
+    OptionName{"per_element", 0, true},
     OptionName{"threads", 0},
     OptionName{"exact", 0},
     OptionName{"progress", 0},
 };
 
 bool takes(const Operation& operation, const OptionName& option) {
-    return option.input == 0 || (operation.inputs & option.input) != 0;
+    return (option.input == 0 || (operation.inputs & option.input) != 0) &&
+           (!option.of_fields || operation.kind != OperationKind::arrival_times);
 }
 
 bool same_but_case(std::string_view a, std::string_view b) {

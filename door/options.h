@@ -12,7 +12,19 @@
 
 namespace kavro {
 
-enum class Option { time, excitation, f0, ndiv, apodization, kzk, threads, exact, progress };
+enum class Option {
+    time,
+    excitation,
+    f0,
+    ndiv,
+    apodization,
+    kzk,
+    measure,
+    per_element,
+    threads,
+    exact,
+    progress
+};
 
 // Names of the options that an operation takes, as 'time', 'excitation', ...
 std::vector<const char*> option_names(const Operation& operation);
@@ -39,7 +51,7 @@ public:
     [[noreturn]] void refuse(Option option, const std::string& expected) const;
 
 private:
-    static constexpr std::size_t option_count = 9;
+    static constexpr std::size_t option_count = 11;
     const Value* values_[option_count] = {};
 };
 

@@ -15,6 +15,7 @@
 #include "core/time_samples.h"
 #include "door/host.h"
 #include "excitation/excitation_function.h"
+#include "transducers/measures.h"
 #include "transducers/operations.h"
 
 namespace kavro {
@@ -42,6 +43,9 @@ struct SolveRequest {
     NumericalIntegration rule;                // standard; with the parameters of a march
     std::optional<MarchChoice> march_choice;  // where its parameters were not given
     int threads = 0;                          // 0: as many as the environment says
+    std::vector<Measure> measures;            // instead of the field over time; none: the field
+    bool measures_in_record = false;          // each by its name; or one, by itself
+    bool per_element = false;                 // a field for each element; or one of all
 
     NumericalIntegration working_rule;  // the copy that solvers refill
 
@@ -61,11 +65,12 @@ struct SolveRequest {
 
 struct SolveResult {
     OperationKind kind = OperationKind::transient;
-    std::array<int, 4> sizes{};
+    std::array<int, 5> sizes{};
     std::size_t dimensions = 0;
-    Result* values = nullptr;     // the host's
+    Result* values = nullptr;     // the host's: an array, or a record of measures
     double* real = nullptr;       // its values; a place to point to where it has none
     double* imaginary = nullptr;  // likewise
+    std::array<double*, measure_count> measured{};  // the values of the request's measures
     std::vector<std::string> warnings;
     TransducerStatus status = status_failure;
 

@@ -25,6 +25,7 @@ public:
     double at(double const& t) const override;
     double derivative(double const& t) const override;
     int number_of_tsd_terms() const override;
+    double highest_frequency(double tolerance) const override;
     bool same_waveform(const ExcitationFunction& other) const override;
     // The exact factors e^(B tau) tau^m and t^m e^(-B t) cancel to (B tau)^-3 of their size and
     // soon leave the range of single precision.

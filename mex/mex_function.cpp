@@ -26,7 +26,9 @@ struct Outcome {
     mxArray* output;
     char error[1024];  // the text for the host, empty for success
 
-    void fail(const char* text) { std::snprintf(error, sizeof error, "%s", text); }
+    void fail(const char* text, const char* more = "") {
+        std::snprintf(error, sizeof error, "%s%s%s", text, *more != '\0' ? " " : "", more);
+    }
 };
 
 // The running calls: more than one where a user's function, called by the first, calls the module
@@ -64,8 +66,9 @@ void run_call(Outcome& outcome, int nlhs, int nrhs, const mxArray* const prhs[])
         }
         outcome.output = answer(call, nlhs);
     } catch (const InputError& error) {
-        outcome.fail(error.what());
+        outcome.fail(error.what(), module_explains ? error.more() : "");
     } catch (const Interrupted& interrupted) {
+        release.call->console.rethrow();
         outcome.fail(interrupted.what());
     } catch (const std::bad_alloc&) {
         outcome.fail("Out of memory.");

@@ -25,6 +25,7 @@ mxArray* text_array(const std::string& text) {
 }  // namespace
 
 const char* const module_name = "kavro.solve";
+const bool module_explains = true;
 
 mxArray* answer(HostCall& call, int nlhs) {
     if (nlhs > 1) {

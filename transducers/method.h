@@ -6,7 +6,7 @@
 
 namespace kavro {
 
-// Those of continuous waves come first, up to rayleigh_cw_sse: the driver tells them by that.
+// Those of continuous waves come first, up to rayleigh_cw_sse.
 enum class Method {
     farfield_cw,
     fnm_cw,
@@ -32,6 +32,10 @@ enum class Method {
     kzk_cw,
     farfield_cw_lossless,
 };
+
+constexpr bool is_continuous_wave(Method method) {
+    return method <= Method::rayleigh_cw_sse || method == Method::farfield_cw_lossless;
+}
 
 // The methods that a shape offers.
 class MethodSet {

@@ -14,10 +14,6 @@
 namespace kavro {
 namespace {
 
-bool is_continuous_wave(Method method) {
-    return method <= Method::rayleigh_cw_sse || method == Method::farfield_cw_lossless;
-}
-
 bool is_rayleigh(Method method) {
     return method == Method::rayleigh_cw || method == Method::rayleigh_cw_apodized ||
            method == Method::rayleigh_cw_sse;
@@ -31,6 +27,27 @@ std::complex<double> edge_prefactor(const Transducer& element, Method method,
     const std::complex<double> reference = medium._rho_density * medium._soundspeed * scale.factor *
                                            element.complex_weight / scale.divisor;
     return departures.without_loss_factor ? reference : reference * loss_factor(wave);
+}
+
+bool is_single(Method method) {
+    return method == Method::fnm_cw_single || method == Method::fnm_cw_sse ||
+           method == Method::fnm_cw_sse2 || method == Method::fnm_tsd_sse ||
+           method == Method::fnm_tsd_low_precision;
+}
+
+// Whether a tolerance may stand for the rule.
+bool takes_tolerance(Method method) {
+    switch (method) {
+        case Method::fnm_cw:
+        case Method::fnm_transient:
+        case Method::fnm_transient_behind_source:
+        case Method::fnm_fdtsd:
+        case Method::fnm_tsd:
+        case Method::fnm_tsd_behind_source:
+            return true;
+        default:
+            return is_single(method);
+    }
 }
 
 QuadratureRule as_it_stands(const NumericalIntegration& shared) {
@@ -48,16 +65,29 @@ EdgeUnits Wanted::units() const {
     return is_continuous_wave(method) ? EdgeUnits::lengths : EdgeUnits::times;
 }
 
+bool Preparation::keeps_tolerance(const Transducer& element) const {
+    return element.get_tolerance() > 0.0 && element.exact() && takes_tolerance(method_);
+}
+
 bool Preparation::has_records(const Transducer& element) const {
+    constexpr double least_of_single = 1e-5;
+    const bool tolerates = keeps_tolerance(element);
+    if (tolerates && is_single(method_) && element.get_tolerance() < least_of_single) {
+        return false;
+    }
+    const bool has_scene = element.coordinate_grid != nullptr && element.medium != nullptr;
+    const bool has_rule = tolerates || element.integral != nullptr;
     if (element.departures().writes_nothing) {
-        return element.coordinate_grid != nullptr && element.medium != nullptr &&
-               element.integral != nullptr;
+        return has_scene && has_rule;
     }
     if (is_continuous_wave(method_)) {
-        return element.has_continuous_wave_records();
+        return has_rule && element.has_continuous_wave_outputs();
     }
-    return method_ == Method::impulse_response ? element.has_impulse_response_records()
-                                               : element.has_transient_records();
+    const bool has_axis =
+        has_scene && element.time_samples != nullptr &&
+        (destination_ == Destination::measures || element.transient_pressure != nullptr);
+    return has_axis &&
+           (method_ == Method::impulse_response || (has_rule && element.excitation != nullptr));
 }
 
 // Two methods make no amplitude test: an element of amplitude zero is computed in full.
@@ -90,6 +120,7 @@ TransducerStatus Preparation::add(Transducer* element) {
         return status_success;
     }
     element->InitializeRotationMatrix();
+    find_demand(*element, wave);
     if (!is_continuous_wave(method_)) {
         add_transient(*element, departures);
     } else if (is_rayleigh(method_)) {
@@ -100,19 +131,41 @@ TransducerStatus Preparation::add(Transducer* element) {
                method_ == Method::fnm_cw_single) {
         add_continuous_wave(*element, departures, wave);
     } else {
-        append(element->own_share({method_, wave}));
+        append(*element, element->own_share({method_, wave}));
     }
     return status_success;
 }
 
-void Preparation::append(std::unique_ptr<Share> share) {
+void Preparation::append(const Transducer& element, std::unique_ptr<Share> share) {
     if (share) {
         bytes_ += share->bytes();
-        shares_.push_back(std::move(share));
+        shares_.push_back({&element, std::move(share)});
     }
 }
 
+void Preparation::find_demand(const Transducer& element, const WaveParameters& wave) {
+    demand_.reset();
+    if (!keeps_tolerance(element)) {
+        return;
+    }
+    const double tolerance = element.get_tolerance();
+    if (is_continuous_wave(method_)) {
+        demand_ = demand_of(wave, tolerance);
+        return;
+    }
+    const ExcitationFunction& waveform = *element.excitation;
+    if (known_.waveform == nullptr || !known_.waveform->same_waveform(waveform) ||
+        known_.medium != element.medium || known_.demand.tolerance != tolerance) {
+        known_ = {&waveform, element.medium, demand_of(waveform, *element.medium, tolerance)};
+    }
+    demand_ = known_.demand;
+}
+
 Wanted Preparation::wanted(Transducer& element, Method method) {
+    if (demand_) {
+        rule_ = {};
+        return {method, 0, rule_, &*demand_};
+    }
     NumericalIntegration& shared = *element.integral;
     const int order = shared.get_npoints();
     const RuleInterval interval = element.rule_interval(method);
@@ -128,7 +181,7 @@ Wanted Preparation::wanted(Transducer& element, Method method) {
         }
         rule_ = as_it_stands(shared);
     }
-    return {method, order, rule_};
+    return {method, order, rule_, nullptr};
 }
 
 // ---- continuous wave
@@ -159,9 +212,9 @@ void Preparation::add_continuous_wave(Transducer& element, const Departures& dep
         return;
     }
     const bool rounds = departures.rounds_wave && method_ == Method::fnm_cw_single;
-    append(continuous_wave_share(element, std::move(edge),
-                                 rounds ? rounded_wave(*element.medium) : wave,
-                                 edge_prefactor(element, method_, departures, wave)));
+    append(element, continuous_wave_share(element, std::move(edge),
+                                          rounds ? rounded_wave(*element.medium) : wave,
+                                          edge_prefactor(element, method_, departures, wave)));
 }
 
 void Preparation::add_single_wave(Transducer& element, const Departures& departures,
@@ -169,18 +222,19 @@ void Preparation::add_single_wave(Transducer& element, const Departures& departu
     std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted(element, method_));
     const std::complex<double> prefactor = edge_prefactor(element, method_, departures, wave);
     if (!edge) {
-        append(continuous_wave_share(element, element.edge(wanted(element, method_)), wave,
-                                     prefactor));
-    } else if (departures.single_wave == SingleWaveBy::excess) {
-        append(single_excess_share(element, std::move(edge), wave, departures.in_fours, prefactor));
+        append(element, continuous_wave_share(element, element.edge(wanted(element, method_)), wave,
+                                              prefactor));
+    } else if (departures.single_wave != SingleWaveBy::delays) {
+        append(element, single_excess_share(element, std::move(edge), departures.single_wave, wave,
+                                            departures.in_fours, prefactor));
     } else {
         const WaveParameters used = departures.rounds_wave ? rounded_wave(*element.medium) : wave;
         const bool damped = method_ != Method::fnm_cw_sse2 || !departures.undamped_edges;
-        append(
-            single_wave_share(element, std::move(edge),
-                              {static_cast<float>(used.wavenumber),
-                               static_cast<float>(used.attenuation), damped, departures.in_fours},
-                              prefactor));
+        append(element, single_wave_share(
+                            element, std::move(edge),
+                            {static_cast<float>(used.wavenumber),
+                             static_cast<float>(used.attenuation), damped, departures.in_fours},
+                            prefactor));
     }
 }
 
@@ -192,14 +246,15 @@ void Preparation::add_rayleigh(Transducer& element, const Departures& departures
         const double density = is_half ? 2 * medium._rho_density : medium._rho_density;
         return std::complex<double>(0.0, density * medium._f0) * element.complex_weight;
     };
-    const SurfaceManners manners{departures.means_within_rounding, departures.in_fours};
+    const SurfaceManners manners{departures.means_within_rounding, departures.in_fours,
+                                 departures.single_wave == SingleWaveBy::from_middle};
     if (method_ == Method::rayleigh_cw_sse) {
         std::unique_ptr<SurfaceRows<float>> surface =
             element.single_surface(wanted(element, method_));
         const std::complex<double> Q = prefactor(surface->is_half_of_axisymmetric());
-        append(rayleigh_share<float>(element, std::move(surface),
-                                     departures.rounds_wave ? rounded_wave(medium) : wave, manners,
-                                     Q));
+        const bool rounds = departures.rounds_wave && !manners.from_middle;
+        append(element, rayleigh_share<float>(element, std::move(surface),
+                                              rounds ? rounded_wave(medium) : wave, manners, Q));
         return;
     }
     std::unique_ptr<SurfaceRows<double>> surface = element.surface(wanted(element, method_));
@@ -207,7 +262,7 @@ void Preparation::add_rayleigh(Transducer& element, const Departures& departures
     if (departures.rayleigh_grows) {
         wave.attenuation = -wave.attenuation;
     }
-    append(rayleigh_share<double>(element, std::move(surface), wave, manners, Q));
+    append(element, rayleigh_share<double>(element, std::move(surface), wave, manners, Q));
 }
 
 // ---- over time
@@ -243,41 +298,48 @@ void Preparation::add_decomposition(Transducer& element, const Departures& depar
     if (method_ != Method::fnm_tsd_low_precision && method_ != Method::fnm_tsd_sse) {
         const Decomposition kind =
             method_ == Method::fnm_fdtsd ? Decomposition::complex : Decomposition::real;
-        append(decomposition_share(element, element.edge(wanted), kind, departures, factors_));
+        append(element,
+               decomposition_share(element, element.edge(wanted), kind, departures, factors_));
         return;
     }
     if (std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted)) {
-        append(single_decomposition_share(element, std::move(edge), departures, single_factors_,
-                                          factors_));
+        // Where single precision holds; the exact geometry is in double.
+        append(element,
+               element.exact()
+                   ? exact_single_decomposition_share(element, element.edge(wanted), departures,
+                                                      exact_single_factors_, factors_)
+                   : single_decomposition_share(element, std::move(edge), departures,
+                                                single_factors_, factors_));
     }
     if (std::unique_ptr<EdgeGenerator<double>> edge = element.rounded_edge(wanted)) {
-        append(rounded_decomposition_share(element, std::move(edge), departures, factors_));
+        append(element,
+               rounded_decomposition_share(element, std::move(edge), departures, factors_));
     }
 }
 
 void Preparation::add_direct_transient(Transducer& element, Method method,
                                        const Departures& departures) {
-    append(direct_transient_share(element, element.edge(wanted(element, method)),
-                                  departures.arrival_window));
+    append(element, direct_transient_share(element, element.edge(wanted(element, method)),
+                                           departures.arrival_window));
 }
 
 void Preparation::add_rayleigh_transient(Transducer& element, const Departures& departures) {
     std::unique_ptr<SurfaceRows<double>> surface = element.surface(wanted(element, method_));
     const double prefactor =
         element.medium->_rho_density / (surface->is_half_of_axisymmetric() ? pi : two_pi);
-    append(rayleigh_transient_share(element, std::move(surface),
-                                    {departures.means_within_rounding, departures.in_fours},
-                                    prefactor));
+    append(element, rayleigh_transient_share(
+                        element, std::move(surface),
+                        {departures.means_within_rounding, departures.in_fours, false}, prefactor));
     if (!departures.without_jump_waves) {
-        append(jump_waves_share(element));
+        append(element, jump_waves_share(element));
     }
 }
 
 void Preparation::add_impulse_response(const Transducer& element) {
-    append(point_series_share(element, [&element](const CartesianCoordinate& point,
-                                                  SampleWindow samples, double* values) {
-        element.write_impulse_response(point, samples, 0.0, values);
-    }));
+    append(element, point_series_share(element, [&element](const CartesianCoordinate& point,
+                                                           SampleWindow samples, double* values) {
+               element.write_impulse_response(point, samples, 0.0, values);
+           }));
 }
 
 }  // namespace kavro

@@ -4,6 +4,7 @@
 #include <complex>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "transducers/blocks/share.h"
@@ -12,12 +13,22 @@
 
 namespace kavro {
 
-using Shares = std::vector<std::unique_ptr<Share>>;
+struct PreparedShare {
+    const Transducer* element;
+    std::unique_ptr<Share> share;
+};
+
+using Shares = std::vector<PreparedShare>;
+
+// Where the field goes to: into the elements' outputs, or nowhere, because of it only measures are
+// wanted.
+enum class Destination { outputs, measures };
 
 // Asks each element's shape for what a method needs, and makes the element's share of it.
 class Preparation {
 public:
-    explicit Preparation(Method method) : method_(method) {}
+    explicit Preparation(Method method, Destination destination = Destination::outputs)
+        : method_(method), destination_(destination) {}
 
     // Appends the element's shares: none for a silent one. Returns what the method answers for it:
     // status_failure for null or where a record is missing, status_not_implemented where its shape
@@ -28,9 +39,12 @@ public:
     const Shares& shares() const { return shares_; }
 
     // Memory that all shares take.
-    std::size_t bytes() const { return bytes_ + factors_.bytes() + single_factors_.bytes(); }
+    std::size_t bytes() const {
+        return bytes_ + factors_.bytes() + single_factors_.bytes() + exact_single_factors_.bytes();
+    }
 
 private:
+    bool keeps_tolerance(const Transducer& element) const;
     bool has_records(const Transducer& element) const;
     bool passes_over(const Transducer& element, const Departures& departures) const;
     WaveParameters wave_of_method(const Transducer& element, const Departures& departures) const;
@@ -44,15 +58,26 @@ private:
     void add_direct_transient(Transducer& element, Method method, const Departures& departures);
     void add_rayleigh_transient(Transducer& element, const Departures& departures);
     void add_impulse_response(const Transducer& element);
+    void find_demand(const Transducer& element, const WaveParameters& wave);
     Wanted wanted(Transducer& element, Method method);
-    void append(std::unique_ptr<Share> share);
+    void append(const Transducer& element, std::unique_ptr<Share> share);
 
     Method method_;
+    Destination destination_;
     Shares shares_;
     std::size_t bytes_ = 0;
     SharedFactors<float> single_factors_;
+    SharedFactors<float, double> exact_single_factors_;
     SharedFactors<double> factors_;
-    QuadratureRule rule_;  // of the element at hand
+    // Of the element at hand.
+    QuadratureRule rule_;
+    std::optional<QuadratureDemand> demand_;
+    // Of the last waveform that was asked about.
+    struct {
+        const ExcitationFunction* waveform = nullptr;
+        const Medium* medium = nullptr;
+        QuadratureDemand demand{};
+    } known_;
 };
 
 }  // namespace kavro

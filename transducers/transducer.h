@@ -119,6 +119,19 @@ public:
     virtual void set_complex_pressure_pointers(double* re, double* im);
     virtual void set_transient_pressure_pointer(double* pressure);
 
+    // Accuracy instead of a number of abscissas: the quadrature's error stays below this share of
+    // the magnitude of the element's field at the point: of a continuous wave's envelope (the root
+    // mean square of |p| over 0.8 to 1.2 times the frequency, so that nodes are not resolved), of
+    // max |p(t)| over time. Every point takes as few abscissas as that needs, at most 1024 a rim or
+    // piece of an edge; QuadratureReport (array.h) tells where those do not suffice.
+    //
+    // It counts for an exact element and the fast nearfield methods but the apodized one. These
+    // read no rule then, which may be null. The other methods, and reference mode, keep the rule,
+    // whatever the tolerance. 0, the default, is none. Throws InputError for anything else outside
+    // 1e-12 to 0.1. Methods in single precision return status_failure for less than 1e-5.
+    void set_tolerance(double value);
+    double get_tolerance() const { return tolerance_; }
+
     // The solution methods. Each answers status_not_implemented where the shape does not offer it.
     // They are the same for all shapes, and for one element as for an array (array.h): what differs
     // is what a shape states below.
@@ -169,8 +182,9 @@ public:
     virtual RuleInterval rule_interval(Method) const { return RuleInterval::standard; }
 
     // The edge generators: blocks in lengths for continuous waves, in times for the others. Null
-    // where there is nothing to add. In single precision null where that would not hold; in double
-    // precision and rounded at the end for those points that the single one leaves out.
+    // where there is nothing to add. In single precision null where that would not hold, and not
+    // used for exact transients; in double precision and rounded at the end for those points that
+    // the single one leaves out.
     virtual std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const;
     virtual std::unique_ptr<EdgeGenerator<float>> single_edge(const Wanted& wanted) const;
     virtual std::unique_ptr<EdgeGenerator<double>> rounded_edge(const Wanted& wanted) const;
@@ -214,6 +228,7 @@ public:
     bool has_transient_records() const;
     bool has_impulse_response_records() const;
     bool has_continuous_wave_records() const;
+    bool has_continuous_wave_outputs() const;  // the same but for the rule
 
     void superpose_complex_pressure(const int& i, const std::complex<double>& pressure);
     void superpose_transient_pressure(const int& i, const double* series);  // ntimes values
@@ -239,6 +254,7 @@ private:
     template <class Real>
     void add_series(int i, const Real* series);
 
+    double tolerance_ = 0.0;
     bool exact_ = false;
 };
 

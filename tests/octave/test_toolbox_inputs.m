@@ -119,3 +119,44 @@
 %! says(@() kavro.beam_width([1 1 2], 1:3), '''positions''', 'increasing');
 %! says(@() kavro.beam_width(1:3, 1:2), '''values''', 'vector of 3');
 %! says(@() kavro.beam_width(1:3, 1:3, 6), '''level''', 'negative');
+
+%!test  % indices of a Gaussian pulse in closed form; the derated ones; from measures
+%! times = kavro.set_time_samples(1e-8, -5e-6, 5e-6);
+%! t = kavro.time_axis(times);
+%! s = 0.5e-6;
+%! p = [0.5; -2; 1] * 1e6 * exp(-t .^ 2 / (2 * s ^ 2));
+%! medium = kavro.set_medium();
+%! z = medium.density * medium.soundspeed;
+%! found = kavro.field_indices(p, medium, 'f0', 4e6, 'time', times, 'prf', 1e3);
+%! assert(found.mechanical_index, [0; 1; 0], 1e-12);
+%! assert(found.pulse_duration, 2.5 * erfinv(0.8) * s, 1e-4 * s);
+%! assert(found.ispta, 1e3 * 4e12 * sqrt(pi) * s / z, -1e-9);
+%! assert(found.isppa, found.ispta / 1e3 / found.pulse_duration, -1e-12);
+%! assert([found.peak_point, size(found.pulse_average)], [2 3 1]);
+%! measures = struct('peak_negative', min(p, [], 2), 'energy', sum(p .^ 2, 2) * 1e-8);
+%! again = kavro.field_indices(measures, medium, 'f0', 4e6, 'pulse_duration', 1e-6, ...
+%!                             'derating', 0.3, 'depth', [0; 0.05; 0]);
+%! assert(again.mi, 10 ^ (-0.3), 1e-12);  % 0.3 * 4 * 5 = 6 dB
+%! assert(again.pulse_intensity_integral(2), found.pulse_intensity_integral(2) * 10 ^ -0.6, -1e-9);
+%! f = @kavro.field_indices;
+%! says(@() f(p, medium, 'time', times), '''f0''', 'positive');
+%! says(@() f(p, medium, 'f0', 1e6), '''time''', 'set_time_samples');
+%! says(@() f(p(:, 2:end), medium, 'f0', 1e6, 'time', times), '''p''', '1001 instants');
+%! says(@() f(struct('peak', 1), medium, 'f0', 1e6), '''measures''', '''energy''');
+%! says(@() f(measures, medium, 'f0', 1e6), '''pulse_duration''', 'positive');
+%! says(@() f(p, medium, 'f0', 1e6, 'time', times, 'derating', 1, 'depth', [1 2]), '''depth''', ...
+%!      '3 points');
+
+%!test  % a fitted axis holds all that arrives, on multiples of its step, and not much more
+%! e = kavro.set_delays(kavro.linear_array(2, 4e-3, 1e-3), [1e-6 0]);
+%! e(3) = e(1); e(3).amplitude = 0; e(3).time_delay = 1;
+%! grid = kavro.set_coordinate_grid([0 0 15e-3; 0 0 30e-3]);
+%! pulse = kavro.set_excitation_function('hanning pulse', 1e6, 2e-6);
+%! times = kavro.fit_time_samples(e, grid, kavro.set_medium(), pulse, 50e-9);
+%! medium = kavro.set_medium();
+%! c = medium.soundspeed;
+%! first = hypot(15e-3, 1e-3) / c;
+%! last = hypot(30e-3, 3e-3) / c + 1e-6 + 2e-6;
+%! assert([times.tmin, times.tmax], [floor(first / 50e-9), ceil(last / 50e-9)] * 50e-9, 1e-15);
+%! says(@() kavro.fit_time_samples(e, grid, kavro.set_medium(), pulse, 0), '''deltat''');
+%! says(@() kavro.fit_time_samples(e, grid, kavro.set_medium(), 5, 1e-8), '''excitation''');

@@ -68,7 +68,7 @@
 %!        {'Peak pressure', [14 13 12; 11 10 9], [0 14], 'reverse'});
 %! assert([xlim(ax), ylim(ax)], [-0.5 2.5 4.5 6.5], 1e-9);
 %! assert({label(ax, 'xlabel'), label(ax, 'ylabel')}, {'x (mm)', 'z (mm)'});
-%! for option = {{'sample', 3}, {'time', 1.8e-6, 'time_samples', times}}
+%! for option = {{'sample', 3}, {'instant', 1.8e-6, 'time', times}}
 %!   clf;
 %!   ax = kavro.show_field(1e3 * p, grid, option{1}{:});
 %!   assert(picture(ax), [-2 -1 0; 1 2 3], 1e-9);  % in kPa
@@ -79,6 +79,10 @@
 %! ax = kavro.show_field(p, grid, 'scale', 'db', 'dynamic_range', 20, 'reference', 140);
 %! assert(caxis(ax), [-20 0]);
 %! assert(picture(ax)(1, 1), -20, 1e-9);
+%! assert(get(get(findobj(get(ax, 'parent'), 'tag', 'colorbar'), 'ylabel'), 'string'), ...
+%!        'Pressure (dB re 140 Pa)');
+%! clf;
+%! assert(picture(kavro.show_field(squeeze(p), grid)), [14 13 12; 11 10 9]);
 
 %!test  % lines, lists of points, and silence
 %! [fig, cleanup] = hidden_figure();
@@ -110,13 +114,13 @@
 %! says(@() show(p - Inf, grid), '''p''', 'finite', 'NaN at single points');
 %! says(@() show(p, grid, 'color_bar', {1}), '''color_bar''', 'true or false');
 %! says(@() show(p, grid, 'sample', 5), '''sample''', 'from 1 to 4', 'it is 5');
-%! says(@() show(p, grid, 'time', 1), '''time_samples''', 'set_time_samples');
-%! says(@() show(p, grid, 'time', 1, 'time_samples', kavro.set_time_samples(1, 0, 9)), ...
-%!      '''time_samples''', '4 instants', 'has 10');
+%! says(@() show(p, grid, 'instant', 1), '''time''', 'set_time_samples');
+%! says(@() show(p, grid, 'instant', 1, 'time', kavro.set_time_samples(1, 0, 9)), ...
+%!      '''time''', '4 instants', 'has 10');
 %! times = kavro.set_time_samples(1, 0, 3);
-%! says(@() show(p, grid, 'time', 3.6, 'time_samples', times), '''time''', 'from 0 to 3', '3.6');
-%! says(@() show(p, grid, 'time', 1, 'sample', 1, 'time_samples', times), '''time''', '''sample''');
-%! says(@() show(p, grid, 'show', 'snapshot'), '''show''', '''sample'' or ''time''');
+%! says(@() show(p, grid, 'instant', 3.6, 'time', times), '''instant''', 'from 0 to 3', '3.6');
+%! says(@() show(p, grid, 'instant', 1, 'sample', 1, 'time', times), '''instant''', '''sample''');
+%! says(@() show(p, grid, 'show', 'snapshot'), '''show''', '''sample'' or ''instant''');
 %! says(@() show(p, grid, 'scale', 'log'), '''scale''', '''dB''', '''log''');
 %! says(@() show(zeros(2, 2, 2), kavro.set_coordinate_grid(1, 0, 1, 0, 1, 0, 1)), '''grid''', ...
 %!      'differ in 3 coordinates');

@@ -12,16 +12,17 @@ function ax = show_field(p, grid, varargin)
 %
 %   Arguments
 %     p                real pressure in Pa, nx x ny x nz x ntimes for a regular grid or
-%                      npoints x ntimes for a list of points, as the module returns it. Of a
-%                      continuous wave give abs(p), or real(p) for an instant
+%                      npoints x ntimes for a list of points, as the module returns it, or
+%                      without the dimensions of size 1, as after squeeze. Of a continuous wave
+%                      give abs(p), or real(p) for an instant
 %     grid             structure made by kavro.set_coordinate_grid, the one p belongs to
 %
 %   Options
 %     'show'           'peak' (default), the largest magnitude over all times, or 'snapshot'
 %     'sample'         number of the time sample of a snapshot, 1 to ntimes
-%     'time'           instant of a snapshot in s; the nearest sample is drawn. Needs
-%                      'time_samples'. Giving 'sample' or 'time' implies 'snapshot'
-%     'time_samples'   structure made by kavro.set_time_samples, the one p belongs to
+%     'instant'        time of a snapshot in s; the nearest sample is drawn. Needs 'time'.
+%                      Giving 'sample' or 'instant' implies 'snapshot'
+%     'time'           time axis made by kavro.set_time_samples, the one p belongs to
 %     'scale'          'linear' (default) or 'dB'
 %     'dynamic_range'  range shown below the reference in dB, positive; default 40
 %     'reference'      pressure in Pa that stands for 0 dB, or for the end of a linear scale;
@@ -39,7 +40,7 @@ function ax = show_field(p, grid, varargin)
 %     p = kavro.transient_pressure(kavro.disc(5e-3), grid, kavro.set_medium(), times, 32, ...
 %                                  excitation);
 %     subplot(1, 2, 1), kavro.show_field(p, grid, 'scale', 'dB');
-%     subplot(1, 2, 2), kavro.show_field(p, grid, 'time', 15e-6, 'time_samples', times);
+%     subplot(1, 2, 2), kavro.show_field(p, grid, 'instant', 15e-6, 'time', times);
 %
 %   See also kavro.transient_pressure, kavro.solve, kavro.show_array, kavro.grid_axes,
 %   kavro.time_axis
@@ -87,8 +88,12 @@ end
 kavro.internal.check(~isnumeric(p) || isreal(p), me, 'p', p, ...
                      'real: abs(p) of a continuous wave, or real(p) for an instant');
 is = [size(p), 1, 1];
-ok = isnumeric(p) && isreal(p) && ~isempty(p) && all(is(1:numel(dims)) == dims) ...
-     && ndims(p) <= numel(dims) + 1;
+full = all(is(1:numel(dims)) == dims) && ndims(p) <= numel(dims) + 1;
+extended = @(s) s(s > 1);
+is = extended(is);
+asked = extended(dims);
+squeezed = any(numel(is) == numel(asked) + [0 1]) && all(is(1:numel(asked)) == asked);
+ok = isnumeric(p) && isreal(p) && ~isempty(p) && (full || squeezed);
 kavro.internal.check(ok, me, 'p', p, expected);
 ok = any(isfinite(p(:))) && ~any(isinf(p(:)));
 kavro.internal.check(ok, me, 'p', p, 'finite, NaN at single points aside');
@@ -96,7 +101,7 @@ p = reshape(p, prod(dims), []);
 end
 
 function options = read_options(me, args, ntimes)
-options = struct('show', '', 'sample', [], 'time', [], 'time_samples', [], ...
+options = struct('show', '', 'sample', [], 'instant', [], 'time', [], ...
                  'scale', 'linear', 'dynamic_range', 40, 'reference', [], 'title', '', ...
                  'color_bar', true);
 options = kavro.internal.parse_options(me, options, args);
@@ -120,14 +125,13 @@ function options = find_snapshot(me, options, ntimes)
 % Settles options.sample, the sample of a snapshot, empty for the peak over time; and
 % options.instant, its time, empty when it is not known.
 instants = [];
-if ~isempty(options.time_samples)
-    instants = kavro.time_axis(options.time_samples);
-    kavro.internal.check(numel(instants) == ntimes, me, 'time_samples', options.time_samples, ...
+if ~isempty(options.time)
+    instants = kavro.time_axis(options.time);
+    kavro.internal.check(numel(instants) == ntimes, me, 'time', options.time, ...
         sprintf('the %d instants of p (it has %d)', ntimes, numel(instants)));
 end
 check_show(me, options);
-options.instant = [];
-if ~isempty(options.time)
+if ~isempty(options.instant)
     options.sample = nearest_sample(me, options, instants);
 end
 if ~isempty(options.sample)
@@ -139,23 +143,24 @@ end
 end
 
 function check_show(me, options)
-given = ~isempty(options.sample) + ~isempty(options.time);
-kavro.internal.check(given < 2, me, 'time', options.time, 'left out when ''sample'' is given');
+given = ~isempty(options.sample) + ~isempty(options.instant);
+kavro.internal.check(given < 2, me, 'instant', options.instant, ...
+                     'left out when ''sample'' is given');
 if ~isempty(options.show)
     show = kavro.internal.choose(me, 'show', options.show, {'peak', 'snapshot'});
     kavro.internal.check(given == strcmp(show, 'snapshot'), me, 'show', options.show, ...
-        '''snapshot'' with ''sample'' or ''time'' given, or ''peak'' without them');
+        '''snapshot'' with ''sample'' or ''instant'' given, or ''peak'' without them');
 end
 end
 
 function sample = nearest_sample(me, options, instants)
-time = kavro.internal.real_number(me, 'time', options.time, 'any', 's');
-kavro.internal.check(~isempty(instants), me, 'time_samples', options.time_samples, ...
-    'a structure made by set_time_samples when ''time'' is given');
+time = kavro.internal.real_number(me, 'instant', options.instant, 'any', 's');
+kavro.internal.check(~isempty(instants), me, 'time', options.time, ...
+    'a structure made by set_time_samples when ''instant'' is given');
 [away, sample] = min(abs(instants - time));
 step = (max(instants) - min(instants)) / max(numel(instants) - 1, 1);
 inside = time >= min(instants) && time <= max(instants);
-kavro.internal.check(inside || away <= step / 2, me, 'time', options.time, ...
+kavro.internal.check(inside || away <= step / 2, me, 'instant', options.instant, ...
     sprintf('a time from %.6g to %.6g s', min(instants), max(instants)));
 end
 
@@ -185,7 +190,8 @@ if strcmp(options.scale, 'dB')
     limits = [-options.dynamic_range, 0];
     values = max(20 * log10(abs(field) / reference), limits(1));
     map = kavro.internal.sequential_colors(256);
-    label = 'Pressure (dB)';
+    [factor, unit] = kavro.internal.pressure_unit(reference);
+    label = sprintf('Pressure (dB re %.3g %s)', factor * reference, unit);
 else
     [factor, unit] = kavro.internal.pressure_unit(reference);
     values = factor * field;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <complex>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <type_traits>
@@ -15,6 +16,8 @@
 #include "core/interrupted.h"
 #include "transducers/blocks/edge_block.h"
 #include "transducers/blocks/sample_window.h"
+#include "transducers/blocks/tile_measures.h"
+#include "transducers/tolerance/tally.h"
 #include "transducers/transducer.h"
 
 namespace kavro {
@@ -24,17 +27,25 @@ namespace kavro {
 // for each thread, used again from tile to tile.
 //
 // Transient methods either add to rows, the tile's own copy of the time slices, which is written
-// back once for all elements, or straight into the output, after write_rows. Either way a point's
-// elements are added in their order.
+// back once for all elements, or straight into the output. Either way a point's elements are added
+// in their order. Where measures are wanted of a field there is no output: rows stand for it.
 class PointTile {
 public:
     // For tiles of up to `width` points, a multiple of block_lanes, of the grid of an element whose
     // outputs and time axis are those of all.
-    PointTile(const Transducer& first, int width, Spend spend);
+    // The tally, if there is one, hears of abscissas that points choose.
+    PointTile(const Transducer& first, int width, Spend spend, TallyPart* tally = nullptr,
+              const TileMeasures* measures = nullptr);
 
     // Begins the tile of `count` points from `first` on. Rows start from the output's values, or
     // from zero where those are known to be.
     void begin(int first, int count, bool output_is_zero);
+
+    // The outputs of this element from now on.
+    void turn_to(const Transducer& element);
+
+    // Brings what the rows hold to its place.
+    void finish();
 
     // ---- points, in blocks of block_lanes
     int count() const { return count_; }
@@ -58,19 +69,34 @@ public:
     int width() const { return width_; }
     void load_rows(SampleWindow window);
     SampleWindow loaded() const { return loaded_; }
-    void write_rows();  // into the output; none is loaded then
 
-    // A block's values of sample j in the output.
+    // Before a window of the output is added to; then a block's values of a sample in it.
+    void open(SampleWindow window);
     double* output(int block, int j);
 
     // ---- the thread
     const Spend& spend() const { return spend_; }
+    TallyPart* tally() const { return tally_; }
+
+    // Tells the tally how the lanes of a block came to their samples.
+    template <class Real>
+    void note_quadrature(int block, const EdgeBlock<Real>& edge) const {
+        if (tally_ != nullptr && !edge.quadrature.rules.empty()) {
+            tally_->note(first_of(block), present(block), edge.quadrature);
+        }
+    }
+
+    // To be called before each of many rows, with the number of those before: spends a step for
+    // each point of a row.
+    void spend_rows(int done) const;
 
     // Scratch of the type, made once by the function and kept for the next element and tile.
     template <class Room, class Make>
     Room& room(Make make);
 
 private:
+    void write_rows();  // into the output; none is loaded then
+
     const CoordinateGrid& grid_;
     const TimeSamples* times_;
     double* real_;
@@ -78,6 +104,8 @@ private:
     double* transient_;
     int width_;
     Spend spend_;
+    TallyPart* tally_;
+    const TileMeasures* measures_;
 
     int first_ = 0;
     int count_ = 0;

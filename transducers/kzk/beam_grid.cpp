@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "core/interrupted.h"
+
 namespace kavro::kzk {
 
 BeamGrid::BeamGrid(const CoordinateGrid& grid, double source_radius, double scale_length,
@@ -12,16 +14,23 @@ BeamGrid::BeamGrid(const CoordinateGrid& grid, double source_radius, double scal
       extent(std::trunc(static_cast<double>(parameters.extent))),
       farthest(0.0),
       layer(frame.reach()) {
+    InterruptCheck check;
+    z.reserve(static_cast<std::size_t>(grid.nz));
+    ranges.reserve(z.capacity());
+    r.reserve(static_cast<std::size_t>(grid.nx));
     for (int k = 0; k < grid.nz; ++k) {
+        check.spend(4);
         z.push_back(grid.zmin + k * grid.deltaz);
         ranges.push_back(z.back() / scale_length);
     }
     double widest = 0.0;
     for (int m = 0; m < grid.nx; ++m) {
+        check.spend(4);
         r.push_back(std::hypot(grid.xmin + m * grid.deltax, grid.ymin) / source_radius);
         widest = r.back() <= extent ? std::max(widest, r.back()) : widest;
     }
     for (const double range : ranges) {
+        check.spend(4);
         if (range >= 0.0) {
             farthest = std::max(farthest, widest / frame.width(range));
         }

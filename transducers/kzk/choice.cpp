@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "transducers/kzk/beam_grid.h"
+#include "transducers/kzk/beam_time.h"
 #include "transducers/kzk/fault.h"
 #include "transducers/kzk/frame.h"
 #include "transducers/kzk/harmonic_beam.h"
@@ -122,8 +123,11 @@ Cost cost_of(Transducer& element, bool harmonic) {
     const Parameters& parameters = element.integral->kzk_parameters;
     const BeamGrid grid(*element.coordinate_grid, beam.radius, beam.scale_length, beam.frame(),
                         parameters);
+    const MemoryNeed need = harmonic ? harmonic_beam_memory(element, *element.harmonic_march())
+                                     : transient_beam_memory(element, *element.transient_march());
     Cost cost;
     cost.columns = grid.columns;
+    cost.bytes = static_cast<double>(need.count) * static_cast<double>(need.bytes);
     const auto columns = static_cast<double>(grid.columns);
     if (harmonic) {
         const double N = beam.nonlinearity != 0.0 ? parameters.harmonics : 1;
@@ -133,7 +137,6 @@ Cost cost_of(Transducer& element, bool harmonic) {
         cost.steps = steps_of(grid, beam.frame(), growth, harmonic_turn);
         const auto legs = static_cast<double>(
             steps_of(grid, beam.frame(), growth, std::numeric_limits<double>::infinity()));
-        cost.bytes = 48.0 * columns * lanes;
         cost.seconds = 1e-9 * columns *
                        (6.0 * lanes * static_cast<double>(cost.steps) +
                         (N > 1.0 ? 1.2 * lanes * (lanes + 30.0) * legs : 0.0));
@@ -143,7 +146,6 @@ Cost cost_of(Transducer& element, bool harmonic) {
         cost.steps =
             steps_of(grid, beam.frame(), static_cast<double>(parameters.step), transient_turn);
         const double values = columns * static_cast<double>(cost.samples);
-        cost.bytes = 8.0 * values;
         cost.seconds =
             (beam.nonlinearity != 0.0 ? 5e-9 : 2.5e-9) * values * static_cast<double>(cost.steps);
     }

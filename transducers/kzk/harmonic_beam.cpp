@@ -11,14 +11,14 @@
 #include "core/console.h"
 #include "core/constants.h"
 #include "core/counts.h"
-#include "core/flush_denormals.h"
 #include "core/interrupted.h"
-#include "core/team.h"
 #include "core/threads.h"
+#include "core/zeros.h"
 #include "transducers/kzk/beam_grid.h"
 #include "transducers/kzk/frame.h"
 #include "transducers/kzk/harmonic_diffraction.h"
 #include "transducers/kzk/harmonic_kernels.h"
+#include "transducers/kzk/parts.h"
 
 namespace kavro::kzk {
 namespace {
@@ -44,8 +44,19 @@ public:
         rows_ = grid_.columns;
     }
 
-    // Values that the march holds in memory, roughly.
-    std::size_t size() const { return rows_ * stride_ * (shape_.nonlinearity != 0.0 ? 6 : 2); }
+    // What the march takes: field, source and stage, or the field alone, and each thread's scratch.
+    MemoryNeed memory() const {
+        const auto threads = static_cast<std::size_t>(thread_count());
+        const std::size_t diffracting = std::min(threads, groups());
+        const std::size_t distorting = std::min(threads, blocks());
+        std::size_t of_row = 2 * stride_ + diffracting * scratch_of_diffraction;
+        if (shape_.nonlinearity != 0.0) {
+            of_row =
+                6 * stride_ + 1 +
+                std::max(diffracting * scratch_of_diffraction, distorting * 6 * stride_ / rows_);
+        }
+        return {rows_, (of_row + 2 * stride_ / rows_) * sizeof(double)};
+    }
 
     // Tells where the harmonics grow without bound, if they do. Throws Interrupted.
     void run(Outcome& outcome) {
@@ -53,6 +64,7 @@ public:
         std::size_t plane = 0;
         const auto& ranges = grid_.ranges;
         while (plane < ranges.size() && ranges[plane] < 0.0) {
+            check_.spend(1);
             ++plane;
         }
         double range = 0.0;
@@ -93,16 +105,21 @@ public:
 private:
     void set_up() {
         for (AlignedVector<double>* array : {&field_.re, &field_.im}) {
-            array->assign(rows_ * stride_, 0.0);
+            assign_zeros(*array, rows_ * stride_, spend_);
         }
         if (shape_.nonlinearity != 0.0) {
-            stage_ = source_ = field_;
+            for (AlignedVector<double>* array :
+                 {&stage_.re, &stage_.im, &source_.re, &source_.im}) {
+                assign_zeros(*array, rows_ * stride_, spend_);
+            }
         }
-        step_.coupling.assign(stride_, 0.0);
+        assign_zeros(step_.coupling, stride_, spend_);
         for (std::size_t n = 0; n < count_; ++n) {
+            check_.spend(1);
             step_.coupling[n] = static_cast<double>(n + 1) * shape_.nonlinearity * 0.5;
         }
         for (std::size_t j = 0; j < rows_; ++j) {
+            check_.spend(8);
             field_.re[j * stride_] = grid_.face(j);
         }
         slope_ = shape_.curvature;
@@ -128,13 +145,15 @@ private:
         if (shape_.nonlinearity == 0.0 || length == 0.0) {
             return;
         }
-        std::vector<double> peaks(rows_);
+        std::vector<double> peaks;
+        assign_zeros(peaks, rows_, spend_);
         in_rows([&](std::size_t first, std::size_t past, AlignedVector<double>& scratch,
                     const Spend& spend) {
             const HarmonicRows* from = &field_;
             for (const double share : {0.25, 1.0 / 3.0, 0.5, 1.0}) {
                 couple_harmonics(*from, step_, count_, stride_, first, past, source_, scratch,
                                  spend);
+                spend(static_cast<std::int64_t>((past - first) * stride_));
                 for (std::size_t i = first * stride_; i < past * stride_; ++i) {
                     stage_.re[i] = field_.re[i] + share * length * source_.re[i];
                     stage_.im[i] = field_.im[i] + share * length * source_.im[i];
@@ -142,6 +161,7 @@ private:
                 from = &stage_;
             }
             for (std::size_t j = first; j < past; ++j) {
+                spend(static_cast<std::int64_t>(8 * count_));
                 peaks[j] = finish_distortion(j, length);
             }
         });
@@ -181,36 +201,41 @@ private:
         const double bend = frame_.bend(frame_.width(range)) * (slope - slope_);
         slope_ = slope;
         const double spread = (next - range) / (frame_.width(range) * frame_.width(next));
-        std::vector<double> kept(count_);
+        std::vector<double> kept;
+        assign_zeros(kept, count_, spend_);
         for (std::size_t n = 0; n < count_; ++n) {
+            check_.spend(8);
             kept[n] = std::exp(-std::pow(static_cast<double>(n + 1), 2) * shape_.absorption *
                                (next - range));
         }
-        in_rows([&](std::size_t first, std::size_t past, AlignedVector<double>&, const Spend&) {
-            for (std::size_t j = first; j < past; ++j) {
-                const double r = grid_.radius(j);
-                const Complex turned = std::polar(1.0, -bend * r * r);
-                Complex factor = turned * std::exp(-frame_.absorption(r, grid_.layer) * spread);
-                for (std::size_t n = 0; n < count_; ++n) {
-                    const std::size_t i = j * stride_ + n;
-                    const double re = field_.re[i] * kept[n];
-                    const double im = field_.im[i] * kept[n];
-                    field_.re[i] = re * factor.real() - im * factor.imag();
-                    field_.im[i] = re * factor.imag() + im * factor.real();
-                    factor = {factor.real() * turned.real() - factor.imag() * turned.imag(),
-                              factor.real() * turned.imag() + factor.imag() * turned.real()};
+        in_rows(
+            [&](std::size_t first, std::size_t past, AlignedVector<double>&, const Spend& spend) {
+                for (std::size_t j = first; j < past; ++j) {
+                    spend(static_cast<std::int64_t>(16 + 4 * count_));
+                    const double r = grid_.radius(j);
+                    const Complex turned = std::polar(1.0, -bend * r * r);
+                    Complex factor = turned * std::exp(-frame_.absorption(r, grid_.layer) * spread);
+                    for (std::size_t n = 0; n < count_; ++n) {
+                        const std::size_t i = j * stride_ + n;
+                        const double re = field_.re[i] * kept[n];
+                        const double im = field_.im[i] * kept[n];
+                        field_.re[i] = re * factor.real() - im * factor.imag();
+                        field_.im[i] = re * factor.imag() + im * factor.real();
+                        factor = {factor.real() * turned.real() - factor.imag() * turned.imag(),
+                                  factor.real() * turned.imag() + factor.imag() * turned.real()};
+                    }
                 }
-            }
-        });
+            });
         diffract(steps(range, next));
     }
 
     // Lengths of the leg's diffraction steps.
-    std::vector<double> steps(double range, double next) const {
+    std::vector<double> steps(double range, double next) {
         const double scale = std::pow(grid_.points_per_radius, 2) / (4.0 * shape_.gain);
         const double start = frame_.width(range);
         std::vector<double> lengths;
         for (double from = range; from < next;) {
+            check_.spend(16);
             const double end = frame_.step_end(from, grid_.points_per_radius, harmonic_turn);
             const double to = end > from ? std::min(end, next) : next;
             lengths.push_back(scale * (to - from) / (start + slope_ * (from - range)) /
@@ -221,28 +246,21 @@ private:
     }
 
     void diffract(const std::vector<double>& lengths) {
-        const auto groups = static_cast<std::int64_t>(stride_ / harmonic_lanes);
         const double work = static_cast<double>(rows_ * stride_ * lengths.size());
-        Team team;
-#pragma omp parallel num_threads(threads_for(work / 1e5))
-        {
-            const FlushDenormals flush;
-            Team::Member member(team);
-            AlignedVector<double> scratch;
-#pragma omp for schedule(static)
-            for (std::int64_t group = 0; group < groups; ++group) {
-                member.work([&] {
-                    for (const double length : lengths) {
-                        member.look();
-                        diffract_harmonics(field_, length, rows_, stride_,
-                                           static_cast<std::size_t>(group) * harmonic_lanes,
-                                           scratch);
-                    }
-                });
-            }
-        }
-        team.finish();
+        in_parts<AlignedVector<double>>(
+            static_cast<std::int64_t>(groups()), threads_for(work / 1e5),
+            [&](std::int64_t group, AlignedVector<double>& scratch, const Spend& spend) {
+                for (const double length : lengths) {
+                    diffract_harmonics(field_, length, rows_, stride_,
+                                       static_cast<std::size_t>(group) * harmonic_lanes, scratch,
+                                       spend);
+                }
+            });
     }
+
+    static constexpr std::size_t rows_of_block = 32;
+    std::size_t blocks() const { return (rows_ + rows_of_block - 1) / rows_of_block; }
+    std::size_t groups() const { return stride_ / harmonic_lanes; }
 
     // Threads meet after every leg, which on a busy machine may take milliseconds.
     static int threads_for(double shares) {
@@ -252,25 +270,14 @@ private:
     // Blocks of rows, on all threads.
     template <class Work>
     void in_rows(Work work) {
-        constexpr std::size_t at_a_time = 32;
-        const auto blocks = static_cast<std::int64_t>((rows_ + at_a_time - 1) / at_a_time);
         const auto stride = static_cast<double>(stride_);
-        Team team;
-#pragma omp parallel num_threads(threads_for(static_cast <double>(rows_) * stride * stride / 1e6))
-        {
-            const FlushDenormals flush;
-            Team::Member member(team);
-            const Spend spend = [&member](std::int64_t steps) { member.spend(steps); };
-            AlignedVector<double> scratch;
-#pragma omp for schedule(static)
-            for (std::int64_t block = 0; block < blocks; ++block) {
-                member.work([&] {
-                    const std::size_t first = static_cast<std::size_t>(block) * at_a_time;
-                    work(first, std::min(first + at_a_time, rows_), scratch, spend);
-                });
-            }
-        }
-        team.finish();
+        const int threads = threads_for(static_cast<double>(rows_) * stride * stride / 1e6);
+        in_parts<AlignedVector<double>>(
+            static_cast<std::int64_t>(blocks()), threads,
+            [&](std::int64_t block, AlignedVector<double>& scratch, const Spend& spend) {
+                const std::size_t first = static_cast<std::size_t>(block) * rows_of_block;
+                work(first, std::min(first + rows_of_block, rows_), scratch, spend);
+            });
     }
 
     void record(std::size_t plane, Outcome& outcome) {
@@ -279,6 +286,7 @@ private:
         const double scale = element_.medium->_rho_density * element_.amplitude * c / width;
         const double k = two_pi * element_.medium->_f0 / c;
         for (std::size_t m = 0; m < grid_.r.size(); ++m) {
+            check_.spend(16);
             const double r = grid_.r[m];
             if (!(r <= grid_.extent)) {
                 continue;
@@ -288,6 +296,7 @@ private:
                 std::polar(1.0, -shape_.gain * slope_ * r * r / width - k * grid_.z[plane]);
             Complex turned = scale;
             for (std::size_t n = 0; n < count_; ++n) {
+                check_.spend(16);
                 turned *= ahead;
                 Complex P = 0.0;
                 for (std::size_t i = 0; i < 4; ++i) {
@@ -310,6 +319,10 @@ private:
     const Parameters& parameters_;
     Frame frame_;
     BeamGrid grid_;
+    InterruptCheck check_;
+    const Spend spend_ = [this](std::int64_t steps) {
+        check_.spend(steps);
+    };  // the same, handed on
     std::size_t count_, stride_, rows_;
     HarmonicRows field_, source_, stage_;
     HarmonicStep step_;  // only the coupling is read
@@ -322,11 +335,16 @@ private:
 TransducerStatus march_harmonic_beam(const Transducer& element, const HarmonicShape& shape,
                                      Outcome& outcome) {
     March march(element, shape);
-    if (!fits_into_memory(march.size(), sizeof(double))) {
+    const MemoryNeed need = march.memory();
+    if (!fits_into_memory(need.count, need.bytes)) {
         return status_out_of_memory;
     }
     march.run(outcome);
     return status_success;
+}
+
+MemoryNeed harmonic_beam_memory(const Transducer& element, const HarmonicShape& shape) {
+    return March(element, shape).memory();
 }
 
 }  // namespace kavro::kzk

@@ -23,4 +23,6 @@ inline constexpr double harmonic_turn = 1.0;
 TransducerStatus march_harmonic_beam(const Transducer& element, const HarmonicShape& shape,
                                      Outcome& outcome);
 
+MemoryNeed harmonic_beam_memory(const Transducer& element, const HarmonicShape& shape);
+
 }  // namespace kavro::kzk

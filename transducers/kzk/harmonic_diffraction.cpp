@@ -1,9 +1,13 @@
 #include "transducers/kzk/harmonic_diffraction.h"
 
+#include <algorithm>
 #include <array>
 #include <complex>
+#include <cstdint>
 
 #include "core/simd/vector_dispatch.h"
+#include "core/zeros.h"
+#include "transducers/kzk/pieces.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transducers/kzk/harmonic_diffraction.cpp"
@@ -43,9 +47,17 @@ HWY_INLINE Complex Times(Complex a, Complex b) {
             hn::Add(hn::Mul(a.re, b.im), hn::Mul(a.im, b.re))};
 }
 
+HWY_INLINE void SpendPiece(const Spend& spend, size_t j, size_t rows) {
+    constexpr size_t piece = rows_at_a_time;
+    if (j % piece == 0) {
+        spend(static_cast<std::int64_t>(4 * kStep * std::min(piece, rows)));
+    }
+}
+
 // One factor, of kStep harmonics. `kept`: four vectors for each row.
 HWY_INLINE void SolveFactor(double* re, double* im, size_t rows, size_t stride,
-                            const HarmonicFactor& factor, size_t lane, double* kept) {
+                            const HarmonicFactor& factor, size_t lane, double* kept,
+                            const Spend& spend) {
     const Doubles d;
     const V one = hn::Set(d, 1.0);
     const Complex w{hn::Load(d, factor.w_re + lane), hn::Load(d, factor.w_im + lane)};
@@ -54,6 +66,7 @@ HWY_INLINE void SolveFactor(double* re, double* im, size_t rows, size_t stride,
     Complex here{hn::Load(d, re), hn::Load(d, im)};
     Complex ratio = before, g = before;  // of the row before
     for (size_t j = 0; j < rows; ++j) {
+        SpendPiece(spend, j, rows);
         const double lower = j == 0 ? 0.0 : 1.0 - 0.5 / static_cast<double>(j);
         const double upper = j == 0 ? 4.0 : 2.0 - lower;
         const V below = hn::Set(d, lower);
@@ -86,6 +99,7 @@ HWY_INLINE void SolveFactor(double* re, double* im, size_t rows, size_t stride,
     }
     Complex value{hn::Zero(d), hn::Zero(d)};
     for (size_t j = rows; j-- > 0;) {
+        SpendPiece(spend, j, rows);
         const Complex carried = Times(
             {hn::Load(d, kept + 4 * j * kStep), hn::Load(d, kept + (4 * j + 1) * kStep)}, value);
         value = {hn::Add(hn::Load(d, kept + (4 * j + 2) * kStep), carried.re),
@@ -96,10 +110,10 @@ HWY_INLINE void SolveFactor(double* re, double* im, size_t rows, size_t stride,
 }
 
 void SolveFactors(double* re, double* im, size_t rows, size_t stride,
-                  const HarmonicFactors& factors, double* kept) {
+                  const HarmonicFactors& factors, double* kept, const Spend& spend) {
     for (size_t lane = 0; lane < harmonic_lanes; lane += kStep) {
         for (const HarmonicFactor& factor : factors) {
-            SolveFactor(re + lane, im + lane, rows, stride, factor, lane, kept);
+            SolveFactor(re + lane, im + lane, rows, stride, factor, lane, kept, spend);
         }
     }
 }
@@ -144,11 +158,13 @@ HarmonicFactors factors_of(double length, std::size_t first) {
 }  // namespace
 
 void diffract_harmonics(HarmonicRows& field, double length, std::size_t rows, std::size_t stride,
-                        std::size_t first, AlignedVector<double>& scratch) {
-    scratch.resize(4 * harmonic_lanes * rows);
+                        std::size_t first, AlignedVector<double>& scratch, const Spend& spend) {
+    if (scratch.empty()) {
+        assign_zeros(scratch, scratch_of_diffraction * rows, spend);
+    }
     KAVRO_KERNEL(SolveFactors)
     (field.re.data() + first, field.im.data() + first, rows, stride, factors_of(length, first),
-     scratch.data());
+     scratch.data(), spend);
 }
 
 }  // namespace kavro::kzk

@@ -14,7 +14,11 @@ namespace kavro::kzk {
 // The radial derivatives are of fourth order. Along the range the step is the (2,3) Pade
 // approximation of the exponential, of fifth order: it follows a phase of one radian to 1e-4 and
 // lets what turns much faster die, so that nothing rings. Its factors are three tridiagonal solves.
+// `spend` is told of the steps, and may throw.
 void diffract_harmonics(HarmonicRows& field, double length, std::size_t rows, std::size_t stride,
-                        std::size_t first, AlignedVector<double>& scratch);
+                        std::size_t first, AlignedVector<double>& scratch, const Spend& spend);
+
+// Values of the scratch for each row.
+inline constexpr std::size_t scratch_of_diffraction = 4 * harmonic_lanes;
 
 }  // namespace kavro::kzk

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <numbers>
 #include <vector>
@@ -13,9 +14,12 @@
 #include "core/counts.h"
 #include "core/flush_denormals.h"
 #include "core/interrupted.h"
-#include "core/team.h"
 #include "core/threads.h"
+#include "core/zeros.h"
+#include "transducers/kzk/beam_time.h"
 #include "transducers/kzk/column_steps.h"
+#include "transducers/kzk/parts.h"
+#include "transducers/kzk/pieces.h"
 #include "transducers/kzk/radial_step.h"
 
 namespace kavro::kzk {
@@ -25,16 +29,6 @@ constexpr double leg_angle = 0.2;     // rad
 constexpr double shift = 0.15;        // by distortion in a step, rad
 constexpr int most_parts = 256;       // of a step's distortion
 constexpr double least_share = 1e-6;  // of the range that a step of distortion has to be
-
-Frame frame_of(const Transducer& element, const TransientShape& shape) {
-    return {static_cast<double>(shape.gain), shape.curvature,
-            element.integral->kzk_parameters.diffracts()};
-}
-
-BeamGrid grid_of(const Transducer& element, const TransientShape& shape) {
-    return {*element.coordinate_grid, shape.radius, shape.scale_length, frame_of(element, shape),
-            element.integral->kzk_parameters};
-}
 
 // The value of a series between its samples; zero beyond its ends.
 double between(const std::vector<float>& series, double place) {
@@ -63,18 +57,28 @@ public:
           columns_(static_cast<int>(grid_.columns) - 1),
           slope_(shape.curvature) {}
 
-    // Values that the march holds in memory, roughly.
-    std::size_t size() const { return 2 * rows() * columns_.row(); }
+    // What the march takes.
+    MemoryNeed memory() const {
+        const std::size_t fields = takes_two_fields() ? 2 : 1;
+        const auto scratches =
+            static_cast<std::size_t>(shape_.nonlinearity != 0.0f ? threads() : 0);
+        const std::size_t of_row = fields * columns_.row() * sizeof(float) +
+                                   Distortion::bytes_of_row + sizeof(float) +
+                                   scratches * Distortion::bytes_of_scratch_row;
+        return {rows() + RadialStep::rows_taken / fields + 1, of_row};
+    }
 
     // Tells where the wave shocks, if it does. Throws Interrupted.
     void run(Outcome& outcome) {
         const FlushDenormals flush;
         set_source();
-        const Distortion distortion(taus());
-        RadialStep radial(columns_, parameters_.is_implicit(), shape_.coefficients_in_double);
+        const Distortion distortion(taus(), spend_);
+        RadialStep radial(columns_, parameters_.is_implicit(), shape_.coefficients_in_double,
+                          spend_);
         const std::vector<double>& ranges = grid_.ranges;
         std::size_t plane = 0;
         while (plane < ranges.size() && ranges[plane] < 0.0) {
+            check_.spend(1);
             ++plane;
         }
         double range = 0.0;
@@ -110,11 +114,14 @@ public:
     }
 
 private:
+    bool takes_two_fields() const { return parameters_.diffracts() && parameters_.is_implicit(); }
     std::size_t rows() const { return static_cast<std::size_t>(axis_.steps) + 1; }
 
-    std::vector<double> taus() const {
-        std::vector<double> values(rows());
+    std::vector<double> taus() {
+        std::vector<double> values;
+        assign_zeros(values, rows(), spend_);
         for (std::size_t i = 0; i < values.size(); ++i) {
+            check_.spend(1);
             values[i] = static_cast<double>(i) * static_cast<double>(axis_.step) +
                         static_cast<double>(axis_.begin);
         }
@@ -137,17 +144,20 @@ private:
     }
 
     void set_source() {
-        field_.assign(rows() * columns_.row(), 0.0f);
+        if (takes_two_fields()) {
+            former_.reserve(rows() * columns_.row());
+        }
+        assign_zeros(field_, rows() * columns_.row(), spend_);
         const ExcitationFunction& drive = *element_.excitation;
+        const std::int64_t steps_of_value = 16 + std::int64_t{4} * drive.n_terms;
         const std::vector<double> tau = taus();
         for (std::size_t i = 0; i < rows(); ++i) {
+            check_.spend(steps_of_value);
             const double t = tau[i] / (two_pi * drive.f0);
             const double value = t >= 0.0 && t <= drive.w ? drive.at(t) : 0.0;
             for (std::size_t j = 0; value != 0.0 && grid_.face(j) > 0.0; ++j) {
+                check_.spend(8);
                 at(i, j) = static_cast<float>(value * grid_.face(j));
-            }
-            if (i % 1024 == 0 && console::interrupted()) {
-                throw Interrupted();
             }
         }
     }
@@ -163,18 +173,18 @@ private:
         if (bend == 0.0) {
             return;
         }
-        std::vector<float> column(rows());
+        std::vector<float> column;
+        assign_zeros(column, rows(), spend_);
         for (std::size_t j = 1; j < grid_.columns; ++j) {
             const double ahead =
                 bend * grid_.radius(j) * grid_.radius(j) / static_cast<double>(axis_.step);
             for (std::size_t i = 0; i < column.size(); ++i) {
+                check_.spend(4);
                 column[i] = at(i, j);
             }
             for (std::size_t i = 1; i + 1 < column.size(); ++i) {
+                check_.spend(8);
                 at(i, j) = static_cast<float>(between(column, static_cast<double>(i) + ahead));
-            }
-            if (console::interrupted()) {
-                throw Interrupted();
             }
         }
     }
@@ -191,26 +201,44 @@ private:
             // Of second order, and what turns fast dies: twice the same implicit step, of the share
             // 1 - 1/sqrt 2.
             constexpr double root = std::numbers::sqrt2;
-            radial.factor(static_cast<float>(alpha * (1.0 - 1.0 / root)));
-            former_ = field_;
-            radial.apply(field_.data(), axis_.steps);
-            for (std::size_t i = 0; i < field_.size(); ++i) {
-                field_[i] = static_cast<float>(1.0 + root) * field_[i] -
-                            static_cast<float>(root) * former_[i];
-            }
+            radial.factor(static_cast<float>(alpha * (1.0 - 1.0 / root)), spend_);
+            former_.clear();
+            in_pieces([this](const float* from, const float* past) {
+                former_.insert(former_.end(), from, past);
+            });
+            radial.apply(field_.data(), axis_.steps, spend_);
+            in_pieces([this](float* from, const float* past) {
+                const float* before = former_.data() + (from - field_.data());
+                for (; from != past; ++from, ++before) {
+                    *from =
+                        static_cast<float>(1.0 + root) * *from - static_cast<float>(root) * *before;
+                }
+            });
         } else {
-            radial.factor(static_cast<float>(alpha));
+            radial.factor(static_cast<float>(alpha), spend_);
         }
-        radial.apply(field_.data(), axis_.steps);
-        std::vector<float> kept(columns_.row(), 1.0f);
+        radial.apply(field_.data(), axis_.steps, spend_);
+        std::vector<float> kept;
+        assign_zeros(kept, columns_.row(), spend_);
         for (std::size_t j = 0; j < grid_.columns; ++j) {
+            check_.spend(16);
             kept[columns_.place(static_cast<int>(j))] = static_cast<float>(
                 std::exp(-frame_.absorption(grid_.radius(j), grid_.layer) * spread));
         }
         for (std::size_t i = 0; i < field_.size(); i += kept.size()) {
+            check_.spend(static_cast<std::int64_t>(kept.size()));
             for (std::size_t p = 0; p < kept.size(); ++p) {
                 field_[i + p] *= kept[p];
             }
+        }
+    }
+
+    template <class Work>
+    void in_pieces(Work work) {
+        for (std::size_t i = 0; i < field_.size(); i += zeros_at_a_time) {
+            const std::size_t count = std::min(zeros_at_a_time, field_.size() - i);
+            check_.spend(static_cast<std::int64_t>(count));
+            work(field_.data() + i, field_.data() + i + count);
         }
     }
 
@@ -224,28 +252,18 @@ private:
         const Absorption absorption(
             static_cast<float>(step * static_cast<double>(shape_.absorption) /
                                (step_of_time * step_of_time)),
-            true, axis_.steps);
+            true, axis_.steps, spend_);
         std::vector<Heights> heights(static_cast<std::size_t>(columns_.run));
-        Team team;
-#pragma omp parallel num_threads(threads())
-        {
-            const FlushDenormals flush;
-            Team::Member member(team);
-            Distortion::Scratch scratch;
-#pragma omp for schedule(static)
-            for (int group = 0; group < columns_.run; ++group) {
-                member.work([&] {
-                    member.look();
-                    float* columns = field_.data() + group * Columns::lanes;
-                    if (shape_.absorption != 0.0f) {
-                        absorption.apply(columns, columns_.row(), 1);
-                    }
-                    heights[static_cast<std::size_t>(group)] =
-                        distort(distortion, columns, static_cast<float>(length), scratch, member);
-                });
-            }
-        }
-        team.finish();
+        in_parts<Distortion::Scratch>(
+            columns_.run, threads(),
+            [&](std::int64_t group, Distortion::Scratch& scratch, const Spend& spend) {
+                float* columns = field_.data() + group * Columns::lanes;
+                if (shape_.absorption != 0.0f) {
+                    absorption.apply(columns, columns_.row(), 1, spend);
+                }
+                heights[static_cast<std::size_t>(group)] =
+                    distort(distortion, columns, static_cast<float>(length), scratch, spend);
+            });
         peak_ = 0.0f;
         bool shock = false;
         for (const Heights& of : heights) {
@@ -264,26 +282,28 @@ private:
     // In as many parts as keep each sample from moving by more than half of the way to the next: so
     // fronts stay some samples wide, and the march goes through shocks.
     Heights distort(const Distortion& distortion, float* columns, float length,
-                    Distortion::Scratch& scratch, Team::Member& member) const {
-        Heights heights = heights_of(columns);
+                    Distortion::Scratch& scratch, const Spend& spend) const {
+        Heights heights = heights_of(columns, spend);
         float left = length;
         for (int part = 0; left != 0.0f && !heights.shock && part < most_parts; ++part) {
-            member.look();
             const float most = 0.5f * axis_.step / heights.jump;
             const bool is_last = std::abs(left) <= most || part + 1 == most_parts;
             const float now = is_last ? left : std::copysign(most, left);
             const bool shock =
-                distortion.apply(columns, columns_.row(), now, length > 0.0f, scratch).shock;
+                distortion.apply(columns, columns_.row(), now, length > 0.0f, scratch, spend).shock;
             left = is_last ? 0.0f : left - now;
-            heights = heights_of(columns);
+            heights = heights_of(columns, spend);
             heights.shock = shock;
         }
         return heights;
     }
 
-    Heights heights_of(const float* columns) const {
+    Heights heights_of(const float* columns, const Spend& spend) const {
         std::array<float, Columns::lanes> peak{}, jump{};
         for (std::size_t i = 1; i < rows(); ++i) {
+            if (i % rows_at_a_time == 0) {
+                spend(rows_at_a_time * Columns::lanes);
+            }
             const float* now = columns + i * columns_.row();
             const float* before = now - columns_.row();
             for (std::size_t lane = 0; lane < Columns::lanes; ++lane) {
@@ -298,8 +318,9 @@ private:
     // Threads meet after every step, which on a busy machine may take milliseconds.
     int threads() const {
         constexpr std::size_t values_worth_a_thread = 400000;
-        const std::size_t most = std::clamp<std::size_t>(field_.size() / values_worth_a_thread, 1,
-                                                         static_cast<std::size_t>(columns_.run));
+        const std::size_t most =
+            std::clamp<std::size_t>(rows() * columns_.row() / values_worth_a_thread, 1,
+                                    static_cast<std::size_t>(columns_.run));
         return std::clamp(thread_count(), 1, static_cast<int>(most));
     }
 
@@ -310,14 +331,17 @@ private:
         const double scale = element_.medium->_rho_density * element_.amplitude * c / width;
         const double omega0 = two_pi * element_.excitation->f0;
         const std::size_t points = grid_.r.size() * grid_.z.size();
-        std::vector<float> waveform(rows());
+        std::vector<float> waveform;
+        assign_zeros(waveform, rows(), spend_);
         for (std::size_t m = 0; m < grid_.r.size(); ++m) {
+            check_.spend(16);
             const double r = grid_.r[m];
             if (!(r <= grid_.extent)) {
                 continue;
             }
             const BeamGrid::Place place = grid_.place(r / width);
             for (std::size_t i = 0; i < waveform.size(); ++i) {
+                check_.spend(8);
                 double sum = 0.0;
                 for (std::size_t k = 0; k < 4; ++k) {
                     sum += place.weights[k] * static_cast<double>(at(i, place.columns[k]));
@@ -328,20 +352,16 @@ private:
             const double begin = static_cast<double>(shape_.gain) * r * r * slope_ / width +
                                  static_cast<double>(axis_.begin);
             for (int n = 0; n < times.ntimes; ++n) {
+                check_.spend(8);
                 const double tau = omega0 * (times.time_index_value(n) - delay) - begin;
                 element_.transient_pressure[m + grid_.r.size() * plane +
                                             static_cast<std::size_t>(n) * points] =
                     scale * between(waveform, tau / static_cast<double>(axis_.step));
             }
-            if (console::interrupted()) {
-                throw Interrupted();
-            }
         }
     }
 
-    double plane_width(double range) const {
-        return range > 0.0 ? width_at(range) : 1.0;
-    }
+    double plane_width(double range) const { return range > 0.0 ? width_at(range) : 1.0; }
 
     void tell_of_shock(double range, std::size_t plane, Outcome& outcome) const {
         outcome.shocked = true;
@@ -360,6 +380,10 @@ private:
     Frame frame_;
     BeamGrid grid_;
     RetardedTime axis_;
+    InterruptCheck check_;
+    const Spend spend_ = [this](std::int64_t steps) {
+        check_.spend(steps);
+    };  // the same, handed on
     Columns columns_;
     AlignedVector<float> field_, former_;
     float peak_ = 1.0f;
@@ -368,56 +392,19 @@ private:
 
 }  // namespace
 
-RetardedTime beam_time(const Transducer& element, const TransientShape& shape) {
-    const TimeSamples& times = *element.time_samples;
-    const ExcitationFunction& drive = *element.excitation;
-    const Frame frame = frame_of(element, shape);
-    const BeamGrid grid = grid_of(element, shape);
-    const double omega0 = two_pi * drive.f0;
-    const double farthest_plane = *std::max_element(grid.ranges.begin(), grid.ranges.end());
-    const double shocks = std::abs(static_cast<double>(shape.nonlinearity)) *
-                          frame.steepening(std::max(farthest_plane, 0.0));
-    // Shock fronts run ahead of a wave, and fall behind, by about twice the root of their range in
-    // shock distances; the axis's ends hold the field and stay clear of it.
-    const double margin = two_pi + std::min(4.0 * std::sqrt(shocks), 4.0 * two_pi);
-
-    // What matters are the columns with points and those around them.
-    const double reach = std::max(2.5, grid.farthest + 0.5);
-    double first = 0.0;
-    double last = 0.0;
-    constexpr int parts = 32;
-    for (int k = 1; k <= parts && element.integral->kzk_parameters.diffracts(); ++k) {
-        const double range = std::max(farthest_plane, 0.0) * k / parts;
-        for (int i = -8; i <= 8 && range > 0.0; ++i) {
-            first =
-                std::min(first, frame.rim_arrival(reach * i / 8, range, frame.slope(range, range)));
-        }
-    }
-    for (std::size_t k = 0; k < grid.ranges.size(); ++k) {
-        const double range = std::max(grid.ranges[k], 0.0);
-        const double slope = frame.slope(range, range);
-        const double bend = frame.bend(frame.width(range)) * slope * std::pow(grid.farthest, 2);
-        const double of_axis =
-            omega0 * (times.tmax() - grid.z[k] / element.medium->_soundspeed) - std::min(bend, 0.0);
-        const double of_wave = omega0 * drive.w + frame.rim_arrival(-grid.farthest, range, slope);
-        last = std::max(last, of_wave < of_axis ? of_wave : of_axis);
-    }
-    const double samples = std::clamp(40.0 + 160.0 * shocks, 40.0, 200.0);
-    const double parts_of_step =
-        std::max(std::ceil(times.deltat() * drive.f0 * samples - 1e-6), 1.0);
-    // Bending a front draws what comes after the axis's end into the outer columns.
-    const double drawn = reach * reach * frame.bending(std::max(farthest_plane, 0.0));
-    return {times.deltat() / parts_of_step, drive, first - margin, last + drawn + margin};
-}
-
 TransducerStatus march_transient_beam(const Transducer& element, const TransientShape& shape,
                                       Outcome& outcome) {
     March march(element, shape);
-    if (!fits_into_memory(march.size(), sizeof(float))) {
+    const MemoryNeed need = march.memory();
+    if (!fits_into_memory(need.count, need.bytes)) {
         return status_out_of_memory;
     }
     march.run(outcome);
     return status_success;
+}
+
+MemoryNeed transient_beam_memory(const Transducer& element, const TransientShape& shape) {
+    return March(element, shape).memory();
 }
 
 }  // namespace kavro::kzk

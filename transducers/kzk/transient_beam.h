@@ -1,20 +1,12 @@
 // The exact transient march, in coordinates that follow the beam.
 #pragma once
 
-#include "transducers/kzk/beam_grid.h"
-#include "transducers/kzk/retarded_time.h"
 #include "transducers/kzk/transient_march.h"
 
 namespace kavro::kzk {
 
 // By how much the waves from the rim turn in a step, rad.
 inline constexpr double transient_turn = 0.25;
-
-// The retarded time of the march. Its steps are those of the time axis, or parts of them where
-// these are too long for the waveform: 40 samples in a period without distortion, 200 with shocks.
-// It begins before the first wave comes to the columns that matter, the front's curvature taken
-// off, and ends with the last one or with the time axis, whichever comes first.
-RetardedTime beam_time(const Transducer& element, const TransientShape& shape);
 
 // What march_transient does, for an exact element without a fault; the output holds zeros.
 //
@@ -27,5 +19,7 @@ RetardedTime beam_time(const Transducer& element, const TransientShape& shape);
 // cubics through the samples; planes behind the face are silent.
 TransducerStatus march_transient_beam(const Transducer& element, const TransientShape& shape,
                                       Outcome& outcome);
+
+MemoryNeed transient_beam_memory(const Transducer& element, const TransientShape& shape);
 
 }  // namespace kavro::kzk

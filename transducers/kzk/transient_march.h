@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "transducers/kzk/fault.h"
+#include "transducers/kzk/memory_need.h"
 #include "transducers/kzk/outcome.h"
 #include "transducers/transducer.h"
 
@@ -33,13 +34,17 @@ struct TransientShape {
 // medium and axes allow no march, zeros are stored.
 //
 // An exact element's march is that of transient_beam.h. For others the tau axis must have been set
-// (set_kzk_tau_axis). The step is shortened to half of what is left to the nearest shock. A shock
-// ends either march one step later with a message; planes that were not reached are silent. So are,
-// deliberately, planes beyond the first that a step passes, and the last plane where rounding
-// leaves it at the very end of the march.
+// (set_kzk_tau_axis; status_failure where it is not as long as the march needs). The step is
+// shortened to half of what is left to the nearest shock. A shock ends either march one step later
+// with a message; planes that were not reached are silent. So are, deliberately, planes beyond the
+// first that a step passes, and the last plane where rounding leaves it at the very end of the
+// march.
 Outcome march_transient(const Transducer& element, const TransientShape& shape);
 
 // What keeps it from marching.
 std::optional<Fault> transient_fault(const Transducer& element, const TransientShape& shape);
+
+// What it takes where nothing does.
+MemoryNeed transient_memory(const Transducer& element, const TransientShape& shape);
 
 }  // namespace kavro::kzk

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "core/interrupted.h"
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/retarded_time.h"
 #include "transducers/transducer.h"
@@ -22,11 +23,13 @@ public:
     void clear();      // what will be stored
     void clear_all();  // every sample
 
-    // The waveform of point m on a plane, a value for each retarded time.
-    void store(std::size_t plane, std::size_t m, const std::vector<float>& waveform);
+    // The waveform of point m on a plane, a value for each retarded time. Throws Interrupted.
+    void store(std::size_t plane, std::size_t m, const std::vector<float>& waveform,
+               InterruptCheck& check);
 
 private:
-    int first_sample(float z) const;
+    void clear_rows(int rows);
+    int first_sample(float z, InterruptCheck& check) const;
 
     const TimeSamples& times_;
     const Planes& planes_;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "transducers/kzk/transient_beam.h"
+#include "transducers/kzk/beam_time.h"
 
 namespace kavro::kzk {
 namespace {
@@ -41,7 +41,7 @@ std::optional<Fault> TransientSetting::fault(const Transducer& element) const {
         return fault;
     }
     if (auto fault = scale_fault(
-            element, element.excitation->f0,
+            element, shape.radius, element.excitation->f0,
             static_cast<double>(is_positive(shape.rayleigh) ? shape.rayleigh / shape.gain
                                                             : shape.rayleigh),
             scaled, static_cast<double>(shape.absorption),

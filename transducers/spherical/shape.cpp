@@ -146,7 +146,7 @@ Departures SphericalShape::departures() const {
     Departures departures = Departures::common(exact());
     departures.direct_wave = DirectWaveBy::decomposition;
     departures.windows_in_double = true;
-    departures.single_wave = SingleWaveBy::excess;
+    departures.single_wave = exact() ? SingleWaveBy::from_middle : SingleWaveBy::excess;
     return departures;
 }
 
