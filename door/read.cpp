@@ -272,9 +272,7 @@ void read_options(SolveRequest& request, const SolveOptions& options) {
     read_measures(request, options);
     request.per_element = options.yes_or_no(Option::per_element).value_or(false);
     if (operation.uses(input_kzk)) {
-        const std::string described =
-            std::string("'kzk', a ") + host_words.options + " with the march's parameters";
-        read_march_parameters(request, needed(request, options, Option::kzk, described));
+        read_march_parameters(request, options.value(Option::kzk));
         check_march(request);
     }
 }

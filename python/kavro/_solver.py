@@ -227,6 +227,47 @@ def solve(
     return field if done is None else (field, _report_from(done))
 
 
+def pressure(
+    elements: Elements,
+    grid: Grid | Points,
+    medium: Medium,
+    *,
+    measure: MeasureName | Measures | None = None,
+    report: bool = False,
+    out: NDArray[Any] | None = None,
+    progress: Progress = None,
+    **options: Any,
+) -> Any:
+    """Pressure of an array at every point, to an accuracy: the one call for most questions.
+
+    With `f0` the field is a continuous wave, with `time` and `excitation` a wave over time. The
+    method and its precision follow from what is asked: the fast nearfield method, over time in single
+    precision where its rounding stays well below the tolerance at all points of the grid, and by
+    frequencies in a medium with losses. In a continuous wave a delay T counts as the phase -2 pi f0 T.
+
+    Parameters
+    ----------
+    elements, grid, medium, measure, report, out, progress, **options
+        As for `solve`.
+
+    Examples
+    --------
+    >>> p, report = kavro.pressure(array, grid, medium, f0=3e6, tolerance=1e-6, report=True)
+    """
+    by_any_method: Any = solve
+    return by_any_method(
+        "auto",
+        elements,
+        grid,
+        medium,
+        measure=measure,
+        report=report,
+        out=out,
+        progress=progress,
+        **options,
+    )
+
+
 def transient_pressure(
     elements: Elements,
     grid: Grid | Points,

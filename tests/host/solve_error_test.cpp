@@ -230,8 +230,15 @@ TEST(SolveErrors, of_marches) {
     for (const char* method : {"kzk_transient", "kzk_cw"}) {
         const Call call(method);
         EXPECT_EQ(run(call).error, std::nullopt);
+        // Exact marches choose their parameters where none are given.
+        expect_errors(Call(method).set("exact = false"), R"(
+kzk           | missing | $ needs the option 'kzk', a structure with the march's parameters, where 'exact' is false.
+)");
+        expect_errors(Call(method).set("kzk", record("harmonics = 2")), R"(
+kzk.accuracy  | 0, NaN, '1' | The field '@' of the option 'kzk' must be one positive number for $.
+kzk.harmonics | 0, NaN, 1.5 | The field '@' of the option 'kzk' must be one whole number of at least 1 for $.
+)");
         expect_errors(call, R"(
-kzk      | missing | $ needs the option 'kzk', a structure with the march's parameters.
 grid.ymax | 1e-3   | $ needs a regular grid with one value of y.
 grid.coordinates | [0 0 1] | $ needs a regular grid with one value of y.
 kzk.extent            | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one whole number of at least 1 for $.
@@ -296,6 +303,7 @@ kzk.growth                | 1e-12 | $, element 1: the field '@' of the option 'k
 // The march's nonlinearity is not printed here, and its complaint is a warning.
 TEST(SolveErrors, of_a_shock_is_a_warning) {
     Call call("kzk_transient");
+    call.set("exact = false");
     for (const bool shocked : {false, true}) {
         call.set("medium.nonlinearityparameter = 3.5");
         call.set("elements.amplitude", value(shocked ? "5000" : "1"));

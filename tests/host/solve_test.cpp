@@ -155,8 +155,11 @@ TEST(Solve, results_have_the_form_of_their_kind) {
                 ASSERT_EQ(outcome.error, std::nullopt);
                 EXPECT_EQ(outcome.output->dims, sizes);
                 EXPECT_EQ(outcome.output->is_complex, is_complex(operation));
-                // Of attenuation that is left out of account.
-                EXPECT_EQ(outcome.warnings.size(), is_over_time(operation) ? 1u : 0u);
+                // Marches warn of parameters as coarse as these.
+                const auto unheeded = std::ranges::count_if(outcome.warnings, [](const auto& text) {
+                    return text.find("attenuation") != std::string::npos;
+                });
+                EXPECT_EQ(unheeded, is_over_time(operation) ? 1 : 0);
             }
             call.set("grid.coordinates = [0 0 1; 0 0 2; 0 0 3; 0 0 4]");
         }

@@ -110,6 +110,20 @@ def test_report_tells_what_was_done():
     assert report.worst_error > 1e-9 and report.reason
 
 
+def test_pressure_chooses_by_what_is_asked():
+    wave, report = kavro.pressure(PAIR, GRID, WATER, f0=1e6, report=True)
+    turned = PAIR.replace(phase=-2e6 * np.pi * PAIR.time_delay)
+    expected = cw(turned, ndiv=100)
+    np.testing.assert_allclose(wave, expected, atol=1e-4 * abs(expected).max())
+    assert (report.method, report.unreached) == ("fnm_cw", 0)
+    over_time = {"time": TIMES, "excitation": PULSE, "measure": "peak"}
+    peak = kavro.pressure(PAIR, GRID, WATER, **over_time)
+    expected = abs(tsd(ndiv=100)).max(axis=-1)
+    np.testing.assert_allclose(peak, expected, atol=2e-3 * expected.max())
+    with pytest.raises(kavro.InputError, match="'f0'"):
+        kavro.pressure(PAIR, GRID, WATER)
+
+
 def test_numbers_of_any_real_type_and_stride():
     coordinates = np.array([[1, -2, 8], [3, 4, 16], [-2, 0, 4], [0, 0, 1]]) / 128
     expected = tsd(grid=kavro.Points(coordinates))

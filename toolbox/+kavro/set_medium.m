@@ -28,13 +28,15 @@ function medium = set_medium(varargin)
 %     thermalconductivity    W/(m K)
 %     bloodperfusion         kg/(m^3 s); 0 in every named medium
 %
-%   Continuous waves and the nonlinear methods of kavro.solve count the attenuation, as
-%   attenuationdBcmMHz times the frequency in MHz. Linear methods over time are lossless: they
-%   warn when it is not zero and compute without it. That of water is therefore 0 here; measured,
-%   it is 0.0022 dB/cm at 1 MHz and grows with the square of the frequency, so for a frequency f0
-%   in Hz the value 0.0022e-6 * f0 gives the right loss. The nonlinear methods read the
-%   nonlinearity parameter. The exponent and the heat and blood fields must be present, but no
-%   method reads them.
+%   The attenuation a = attenuationdBcmMHz counts in dB/cm, at a frequency of f MHz, as
+%     a * f                  in continuous waves but kzk_cw
+%     a * f0 * (f / f0)^2    in kzk_cw and kzk_transient, driven at f0: harmonic n has n^2 times
+%                            the losses of the fundamental
+%     0                      in linear methods over time, which warn when it is not zero
+%   That of water is therefore 0 here; measured, it is 0.0022 dB/cm at 1 MHz and grows with the
+%   square of the frequency, so for a frequency f0 in Hz the value 0.0022e-6 * f0 gives the right
+%   loss. The nonlinear methods read the nonlinearity parameter. The exponent and the heat and
+%   blood fields must be present, but no method reads them.
 %
 %   Argument
 %     T  temperature of water in degrees Celsius, 0 to 95; sets soundspeed and density
