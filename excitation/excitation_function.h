@@ -92,6 +92,15 @@ public:
     virtual bool value_uses_spatial_tsd() const { return sampled_ && exact_; }
     virtual void value_spatial_batch(float* out, const float* tau, int count) const;
 
+    // V(s), the integral of at(t) e^(-st) over the pulse, at complex frequencies s (1/s). Closed
+    // forms in the pulses of this library; the default is a quadrature that resolves e^(-st) and
+    // some 200 oscillations of a waveform without jumps inside.
+    virtual void transform(std::complex<double>* out, const std::complex<double>* s,
+                           int count) const;
+
+    // f0 of an analytic pulse; the mean frequency of a sampled signal, weighted with its power.
+    double centre_frequency() const;
+
     // Whether factors and sums in single precision represent the decomposition. Where they do not,
     // the single-precision methods form the sums in double.
     virtual bool single_precision_suffices() const { return true; }
@@ -126,6 +135,8 @@ private:
     template <class Real>
     void loop_spatial_tsd(Real* out, const Real* tau, int count) const;
     void expand();
+    void transform_sampled(std::complex<double>* out, const std::complex<double>* s,
+                           int count) const;
     double weight_of(int k) const;
     double weight_of_value(int k) const;
 

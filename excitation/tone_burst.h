@@ -31,6 +31,8 @@ public:
     double derivative(double const& t) const override;
     int number_of_tsd_terms() const override;
     bool same_waveform(const ExcitationFunction& other) const override;
+    void transform(std::complex<double>* out, const std::complex<double>* s,
+                   int count) const override;
     void spatial_tsd_batch(double* out, const double* tau, int count) const override;
     void spatial_tsd_batch(float* out, const float* tau, int count) const override;
     void at_batch(double* out, const double* t, int count) const override;

@@ -9,6 +9,7 @@
 #include "transducers/methods/continuous_wave.h"
 #include "transducers/methods/direct_transient.h"
 #include "transducers/methods/jump_waves.h"
+#include "transducers/spectral/power_law.h"
 #include "transducers/surface/surface_rows.h"
 
 namespace kavro {
@@ -51,6 +52,10 @@ bool Preparation::has_records(const Transducer& element) const {
     }
     if (is_continuous_wave(method_)) {
         return element.has_continuous_wave_records();
+    }
+    if (method_ == Method::fnm_spectral && element.medium != nullptr &&
+        !PowerLaw::holds_for(*element.medium)) {
+        return false;
     }
     if (destination_ == Destination::measures) {
         return element.coordinate_grid != nullptr && element.medium != nullptr &&
@@ -120,7 +125,7 @@ Wanted Preparation::wanted(Transducer& element, Method method) {
     const RuleInterval interval = element.rule_interval(method);
     if (interval == RuleInterval::none) {
         rule_ = {};
-    } else if (element.exact()) {
+    } else if (element.exact() || method_ == Method::fnm_spectral) {
         const QuadratureRule& standard = *gauss_rule(order);
         rule_ = interval == RuleInterval::half_circle ? standard.mapped(0, pi) : standard;
     } else {
@@ -228,7 +233,9 @@ void Preparation::add_transient(Transducer& element, const Departures& departure
             add_direct_transient(element, method_, departures);
             break;
         default:
-            if (is_decomposable(element)) {
+            if (method_ == Method::fnm_spectral && element.medium->_dBcmMHz != 0.0) {
+                add_lossy_transient(element);
+            } else if (is_decomposable(element)) {
                 add_decomposition(element, departures);
             } else {
                 add_direct_transient(element,
@@ -242,7 +249,8 @@ void Preparation::add_transient(Transducer& element, const Departures& departure
 
 void Preparation::add_decomposition(Transducer& element, const Departures& departures) {
     require_room_for_a_tile(*element.time_samples);
-    const Wanted wanted = this->wanted(element, method_);
+    const Wanted wanted =
+        this->wanted(element, method_ == Method::fnm_spectral ? Method::fnm_tsd : method_);
     if (method_ != Method::fnm_tsd_low_precision && method_ != Method::fnm_tsd_sse) {
         const Decomposition kind =
             method_ == Method::fnm_fdtsd ? Decomposition::complex : Decomposition::real;
@@ -264,6 +272,19 @@ void Preparation::add_direct_transient(Transducer& element, Method method,
                                        const Departures& departures) {
     append(element, direct_transient_share(element, element.edge(wanted(element, method)),
                                            departures.arrival_window));
+}
+
+// Its frequencies follow from the tolerance; its abscissas are those of the rule.
+void Preparation::add_lossy_transient(Transducer& element) {
+    constexpr double default_tolerance = 1e-4;
+    const double duration = element.excitation->w;
+    if (!(duration > 0.0 && std::isfinite(duration)) || element.time_samples->ntimes < 1) {
+        return;
+    }
+    const double wish = element.get_tolerance();
+    append(element,
+           lossy_transient_share(element, element.edge(wanted(element, Method::fnm_transient)),
+                                 pulses_.of(element, wish > 0.0 ? wish : default_tolerance)));
 }
 
 void Preparation::add_rayleigh_transient(Transducer& element, const Departures& departures) {

@@ -9,6 +9,7 @@
 #include "transducers/blocks/share.h"
 #include "transducers/decomposition/decomposition.h"
 #include "transducers/shape.h"
+#include "transducers/spectral/lossy_transient.h"
 
 namespace kavro {
 
@@ -52,6 +53,7 @@ private:
     void add_transient(Transducer& element, const Departures& departures);
     void add_decomposition(Transducer& element, const Departures& departures);
     void add_direct_transient(Transducer& element, Method method, const Departures& departures);
+    void add_lossy_transient(Transducer& element);
     void add_rayleigh_transient(Transducer& element, const Departures& departures);
     void add_impulse_response(const Transducer& element);
     Wanted wanted(Transducer& element, Method method);
@@ -63,6 +65,7 @@ private:
     std::size_t bytes_ = 0;
     SharedFactors<float> single_factors_;
     SharedFactors<double> factors_;
+    SharedPulses pulses_;
     QuadratureRule rule_;  // of the element at hand
 };
 

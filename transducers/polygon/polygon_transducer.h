@@ -37,9 +37,13 @@ public:
     void debug(int level) const override;
     void mex_debug(int level) const override;
 
-    static constexpr MethodSet offered{Method::fnm_cw,        Method::rayleigh_cw,
-                                       Method::fnm_transient, Method::fnm_fdtsd,
-                                       Method::fnm_tsd,       Method::impulse_begin_and_end_times};
+    static constexpr MethodSet offered{Method::fnm_cw,
+                                       Method::rayleigh_cw,
+                                       Method::fnm_transient,
+                                       Method::fnm_spectral,
+                                       Method::fnm_fdtsd,
+                                       Method::fnm_tsd,
+                                       Method::impulse_begin_and_end_times};
 
     MethodSet methods() const override { return offered; }
     double face_extent() const override;
