@@ -16,8 +16,8 @@ class Runs {
 public:
     Runs(const PowerLaw& law, double speed, Comb& comb, double spread, double tolerance)
         : law_(law), speed_(speed), comb_(comb), spread_(spread) {
-        // Far from a face the terms exceed their sum; this keeps two digits.
-        most_plain_ = 1e-2 * tolerance;
+        // Far beside a face the terms exceed their sum.
+        most_plain_ = 0.1 * tolerance;
         most_moment_ = std::sqrt(2.0 * most_plain_);
     }
 

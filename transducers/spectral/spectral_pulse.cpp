@@ -28,9 +28,8 @@ std::int64_t rounded_up(double steps) {
     return 6 * quarter;
 }
 
-// The band and the wrap-around take the parts of the tolerance that leave the sum below it.
-constexpr double part_of_band = 2.0;
-constexpr double part_of_tail = 0.5;
+// Of the tolerance, for what lies beyond the band and beyond the stay.
+constexpr double part_left_out = 0.7;
 
 }  // namespace
 
@@ -42,7 +41,7 @@ SpectralPulse::SpectralPulse(const ExcitationFunction& waveform, const Medium& m
       tolerance_(tolerance),
       speed_(medium._soundspeed),
       law_(medium, waveform.centre_frequency()),
-      reach_(waveform, law_, part_of_band * tolerance) {
+      reach_(waveform, law_, part_left_out * tolerance) {
     constexpr double steps_of_list = 64.0;
     constexpr double most_steps_of_pulse = 1 << 15;
     const double deltat = times.deltat();

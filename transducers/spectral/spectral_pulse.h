@@ -26,7 +26,7 @@ struct PulseStay {
     int frequencies;     // 0 for no stay at all
 };
 
-// The comb of the stays of so many steps, T seconds long: s_q = eta + 2 pi j q / T with eta T = 7.
+// The comb of the stays of so many steps, T seconds long: s_q = eta + 2 pi j q / T.
 // Its factors are the waveform's spectrum and what belongs to the medium, over T.
 struct StayComb {
     Comb comb;
@@ -58,7 +58,9 @@ public:
     double damping(std::int64_t steps) const { return damping_ / period(steps); }  // eta, 1/s
 
 private:
-    static constexpr double damping_ = 7.0;
+    // eta T, by which e^-(eta T) damps what wraps around; in return the ringing that the end of the
+    // band leaves grows towards the end of the stay. Small, as a stay includes the pulse's tail.
+    static constexpr double damping_ = 3.0;
 
     StayComb made(std::int64_t steps, int frequencies, const Spend& spend) const;
 
