@@ -385,9 +385,9 @@ void ExcitationFunction::transform(std::complex<double>* out, const std::complex
 void ExcitationFunction::transform_sampled(std::complex<double>* out, const std::complex<double>* s,
                                            int count) const {
     constexpr std::complex<double> j(0.0, 1.0);
-    std::vector<std::complex<double>> ends;
-    for (const double frequency : harmonics_.frequencies) {
-        ends.push_back(std::exp(j * (frequency * w)));
+    std::vector<std::complex<double>> ends(harmonics_.frequencies.size());
+    for (std::size_t k = 0; k < ends.size(); ++k) {
+        ends[k] = std::exp(j * (harmonics_.frequencies[k] * w));
     }
     for (int i = 0; i < count; ++i) {
         const std::complex<double> end = std::exp(-s[i] * w);

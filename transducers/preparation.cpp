@@ -10,6 +10,7 @@
 #include "transducers/methods/direct_transient.h"
 #include "transducers/methods/jump_waves.h"
 #include "transducers/spectral/power_law.h"
+#include "transducers/spectral/spectrum.h"
 #include "transducers/surface/surface_rows.h"
 
 namespace kavro {
@@ -27,7 +28,7 @@ std::complex<double> edge_prefactor(const Transducer& element, Method method,
     const EdgeScale scale = element.edge_scale(method);
     const std::complex<double> reference = medium._rho_density * medium._soundspeed * scale.factor *
                                            element.complex_weight / scale.divisor;
-    return departures.without_loss_factor ? reference : reference * loss_factor(wave);
+    return departures.without_loss_factor ? reference : reference * loss_factor(wave, two_pi / wavelength_of(medium));
 }
 
 QuadratureRule as_it_stands(const NumericalIntegration& shared) {
@@ -92,6 +93,9 @@ TransducerStatus Preparation::add(Transducer* element) {
     WaveParameters wave{};
     if (is_continuous_wave(method_)) {
         wave = wave_of_method(*element, departures);  // it warns, of a silent element, too
+        if (element->exact()) {
+            wave = with_power_law(*element->medium, wave);
+        }
     }
     if (passes_over(*element, departures)) {
         return status_success;
@@ -167,7 +171,7 @@ void Preparation::add_continuous_wave(Transducer& element, const Departures& dep
     }
     const bool rounds = departures.rounds_wave && method_ == Method::fnm_cw_single;
     append(element, continuous_wave_share(element, std::move(edge),
-                                          rounds ? rounded_wave(*element.medium) : wave,
+                                          rounds ? rounded_wave(*element.medium, wave) : wave,
                                           edge_prefactor(element, method_, departures, wave)));
 }
 
@@ -182,7 +186,7 @@ void Preparation::add_single_wave(Transducer& element, const Departures& departu
         append(element,
                single_excess_share(element, std::move(edge), wave, departures.in_fours, prefactor));
     } else {
-        const WaveParameters used = departures.rounds_wave ? rounded_wave(*element.medium) : wave;
+        const WaveParameters used = departures.rounds_wave ? rounded_wave(*element.medium, wave) : wave;
         const bool damped = method_ != Method::fnm_cw_sse2 || !departures.undamped_edges;
         append(element, single_wave_share(
                             element, std::move(edge),
@@ -206,7 +210,7 @@ void Preparation::add_rayleigh(Transducer& element, const Departures& departures
             element.single_surface(wanted(element, method_));
         const std::complex<double> Q = prefactor(surface->is_half_of_axisymmetric());
         append(element, rayleigh_share<float>(element, std::move(surface),
-                                              departures.rounds_wave ? rounded_wave(medium) : wave,
+                                              departures.rounds_wave ? rounded_wave(medium, wave) : wave,
                                               manners, Q));
         return;
     }
@@ -272,6 +276,36 @@ void Preparation::add_direct_transient(Transducer& element, Method method,
                                        const Departures& departures) {
     append(element, direct_transient_share(element, element.edge(wanted(element, method)),
                                            departures.arrival_window));
+}
+
+TransducerStatus Preparation::add_spectrum(Transducer* element,
+                                           std::span<const double> frequencies) {
+    if (element == nullptr) {
+        return status_failure;
+    }
+    if (!element->methods().contains(method_)) {
+        return status_not_implemented;
+    }
+    const Medium* const medium = element->medium;
+    if (!element->has_continuous_wave_records() || !PowerLaw::holds_for(*medium)) {
+        return status_failure;
+    }
+    if (medium->_dBcmMHz > 0.0 && !(medium->_reference_frequency > 0.0) && !(medium->_f0 > 0.0)) {
+        return status_failure;
+    }
+    for (const double frequency : frequencies) {
+        if (!(frequency >= 0.0 && std::isfinite(frequency))) {
+            return status_failure;
+        }
+    }
+    if (element->is_silent() || frequencies.empty()) {
+        return status_success;
+    }
+    element->InitializeRotationMatrix();
+    append(*element,
+           spectrum_share(*element, element->edge(wanted(*element, Method::fnm_transient)),
+                          frequencies, medium->_f0));
+    return status_success;
 }
 
 // Its frequencies follow from the tolerance; its abscissas are those of the rule.

@@ -4,6 +4,7 @@
 #include <complex>
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "transducers/blocks/share.h"
@@ -35,6 +36,10 @@ public:
     // does not offer the method. Throws std::bad_alloc and Interrupted. In reference mode, the
     // shared rule is left as the method promises.
     TransducerStatus add(Transducer* element);
+
+    // The same for its spectrum, with a share that reads the frequencies for as long as it is
+    // there.
+    TransducerStatus add_spectrum(Transducer* element, std::span<const double> frequencies);
 
     const Shares& shares() const { return shares_; }
 

@@ -115,7 +115,7 @@
 
 %!test  % the table of methods, as a structure and in print
 %! table = kavro.methods();
-%! assert(size(table), [1 22]);
+%! assert(size(table), [1 23]);
 %! one = kavro.methods('fnm_tsd_sse');
 %! assert(one.shapes, {'circ'});
 %! assert(one.options, {'time', 'excitation', 'ndiv', 'threads', 'exact', 'progress'});

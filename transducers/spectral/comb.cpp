@@ -50,7 +50,7 @@ private:
     // The longest run whose rest, times the spread, stays below `most`. mu bends one way, most of
     // all where frequencies are low, and leaves its chord about the middle or before.
     int longest(int first, double most) {
-        constexpr int limit = 256;
+        const int limit = comb_.step > 0.0 ? 256 : 1;
         int found = 1;
         for (int length = 2; length <= limit; length *= 2) {
             const std::complex<double> slope = chord(first, length);

@@ -82,57 +82,24 @@ private:
                            [](const PulseStay& stay) { return stay.frequencies == 0; });
     }
 
-    // The samples of all passes, the direct wave of each behind its own.
     void collect_samples(Room& room) const {
-        EdgeBlock<double>& block = room.block;
-        CombSamples& samples = room.samples;
+        // Long before the edge waves the damping would let a direct wave grow out of bounds.
+        constexpr double leeway = 0.1;
+        const double speed = element_.medium->_soundspeed;
+        Lanes<double> earliest;
+        Lanes<std::int32_t> is_wanted;
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-            room.points.middle[lane] =
-                0.5 * (room.nearest[lane] + room.farthest[lane]) / element_.medium->_soundspeed;
+            const double nearest = room.nearest[lane], farthest = room.farthest[lane];
+            room.points.middle[lane] = 0.5 * (nearest + farthest) / speed;
+            earliest[lane] = nearest / speed - leeway * pulse_->period(room.stays[lane].steps);
+            is_wanted[lane] = room.stays[lane].frequencies > 0 ? 1 : 0;
         }
-        Lanes<std::int32_t> is_reached{};
-        samples.count = 0;
-        const int passes = edge_->passes(block);
-        for (int pass = 0; pass < passes; ++pass) {
-            edge_->sample(block, pass);
-            const auto held = static_cast<std::size_t>(samples.count) * block_lanes;
-            const auto n = static_cast<std::size_t>(block.size);
-            samples.count += block.size + 1;
-            const std::size_t needed = held + (n + 1) * block_lanes;
-            samples.coefficient.resize(std::max(samples.coefficient.size(), needed));
-            samples.delay.resize(samples.coefficient.size());
-            for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-                const bool reached = block.reached[lane] != 0 && room.stays[lane].frequencies > 0;
-                is_reached[lane] |= reached ? 1 : 0;
-                const double middle = room.points.middle[lane];
-                const auto set = [&](std::size_t i, double g, double delay) {
-                    const std::size_t at = held + i * block_lanes + lane;
-                    samples.coefficient[at] = reached ? g : 0.0;
-                    samples.delay[at] = reached ? delay - middle : 0.0;
-                };
-                for (std::size_t i = 0; i < n; ++i) {
-                    set(i, block.coefficient[i * block_lanes + lane],
-                        block.delay[i * block_lanes + lane]);
-                }
-                const bool comes = direct_wave_comes(room, lane);
-                set(n, comes ? -block.coefficient_sum[lane] : 0.0,
-                    comes ? block.direct_delay[lane] : middle);
-            }
-        }
+        gather_samples(*edge_, room.block, room.points.middle, earliest, is_wanted, room.samples);
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-            if (is_reached[lane] == 0) {
+            if (is_wanted[lane] == 0) {
                 room.stays[lane].frequencies = 0;
             }
         }
-    }
-
-    // Beside the face its coefficient is 0 but for errors of quadrature, which edge waves cancel
-    // only where they arrive with it. Long before them it would grow out of bounds.
-    bool direct_wave_comes(const Room& room, std::size_t lane) const {
-        constexpr double leeway = 0.1;
-        const double early =
-            room.nearest[lane] / element_.medium->_soundspeed - room.block.direct_delay[lane];
-        return early <= leeway * pulse_->period(room.stays[lane].steps);
     }
 
     // The next larger number of steps that some point has.

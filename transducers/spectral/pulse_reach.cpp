@@ -19,7 +19,10 @@ struct PulseSpectrum {
 
     explicit PulseSpectrum(const ExcitationFunction& waveform) {
         constexpr double least = 1e-2, most = 1e5;  // over the duration
-        constexpr int at_a_time = 32;
+        constexpr int at_a_time = 128;
+        const auto about = static_cast<std::size_t>(std::log(most / least) / std::log(ratio));
+        omega.reserve(about + at_a_time);
+        part.reserve(about + at_a_time);
         InterruptCheck check;
         for (double x = least; x < most;) {
             Complex s[at_a_time], V[at_a_time];
@@ -73,7 +76,7 @@ struct Tail {
 // Chernoff's bound holds for it.
 double precursor(const PowerLaw& law, double path, double fall) {
     double least = std::numeric_limits<double>::infinity();
-    for (double sigma = 1e2; sigma < 1e14; sigma *= 1.25) {
+    for (double sigma = 1e2; sigma < 1e14; sigma *= 2.0) {
         least = std::fmin(least, (fall - law.excess(sigma).real() * path) / sigma);
     }
     return least;
@@ -88,13 +91,12 @@ std::int64_t steps_of_transform(const ExcitationFunction& waveform) {
 PulseReach::PulseReach(const ExcitationFunction& waveform, const PowerLaw& law, double tolerance) {
     const PulseSpectrum spectrum(waveform);
     const Tail tail(waveform, law.exponent());
-    std::vector<double> alpha;
+    std::vector<double> alpha(spectrum.omega.size()), part(alpha.size());
     double lossless = 0.0;
-    for (std::size_t i = 0; i < spectrum.omega.size(); ++i) {
-        alpha.push_back(law.attenuation(spectrum.omega[i]));
+    for (std::size_t i = 0; i < alpha.size(); ++i) {
+        alpha[i] = law.attenuation(spectrum.omega[i]);
         lossless += spectrum.part[i];
     }
-    std::vector<double> part(alpha.size());
     for (int k = 0; k < count; ++k) {
         Step& step = steps_[static_cast<std::size_t>(k)];
         const double path = std::exp2(0.5 * (k + lowest));

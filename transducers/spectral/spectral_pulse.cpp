@@ -11,7 +11,7 @@ namespace kavro {
 namespace {
 
 // What a waveform with jumps would ask for beyond that, losses take away a little farther on.
-constexpr int most_frequencies = 1 << 15;
+constexpr int most_frequencies = 1 << 13;
 constexpr double most_steps = 1 << 20;
 
 // The next of 4, 5, 6, 8, 10, 12, 16, ...: lengths of fast transforms, few enough to be shared.
@@ -48,6 +48,9 @@ SpectralPulse::SpectralPulse(const ExcitationFunction& waveform, const Medium& m
     is_even_ = deltat > 0.0 && waveform.w <= most_steps_of_pulse * deltat;
     step_ = is_even_ ? deltat : waveform.w / steps_of_list;
     origin_ = is_even_ ? times.time_index_value(0) : 0.0;
+    const auto [earliest, latest] = std::minmax_element(times.times.begin(), times.times.end());
+    earliest_ = *earliest;
+    latest_ = *latest;
 }
 
 bool SpectralPulse::is_of(const ExcitationFunction& waveform, const Medium& medium,
@@ -69,7 +72,7 @@ PulseStay SpectralPulse::stay(double nearest, double farthest, double time_delay
     stay.steps = rounded_up(std::fmin(need, is_even_ ? most_steps : need));
     const double last = first + static_cast<double>(stay.steps);
     const bool meets = is_even_ ? last > 0.0 && first < times_.ntimes
-                                : last * step_ >= times_.tmin() && stay.begin <= times_.tmax();
+                                : last * step_ >= earliest_ && stay.begin <= latest_;
     const double needed = std::ceil(reach_.band(nearest) * period(stay.steps) / two_pi) + 1.0;
     // Whole blocks of the kernel.
     stay.frequencies =
@@ -90,15 +93,15 @@ std::shared_ptr<const StayComb> SpectralPulse::comb(std::int64_t steps, int freq
 }
 
 StayComb SpectralPulse::made(std::int64_t steps, int frequencies, const Spend& spend) const {
-    constexpr int at_a_time = 32;
+    constexpr int at_a_time = 256;
     const double T = period(steps);
     StayComb made{Comb(law_, speed_, damping(steps), two_pi / T, frequencies, 0.5 * T, tolerance_),
                   {},
                   nullptr};
     Comb& comb = made.comb;
-    std::vector<std::complex<double>> s;
+    std::vector<std::complex<double>> s(static_cast<std::size_t>(comb.size()));
     for (int q = 0; q < comb.size(); ++q) {
-        s.push_back(comb.s(q));
+        s[static_cast<std::size_t>(q)] = comb.s(q);
     }
     for (int q = 0; q < comb.size(); q += at_a_time) {
         const int some = std::min(at_a_time, comb.size() - q);
@@ -112,8 +115,9 @@ StayComb SpectralPulse::made(std::int64_t steps, int frequencies, const Spend& s
     }
     if (is_even_) {
         made.transform = std::make_shared<InverseTransform>(static_cast<int>(steps), block_lanes);
-        for (std::int64_t n = 0; n < steps; ++n) {
-            made.growth.push_back(std::exp(damping(steps) * (static_cast<double>(n) * step_)));
+        made.growth.resize(static_cast<std::size_t>(steps));
+        for (std::size_t n = 0; n < made.growth.size(); ++n) {
+            made.growth[n] = std::exp(damping(steps) * (static_cast<double>(n) * step_));
         }
     }
     return made;

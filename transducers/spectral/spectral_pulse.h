@@ -74,6 +74,7 @@ private:
     bool is_even_;
     double step_;
     double origin_;
+    double earliest_, latest_;  // of the axis
 
     mutable std::mutex mutex_;
     mutable std::map<std::int64_t, std::shared_ptr<const StayComb>> combs_;

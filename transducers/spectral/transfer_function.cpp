@@ -195,6 +195,40 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kavro {
 
+void gather_samples(const EdgeGenerator<double>& edge, EdgeBlock<double>& block,
+                    const Lanes<double>& middle, const Lanes<double>& earliest,
+                    Lanes<std::int32_t>& is_wanted, CombSamples& samples) {
+    Lanes<std::int32_t> is_reached{};
+    samples.count = 0;
+    const int passes = edge.passes(block);
+    for (int pass = 0; pass < passes; ++pass) {
+        edge.sample(block, pass);
+        const auto held = static_cast<std::size_t>(samples.count) * block_lanes;
+        const auto n = static_cast<std::size_t>(block.size);
+        samples.count += block.size + 1;
+        const std::size_t needed = held + (n + 1) * block_lanes;
+        samples.coefficient.resize(std::max(samples.coefficient.size(), needed));
+        samples.delay.resize(samples.coefficient.size());
+        for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+            const bool reached = is_wanted[lane] != 0 && block.reached[lane] != 0;
+            is_reached[lane] |= reached ? 1 : 0;
+            const auto set = [&](std::size_t i, double g, double delay) {
+                const std::size_t at = held + i * block_lanes + lane;
+                samples.coefficient[at] = reached ? g : 0.0;
+                samples.delay[at] = reached ? delay - middle[lane] : 0.0;
+            };
+            for (std::size_t i = 0; i < n; ++i) {
+                set(i, block.coefficient[i * block_lanes + lane],
+                    block.delay[i * block_lanes + lane]);
+            }
+            const bool comes = block.direct_delay[lane] >= earliest[lane];
+            set(n, comes ? -block.coefficient_sum[lane] : 0.0,
+                comes ? block.direct_delay[lane] : middle[lane]);
+        }
+    }
+    is_wanted = is_reached;
+}
+
 void add_spectrum(const Comb& comb, CombSamples& samples, const CombPoints& points,
                   const CombBins& bins) {
     KAVRO_KERNEL(AddSpectrum)(comb, samples, points, bins);
