@@ -179,7 +179,11 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     read_grid(request.points, arguments[2]);
     check_medium(arguments[3]);
     request.medium = medium_from(arguments[3]);
-    if (operation.kind == Kind::transient || operation.kind == Kind::impulse_response) {
+    const bool exact = options.yes_or_no(Option::exact).value_or(true);
+    if (operation.method == Method::fnm_spectral ||
+        (operation.kind == Kind::continuous_wave && exact)) {
+        read_power_law(request.medium, arguments[3]);
+    } else if (operation.kind == Kind::transient || operation.kind == Kind::impulse_response) {
         warn_of_ignored_attenuation(request.medium);
     }
     if (operation.uses(input_frequency)) {

@@ -28,7 +28,9 @@ std::complex<double> edge_prefactor(const Transducer& element, Method method,
     const EdgeScale scale = element.edge_scale(method);
     const std::complex<double> reference = medium._rho_density * medium._soundspeed * scale.factor *
                                            element.complex_weight / scale.divisor;
-    return departures.without_loss_factor ? reference : reference * loss_factor(wave, two_pi / wavelength_of(medium));
+    return departures.without_loss_factor
+               ? reference
+               : reference * loss_factor(wave, two_pi / wavelength_of(medium));
 }
 
 QuadratureRule as_it_stands(const NumericalIntegration& shared) {
@@ -38,6 +40,14 @@ QuadratureRule as_it_stands(const NumericalIntegration& shared) {
         rule.weights.push_back(shared.get_weight(i));
     }
     return rule;
+}
+
+// Losses by a power law have a reference frequency: the medium's own, or the drive's.
+bool has_power_law(const Transducer& element) {
+    const Medium& medium = *element.medium;
+    return PowerLaw::holds_for(medium) &&
+           (medium._dBcmMHz == 0.0 || medium._reference_frequency > 0.0 ||
+            reference_frequency_of(*element.excitation, medium) > 0.0);
 }
 
 }  // namespace
@@ -55,7 +65,7 @@ bool Preparation::has_records(const Transducer& element) const {
         return element.has_continuous_wave_records();
     }
     if (method_ == Method::fnm_spectral && element.medium != nullptr &&
-        !PowerLaw::holds_for(*element.medium)) {
+        element.excitation != nullptr && !has_power_law(element)) {
         return false;
     }
     if (destination_ == Destination::measures) {
@@ -186,7 +196,8 @@ void Preparation::add_single_wave(Transducer& element, const Departures& departu
         append(element,
                single_excess_share(element, std::move(edge), wave, departures.in_fours, prefactor));
     } else {
-        const WaveParameters used = departures.rounds_wave ? rounded_wave(*element.medium, wave) : wave;
+        const WaveParameters used =
+            departures.rounds_wave ? rounded_wave(*element.medium, wave) : wave;
         const bool damped = method_ != Method::fnm_cw_sse2 || !departures.undamped_edges;
         append(element, single_wave_share(
                             element, std::move(edge),
@@ -209,9 +220,10 @@ void Preparation::add_rayleigh(Transducer& element, const Departures& departures
         std::unique_ptr<SurfaceRows<float>> surface =
             element.single_surface(wanted(element, method_));
         const std::complex<double> Q = prefactor(surface->is_half_of_axisymmetric());
-        append(element, rayleigh_share<float>(element, std::move(surface),
-                                              departures.rounds_wave ? rounded_wave(medium, wave) : wave,
-                                              manners, Q));
+        append(element,
+               rayleigh_share<float>(element, std::move(surface),
+                                     departures.rounds_wave ? rounded_wave(medium, wave) : wave,
+                                     manners, Q));
         return;
     }
     std::unique_ptr<SurfaceRows<double>> surface = element.surface(wanted(element, method_));

@@ -33,6 +33,11 @@ constexpr double part_left_out = 0.7;
 
 }  // namespace
 
+double reference_frequency_of(const ExcitationFunction& waveform, const Medium& medium) {
+    const double centre = waveform.centre_frequency();
+    return centre > 0.0 ? centre : std::fmax(medium._f0, 0.0);
+}
+
 SpectralPulse::SpectralPulse(const ExcitationFunction& waveform, const Medium& medium,
                              const TimeSamples& times, double tolerance)
     : waveform_(waveform),
@@ -40,7 +45,7 @@ SpectralPulse::SpectralPulse(const ExcitationFunction& waveform, const Medium& m
       times_(times),
       tolerance_(tolerance),
       speed_(medium._soundspeed),
-      law_(medium, waveform.centre_frequency()),
+      law_(medium, reference_frequency_of(waveform, medium)),
       reach_(waveform, law_, part_left_out * tolerance) {
     constexpr double steps_of_list = 64.0;
     constexpr double most_steps_of_pulse = 1 << 15;

@@ -34,6 +34,9 @@ struct StayComb {
     std::shared_ptr<const InverseTransform> transform;  // of even axes
 };
 
+// Hz: the waveform's centre frequency, or for want of it the medium's; 0 where there is neither.
+double reference_frequency_of(const ExcitationFunction& waveform, const Medium& medium);
+
 class SpectralPulse {
 public:
     SpectralPulse(const ExcitationFunction& waveform, const Medium& medium,
