@@ -121,6 +121,12 @@ void check_waveform(const SolveRequest& request, std::size_t i) {
                      "waveform."
                    : "this method needs a pulse of positive 'f0', not " + shown(waveform.f0) + ".");
     }
+    if (request.operation->method == Method::fnm_spectral && request.medium._dBcmMHz != 0.0 &&
+        !(waveform.centre_frequency() > 0.0) && request.medium._reference_frequency == 0.0) {
+        request.refuse(i,
+                       "a waveform without a centre frequency needs the medium's field "
+                       "'referencefrequency' (Hz).");
+    }
 }
 
 void read_waveforms(SolveRequest& request, const SolveOptions& options) {

@@ -25,9 +25,13 @@ public:
         }
     }
 
-    // Whether such a law exists: an exponent in (0, 2], and a loss that is not negative.
+    // Whether such a law exists: an exponent in (0, 2], and a loss that is not negative. Without
+    // losses any medium will do.
     static bool holds_for(const Medium& medium) {
         const double y = exponent_of(medium);
+        if (medium._dBcmMHz == 0.0) {
+            return true;
+        }
         return y > 0.0 && y <= 2.0 && medium._dBcmMHz >= 0.0 && std::isfinite(medium._dBcmMHz) &&
                medium._reference_frequency >= 0.0 && std::isfinite(medium._reference_frequency);
     }
