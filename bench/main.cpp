@@ -19,6 +19,7 @@
 #include "measure.h"
 #include "memory.h"
 #include "scaling.h"
+#include "spectral.h"
 
 namespace {
 
@@ -33,6 +34,7 @@ constexpr const char* usage =
     "kavro_bench --scaling [--vectors ...] [--repeat N] [--json FILE]\n"
     "kavro_bench --memory [--threads N]\n"
     "kavro_bench --kzk [--threads N] [--vectors ...] [--repeat N] [--json FILE] [--no-literal]\n"
+    "kavro_bench --spectral [--threads N] [--vectors ...] [--repeat N] [--no-literal]\n"
     "\n"
     "Solves each scene with the library and with the literal transcription in one run. Times are\n"
     "CPU times for one thread and wall times for more, medians over the repetitions.\n"
@@ -41,9 +43,10 @@ constexpr const char* usage =
     "--arrays: one call over an array beside a call for each element, and N threads beside one.\n"
     "--scaling: CPU time of one thread against each quantity in turn.\n"
     "--memory: what a call takes beside its output.\n"
+    "--spectral: the method by frequencies: its kernel, and an array in tissue.\n"
     "--kzk: both nonlinear marches and their literal transcriptions.\n";
 
-enum class Mode { scenes, arrays, with_output, speed_up, scaling, memory, kzk };
+enum class Mode { scenes, arrays, with_output, speed_up, scaling, memory, kzk, spectral };
 
 struct Options {
     Mode mode = Mode::scenes;
@@ -64,6 +67,7 @@ Options parse(int argc, char** argv) {
                             {"ndiv", required_argument, nullptr, 'd'},
         {"scaling", no_argument, nullptr, 'c'},       {"speed-up", no_argument, nullptr, 'u'},
         {"memory", no_argument, nullptr, 'm'},        {"kzk", no_argument, nullptr, 'k'},
+        {"spectral", no_argument, nullptr, 'f'},
         {"help", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
     Options options;
     for (int choice = 0; (choice = getopt_long(argc, argv, "", table, nullptr)) != -1;) {
@@ -100,6 +104,8 @@ Options parse(int argc, char** argv) {
             options.mode = Mode::scaling;
         } else if (choice == 'm') {
             options.mode = Mode::memory;
+        } else if (choice == 'f') {
+            options.mode = Mode::spectral;
         } else if (choice == 'k') {
             options.mode = Mode::kzk;
         } else {
@@ -261,6 +267,8 @@ int main(int argc, char** argv) {
             if (!options.json.empty()) {
                 write_kzk(rows, options.threads, options.json);
             }
+        } else if (options.mode == Mode::spectral) {
+            print_spectral(options.repeat, options.threads, options.literal);
         } else if (options.mode == Mode::memory) {
             print_memory(options.threads);
         } else if (options.mode == Mode::speed_up) {
