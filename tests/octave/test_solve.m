@@ -121,7 +121,7 @@
 %! assert(one.options, {'time', 'excitation', 'ndiv', 'threads', 'exact', 'progress'});
 %! assert([one.ndiv one.ndiv_multiple], [32 4]);
 %! lines = strsplit(evalc('kavro.methods();'), "\n");
-%! assert(numel(lines), 24);
+%! assert(numel(lines), 25);
 %! assert(regexp(lines{1}, '^ +disc  ring  rectangle  shell  shell ring  polygon$'), 1);
 %! assert(! isempty(strfind(evalc('kavro.methods(''fnm_tsd'');'), 'options  time, excitation')));
 %! fail('kavro.methods(''fnm'')', '''name'' must be one of ''farfield_cw''');

@@ -20,21 +20,24 @@ function medium = set_medium(varargin)
 %   Fields of the result, all scalars
 %     soundspeed             m/s, positive
 %     density                kg/m^3, positive
-%     attenuationdBcmMHz     dB/(cm MHz), zero or positive
-%     powerlawexponent       exponent of frequency in the attenuation, zero or positive
+%     attenuationdBcmMHz     dB/(cm MHz^y), zero or positive
+%     powerlawexponent       y, exponent of frequency in the attenuation, zero or positive
 %     nonlinearityparameter  beta = 1 + B/(2A), no unit
 %     specificheat           J/(kg K), of the medium
 %     specificheatofblood    J/(kg K)
 %     thermalconductivity    W/(m K)
 %     bloodperfusion         kg/(m^3 s); 0 in every named medium
 %
-%   Continuous waves and the nonlinear methods of kavro.solve count the attenuation, as
-%   attenuationdBcmMHz times the frequency in MHz. Linear methods over time are lossless: they
-%   warn when it is not zero and compute without it. That of water is therefore 0 here; measured,
-%   it is 0.0022 dB/cm at 1 MHz and grows with the square of the frequency, so for a frequency f0
-%   in Hz the value 0.0022e-6 * f0 gives the right loss. The nonlinear methods read the
-%   nonlinearity parameter. The exponent and the heat and blood fields must be present, but no
-%   method reads them.
+%   Continuous waves, fnm_spectral and the nonlinear methods of kavro.solve count the attenuation:
+%   in fnm_spectral and in exact continuous waves attenuationdBcmMHz times the frequency in MHz to
+%   the power of the exponent, which must be above 0 and at most 2, otherwise times the frequency.
+%   A field referencefrequency (Hz), which may be set in the result, tells where the phase speed is
+%   soundspeed; by default that is the waveform's centre frequency. The other linear methods over
+%   time are lossless: they warn when the attenuation is not zero and compute without it. That of
+%   water is therefore 0 here; measured, it is 0.0022 dB/cm at 1 MHz, with the exponent 2:
+%   kavro.set_medium('water', 'attenuationdBcmMHz', 0.0022) for fnm_spectral, 0.0022e-6 * f0 for
+%   a nonlinear method at f0 (Hz). The nonlinear methods read the nonlinearity parameter. The heat
+%   and blood fields must be present, but no method reads them.
 %
 %   Argument
 %     T  temperature of water in degrees Celsius, 0 to 95; sets soundspeed and density

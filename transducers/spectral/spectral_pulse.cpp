@@ -4,7 +4,9 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <new>
 
+#include "core/counts.h"
 #include "transducers/blocks/edge_block.h"
 
 namespace kavro {
@@ -100,6 +102,11 @@ std::shared_ptr<const StayComb> SpectralPulse::comb(std::int64_t steps, int freq
 StayComb SpectralPulse::made(std::int64_t steps, int frequencies, const Spend& spend) const {
     constexpr int at_a_time = 256;
     const double T = period(steps);
+    // Real and imaginary bins, and values, of a block.
+    if (is_even_ &&
+        !fits_into_memory(static_cast<std::size_t>(steps), 2 * block_lanes * sizeof(double))) {
+        throw std::bad_alloc();
+    }
     StayComb made{Comb(law_, speed_, damping(steps), two_pi / T, frequencies, 0.5 * T, tolerance_),
                   {},
                   nullptr};
