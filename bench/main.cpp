@@ -64,10 +64,9 @@ Options parse(int argc, char** argv) {
         {"vectors", required_argument, nullptr, 'v'}, {"repeat", required_argument, nullptr, 'r'},
         {"json", required_argument, nullptr, 'j'},    {"no-literal", no_argument, nullptr, 'n'},
         {"with-output", no_argument, nullptr, 'o'},   {"arrays", no_argument, nullptr, 'a'},
-                            {"ndiv", required_argument, nullptr, 'd'},
-        {"scaling", no_argument, nullptr, 'c'},       {"speed-up", no_argument, nullptr, 'u'},
-        {"memory", no_argument, nullptr, 'm'},        {"kzk", no_argument, nullptr, 'k'},
-        {"spectral", no_argument, nullptr, 'f'},
+        {"ndiv", required_argument, nullptr, 'd'},    {"scaling", no_argument, nullptr, 'c'},
+        {"speed-up", no_argument, nullptr, 'u'},      {"memory", no_argument, nullptr, 'm'},
+        {"kzk", no_argument, nullptr, 'k'},           {"spectral", no_argument, nullptr, 'f'},
         {"help", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
     Options options;
     for (int choice = 0; (choice = getopt_long(argc, argv, "", table, nullptr)) != -1;) {

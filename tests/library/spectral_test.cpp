@@ -383,6 +383,32 @@ TEST(Spectral, SpectraAreContinuousWavesAtEachFrequency) {
     }
 }
 
+// On any number of threads, with any vectors, and each element by itself.
+TEST_F(Variants, OfSpectraDoNotDiffer) {
+    Tank tank = disc_in(0.5, 1.3);
+    tank.sources.push_back({.shape = "rect", .center = {1e-3, 0, 0}, .exact = true});
+    std::vector<kavro::CartesianCoordinate> points;
+    for (const double x : noise(90, 7)) {
+        points.emplace_back(5e-3 * x, 1e-3, 6e-3);
+    }
+    tank.set_points(points);
+    const Values frequencies = {3e5, 6e5, 9e5, 1.2e6};
+    const std::vector<Complex> expected = spectrum(tank, frequencies);
+    for (const int threads : {1, 5}) {
+        kavro::set_thread_count(threads);
+        for_every_vector_target([&] { EXPECT_EQ(spectrum(tank, frequencies), expected); });
+    }
+    Tank first = tank, second = tank;
+    first.sources.pop_back();
+    second.sources.erase(second.sources.begin());
+    std::vector<Complex> sum = spectrum(first, frequencies);
+    const std::vector<Complex> other = spectrum(second, frequencies);
+    for (std::size_t i = 0; i < sum.size(); ++i) {
+        sum[i] += other[i];
+    }
+    EXPECT_EQ(expected, sum);
+}
+
 // ---- what is refused
 
 TEST(Spectral, LawsThatDoNotExistAreAFailure) {
