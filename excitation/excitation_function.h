@@ -98,9 +98,6 @@ public:
     virtual void transform(std::complex<double>* out, const std::complex<double>* s,
                            int count) const;
 
-    // f0 of an analytic pulse; the mean frequency of a sampled signal, weighted with its power.
-    double centre_frequency() const;
-
     // Whether factors and sums in single precision represent the decomposition. Where they do not,
     // the single-precision methods form the sums in double.
     virtual bool single_precision_suffices() const { return true; }
@@ -110,6 +107,9 @@ public:
     virtual bool decomposition_holds(double /* spread */, double /* latest */) const {
         return true;
     }
+
+    // f0 of an analytic pulse; the mean frequency of a sampled signal, weighted with its power.
+    double centre_frequency() const;
 
     // Whether at(t) is evaluated at t; it is 0 where this is false.
     bool is_inside_pulse(double t) const {

@@ -106,12 +106,6 @@ public:
     virtual void set_phase(double value);                     // keeps complex_weight in step
     virtual void set_complex_weight(double* re, double* im);  // im may be null; warns
     virtual void set_time_delay(double value);
-    // The error that the element's methods may make, relative to the largest magnitude of its field
-    // at a point, where they choose what they compute with: fnm_spectral its frequencies. 0, the
-    // default, stands for 1e-4. Throws InputError for anything else outside 1e-12 to 0.1.
-    void set_tolerance(double value);
-    double get_tolerance() const { return tolerance_; }
-
     virtual void set_piston_apodization_index(int index);
     virtual double get_amplitude() const;
     virtual double get_phase() const;
@@ -124,6 +118,12 @@ public:
     // An element is in continuous-wave or in transient mode: each of these clears the other's.
     virtual void set_complex_pressure_pointers(double* re, double* im);
     virtual void set_transient_pressure_pointer(double* pressure);
+
+    // The error that the element's methods may make, relative to the largest magnitude of its field
+    // at a point, where they choose what they compute with: fnm_spectral its frequencies. 0, the
+    // default, stands for 1e-4. Throws InputError for anything else outside 1e-12 to 0.1.
+    void set_tolerance(double value);
+    double get_tolerance() const { return tolerance_; }
 
     // The solution methods. Each answers status_not_implemented where the shape does not offer it.
     // They are the same for all shapes, and for one element as for an array (array.h): what differs
