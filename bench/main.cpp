@@ -20,6 +20,7 @@
 #include "memory.h"
 #include "scaling.h"
 #include "spectral.h"
+#include "tolerance.h"
 
 namespace {
 
@@ -33,6 +34,7 @@ constexpr const char* usage =
     "kavro_bench --arrays --threads N [--ndiv N] [--vectors ...] [--repeat N]\n"
     "kavro_bench --scaling [--vectors ...] [--repeat N] [--json FILE]\n"
     "kavro_bench --memory [--threads N]\n"
+    "kavro_bench --tolerance [--vectors ...] [--repeat N]\n"
     "kavro_bench --kzk [--threads N] [--vectors ...] [--repeat N] [--json FILE] [--no-literal]\n"
     "kavro_bench --spectral [--threads N] [--vectors ...] [--repeat N] [--no-literal]\n"
     "\n"
@@ -44,9 +46,20 @@ constexpr const char* usage =
     "--scaling: CPU time of one thread against each quantity in turn.\n"
     "--memory: what a call takes beside its output.\n"
     "--spectral: the method by frequencies: its kernel, and an array in tissue.\n"
+    "--tolerance: abscissas by tolerance beside the fixed number that keeps it.\n"
     "--kzk: both nonlinear marches and their literal transcriptions.\n";
 
-enum class Mode { scenes, arrays, with_output, speed_up, scaling, memory, kzk, spectral };
+enum class Mode {
+    scenes,
+    arrays,
+    with_output,
+    speed_up,
+    scaling,
+    memory,
+    tolerance,
+    kzk,
+    spectral
+};
 
 struct Options {
     Mode mode = Mode::scenes;
@@ -59,15 +72,23 @@ struct Options {
 };
 
 Options parse(int argc, char** argv) {
-    const option table[] = {
-        {"scenes", required_argument, nullptr, 's'},  {"threads", required_argument, nullptr, 't'},
-        {"vectors", required_argument, nullptr, 'v'}, {"repeat", required_argument, nullptr, 'r'},
-        {"json", required_argument, nullptr, 'j'},    {"no-literal", no_argument, nullptr, 'n'},
-        {"with-output", no_argument, nullptr, 'o'},   {"arrays", no_argument, nullptr, 'a'},
-        {"ndiv", required_argument, nullptr, 'd'},    {"scaling", no_argument, nullptr, 'c'},
-        {"speed-up", no_argument, nullptr, 'u'},      {"memory", no_argument, nullptr, 'm'},
-        {"kzk", no_argument, nullptr, 'k'},           {"spectral", no_argument, nullptr, 'f'},
-        {"help", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
+    const option table[] = {{"scenes", required_argument, nullptr, 's'},
+                            {"threads", required_argument, nullptr, 't'},
+                            {"vectors", required_argument, nullptr, 'v'},
+                            {"repeat", required_argument, nullptr, 'r'},
+                            {"json", required_argument, nullptr, 'j'},
+                            {"no-literal", no_argument, nullptr, 'n'},
+                            {"with-output", no_argument, nullptr, 'o'},
+                            {"arrays", no_argument, nullptr, 'a'},
+                            {"ndiv", required_argument, nullptr, 'd'},
+                            {"scaling", no_argument, nullptr, 'c'},
+                            {"speed-up", no_argument, nullptr, 'u'},
+                            {"tolerance", no_argument, nullptr, 'q'},
+                            {"memory", no_argument, nullptr, 'm'},
+                            {"kzk", no_argument, nullptr, 'k'},
+                            {"spectral", no_argument, nullptr, 'f'},
+                            {"help", no_argument, nullptr, 'h'},
+                            {nullptr, 0, nullptr, 0}};
     Options options;
     for (int choice = 0; (choice = getopt_long(argc, argv, "", table, nullptr)) != -1;) {
         const std::string value = optarg != nullptr ? optarg : "";
@@ -105,6 +126,8 @@ Options parse(int argc, char** argv) {
             options.mode = Mode::memory;
         } else if (choice == 'f') {
             options.mode = Mode::spectral;
+        } else if (choice == 'q') {
+            options.mode = Mode::tolerance;
         } else if (choice == 'k') {
             options.mode = Mode::kzk;
         } else {
@@ -258,6 +281,9 @@ int main(int argc, char** argv) {
             if (!options.json.empty()) {
                 write_scaling(all, options.json);
             }
+        } else if (options.mode == Mode::tolerance) {
+            kavro::set_thread_count(1);
+            print_tolerance(options.repeat);
         } else if (options.mode == Mode::arrays) {
             print_arrays(options.repeat, options.threads, options.ndiv);
         } else if (options.mode == Mode::kzk) {

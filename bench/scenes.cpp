@@ -135,8 +135,9 @@ std::unique_ptr<BenchScene> s3b() {
     return sixty_four_discs("S3b", "64 discs, Hanning, 63 x 65 points", 63, 65, 5);
 }
 
-std::unique_ptr<BenchScene> s4() {
-    auto scene = start("S4", "1 disc, sampled waveform, 65 terms", near_plane, 32 * MHz, 1441, 32);
+std::unique_ptr<BenchScene> one_disc_of_many_terms(const std::string& name, const std::string& what,
+                                                   const Plane& plane, int literal_stride) {
+    auto scene = start(name, what, plane, 32 * MHz, 1441, 32);
     add_single_disc(*scene);
     std::vector<double> signal(128);
     for (std::size_t i = 0; i < signal.size(); ++i) {
@@ -148,8 +149,18 @@ std::unique_ptr<BenchScene> s4() {
     scene->waveforms.push_back(std::make_unique<kavro::ExcitationFunction>(signal, ts, w, 0.0));
     scene->literal_waveform =
         std::make_unique<kavro_oracle::SampledSignal>(std::span<const double>(signal), ts, w, 0.0);
-    scene->literal_stride = 16;
+    scene->literal_stride = literal_stride;
     return finish(std::move(scene));
+}
+
+std::unique_ptr<BenchScene> s4() {
+    return one_disc_of_many_terms("S4", "1 disc, sampled waveform, 65 terms", near_plane, 16);
+}
+
+// So few points that what is made once for a call shows.
+std::unique_ptr<BenchScene> s4b() {
+    return one_disc_of_many_terms("S4b", "1 disc, 65 terms, 26 x 26 points",
+                                  {0.0, 10 * mm, 26, 0.6 * mm, 60 * mm, 26}, 1);
 }
 
 std::unique_ptr<BenchScene> s5() {
@@ -197,12 +208,12 @@ std::size_t BenchScene::output_values() const {
 }
 
 std::vector<std::string> scene_names() {
-    return {"S1", "S2", "S3", "S3b", "S4", "S5", "S6"};
+    return {"S1", "S2", "S3", "S3b", "S4", "S4b", "S5", "S6"};
 }
 
 std::unique_ptr<BenchScene> make_scene(const std::string& name) {
     using Maker = std::unique_ptr<BenchScene> (*)();
-    constexpr Maker makers[] = {s1, s2, s3, s3b, s4, s5, s6};
+    constexpr Maker makers[] = {s1, s2, s3, s3b, s4, s4b, s5, s6};
     const std::vector<std::string> names = scene_names();
     const auto found = std::find(names.begin(), names.end(), name);
     if (found == names.end()) {

@@ -73,7 +73,8 @@ bool CoordinateGrid::RegularCoordinateGrid(double x_min, double x_max, double y_
     grid.nx = axis_count("x", x_min, x_max, delta_x);
     grid.ny = axis_count("y", y_min, y_max, delta_y);
     grid.nz = axis_count("z", z_min, z_max, delta_z);
-    grid.npoints = checked_product(checked_product(grid.nx, grid.ny, "points"), grid.nz, "points");
+    const std::int32_t counts[] = {grid.nx, grid.ny, grid.nz};
+    grid.npoints = checked_product(counts, "points");
     require_memory(static_cast<std::size_t>(grid.npoints), sizeof(double), "points");
     grid.xcoords = axis_values(grid.nx, x_min, delta_x);
     grid.ycoords = axis_values(grid.ny, y_min, delta_y);

@@ -1,20 +1,42 @@
 #include "core/counts.h"
 
+#include <array>
 #include <cmath>
-#include <fstream>
+#include <cstdio>
+#include <functional>
 #include <limits>
+#include <numeric>
 #include <string>
 
+#include "core/available_memory.h"
 #include "core/input_error.h"
 
 namespace kavro {
 namespace {
 
-[[noreturn]] void too_large(const char* what) {
-    throw InputError(std::string("Computed number of ") + what + " is too large.");
+constexpr double most = std::numeric_limits<std::int32_t>::max();
+
+template <class Error = InputError>
+[[noreturn]] void too_large(const char* what, const std::string& more) {
+    throw Error(std::string("Computed number of ") + what + " is too large.", more);
+}
+
+std::string shown(const char* format, double number) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), format, number);
+    return text.data();
+}
+
+std::string gigabytes(double bytes) {
+    return shown("%.3g GB", bytes * 1e-9);
 }
 
 }  // namespace
+
+void refuse_count(double count, const char* what) {
+    too_large(what, shown(count < 1e15 ? "%.0f" : "%g", count) + " are asked for, " +
+                        shown("%.0f", most) + " are the most.");
+}
 
 std::optional<std::int32_t> count_of_steps(double min, double max, double spacing,
                                            const char* what) {
@@ -25,16 +47,16 @@ std::optional<std::int32_t> count_of_steps(double min, double max, double spacin
     if (!(count >= 1.0)) {
         return std::nullopt;
     }
-    if (count > std::numeric_limits<std::int32_t>::max()) {
-        too_large(what);
+    if (count > most) {
+        refuse_count(count, what);
     }
     return static_cast<std::int32_t>(count);
 }
 
-std::int32_t checked_product(std::int32_t a, std::int32_t b, const char* what) {
-    const std::int64_t product = std::int64_t{a} * std::int64_t{b};
-    if (product > std::numeric_limits<std::int32_t>::max()) {
-        too_large(what);
+std::int32_t checked_product(std::span<const std::int32_t> counts, const char* what) {
+    const double product = std::accumulate(counts.begin(), counts.end(), 1.0, std::multiplies<>());
+    if (product > most) {
+        refuse_count(product, what);
     }
     return static_cast<std::int32_t>(product);
 }
@@ -43,31 +65,22 @@ bool fits_into_memory(std::size_t count, std::size_t bytes) {
     if (count > std::numeric_limits<std::size_t>::max() / bytes) {
         return false;
     }
+    // What is small is not worth asking the system about it.
+    constexpr std::size_t small = std::size_t{1} << 20;
+    if (count * bytes <= small) {
+        return true;
+    }
     const std::optional<std::uint64_t> available = available_memory();
     return !available || count * bytes <= *available;
 }
 
 void require_memory(std::size_t count, std::size_t bytes, const char* what) {
     if (!fits_into_memory(count, bytes)) {
-        too_large(what);
+        const auto left = static_cast<double>(available_memory().value_or(0));
+        too_large<MemoryError>(what,
+                               gigabytes(static_cast<double>(count) * static_cast<double>(bytes)) +
+                                   " of memory are needed, " + gigabytes(left) + " are left.");
     }
-}
-
-std::optional<std::uint64_t> available_memory() {
-    std::ifstream table("/proc/meminfo");
-    std::string key;
-    std::string unit;
-    std::uint64_t kibibytes = 0;
-    std::uint64_t sum = 0;
-    bool found = false;
-    while (table >> key >> kibibytes) {
-        std::getline(table, unit);
-        if (key == "MemAvailable:" || key == "SwapFree:") {
-            sum += kibibytes * 1024;
-            found = found || key == "MemAvailable:";
-        }
-    }
-    return found ? std::optional(sum) : std::nullopt;
 }
 
 }  // namespace kavro

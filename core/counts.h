@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 namespace kavro {
 
@@ -14,22 +15,21 @@ namespace kavro {
 std::optional<std::int32_t> count_of_steps(double min, double max, double spacing,
                                            const char* what);
 
-// The product of two counts, both not negative. Throws InputError "Computed number of <what> is too
+// The product of counts that are not negative. Throws InputError "Computed number of <what> is too
 // large." where it leaves the 32-bit range.
-std::int32_t checked_product(std::int32_t a, std::int32_t b, const char* what);
+std::int32_t checked_product(std::span<const std::int32_t> counts, const char* what);
 
-// Whether `count` values of `bytes` bytes each fit into the memory that the machine has left. To be
-// asked before large allocations: systems that overcommit grant any request and kill the process
-// once the pages are touched.
+// Whether `count` values of `bytes` bytes each fit into the memory that is left. To be asked before
+// large allocations: systems that overcommit grant any request and kill the process once the pages
+// are touched.
 bool fits_into_memory(std::size_t count, std::size_t bytes);
 
-// Throws InputError "Computed number of <what> is too large." where `count` values of `bytes` bytes
-// each do not fit into the memory that the machine has left.
+// Throws MemoryError "Computed number of <what> is too large." where `count` values of `bytes` bytes
+// each do not fit into the memory that is left.
 void require_memory(std::size_t count, std::size_t bytes, const char* what);
 
-// Bytes of memory that can still be had without disturbing anybody, as the system tells; empty
-// where it does not tell.
-std::optional<std::uint64_t> available_memory();
+// The same message for a count that is beyond the 32-bit range.
+[[noreturn]] void refuse_count(double count, const char* what);
 
 // A floating-point sample number as an index in [0, limit]; what is not a number gives 0.
 inline int clamped_index(double sample_number, int limit) {

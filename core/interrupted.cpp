@@ -4,13 +4,10 @@
 
 namespace kavro {
 
-void InterruptCheck::spend(std::int64_t steps) {
-    steps_ += steps;
-    if (steps_ >= steps_between_looks) {
-        steps_ = 0;
-        if (console::interrupted()) {
-            throw Interrupted();
-        }
+void InterruptCheck::look() {
+    steps_ = 0;
+    if (console::interrupted()) {
+        throw Interrupted();
     }
 }
 

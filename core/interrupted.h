@@ -26,9 +26,16 @@ using Spend = std::function<void(std::int64_t steps)>;
 // console port asks to stop.
 class InterruptCheck {
 public:
-    void spend(std::int64_t steps);
+    void spend(std::int64_t steps) {
+        steps_ += steps;
+        if (steps_ >= steps_between_looks) {
+            look();
+        }
+    }
 
 private:
+    void look();
+
     std::int64_t steps_ = 0;
 };
 

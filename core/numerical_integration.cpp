@@ -14,18 +14,46 @@
 namespace kavro {
 namespace {
 
+// Asks now and then whether the work is to be given up.
+class GiveUp {
+public:
+    explicit GiveUp(const std::function<bool()>& ask) : ask_(ask) {}
+
+    void spend(std::int64_t steps) {
+        steps_ += steps;
+        if (steps_ > steps_between_looks && ask_) {
+            steps_ = 0;
+            given_up_ = given_up_ || ask_();
+        }
+    }
+    bool given_up() const { return given_up_; }
+
+private:
+    const std::function<bool()>& ask_;
+    std::int64_t steps_ = 0;
+    bool given_up_ = false;
+};
+
+constexpr std::int64_t terms_at_a_time = std::int64_t{1} << 20;
+
 // The Legendre polynomial of degree n at t, with what the root correction needs of it.
 struct LegendreExpansion {
     double value, d1, first, second, third, fourth;  // P_n, (1 - t^2) P_n', P_n', P_n'', ...
 
-    LegendreExpansion(int n, double e1, double t) {
+    // Nothing of use where it was given up, as the check then says.
+    LegendreExpansion(int n, double e1, double t, GiveUp& give_up) {
         double previous = 1.0;
         value = t;
-        for (int k = 2; k <= n; ++k) {
-            const double t1 = t * value;
-            const double next = t1 - previous - (t1 - previous) / k + t1;
-            previous = value;
-            value = next;
+        for (std::int64_t k = 2; k <= n && !give_up.given_up();) {
+            const std::int64_t end =
+                std::min<std::int64_t>(k + terms_at_a_time, n + std::int64_t{1});
+            give_up.spend(end - k);
+            for (; k < end; ++k) {
+                const double t1 = t * value;
+                const double next = t1 - previous - (t1 - previous) / static_cast<double>(k) + t1;
+                previous = value;
+                value = next;
+            }
         }
         const double den = 1.0 - t * t;
         d1 = n * (previous - t * value);
@@ -55,29 +83,25 @@ Correction correction_to_root(const LegendreExpansion& p) {
 
 // False where it was given up.
 bool legendre_rule(int n, double* x, double* w, bool refine,
-                   const std::function<bool()>& give_up = {}) {
+                   const std::function<bool()>& asks = {}) {
     if (n < 1) {
         return true;
     }
-    std::int64_t terms = 0;
+    GiveUp give_up(asks);
     const int m = (n + 1) / 2;
     const auto e1 = static_cast<double>(std::int64_t{n} * (std::int64_t{n} + 1));
     const double count = n;
     const double t0 = 1.0 + (1.0 - 1.0 / count) / (-8.0 * count * count);
     for (int i = 1; i <= m; ++i) {
-        terms += n;
-        if (terms > steps_between_looks && give_up) {
-            terms = 0;
-            if (give_up()) {
-                return false;
-            }
-        }
         double t = t0 * std::cos(pi * (4.0 * i - 1.0) / (4.0 * count + 2.0));
-        LegendreExpansion p(n, e1, t);
+        LegendreExpansion p(n, e1, t, give_up);
+        if (give_up.given_up()) {
+            return false;
+        }
         Correction step = correction_to_root(p);
         t = t + step.h;
         if (refine && std::abs(step.newton) / std::abs(t) > 1e-15) {
-            p = LegendreExpansion(n, e1, t);
+            p = LegendreExpansion(n, e1, t, give_up);
             step = correction_to_root(p);
             t = t + step.h;
         }

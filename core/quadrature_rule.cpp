@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <mutex>
 
 #include "core/console.h"
 #include "core/interrupted.h"
 #include "core/numerical_integration.h"
+#include "core/zeros.h"
 
 namespace kavro {
 namespace {
@@ -65,8 +67,11 @@ std::shared_ptr<const QuadratureRule> gauss_rule(int n) {
         return known;
     }
     const auto size = static_cast<std::size_t>(std::max(n, 0));
-    const auto rule = std::make_shared<QuadratureRule>(
-        QuadratureRule{std::vector<double>(size), std::vector<double>(size)});
+    const auto rule = std::make_shared<QuadratureRule>();
+    InterruptCheck check;
+    const Spend spend = [&check](std::int64_t steps) { check.spend(steps); };
+    assign_zeros(rule->abscissas, size, spend);
+    assign_zeros(rule->weights, size, spend);
     if (!NumericalIntegration::grule(n, rule->abscissas.data(), rule->weights.data(),
                                      console::interrupted)) {
         throw Interrupted();

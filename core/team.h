@@ -2,9 +2,11 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 #ifdef _OPENMP
@@ -42,6 +44,24 @@ public:
         void look() {
             if (team_.given_up_ || (is_callers() && console::interrupted())) {
                 throw Interrupted();
+            }
+        }
+
+        // Whether parts that are left need not be begun.
+        bool has_given_up() const { return team_.given_up_; }
+
+        // Returns where all parts are done, as `all_done` says, or the work is given up. The
+        // calling thread looks meanwhile; the others do not wait.
+        template <class AllDone>
+        void wait(AllDone all_done) {
+            const auto begin = std::chrono::steady_clock::now();
+            while (is_callers() && !all_done() && !has_given_up()) {
+                if (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(1)) {
+                    std::this_thread::yield();
+                } else {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                    work([this] { look(); });
+                }
             }
         }
 

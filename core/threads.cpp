@@ -1,5 +1,6 @@
 #include "core/threads.h"
 
+#include <algorithm>
 #include <atomic>
 
 #ifdef _OPENMP
@@ -14,9 +15,21 @@ std::atomic<int> wanted{0};
 }  // namespace
 
 int thread_count() {
+    return std::min(threads_asked_for(), thread_limit());
+}
+
+int threads_asked_for() {
 #ifdef _OPENMP
     const int n = wanted;
     return n > 0 ? n : omp_get_max_threads();
+#else
+    return 1;
+#endif
+}
+
+int thread_limit() {
+#ifdef _OPENMP
+    return 4 * omp_get_num_procs();
 #else
     return 1;
 #endif

@@ -76,13 +76,27 @@ void CallConsole::call_handle(double fraction) {
     host_call(handle_, fraction);
 }
 
+// Solvers ask from within parallel regions, too.
+bool CallConsole::interrupted() {
+    try {
+        return host_error_ || host_interrupted();
+    } catch (...) {
+        host_error_ = std::current_exception();
+        return true;
+    }
+}
+
+void CallConsole::rethrow() const {
+    if (host_error_) {
+        std::rethrow_exception(host_error_);
+    }
+}
+
 void CallConsole::end_progress(bool success) {
     if (success && (handle_ != nullptr || shown_percent_ >= 0)) {
         show_progress(1.0);
     }
-    if (host_error_) {
-        std::rethrow_exception(host_error_);
-    }
+    rethrow();
     if (shown_percent_ >= 0 && handle_ == nullptr) {
         host_print("\n");
     }

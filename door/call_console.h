@@ -37,9 +37,11 @@ public:
     void hold_warnings() { warnings_held_ = true; }
     std::vector<std::string> release_warnings();
 
-    // Completes the progress; to be called after the solver. Throws what the host or the user's
-    // function threw while the solver ran.
+    // Completes the progress; to be called after the solver. Throws as `rethrow`.
     void end_progress(bool success);
+
+    // Throws what the host or the user's function threw while nothing could leave, if anything.
+    void rethrow() const;
 
     bool runs_user_code() const { return runs_user_code_; }
 
@@ -48,7 +50,7 @@ private:
     void show_progress(double fraction);
     void show_percent(double fraction);
     void call_handle(double fraction);
-    bool interrupted() const { return host_error_ || host_interrupted(); }
+    bool interrupted();
 
     const char* function_;
     void (*print_)(const char*) = host_print;

@@ -1,5 +1,5 @@
-// What `solve` asks of the numbers in its records beyond what their readers ask: those it shares
-// with a function whose reading is fixed.
+// What `solve` asks of its records beyond what their readers ask: those it shares with a function
+// whose reading is fixed. (That function asks for sizes, too.)
 #pragma once
 
 #include <vector>
@@ -11,6 +11,7 @@ namespace kavro {
 
 // Each throws InputError with the field, what it must be and what it holds. Fields that are missing
 // or hold no numbers are the reader's to refuse, and so is a value that is no record.
+void check_sizes(const Value* array, const std::vector<RequestedElement>& elements);
 void check_elements(const Value* array, const std::vector<RequestedElement>& elements);
 void check_grid(const Value* value);
 void check_medium(const Value* value);

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "core/console.h"
 #include "core/input_error.h"
 #include "door/values.h"
 #include "excitation/hanning_pulse.h"
@@ -18,7 +19,7 @@ const Value* signal_of(const Record& row) {
     const Value* signal = row.field("signal");
     if (!holds_real_numbers(signal) || dimensions_of(signal) != 2 ||
         (rows_of(signal) != 1 && columns_of(signal) != 1)) {
-        row.refuse("signal", "must hold a vector of real numbers");
+        row.refuse("signal", "must hold a vector of real numbers", described(signal));
     }
     return signal;
 }
@@ -28,6 +29,11 @@ std::unique_ptr<ExcitationFunction> sampled_from(const Record& row) {
     const double ts = row.number("ts");
     const double w = row.number("w");
     const double clip_threshold = row.number("clip_threshold");
+    if (!(clip_threshold < 1.0)) {
+        console::warn(
+            "A 'clip_threshold' that is not below 1 leaves no frequency: the excitation is "
+            "zero.\n");
+    }
     return std::make_unique<ExcitationFunction>(signal.span(), ts, w, clip_threshold);
 }
 
@@ -82,7 +88,9 @@ Waveforms waveforms_from(const Value* value, std::size_t elements, bool exact) {
     const std::size_t rows = entries_of(value);
     if (rows != 1 && rows != elements) {
         throw InputError(
-            "Excitation function must have either exactly one row or one row per element.");
+            "Excitation function must have either exactly one row or one row per element.",
+            "It has " + std::to_string(rows) + ", for " + std::to_string(elements) +
+                " element(s).");
     }
     const bool sampled = has_field(value, "signal");
     Waveforms waveforms;

@@ -29,7 +29,8 @@ Medium medium_from(const Value* value) {
     };
     Medium medium;
     for (const Field& field : fields) {
-        const std::optional<double> number = first_number(field_of(value, 0, field.name));
+        const std::optional<double> number =
+            first_real_part(field_of(value, 0, field.name), field.name);
         if (!number) {
             throw InputError(
                 "Medium object is not structured correctly. Please see the documentation for the "

@@ -12,9 +12,18 @@
 namespace kavro {
 namespace {
 
+bool has_field_over_points(const Operation& operation) {
+    return operation.kind != OperationKind::arrival_times;
+}
+
+bool chooses_abscissas(const Operation& operation) {
+    return takes_tolerance(operation.method);
+}
+
 struct OptionName {
     const char* name;
-    unsigned input;  // the operations that use it; 0 for all
+    unsigned input;                                       // the operations that use it; 0 for all
+    bool (*holds)(const Operation& operation) = nullptr;  // and of which this holds, too
 };
 
 // In the order of Option.
@@ -22,16 +31,20 @@ constexpr std::array all_options{
     OptionName{"time", input_time},
     OptionName{"excitation", input_excitation},
     OptionName{"f0", input_frequency},
+    OptionName{"tolerance", 0, chooses_abscissas},
     OptionName{"ndiv", input_quadrature},
     OptionName{"apodization", input_apodization},
     OptionName{"kzk", input_kzk},
+    OptionName{"measure", input_time},
+    OptionName{"per_element", 0, has_field_over_points},
     OptionName{"threads", 0},
     OptionName{"exact", 0},
     OptionName{"progress", 0},
 };
 
 bool takes(const Operation& operation, const OptionName& option) {
-    return option.input == 0 || (operation.inputs & option.input) != 0;
+    return (option.input == 0 || (operation.inputs & option.input) != 0) &&
+           (option.holds == nullptr || option.holds(operation));
 }
 
 bool same_but_case(std::string_view a, std::string_view b) {
@@ -49,8 +62,8 @@ std::size_t index_of(const std::string& name) {
 }
 
 [[noreturn]] void refuse_name(const Operation& operation, const std::string& complaint) {
-    throw InputError(complaint + " " + operation.name + " takes the options " +
-                     quoted_list(option_names(operation)) + ".");
+    throw OptionError(complaint + " " + operation.name + " takes the options " +
+                      quoted_list(option_names(operation)) + ".");
 }
 
 }  // namespace

@@ -7,15 +7,35 @@
 #include <string>
 #include <vector>
 
+#include "core/input_error.h"
 #include "door/host.h"
 #include "transducers/operations.h"
 
 namespace kavro {
 
-enum class Option { time, excitation, f0, ndiv, apodization, kzk, threads, exact, progress };
+enum class Option {
+    time,
+    excitation,
+    f0,
+    tolerance,
+    ndiv,
+    apodization,
+    kzk,
+    measure,
+    per_element,
+    threads,
+    exact,
+    progress
+};
 
 // Names of the options that an operation takes, as 'time', 'excitation', ...
 std::vector<const char*> option_names(const Operation& operation);
+
+// A name that is no option, or none of the operation's.
+class OptionError : public InputError {
+public:
+    using InputError::InputError;
+};
 
 // The options of one call. The host's values stay where they are.
 class SolveOptions {
@@ -39,7 +59,7 @@ public:
     [[noreturn]] void refuse(Option option, const std::string& expected) const;
 
 private:
-    static constexpr std::size_t option_count = 9;
+    static constexpr std::size_t option_count = 12;
     const Value* values_[option_count] = {};
 };
 

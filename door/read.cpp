@@ -6,9 +6,12 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/console.h"
+#include "core/counts.h"
 #include "core/input_error.h"
+#include "door/advised.h"
 #include "door/checks.h"
 #include "door/coordinate_grid.h"
 #include "door/excitation.h"
@@ -39,6 +42,30 @@ const Operation& operation_from(const Value* name) {
                          ".");
     }
     return *operation;
+}
+
+// What is kept where neither a tolerance nor a number of abscissas is given.
+constexpr double default_tolerance_of_waves = 1e-4;
+constexpr double default_tolerance = 1e-3;
+
+double tolerance_from(const Operation& operation, const SolveOptions& options) {
+    constexpr double least = 1e-12;
+    constexpr double least_of_single = 1e-5;
+    constexpr double most = 0.1;
+    if (options.given(Option::ndiv)) {
+        throw InputError(
+            "The options 'tolerance' and 'ndiv' exclude each other: give an accuracy or a number "
+            "of abscissas.");
+    }
+    const bool single = is_single(operation.method);
+    const std::optional<double> tolerance = single_number(options.value(Option::tolerance));
+    if (!tolerance || !(*tolerance >= (single ? least_of_single : least) && *tolerance <= most)) {
+        options.refuse(Option::tolerance, std::string("one number from ") +
+                                              (single ? "1e-5 (in single precision)" : "1e-12") +
+                                              " to 0.1" +
+                                              (tolerance ? ", not " + shown(*tolerance) : ""));
+    }
+    return *tolerance;
 }
 
 // The option's value, without which the operation cannot do.
@@ -74,7 +101,9 @@ void check_that_shapes_have_it(const SolveRequest& request) {
 }
 
 void read_elements(SolveRequest& request, const SolveOptions& options, const Value* array) {
-    count_of_elements(array);
+    if (count_of_elements(array) == 0) {
+        throw InputError("The transducer array has no elements.");
+    }
     request.elements = elements_from(array, ShapeName::whole);
     check_that_shapes_have_it(request);
     check_elements(array, request.elements);
@@ -85,6 +114,23 @@ void read_elements(SolveRequest& request, const SolveOptions& options, const Val
     const bool exact = options.yes_or_no(Option::exact).value_or(true);
     for (const RequestedElement& element : request.elements) {
         element.transducer->set_exact(exact);
+    }
+}
+
+// An array that is focused by its delays is not in a continuous wave, which asks for phases.
+void warn_of_delays_without_phases(const SolveRequest& request) {
+    const auto& elements = request.elements;
+    const double delay = elements.front().transducer->time_delay;
+    const bool delays = std::any_of(elements.begin(), elements.end(), [&](const auto& element) {
+        return element.transducer->time_delay != delay;
+    });
+    const bool phases = std::any_of(elements.begin(), elements.end(), [](const auto& element) {
+        return element.transducer->phase != 0.0;
+    });
+    if (delays && !phases) {
+        console::warn(
+            "A continuous wave does not read the elements' delays, and their phases are all 0. For "
+            "the same focus they must be -2*pi*f0*time_delay.\n");
     }
 }
 
@@ -134,8 +180,8 @@ void read_waveforms(SolveRequest& request, const SolveOptions& options) {
                                 std::string("'excitation', made by ") + host_words.waveform_maker);
     // A waveform that says whether it is exact is believed, unless the option says otherwise.
     const std::optional<bool> exact = options.yes_or_no(Option::exact);
-    request.waveforms = waveforms_from(value, request.elements.size(), true);
     check_excitation(value);
+    request.waveforms = waveforms_from(value, request.elements.size(), true);
     // Where there are no elements, nobody asks for the waveform that all would share.
     const std::size_t count = std::min(request.waveforms.size(), request.elements.size());
     for (std::size_t i = 0; i < count; ++i) {
@@ -146,20 +192,90 @@ void read_waveforms(SolveRequest& request, const SolveOptions& options) {
     }
 }
 
+// Between limits that are alike but for the sign, what is zero but for rounding.
+void set_exact_zero(std::vector<double>& axis, double min, double max, double spacing) {
+    for (double& value : axis) {
+        if (min == -max && std::fabs(value) < 1e-9 * spacing) {
+            value = 0.0;
+        }
+    }
+}
+
+void set_exact_zeros(CoordinateGrid& grid) {
+    if (grid.regular) {
+        set_exact_zero(grid.xcoords, grid.xmin, grid.xmax, grid.deltax);
+        set_exact_zero(grid.ycoords, grid.ymin, grid.ymax, grid.deltay);
+        set_exact_zero(grid.zcoords, grid.zmin, grid.zmax, grid.deltaz);
+    }
+}
+
+// A tolerance, given or by default, or else a rule.
+void read_accuracy(SolveRequest& request, const SolveOptions& options) {
+    const Operation& operation = *request.operation;
+    const bool exact = options.yes_or_no(Option::exact).value_or(true);
+    if (options.given(Option::tolerance)) {
+        request.tolerance = tolerance_from(operation, options);
+        if (!exact) {
+            throw InputError(
+                "The option 'tolerance' needs 'exact' to be true: the reference counts "
+                "abscissas, by 'ndiv'.");
+        }
+    } else if (takes_tolerance(operation.method) && exact && !options.given(Option::ndiv)) {
+        request.tolerance = operation.kind == Kind::continuous_wave ? default_tolerance_of_waves
+                                                                    : default_tolerance;
+    }
+    if (request.tolerance > 0.0) {
+        for (const RequestedElement& element : request.elements) {
+            element.transducer->set_tolerance(request.tolerance);
+        }
+        return;
+    }
+    const int ndiv = options.count(Option::ndiv).value_or(std::max(operation.default_ndiv, 1));
+    advised("Take a smaller 'ndiv'.",
+            [&] { request.rule.allocate_memory(abscissas(ndiv, operation.ndiv_multiple)); });
+    request.rule.gauss_quadrature();
+}
+
+void read_measures(SolveRequest& request, const SolveOptions& options) {
+    if (!options.given(Option::measure)) {
+        return;
+    }
+    const Value* value = options.value(Option::measure);
+    const std::string expected =
+        "one of " + quoted_list(measure_names()) + ", or a " + host_words.list + " of them";
+    const auto names = texts_of(value);
+    if (!names || names->empty()) {
+        options.refuse(Option::measure, expected);
+    }
+    for (const std::string& name : *names) {
+        const std::optional<Measure> measure = measure_of(name);
+        if (!measure) {
+            options.refuse(Option::measure, expected + ", not '" + shown(name) + "'");
+        }
+        if (std::find(request.measures.begin(), request.measures.end(), *measure) !=
+            request.measures.end()) {
+            throw InputError("The measure '" + name + "' is given twice.");
+        }
+        request.measures.push_back(*measure);
+    }
+    request.measures_in_record = !is_text(value) && !text_of(value);
+}
+
 void read_options(SolveRequest& request, const SolveOptions& options) {
     const Operation& operation = *request.operation;
     if (operation.uses(input_time)) {
         const Value* times = needed(request, options, Option::time,
                                     std::string("'time', made by ") + host_words.times_maker);
         check_times(times);
-        read_times_quietly(request.times, times);
+        advised("Take a larger step or a shorter time axis.",
+                [&] { read_times_quietly(request.times, times); });
     }
     if (operation.uses(input_excitation)) {
         read_waveforms(request, options);
     }
-    const int ndiv = options.count(Option::ndiv).value_or(std::max(operation.default_ndiv, 1));
-    request.rule.allocate_memory(abscissas(ndiv, operation.ndiv_multiple));
-    request.rule.gauss_quadrature();
+    read_accuracy(request, options);
+    read_measures(request, options);
+    request.per_element = options.yes_or_no(Option::per_element).value_or(false);
     if (operation.uses(input_kzk)) {
         const std::string described =
             std::string("'kzk', a ") + host_words.options + " with the march's parameters";
@@ -182,7 +298,9 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     read_manners(request, console, options);
     read_elements(request, options, arguments[1]);
     check_grid(arguments[2]);
-    read_grid(request.points, arguments[2]);
+    advised("Take larger spacings or fewer points.",
+            [&] { read_grid(request.points, arguments[2]); });
+    set_exact_zeros(request.points);
     check_medium(arguments[3]);
     request.medium = medium_from(arguments[3]);
     const bool exact = options.yes_or_no(Option::exact).value_or(true);
@@ -191,6 +309,9 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
         read_power_law(request.medium, arguments[3]);
     } else if (operation.kind == Kind::transient || operation.kind == Kind::impulse_response) {
         warn_of_ignored_attenuation(request.medium);
+    }
+    if (operation.kind == Kind::continuous_wave) {
+        warn_of_delays_without_phases(request);
     }
     if (operation.uses(input_frequency)) {
         read_frequency(request, options, arguments[3]);
@@ -205,7 +326,7 @@ int abscissas(double n, int multiple) {
     }
     const double rounded = n > 0.0 ? std::ceil(n / multiple) * multiple : n;
     if (rounded > std::numeric_limits<int>::max()) {
-        throw InputError("Computed number of abscissas is too large.");
+        refuse_count(rounded, "abscissas");
     }
     return static_cast<int>(rounded);
 }

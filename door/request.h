@@ -14,6 +14,7 @@
 #include "core/time_samples.h"
 #include "door/host.h"
 #include "excitation/excitation_function.h"
+#include "transducers/measures.h"
 #include "transducers/operations.h"
 
 namespace kavro {
@@ -32,8 +33,12 @@ struct SolveRequest {
     Medium medium;
     TimeSamples times;
     std::vector<std::unique_ptr<ExcitationFunction>> waveforms;  // none, one for all, or one each
-    NumericalIntegration rule;  // standard; with the parameters of a march
-    int threads = 0;            // 0: as many as the environment says
+    NumericalIntegration rule;        // standard; with the parameters of a march
+    double tolerance = 0.0;           // that stands for the rule; 0 where the rule counts
+    int threads = 0;                  // 0: as many as the environment says
+    std::vector<Measure> measures;    // instead of the field over time; none: the field itself
+    bool measures_in_record = false;  // each by its name; or one, by itself
+    bool per_element = false;         // a field for each element; or one of all
 
     NumericalIntegration working_rule;  // the copy that solvers refill
 
@@ -53,11 +58,13 @@ struct SolveRequest {
 
 struct SolveResult {
     OperationKind kind = OperationKind::transient;
-    std::array<int, 4> sizes{};
+    std::array<int, 5> sizes{};
     std::size_t dimensions = 0;
-    Result* values = nullptr;     // the host's
+    Result* values = nullptr;     // the host's: an array, or a record of measures
     double* real = nullptr;       // its values; a place to point to where it has none
     double* imaginary = nullptr;  // likewise
+    std::array<double*, measure_count> measured{};  // the values of the request's measures
+    QuadratureReport quadrature;                    // of a call with a tolerance
     std::vector<std::string> warnings;
     TransducerStatus status = status_failure;
 

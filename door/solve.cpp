@@ -1,14 +1,18 @@
 #include "door/solve.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
+#include <limits>
+#include <new>
 #include <utility>
 
 #include "core/console.h"
 #include "core/counts.h"
 #include "core/input_error.h"
 #include "core/threads.h"
+#include "door/advised.h"
 #include "door/march.h"
 
 namespace kavro {
@@ -31,13 +35,18 @@ class CallThreads {
 public:
     explicit CallThreads(int n) : former_(asked_) {
         const char* setting = std::getenv("KAVRO_THREADS");
-        ask(n == 0 && setting != nullptr ? static_cast<int>(std::strtol(setting, nullptr, 10)) : n);
+        ask(n == 0 && setting != nullptr ? count_of(setting) : n);
     }
     ~CallThreads() { ask(former_); }
     CallThreads(const CallThreads&) = delete;
     CallThreads& operator=(const CallThreads&) = delete;
 
 private:
+    static int count_of(const char* setting) {
+        constexpr long most = std::numeric_limits<int>::max();
+        return static_cast<int>(std::clamp(std::strtol(setting, nullptr, 10), 0L, most));
+    }
+
     static void ask(int n) {
         asked_ = n;
         set_thread_count(n);
@@ -47,27 +56,95 @@ private:
     int former_;
 };
 
-void set_sizes(SolveResult& result, std::initializer_list<int> sizes) {
-    std::copy(sizes.begin(), sizes.end(), result.sizes.begin());
-    result.dimensions = sizes.size();
+void warn_of_too_many_threads() {
+    if (threads_asked_for() > thread_limit()) {
+        console::warn((std::to_string(threads_asked_for()) + " threads were asked for, " +
+                       std::to_string(thread_limit()) +
+                       " are used: four for each processor. More would gain nothing.\n")
+                          .c_str());
+    }
+}
+
+std::string short_text(double number) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3g", number);
+    return text;
+}
+
+void warn_of_missed_tolerance(const SolveRequest& request, const QuadratureReport& report) {
+    if (report.unreached == 0) {
+        return;
+    }
+    const CartesianCoordinate worst = request.points.spatial_index_value(report.worst_point);
+    console::warn(("The tolerance is not reached at " + std::to_string(report.unreached) + " of " +
+                   std::to_string(report.points) + " points; the worst error there is about " +
+                   short_text(report.worst_error) + " of an element's field, at [" +
+                   short_text(worst.x) + " " + short_text(worst.y) + " " + short_text(worst.z) +
+                   "] m. " + text_of(report.reason) +
+                   " Take a larger tolerance, or give more abscissas by 'ndiv'.\n")
+                      .c_str());
+}
+
+void append_sizes(SolveResult& result, std::initializer_list<int> sizes) {
+    for (const int size : sizes) {
+        result.sizes[result.dimensions++] = size;
+    }
 }
 
 void set_sizes(SolveResult& result, const SolveRequest& request) {
     const CoordinateGrid& points = request.points;
-    const int ntimes = request.times.ntimes;
-    switch (result.kind) {
-        case Kind::arrival_times:
-            return set_sizes(result, {static_cast<int>(request.elements.size()), 2});
-        case Kind::kzk_transient:
-            return set_sizes(result, {points.nx, points.nz, ntimes});
-        case Kind::kzk_cw:
-            return set_sizes(result, {points.nx, points.nz, harmonics_of(request)});
+    const auto elements = static_cast<int>(request.elements.size());
+    if (result.kind == Kind::arrival_times) {
+        return append_sizes(result, {elements, 2});
+    }
+    if (is_march(result.kind)) {
+        append_sizes(result, {points.nx, points.nz});
+    } else if (points.regular) {
+        append_sizes(result, {points.nx, points.ny, points.nz});
+    } else {
+        append_sizes(result, {points.npoints});
+    }
+    if (result.kind == Kind::kzk_cw) {
+        append_sizes(result, {harmonics_of(request)});
+    } else if (result.kind != Kind::continuous_wave && request.measures.empty()) {
+        append_sizes(result, {request.times.ntimes});
+    }
+    if (request.per_element) {
+        append_sizes(result, {elements});
+    }
+}
+
+// How many values there are of the field of one element, and so of all.
+std::size_t field_size(const SolveRequest& request, Kind kind) {
+    const auto points = static_cast<std::size_t>(request.points.npoints);
+    switch (kind) {
         case Kind::continuous_wave:
-            return points.regular ? set_sizes(result, {points.nx, points.ny, points.nz})
-                                  : set_sizes(result, {points.npoints, 1});
+            return points;
+        case Kind::kzk_cw:
+            return points * static_cast<std::size_t>(harmonics_of(request));
         default:
-            return points.regular ? set_sizes(result, {points.nx, points.ny, points.nz, ntimes})
-                                  : set_sizes(result, {points.npoints, ntimes});
+            return points * static_cast<std::size_t>(request.times.ntimes);
+    }
+}
+
+// Checked here because a host that runs out of memory may not live to tell.
+void make_values(const SolveRequest& request, SolveResult& result) {
+    constexpr const char* what = "output values";
+    const bool complex = is_complex(result.kind);
+    const std::int32_t count = checked_product(result.extents(), what);
+    const std::size_t arrays = complex ? 2 : std::max<std::size_t>(request.measures.size(), 1);
+    require_memory(static_cast<std::size_t>(count), arrays * sizeof(double), what);
+    if (!request.measures_in_record) {
+        result.values = new_zeros(result.extents(), complex);
+        result.measured[0] = real_parts(result.values);
+        return;
+    }
+    result.values = new_record();
+    for (std::size_t i = 0; i < request.measures.size(); ++i) {
+        Result* measure = new_zeros(result.extents(), false);
+        result.measured[i] = real_parts(measure);
+        add_field(result.values, measure_names()[static_cast<std::size_t>(request.measures[i])],
+                  measure);
     }
 }
 
@@ -95,19 +172,52 @@ TransducerStatus solve_each(SolveRequest& request, After after) {
     return status_success;
 }
 
-void set_outputs(const SolveRequest& request, double* real, double* imaginary) {
+// The next element's output begins `stride` values later.
+void set_outputs(const SolveRequest& request, double* real, double* imaginary, std::size_t stride) {
+    std::size_t begin = 0;
     for (const RequestedElement& element : request.elements) {
         if (is_complex(request.operation->kind)) {
-            element.transducer->set_complex_pressure_pointers(real, imaginary);
+            element.transducer->set_complex_pressure_pointers(real + begin, imaginary + begin);
         } else {
-            element.transducer->set_transient_pressure_pointer(real);
+            element.transducer->set_transient_pressure_pointer(real + begin);
+        }
+        begin += stride;
+    }
+}
+
+// Where the measures of element i go, or of all.
+std::vector<MeasureOutput> measure_outputs(const SolveRequest& request, const SolveResult& result,
+                                           std::size_t i = 0) {
+    std::vector<MeasureOutput> outputs;
+    for (std::size_t m = 0; m < request.measures.size(); ++m) {
+        outputs.push_back(
+            {request.measures[m],
+             result.measured[m] + i * static_cast<std::size_t>(request.points.npoints)});
+    }
+    return outputs;
+}
+
+TransducerStatus solve_measures(SolveRequest& request, SolveResult& result) {
+    const std::vector<Transducer*> elements = request.transducers();
+    const Method method = request.operation->method;
+    if (!request.per_element) {
+        return measure(method, elements, measure_outputs(request, result), &result.quadrature);
+    }
+    const auto all = static_cast<double>(elements.size());
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        const console::ProgressPart part(static_cast<double>(i) / all,
+                                         static_cast<double>(i + 1) / all);
+        const TransducerStatus status = measure(
+            method, {&elements[i], 1}, measure_outputs(request, result, i), &result.quadrature);
+        if (status != status_success) {
+            return status;
         }
     }
+    return status_success;
 }
 
 // The results of all elements, added up by themselves in the output.
 TransducerStatus solve_added(SolveRequest& request, SolveResult& result) {
-    set_outputs(request, result.real, result.imaginary);
     // In reference mode a method may refill its rule, and none is to read what another has left.
     std::vector<NumericalIntegration> rules;
     rules.reserve(request.elements.size());
@@ -116,27 +226,40 @@ TransducerStatus solve_added(SolveRequest& request, SolveResult& result) {
             element.transducer->set_integral_pointer(&rules.emplace_back(request.rule));
         }
     }
-    return request.operation->solve_array(request.transducers(), Output::all_zero);
+    if (!request.measures.empty()) {
+        return solve_measures(request, result);
+    }
+    set_outputs(request, result.real, result.imaginary,
+                request.per_element ? field_size(request, result.kind) : 0);
+    return request.operation->solve_array(request.transducers(), Output::all_zero,
+                                          &result.quadrature);
 }
 
 // The marches store their results: each element's is added from a buffer of its own.
 TransducerStatus solve_stored(SolveRequest& request, SolveResult& result) {
     const bool complex = is_complex(result.kind);
-    const auto count = static_cast<std::size_t>(request.points.npoints) *
-                       static_cast<std::size_t>(result.sizes[2]);
-    require_memory(count, (complex ? 2 : 1) * sizeof(double), "output values");
+    const bool measures = !request.measures.empty();
+    const std::size_t count = field_size(request, result.kind);
+    require_memory(count, (complex || measures ? 2 : 1) * sizeof(double), "output values");
     // One more value than needed, so that there is a place to point to.
     std::vector<double> real(count + 1), imaginary(complex ? count + 1 : 0);
-    set_outputs(request, real.data(), imaginary.data());
-    const auto add = [count](std::vector<double>& values, double* sum) {
+    std::vector<double> sum(measures ? count + 1 : 0);
+    set_outputs(request, real.data(), imaginary.data(), 0);
+    const auto add = [count](std::vector<double>& values, double* to) {
         for (std::size_t i = 0; i < count; ++i) {
-            sum[i] += std::exchange(values[i], 0.0);
+            to[i] += std::exchange(values[i], 0.0);
         }
     };
-    return solve_each(request, [&](std::size_t) {
-        add(real, result.real);
+    return solve_each(request, [&](std::size_t i) {
+        const std::size_t begin = request.per_element ? i * count : 0;
+        add(real, measures ? sum.data() : result.real + begin);
         if (complex) {
-            add(imaginary, result.imaginary);
+            add(imaginary, result.imaginary + begin);
+        }
+        if (measures && (request.per_element || i + 1 == request.elements.size())) {
+            measure_field(request.times, sum.data(), request.points.npoints,
+                          measure_outputs(request, result, request.per_element ? i : 0));
+            std::fill(sum.begin(), sum.end(), 0.0);
         }
     });
 }
@@ -157,7 +280,7 @@ void check_status(TransducerStatus status) {
         case status_not_implemented:
             throw InputError("This function is not implemented for this transducer shape.");
         case status_out_of_memory:
-            throw InputError("Out of memory.");
+            throw std::bad_alloc();
         case status_interrupted:
             throw InputError("The call was interrupted.");
         default:
@@ -204,26 +327,54 @@ SolveResult new_result(const SolveRequest& request) {
     SolveResult result;
     result.kind = request.operation->kind;
     set_sizes(result, request);
-    // Checked here because a host that runs out of memory may not live to tell.
-    constexpr const char* what = "output values";
-    int count = 1;
-    for (const int size : result.extents()) {
-        count = checked_product(count, size, what);
-    }
-    const bool complex = is_complex(result.kind);
-    require_memory(static_cast<std::size_t>(count), (complex ? 2 : 1) * sizeof(double), what);
-    result.values = new_zeros(result.extents(), complex);
+    advised(is_march(result.kind) ? "Take fewer points or instants." : host_words.smaller_output,
+            [&] { make_values(request, result); });
     static double no_value = 0.0;
-    double* real = real_parts(result.values);
-    double* imaginary = complex ? imaginary_parts(result.values) : nullptr;
+    const bool is_array = !request.measures_in_record;
+    double* real = is_array ? real_parts(result.values) : nullptr;
+    double* imaginary =
+        is_array && is_complex(result.kind) ? imaginary_parts(result.values) : nullptr;
     result.real = real != nullptr ? real : &no_value;
     result.imaginary = imaginary != nullptr ? imaginary : &no_value;
     return result;
 }
 
+Result* new_report(const SolveRequest& request, const SolveResult& result) {
+    Result* report = new_record();
+    const auto add_numbers = [report](const char* name, std::initializer_list<double> values) {
+        const int extents[] = {1, static_cast<int>(values.size())};
+        Result* numbers = new_zeros(extents, false);
+        std::copy(values.begin(), values.end(), real_parts(numbers));
+        add_field(report, name, numbers);
+    };
+    constexpr double none = std::numeric_limits<double>::quiet_NaN();
+    const QuadratureReport& quadrature = result.quadrature;
+    add_field(report, "method", new_text(request.operation->name));
+    if (request.tolerance > 0.0) {
+        add_numbers("tolerance", {request.tolerance});
+        add_numbers("abscissas", {static_cast<double>(quadrature.fewest), quadrature.mean,
+                                  static_cast<double>(quadrature.most)});
+    } else {
+        const double n = request.rule.get_npoints();
+        add_numbers("tolerance", {none});
+        add_numbers("abscissas", {n, n, n});
+    }
+    const bool missed = quadrature.worst_point >= 0;
+    const CartesianCoordinate worst =
+        missed ? request.points.spatial_index_value(quadrature.worst_point)
+               : CartesianCoordinate(none, none, none);
+    add_numbers("points", {static_cast<double>(quadrature.points)});
+    add_numbers("unreached", {static_cast<double>(quadrature.unreached)});
+    add_numbers("worst_error", {quadrature.worst_error});
+    add_numbers("worst_point", {worst.x, worst.y, worst.z});
+    add_field(report, "reason", new_text(text_of(quadrature.reason)));
+    return report;
+}
+
 void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
-    const CallThreads threads(request.threads);
     console.hold_warnings();
+    const CallThreads threads(request.threads);
+    warn_of_too_many_threads();
     request.attach();
     if (is_march(result.kind)) {
         // A march prints its nonlinearity, and a disc's its shock: neither is of use here.
@@ -234,6 +385,7 @@ void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
     } else {
         result.status = solve_added(request, result);
     }
+    warn_of_missed_tolerance(request, result.quadrature);
     result.warnings = console.release_warnings();
 }
 

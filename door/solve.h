@@ -19,6 +19,12 @@ SolveResult new_result(const SolveRequest& request);
 // asks: progress, prints and whether to end. Throws InputError where the memory does not suffice.
 void solve(SolveRequest& request, CallConsole& console, SolveResult& result);
 
+// A record of what was done: method; tolerance (NaN where abscissas were counted); abscissas
+// (fewest, mean and most of a rim or piece of an edge); points that were reached, and unreached,
+// those of them where the tolerance is not; there worst_error, as a share of an element's field,
+// worst_point (x, y, z; NaN where there is none) and reason.
+Result* new_report(const SolveRequest& request, const SolveResult& result);
+
 // Hands the warnings to the host and completes the progress. Throws InputError with the text for
 // every status but success, and what the host or the user's function threw meanwhile.
 void finish(CallConsole& console, const SolveResult& result);

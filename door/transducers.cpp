@@ -16,22 +16,37 @@
 namespace kavro {
 namespace {
 
-// The longest identifier that is read; a longer text is not taken for a misspelt shape.
+// The longest identifier; a longer text is not taken for a misspelt shape.
 constexpr std::size_t longest_shape = 9;
 
 Record record_of(const Value* array, std::size_t i) {
     return {array, "Transducer", "element", i};
 }
 
-const Shape& shape_from(const Value* value, ShapeName name, std::size_t i) {
+// With the whole name counting, a fault is a fault of the field, as of any other.
+const Shape& shape_from(const Record& record) {
+    const std::optional<std::string> identifier = text_of(record.field("shape"));
+    const Shape* shape = identifier ? shape_of(*identifier) : nullptr;
+    if (shape == nullptr) {
+        std::vector<const char*> known;
+        for (const Shape& other : shapes()) {
+            known.push_back(other.identifier);
+        }
+        record.refuse("shape", "must be one of " + quoted_list(known) + ", but " +
+                                   (identifier && identifier->size() <= longest_shape
+                                        ? "is '" + shown(*identifier) + "'"
+                                        : described(record.field("shape"))));
+    }
+    return *shape;
+}
+
+const Shape& shape_up_to_nul(const Value* value, std::size_t i) {
     const bool readable = is_text(value) && entries_of(value) <= longest_shape;
     std::optional<std::string> identifier = readable ? text_of(value) : std::nullopt;
     if (!identifier) {
         throw InputError("Unable to read transducer shape, abort.\n");
     }
-    if (name == ShapeName::up_to_nul) {
-        identifier = identifier->c_str();
-    }
+    identifier = identifier->c_str();
     const Shape* shape = shape_of(*identifier);
     if (shape == nullptr) {
         console::print("*** %s is not a valid transducer shape (element %zu) ***\n",
@@ -110,7 +125,9 @@ std::vector<RequestedElement> elements_from(const Value* array, ShapeName name) 
         const Record record = record_of(array, i);
         const double amplitude = has_amplitude ? record.number("amplitude") : 1.0;
         const double time_delay = has_time_delay ? record.number("time_delay") : 0.0;
-        elements.push_back(element_from(record, shape_from(record.field("shape"), name, i)));
+        const Shape& shape = name == ShapeName::whole ? shape_from(record)
+                                                      : shape_up_to_nul(record.field("shape"), i);
+        elements.push_back(element_from(record, shape));
         elements.back().transducer->set_amplitude(amplitude);
         elements.back().transducer->set_time_delay(time_delay);
     }

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "core/console.h"
+#include "core/counts.h"
 #include "core/input_error.h"
 
 namespace kavro {
@@ -24,6 +25,14 @@ std::optional<double> first_number(const Value* value) {
         return std::nullopt;
     }
     return first_numbers(value, 1).front();
+}
+
+std::optional<double> first_real_part(const Value* value, const char* name) {
+    const std::optional<double> number = first_number(value);
+    if (number && is_complex(value)) {
+        console::warn(("The imaginary part of '" + std::string(name) + "' is ignored.\n").c_str());
+    }
+    return number;
 }
 
 std::optional<double> single_number(const Value* value) {
@@ -59,6 +68,32 @@ std::string shown(double number) {
     return text.data();
 }
 
+std::string described(const Value* value) {
+    if (value == nullptr) {
+        return "is missing";
+    }
+    if (is_record(value)) {
+        return std::string("is a ") + host_words.options;
+    }
+    if (entries_of(value) == 0) {
+        return "is empty";
+    }
+    if (is_text(value)) {
+        return "is a text";
+    }
+    if (is_logical(value)) {
+        return "is logical";
+    }
+    if (!is_numeric(value)) {
+        return "is of another kind";
+    }
+    if (is_complex(value)) {
+        return "is complex";
+    }
+    return entries_of(value) == 1 ? "is one number"
+                                  : "has " + std::to_string(entries_of(value)) + " entries";
+}
+
 std::string quoted_list(std::span<const char* const> names) {
     std::string list;
     for (const char* name : names) {
@@ -86,7 +121,7 @@ std::optional<int> count_from(const Value* value) {
 
 int count_of(std::size_t entries, const char* what) {
     if (entries > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw InputError(std::string("Computed number of ") + what + " is too large.");
+        refuse_count(static_cast<double>(entries), what);
     }
     return static_cast<int>(entries);
 }
@@ -99,7 +134,7 @@ void require_record(const Value* value, const char* title) {
 
 double made_number(const Value* record, const char* name, const char* page,
                    const char* instead_of) {
-    const std::optional<double> number = first_number(field_of(record, 0, name));
+    const std::optional<double> number = first_real_part(field_of(record, 0, name), name);
     if (number) {
         return *number;
     }
@@ -120,7 +155,7 @@ void refuse_made(const char* page) {
 double Record::number(const char* name) const {
     const Value* value = field(name);
     if (!holds_real_numbers(value)) {
-        refuse(name, "must hold 1 real number(s)");
+        refuse(name, "must hold 1 real number(s)", described(value));
     }
     return *first_number(value);
 }
@@ -128,7 +163,7 @@ double Record::number(const char* name) const {
 CartesianCoordinate Record::triple(const char* name) const {
     const Value* value = field(name);
     if (!holds_real_numbers(value) || entries_of(value) != 3) {
-        refuse(name, "must hold 3 real number(s)");
+        refuse(name, "must hold 3 real number(s)", described(value));
     }
     const std::vector<double> xyz = first_numbers(value, 3);
     return {xyz[0], xyz[1], xyz[2]};
@@ -137,17 +172,19 @@ CartesianCoordinate Record::triple(const char* name) const {
 std::vector<double> Record::pairs(const char* name) const {
     const Value* value = field(name);
     if (!holds_real_numbers(value) || dimensions_of(value) != 2 || columns_of(value) != 2) {
-        refuse(name, "must hold n x 2 real numbers");
+        refuse(name, "must hold n x 2 real numbers", described(value));
     }
     return first_numbers(value, entries_of(value));
 }
 
-void Record::refuse(const char* name, const std::string& expectation) const {
+void Record::refuse(const char* name, const std::string& expectation,
+                    const std::string& instead) const {
     std::string place;
     if (word_ != nullptr) {
         place = std::string(" (") + word_ + " " + std::to_string(index_ + host_words.first) + ")";
     }
-    throw InputError(std::string(title_) + " field '" + name + "' " + expectation + place + ".");
+    throw InputError(std::string(title_) + " field '" + name + "' " + expectation + place + ".",
+                     instead.empty() ? instead : "It " + instead + ".");
 }
 
 }  // namespace kavro

@@ -20,6 +20,9 @@ bool holds_real_numbers(const Value* value);
 // The real part of the first number, or nothing where the value does not hold numbers.
 std::optional<double> first_number(const Value* value);
 
+// The same of a field of this name, with a warning where it has an imaginary part.
+std::optional<double> first_real_part(const Value* value, const char* name);
+
 // The number, where the value holds real numbers and exactly one of them.
 std::optional<double> single_number(const Value* value);
 
@@ -43,6 +46,10 @@ std::string shown(std::string text);
 
 // A number as the hosts write it.
 std::string shown(double number);
+
+// What a value is that does not hold the numbers wanted: "is missing" (null), "is empty", "is a
+// text".
+std::string described(const Value* value);
 
 // 'a', 'b', 'c'
 std::string quoted_list(std::span<const char* const> names);
@@ -80,7 +87,10 @@ public:
     double number(const char* name) const;               // the first value counts
     CartesianCoordinate triple(const char* name) const;  // exactly three, a row or a column
     std::vector<double> pairs(const char* name) const;   // n x 2, first all of the first column
-    [[noreturn]] void refuse(const char* name, const std::string& expectation) const;
+
+    // `instead` is what the field is, for more() of the error.
+    [[noreturn]] void refuse(const char* name, const std::string& expectation,
+                             const std::string& instead = "") const;
 
 private:
     const Value* value_;

@@ -62,8 +62,7 @@ files = {'01_array.png', '01_snapshots.png', '01_peak_pressure.png'};
 
 fig = figure('visible', 'off', 'position', [100 100 900 320]);
 kavro.show_array(elements, 'title', 'Linear array of 64 discs');
-print(fig, fullfile(out, files{1}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{1}));
 
 centers = reshape([elements.center], 3, []);
 away = sqrt(sum((centers - repmat(focus(:), 1, numel(elements))) .^ 2, 1));
@@ -76,8 +75,7 @@ for i = 1:numel(instants)
     kavro.show_field(p, plane, 'instant', instants(i), 'time', times, ...
                      'reference', max(max(abs(p(:, :, :, j)))));
 end
-print(fig, fullfile(out, files{2}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{2}));
 
 fig = figure('visible', 'off', 'position', [100 100 720 720]);
 kavro.show_field(p, plane, 'scale', 'dB', 'dynamic_range', 40, 'title', ...
@@ -85,7 +83,6 @@ kavro.show_field(p, plane, 'scale', 'dB', 'dynamic_range', 40, 'title', ...
 hold on;
 plot(1e3 * focus(1), 1e3 * focus(3), 'w+', 'markersize', 12, 'linewidth', 1.5);
 hold off;
-print(fig, fullfile(out, files{3}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{3}));
 
 fprintf('pictures in %s: %s\n', out, strjoin(files, ', '));

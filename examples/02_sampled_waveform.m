@@ -124,8 +124,7 @@ ylim([-80 5]);
 title('Its Fourier terms', 'fontweight', 'normal');
 legend('left out', 'kept');
 set(gca, 'fontsize', 11);
-print(fig, fullfile(out, files{1}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{1}));
 
 fig = figure('visible', 'off', 'position', [100 100 800 420]);
 plot(1e6 * tn, 1e-3 * expected, 'linewidth', 5, 'color', [0.75 0.75 0.75]);
@@ -138,15 +137,13 @@ ylabel('Pressure (kPa)');
 title('Pressure at the focus', 'fontweight', 'normal');
 legend('small sources in phase', 'computed');
 set(gca, 'fontsize', 11);
-print(fig, fullfile(out, files{2}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{2}));
 
 fig = figure('visible', 'off', 'position', [100 100 1150 560]);
 subplot(1, 2, 1);
 kavro.show_field(p, plane, 'instant', arrival - 2e-6, 'time', times);
 subplot(1, 2, 2);
 kavro.show_field(p, plane, 'scale', 'dB');
-print(fig, fullfile(out, files{3}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{3}));
 
 fprintf('pictures in %s: %s\n', out, strjoin(files, ', '));

@@ -58,8 +58,7 @@ for i = 1:3
     kavro.show_field(abs(fields{i}), plane, 'scale', 'dB', 'reference', largest, ...
                      'title', names{i});
 end
-print(fig, fullfile(out, files{1}), '-dpng', '-r100');
-close(fig);
+save_picture(fig, fullfile(out, files{1}), 100);
 
 fig = figure('visible', 'off', 'position', [100 100 900 480]);
 colors = [0.00 0.35 0.65; 0.70 0.10 0.15; 0.25 0.25 0.25];
@@ -75,7 +74,6 @@ ylabel('Deviation / largest pressure');
 title(sprintf('Deviation from a fine computation along x = %.1f mm', 1e3 * x(column)), ...
       'fontweight', 'normal');
 legend(names, 'location', 'east');
-print(fig, fullfile(out, files{2}), '-dpng', '-r100');
-close(fig);
+save_picture(fig, fullfile(out, files{2}), 100);
 
 fprintf('pictures in %s: %s\n', out, strjoin(files, ', '));

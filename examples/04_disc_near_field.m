@@ -70,8 +70,7 @@ legend({'closed form', sprintf('fast nearfield method, %d abscissas', ndiv)});
 title(sprintf('On the axis of a disc, a = %.0f wavelengths', radius / wavelength), ...
       'fontweight', 'normal');
 set(gca, 'fontsize', 11);
-print(fig, fullfile(out, files{1}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{1}));
 
 fig = figure('visible', 'off', 'position', [100 100 1000 620]);
 shown = {piston, tapered};
@@ -81,7 +80,6 @@ for i = 1:2
     kavro.show_field(abs(shown{i}), plane, 'reference', 2 * plane_wave, 'title', ...
                      sprintf('%s, |p|', titles{i}));
 end
-print(fig, fullfile(out, files{2}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{2}));
 
 fprintf('pictures in %s: %s\n', out, strjoin(files, ', '));

@@ -69,7 +69,6 @@ ylabel('p (kPa)');
 title('Its convolution with the slope of three cycles of 1 MHz', 'fontweight', 'normal');
 xlim([6 14]);
 set(gca, 'fontsize', 11);
-print(fig, fullfile(out, file), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, file));
 
 fprintf('picture in %s: %s\n', out, file);

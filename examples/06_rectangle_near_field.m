@@ -75,7 +75,6 @@ for i = 1:2
     title(sprintf('Its error, n = %d', ndiv), 'fontweight', 'normal');
 end
 file = '06_rectangle_near_field.png';
-print(fig, fullfile(out, file), '-dpng', '-r110');
-close(fig);
+save_picture(fig, fullfile(out, file), 110);
 
 fprintf('picture in %s: %s\n', out, file);

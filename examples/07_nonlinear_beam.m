@@ -85,8 +85,7 @@ legend(labels, 'location', 'northeast');
 title('A pulse in the focus, by the pressure at the face', 'fontweight', 'normal');
 grid on;
 set(gca, 'fontsize', 11);
-print(fig, fullfile(out, files{1}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{1}));
 
 fig = figure('visible', 'off', 'position', [100 100 900 420]);
 shown = [2 numel(drives)];
@@ -102,8 +101,7 @@ for i = 1:2
     grid on;
     set(gca, 'fontsize', 11);
 end
-print(fig, fullfile(out, files{2}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{2}));
 
 fig = figure('visible', 'off', 'position', [100 100 1000 640]);
 for n = 1:2
@@ -121,7 +119,6 @@ for n = 1:2
                   1e-6 * max(beam(:))), 'fontweight', 'normal');
     set(gca, 'fontsize', 11);
 end
-print(fig, fullfile(out, files{3}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{3}));
 
 fprintf('pictures in %s: %s\n', out, strjoin(files, ', '));

@@ -85,8 +85,7 @@ kavro.show_array(bowl, 'title', 'Spherical shell');
 subplot(1, 2, 2);
 delays = kavro.focus_delays(rings, [0 0 targets(1)], medium);
 kavro.show_array(kavro.set_delays(rings, delays), 'title', 'Annular array, focused at 40 mm');
-print(fig, fullfile(out, files{1}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{1}));
 
 fig = figure('visible', 'off', 'position', [100 100 620 900]);
 kavro.show_field(abs(p), plane, 'scale', 'dB', 'dynamic_range', 40, 'title', ...
@@ -94,8 +93,7 @@ kavro.show_field(abs(p), plane, 'scale', 'dB', 'dynamic_range', 40, 'title', ...
 hold on;
 plot(0, 1e3 * d, 'w+', 'markersize', 12, 'linewidth', 1.5);
 hold off;
-print(fig, fullfile(out, files{2}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{2}));
 
 fig = figure('visible', 'off', 'position', [100 100 900 700]);
 subplot(2, 1, 1);
@@ -112,8 +110,7 @@ xlabel('z (mm)');
 ylabel('|p| on the axis (kPa)');
 title('Annular array of 8 rings', 'fontweight', 'normal');
 grid on;
-print(fig, fullfile(out, files{3}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{3}));
 
 fig = figure('visible', 'off', 'position', [100 100 1000 820]);
 instants = d / c + 1.5 / f0 + [-10e-6, 0, 6e-6, 14e-6];
@@ -124,7 +121,6 @@ for i = 1:numel(instants)
     kavro.show_field(wave, plane, 'instant', instants(i), 'time', times, ...
                      'reference', max(max(abs(wave(:, :, :, j)))));
 end
-print(fig, fullfile(out, files{4}), '-dpng', '-r120');
-close(fig);
+save_picture(fig, fullfile(out, files{4}));
 
 fprintf('pictures in %s: %s\n', out, strjoin(files, ', '));

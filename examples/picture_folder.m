@@ -8,7 +8,7 @@ function folder = picture_folder()
 %   that the pictures need.
 %
 %   Example
-%     print(gcf(), fullfile(picture_folder(), 'picture.png'), '-dpng');
+%     save_picture(gcf(), fullfile(picture_folder(), 'picture.png'));
 
 folder = getenv('KAVRO_DEMO_OUT');
 if isempty(folder)

@@ -1,12 +1,14 @@
 #include "excitation/excitation_function.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <typeinfo>
 
 #include "core/constants.h"
-#include "core/input_error.h"
+#include "core/counts.h"
 #include "core/interrupted.h"
 #include "core/quadrature_rule.h"
 #include "excitation/discrete_spectrum.h"
@@ -44,19 +46,34 @@ double largest_magnitude(const Spectrum& bins) {
 // Temporal factors of one term at one instant: a sine and a cosine.
 constexpr std::int64_t steps_of_factor = 8;
 
-// Real and imaginary part of C e^(j omega t).
-struct Rotated {
-    double re, im;
-
-    Rotated(std::complex<double> coefficient, double angle) {
-        const double a = coefficient.real();
-        const double b = coefficient.imag();
-        const double s = std::sin(angle);
-        const double c = std::cos(angle);
-        re = a * c - b * s;
-        im = a * s + b * c;
+// Calls write(k, i, re, im) with real and imaginary part of C_k e^(j omega_k (t_i - delay)) for all
+// terms and instants, those of a term by runs of instants.
+template <class Write>
+void for_each_rotated(const Spectrum& coefficients, const std::vector<double>& frequencies,
+                      const TimeSamples& times, int ntimes, double delay, Write write) {
+    constexpr int run = 256;
+    double t[run], angle[run], sine[run], cosine[run];
+    InterruptCheck check;
+    for (int begin = 0; begin < ntimes; begin += run) {
+        const int count = std::min(run, ntimes - begin);
+        for (int i = 0; i < count; ++i) {
+            t[i] = times.time_index_value(begin + i) - delay;
+        }
+        for (std::size_t k = 0; k < coefficients.size(); ++k) {
+            check.spend(steps_of_factor * count);
+            for (int i = 0; i < count; ++i) {
+                angle[i] = frequencies[k] * t[i];
+            }
+            sine_and_cosine(angle, count, sine, cosine);
+            const double a = coefficients[k].real();
+            const double b = coefficients[k].imag();
+            for (int i = 0; i < count; ++i) {
+                write(k, static_cast<std::size_t>(begin + i), a * cosine[i] - b * sine[i],
+                      a * sine[i] + b * cosine[i]);
+            }
+        }
     }
-};
+}
 
 }  // namespace
 
@@ -68,7 +85,7 @@ ExcitationFunction::ExcitationFunction(std::span<const double> samples, double s
       clip_threshold_(clip_threshold),
       sampled_(true) {
     if (samples.size() > std::numeric_limits<std::int32_t>::max()) {
-        throw InputError("Computed number of signal samples is too large.");
+        refuse_count(static_cast<double>(samples.size()), "signal samples");
     }
     signal_length = static_cast<std::int32_t>(samples.size());
     expand();
@@ -183,21 +200,16 @@ template <class Real, class Normalise>
 void write_temporal_factors(const ExcitationFunction& f, Real* out, TimeSamples const& times,
                             int ntimes, double delay, Normalise normalise) {
     const auto row = static_cast<std::size_t>(ntimes);
-    InterruptCheck check;
-    for (int i = 0; i < ntimes; ++i) {
-        check.spend(steps_of_factor * f.n_terms);
-        const double t = times.time_index_value(i) - delay;
-        for (std::size_t k = 0; k < f.coefficients.size(); ++k) {
-            const Rotated value(f.coefficients[k], f.frequencies[k] * t);
-            const auto column = static_cast<std::size_t>(i);
-            if (f.exact()) {
-                out[2 * k * row + column] = normalise(value.re);
-                out[(2 * k + 1) * row + column] = normalise(value.im);
-            } else {
-                out[k * row + column] = normalise(value.im + value.re);
-            }
-        }
-    }
+    const bool exact = f.exact();
+    for_each_rotated(f.coefficients, f.frequencies, times, ntimes, delay,
+                     [=](std::size_t k, std::size_t i, double re, double im) {
+                         if (exact) {
+                             out[2 * k * row + i] = normalise(re);
+                             out[(2 * k + 1) * row + i] = normalise(im);
+                         } else {
+                             out[k * row + i] = normalise(im + re);
+                         }
+                     });
 }
 
 }  // namespace
@@ -226,49 +238,41 @@ void ExcitationFunction::spatial_tsd(std::complex<double>* out, double const& ta
 void ExcitationFunction::temporal_tsd(std::complex<double>* out, TimeSamples const* times,
                                       int const& ntimes, double const& delay) const {
     const auto row = static_cast<std::size_t>(ntimes);
-    InterruptCheck check;
-    for (int i = 0; i < ntimes; ++i) {
-        check.spend(steps_of_factor * n_terms);
-        const double t = times->time_index_value(i) - delay;
-        for (std::size_t k = 0; k < coefficients.size(); ++k) {
-            const Rotated value(coefficients[k], frequencies[k] * t);
-            out[k * row + static_cast<std::size_t>(i)] = {value.re / signal_length,
-                                                          value.im / signal_length};
-        }
-    }
+    for_each_rotated(coefficients, frequencies, *times, ntimes, delay,
+                     [=, this](std::size_t k, std::size_t i, double re, double im) {
+                         out[k * row + i] = {re / signal_length, im / signal_length};
+                     });
 }
 
-template <class Real>
-void ExcitationFunction::loop_spatial_tsd(Real* out, const Real* tau, int count) const {
+template <class Delay, class Real>
+void ExcitationFunction::write_spatial_tsd(Real* out, const Delay* tau, int count) const {
+    if (sampled_) {
+        harmonic_spatial_factors(harmonics_,
+                                 exact_ ? HarmonicFactors::cosine_sine : HarmonicFactors::hartley,
+                                 tau, count, out);
+        return;
+    }
     const auto terms = static_cast<std::size_t>(number_of_tsd_terms());
     const auto row = static_cast<std::size_t>(count);
-    std::vector<Real> factors(terms);
+    std::vector<Delay> factors(terms);
     for (std::size_t m = 0; m < row; ++m) {
         spatial_tsd(factors.data(), tau[m]);
         for (std::size_t k = 0; k < terms; ++k) {
-            out[k * row + m] = factors[k];
+            out[k * row + m] = static_cast<Real>(factors[k]);
         }
     }
 }
 
 void ExcitationFunction::spatial_tsd_batch(double* out, const double* tau, int count) const {
-    if (!sampled_) {
-        loop_spatial_tsd(out, tau, count);
-        return;
-    }
-    harmonic_spatial_factors(harmonics_,
-                             exact_ ? HarmonicFactors::cosine_sine : HarmonicFactors::hartley, tau,
-                             count, out);
+    write_spatial_tsd(out, tau, count);
 }
 
 void ExcitationFunction::spatial_tsd_batch(float* out, const float* tau, int count) const {
-    if (!sampled_) {
-        loop_spatial_tsd(out, tau, count);
-        return;
-    }
-    harmonic_spatial_factors(harmonics_,
-                             exact_ ? HarmonicFactors::cosine_sine : HarmonicFactors::hartley, tau,
-                             count, out);
+    write_spatial_tsd(out, tau, count);
+}
+
+void ExcitationFunction::spatial_tsd_batch(float* out, const double* tau, int count) const {
+    write_spatial_tsd(out, tau, count);
 }
 
 void ExcitationFunction::complex_spatial_tsd_batch(double* out, const double* tau,
@@ -280,22 +284,21 @@ void ExcitationFunction::value_spatial_batch(float* out, const float* tau, int c
     harmonic_spatial_factors(harmonics_, HarmonicFactors::unit_cosine_sine, tau, count, out);
 }
 
+void ExcitationFunction::value_spatial_batch(float* out, const double* tau, int count) const {
+    harmonic_spatial_factors(harmonics_, HarmonicFactors::unit_cosine_sine, tau, count, out);
+}
+
 void ExcitationFunction::value_temporal(double* out, TimeSamples const& times, double delay) const {
     if (exact_) {
         temporal_tsd(out, &times, times.ntimes, delay);
         return;
     }
     const auto row = static_cast<std::size_t>(times.ntimes);
-    InterruptCheck check;
-    for (std::size_t i = 0; i < row; ++i) {
-        check.spend(steps_of_factor * n_terms);
-        const double t = times.times[i] - delay;
-        for (std::size_t k = 0; k < coefficients.size(); ++k) {
-            const Rotated value(harmonics_.coefficients[k], frequencies[k] * t);
-            out[2 * k * row + i] = value.re;
-            out[(2 * k + 1) * row + i] = value.im;
-        }
-    }
+    for_each_rotated(harmonics_.coefficients, frequencies, times, times.ntimes, delay,
+                     [=](std::size_t k, std::size_t i, double re, double im) {
+                         out[2 * k * row + i] = re;
+                         out[(2 * k + 1) * row + i] = im;
+                     });
 }
 
 void ExcitationFunction::at_batch(double* out, const double* t, int count) const {
@@ -404,6 +407,20 @@ void ExcitationFunction::transform_sampled(std::complex<double>* out, const std:
         }
         out[i] = 0.5 * sum;
     }
+}
+
+double ExcitationFunction::highest_frequency(double tolerance) const {
+    if (!sampled_) {
+        return std::numeric_limits<double>::infinity();
+    }
+    const double least = 0.1 * tolerance * largest_magnitude(coefficients);
+    double highest = 0.0;
+    for (std::size_t k = 0; k < coefficients.size(); ++k) {
+        if (std::abs(coefficients[k]) > least) {
+            highest = std::max(highest, frequencies[k] / two_pi);
+        }
+    }
+    return highest;
 }
 
 double ExcitationFunction::centre_frequency() const {

@@ -78,6 +78,8 @@ public:
     // them with vector kernels agrees with those to rounding.
     virtual void spatial_tsd_batch(double* out, const double* tau, int count) const;
     virtual void spatial_tsd_batch(float* out, const float* tau, int count) const;
+    // The factors in double, rounded last: of delays that single precision would not tell apart.
+    virtual void spatial_tsd_batch(float* out, const double* tau, int count) const;
     virtual void at_batch(double* out, const double* t, int count) const;
 
     // The complex decomposition as two real factors per term: weight cos, weight sin.
@@ -91,6 +93,7 @@ public:
     virtual void value_temporal(double* out, TimeSamples const& times, double delay) const;
     virtual bool value_uses_spatial_tsd() const { return sampled_ && exact_; }
     virtual void value_spatial_batch(float* out, const float* tau, int count) const;
+    virtual void value_spatial_batch(float* out, const double* tau, int count) const;
 
     // V(s), the integral of at(t) e^(-st) over the pulse, at complex frequencies s (1/s). Closed
     // forms in the pulses of this library; the default is a quadrature that resolves e^(-st) and
@@ -107,6 +110,11 @@ public:
     virtual bool decomposition_holds(double /* spread */, double /* latest */) const {
         return true;
     }
+
+    // Hz: up to which the spectrum counts for quadrature of a relative tolerance, what the ends of
+    // the pulse add to it left out. A waveform that does not know answers infinity, and gets the
+    // finest quadrature.
+    virtual double highest_frequency(double tolerance) const;
 
     // f0 of an analytic pulse; the mean frequency of a sampled signal, weighted with its power.
     double centre_frequency() const;
@@ -132,8 +140,8 @@ protected:
     bool same_parameters(const ExcitationFunction& other) const;
 
 private:
-    template <class Real>
-    void loop_spatial_tsd(Real* out, const Real* tau, int count) const;
+    template <class Delay, class Real>
+    void write_spatial_tsd(Real* out, const Delay* tau, int count) const;
     void expand();
     void transform_sampled(std::complex<double>* out, const std::complex<double>* s,
                            int count) const;

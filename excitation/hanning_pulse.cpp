@@ -1,10 +1,13 @@
 #include "excitation/hanning_pulse.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "core/constants.h"
+#include "core/interrupted.h"
 #include "excitation/pulse_integrals.h"
 #include "excitation/waveform_kernels.h"
 
@@ -28,23 +31,32 @@ void write_spatial_factors(const HanningPulse& pulse, Real* out, double tau) {
 template <class Real>
 void write_temporal_factors(const HanningPulse& pulse, Real* out, TimeSamples const& times,
                             int ntimes, double delay) {
+    constexpr int samples_at_a_time = 4096;
+    constexpr int steps_of_sample = 8;
     const auto row = static_cast<std::size_t>(ntimes);
-    std::vector<double> carrier(row), window(row), s1(row), c1(row), s2(row), c2(row);
-    for (std::size_t i = 0; i < row; ++i) {
-        const double t = times.time_index_value(static_cast<int>(i)) - delay;
-        carrier[i] = pulse.omega0 * t;
-        window[i] = pulse.omega_w * t;
-    }
-    sine_and_cosine(carrier.data(), ntimes, s1.data(), c1.data());
-    sine_and_cosine(window.data(), ntimes, s2.data(), c2.data());
-    for (std::size_t i = 0; i < row; ++i) {
-        Real* sample = out + i;
-        sample[0] = static_cast<Real>(0.5 * s1[i]);
-        sample[row] = static_cast<Real>(-0.5 * c1[i]);
-        sample[2 * row] = static_cast<Real>(-0.5 * c2[i] * s1[i]);
-        sample[3 * row] = static_cast<Real>(0.5 * c2[i] * c1[i]);
-        sample[4 * row] = static_cast<Real>(-0.5 * s2[i] * s1[i]);
-        sample[5 * row] = static_cast<Real>(0.5 * s2[i] * c1[i]);
+    const auto part = static_cast<std::size_t>(std::min(ntimes, samples_at_a_time));
+    std::vector<double> carrier(part), window(part), s1(part), c1(part), s2(part), c2(part);
+    InterruptCheck check;
+    for (int begin = 0; begin < ntimes;) {
+        const int count = std::min(ntimes - begin, samples_at_a_time);
+        check.spend(std::int64_t{steps_of_sample} * count);
+        for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+            const double t = times.time_index_value(begin + static_cast<int>(i)) - delay;
+            carrier[i] = pulse.omega0 * t;
+            window[i] = pulse.omega_w * t;
+        }
+        sine_and_cosine(carrier.data(), count, s1.data(), c1.data());
+        sine_and_cosine(window.data(), count, s2.data(), c2.data());
+        for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+            Real* sample = out + begin + i;
+            sample[0] = static_cast<Real>(0.5 * s1[i]);
+            sample[row] = static_cast<Real>(-0.5 * c1[i]);
+            sample[2 * row] = static_cast<Real>(-0.5 * c2[i] * s1[i]);
+            sample[3 * row] = static_cast<Real>(0.5 * c2[i] * c1[i]);
+            sample[4 * row] = static_cast<Real>(-0.5 * s2[i] * s1[i]);
+            sample[5 * row] = static_cast<Real>(0.5 * s2[i] * c1[i]);
+        }
+        begin += count;
     }
 }
 
@@ -96,12 +108,22 @@ void HanningPulse::spatial_tsd_batch(float* out, const float* tau, int count) co
     hanning_spatial_factors(tau, count, omega0, omega_w, out);
 }
 
+void HanningPulse::spatial_tsd_batch(float* out, const double* tau, int count) const {
+    hanning_spatial_factors(tau, count, omega0, omega_w, out);
+}
+
 void HanningPulse::value_temporal(double* out, TimeSamples const& times, double delay) const {
     temporal_tsd(out, &times, times.ntimes, delay);
 }
 
 void HanningPulse::at_batch(double* out, const double* t, int count) const {
     hanning_values(t, count, two_pi * f0, w, out);
+}
+
+// The main lobe ends 2 / w beyond f0.
+double HanningPulse::highest_frequency(double tolerance) const {
+    const double share = std::min(1.0, 0.6 + 0.2 * std::log10(0.1 / tolerance));
+    return f0 + 2.0 / w * share;
 }
 
 int HanningPulse::number_of_tsd_terms() const {

@@ -1,8 +1,10 @@
 #include "excitation/t_cubed_pulse.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/constants.h"
+#include "core/interrupted.h"
 #include "excitation/pulse_integrals.h"
 
 namespace kavro {
@@ -28,7 +30,10 @@ void write_temporal_factors(const TCubedPulse& pulse, Real* out, TimeSamples con
     const auto row = static_cast<std::size_t>(ntimes);
     // Once, from the first sample and with a growing exponent, on purpose.
     const double first_sample_factor = std::exp(pulse.B * (times.time_index_value(0) - delay));
+    constexpr int steps_of_sample = 16;
+    InterruptCheck check;
     for (int i = 0; i < ntimes; ++i) {
+        check.spend(steps_of_sample);
         const double t = times.time_index_value(i) - delay;
         const double E = pulse.exact() ? std::exp(-pulse.B * t) : first_sample_factor;
         const double s = std::sin(pulse.omega0 * t);
@@ -90,6 +95,11 @@ double TCubedPulse::derivative(double const& t) const {
 bool TCubedPulse::decomposition_holds(double spread, double latest) const {
     // Keeps 10^-10 of the peak.
     return !exact() || (std::fabs(B) * spread <= 12.0 && std::fabs(B) * latest <= 100.0);
+}
+
+// Of the envelope's spectrum, which falls with the fourth power of the frequency over B.
+double TCubedPulse::highest_frequency(double tolerance) const {
+    return f0 + B / two_pi * std::min(12.0, std::pow(tolerance, -0.25));
 }
 
 int TCubedPulse::number_of_tsd_terms() const {

@@ -25,6 +25,7 @@ public:
     double at(double const& t) const override;
     double derivative(double const& t) const override;
     int number_of_tsd_terms() const override;
+    double highest_frequency(double tolerance) const override;
     bool same_waveform(const ExcitationFunction& other) const override;
     void transform(std::complex<double>* out, const std::complex<double>* s,
                    int count) const override;

@@ -4,12 +4,15 @@
 #include <cmath>
 
 #include "core/constants.h"
+#include "core/interrupted.h"
 #include "core/simd/vector_math.h"
 #include "excitation/pulse_integrals.h"
 #include "excitation/waveform_kernels.h"
 
 namespace kavro {
 namespace {
+
+constexpr int steps_of_sample = 8;
 
 float single_precision_time(TimeSamples const& times, int i, float delay) {
     return static_cast<float>(times.time_index_value(i) - static_cast<double>(delay));
@@ -38,7 +41,9 @@ void ToneBurst::spatial_tsd(float* out, float const& tau) const {
 
 void ToneBurst::temporal_tsd(double* out, TimeSamples const* times, int const& ntimes,
                              double const& delay) const {
+    InterruptCheck check;
     for (int i = 0; i < ntimes; ++i) {
+        check.spend(steps_of_sample);
         const double angle = omega0 * (times->time_index_value(i) - delay);
         out[i] = std::sin(angle);
         out[ntimes + i] = -std::cos(angle);
@@ -47,8 +52,10 @@ void ToneBurst::temporal_tsd(double* out, TimeSamples const* times, int const& n
 
 void ToneBurst::temporal_tsd(float* out, TimeSamples const* times, int const& ntimes,
                              float const& delay) const {
+    InterruptCheck check;
     if (exact()) {
         for (int i = 0; i < ntimes; ++i) {
+            check.spend(steps_of_sample);
             const double t = times->time_index_value(i) - static_cast<double>(delay);
             write_sample(out, ntimes, i, t * omega0);
         }
@@ -64,6 +71,7 @@ void ToneBurst::temporal_tsd(float* out, TimeSamples const* times, int const& nt
     }
     const __m128 frequency = _mm_set1_ps(static_cast<float>(omega0));
     for (int i = 0; i < ntimes; i += 4) {
+        check.spend(steps_of_sample);
         std::array<float, 4> t;
         for (int lane = 0; lane < 4; ++lane) {
             t[static_cast<std::size_t>(lane)] = single_precision_time(*times, i + lane, delay);
@@ -93,12 +101,21 @@ void ToneBurst::spatial_tsd_batch(float* out, const float* tau, int count) const
     tone_burst_spatial_factors(tau, count, omega0, out);
 }
 
+void ToneBurst::spatial_tsd_batch(float* out, const double* tau, int count) const {
+    tone_burst_spatial_factors(tau, count, omega0, out);
+}
+
 void ToneBurst::value_temporal(double* out, TimeSamples const& times, double delay) const {
     temporal_tsd(out, &times, times.ntimes, delay);
 }
 
 void ToneBurst::at_batch(double* out, const double* t, int count) const {
     tone_burst_values(t, count, f0 * two_pi, w, out);
+}
+
+// Its main lobe ends there; the side lobes are those of the ends' jumps.
+double ToneBurst::highest_frequency(double /* tolerance */) const {
+    return f0 + 1.0 / w;
 }
 
 int ToneBurst::number_of_tsd_terms() const {

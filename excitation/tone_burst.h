@@ -30,11 +30,13 @@ public:
     double at(double const& t) const override;
     double derivative(double const& t) const override;
     int number_of_tsd_terms() const override;
+    double highest_frequency(double tolerance) const override;
     bool same_waveform(const ExcitationFunction& other) const override;
     void transform(std::complex<double>* out, const std::complex<double>* s,
                    int count) const override;
     void spatial_tsd_batch(double* out, const double* tau, int count) const override;
     void spatial_tsd_batch(float* out, const float* tau, int count) const override;
+    void spatial_tsd_batch(float* out, const double* tau, int count) const override;
     void at_batch(double* out, const double* t, int count) const override;
     int number_of_value_terms() const override { return number_of_tsd_terms(); }
     bool value_uses_spatial_tsd() const override { return true; }

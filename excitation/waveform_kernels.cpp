@@ -66,8 +66,8 @@ HWY_INLINE void StoreWide(Wide v, Real* out, size_t count) {
     }
 }
 
-template <class Real>
-HWY_INLINE void ToneBurstSpatial(const Real* tau, size_t count, double omega0, Real* out) {
+template <class Delay, class Real>
+HWY_INLINE void ToneBurstSpatial(const Delay* tau, size_t count, double omega0, Real* out) {
     const Doubles d;
     for (size_t m = 0; m < count; m += hn::Lanes(d)) {
         const size_t left = count - m;
@@ -82,12 +82,16 @@ void ToneBurstSpatialSingle(const float* tau, size_t count, double omega0, float
     ToneBurstSpatial(tau, count, omega0, out);
 }
 
+void ToneBurstSpatialRounded(const double* tau, size_t count, double omega0, float* out) {
+    ToneBurstSpatial(tau, count, omega0, out);
+}
+
 void ToneBurstSpatialDouble(const double* tau, size_t count, double omega0, double* out) {
     ToneBurstSpatial(tau, count, omega0, out);
 }
 
-template <class Real>
-HWY_INLINE void HanningSpatial(const Real* tau, size_t count, double omega0, double omega_w,
+template <class Delay, class Real>
+HWY_INLINE void HanningSpatial(const Delay* tau, size_t count, double omega0, double omega_w,
                                Real* out) {
     const Doubles d;
     for (size_t m = 0; m < count; m += hn::Lanes(d)) {
@@ -108,6 +112,11 @@ HWY_INLINE void HanningSpatial(const Real* tau, size_t count, double omega0, dou
 
 void HanningSpatialSingle(const float* tau, size_t count, double omega0, double omega_w,
                           float* out) {
+    HanningSpatial(tau, count, omega0, omega_w, out);
+}
+
+void HanningSpatialRounded(const double* tau, size_t count, double omega0, double omega_w,
+                           float* out) {
     HanningSpatial(tau, count, omega0, omega_w, out);
 }
 
@@ -237,8 +246,8 @@ HWY_INLINE void HarmonicSpatialStep(const HarmonicSeries& series, const Wide (&t
     });
 }
 
-template <HarmonicFactors kKind, class Real>
-HWY_INLINE void HarmonicSpatialOf(const HarmonicSeries& series, const Real* tau, size_t count,
+template <HarmonicFactors kKind, class Delay, class Real>
+HWY_INLINE void HarmonicSpatialOf(const HarmonicSeries& series, const Delay* tau, size_t count,
                                   Real* out) {
     const size_t step = side_by_side * hn::Lanes(Doubles());
     for (size_t m = 0; m < count; m += step) {
@@ -253,9 +262,9 @@ HWY_INLINE void HarmonicSpatialOf(const HarmonicSeries& series, const Real* tau,
     }
 }
 
-template <class Real>
-HWY_INLINE void HarmonicSpatial(const HarmonicSeries& series, HarmonicFactors kind, const Real* tau,
-                                size_t count, Real* out) {
+template <class Delay, class Real>
+HWY_INLINE void HarmonicSpatial(const HarmonicSeries& series, HarmonicFactors kind,
+                                const Delay* tau, size_t count, Real* out) {
     switch (kind) {
         case HarmonicFactors::hartley:
             return HarmonicSpatialOf<HarmonicFactors::hartley>(series, tau, count, out);
@@ -268,6 +277,11 @@ HWY_INLINE void HarmonicSpatial(const HarmonicSeries& series, HarmonicFactors ki
 
 void HarmonicSpatialSingle(const HarmonicSeries& series, HarmonicFactors kind, const float* tau,
                            size_t count, float* out) {
+    HarmonicSpatial(series, kind, tau, count, out);
+}
+
+void HarmonicSpatialRounded(const HarmonicSeries& series, HarmonicFactors kind, const double* tau,
+                            size_t count, float* out) {
     HarmonicSpatial(series, kind, tau, count, out);
 }
 
@@ -308,6 +322,10 @@ void tone_burst_spatial_factors(const float* tau, int count, double omega0, floa
     KAVRO_KERNEL(ToneBurstSpatialSingle)(tau, static_cast<std::size_t>(count), omega0, out);
 }
 
+void tone_burst_spatial_factors(const double* tau, int count, double omega0, float* out) {
+    KAVRO_KERNEL(ToneBurstSpatialRounded)(tau, static_cast<std::size_t>(count), omega0, out);
+}
+
 void tone_burst_spatial_factors(const double* tau, int count, double omega0, double* out) {
     KAVRO_KERNEL(ToneBurstSpatialDouble)(tau, static_cast<std::size_t>(count), omega0, out);
 }
@@ -315,6 +333,12 @@ void tone_burst_spatial_factors(const double* tau, int count, double omega0, dou
 void hanning_spatial_factors(const float* tau, int count, double omega0, double omega_w,
                              float* out) {
     KAVRO_KERNEL(HanningSpatialSingle)
+    (tau, static_cast<std::size_t>(count), omega0, omega_w, out);
+}
+
+void hanning_spatial_factors(const double* tau, int count, double omega0, double omega_w,
+                             float* out) {
+    KAVRO_KERNEL(HanningSpatialRounded)
     (tau, static_cast<std::size_t>(count), omega0, omega_w, out);
 }
 
@@ -339,6 +363,11 @@ void sine_and_cosine(const double* x, int count, double* sine, double* cosine) {
 void harmonic_spatial_factors(const HarmonicSeries& series, HarmonicFactors kind, const float* tau,
                               int count, float* out) {
     KAVRO_KERNEL(HarmonicSpatialSingle)(series, kind, tau, static_cast<std::size_t>(count), out);
+}
+
+void harmonic_spatial_factors(const HarmonicSeries& series, HarmonicFactors kind, const double* tau,
+                              int count, float* out) {
+    KAVRO_KERNEL(HarmonicSpatialRounded)(series, kind, tau, static_cast<std::size_t>(count), out);
 }
 
 void harmonic_spatial_factors(const HarmonicSeries& series, HarmonicFactors kind, const double* tau,

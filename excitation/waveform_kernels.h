@@ -9,8 +9,11 @@ namespace kavro {
 
 // Spatial factors of `count` delays; factor k of delay m at out[k * count + m].
 void tone_burst_spatial_factors(const float* tau, int count, double omega0, float* out);
+void tone_burst_spatial_factors(const double* tau, int count, double omega0, float* out);
 void tone_burst_spatial_factors(const double* tau, int count, double omega0, double* out);
 void hanning_spatial_factors(const float* tau, int count, double omega0, double omega_w,
+                             float* out);
+void hanning_spatial_factors(const double* tau, int count, double omega0, double omega_w,
                              float* out);
 void hanning_spatial_factors(const double* tau, int count, double omega0, double omega_w,
                              double* out);
@@ -38,6 +41,8 @@ enum class HarmonicFactors {
 };
 
 void harmonic_spatial_factors(const HarmonicSeries& series, HarmonicFactors kind, const float* tau,
+                              int count, float* out);
+void harmonic_spatial_factors(const HarmonicSeries& series, HarmonicFactors kind, const double* tau,
                               int count, float* out);
 void harmonic_spatial_factors(const HarmonicSeries& series, HarmonicFactors kind, const double* tau,
                               int count, double* out);

@@ -18,9 +18,13 @@ struct HostCall {
     CallConsole console{module_name};
     SolveRequest request;
     SolveResult result;
+    mxArray* second = nullptr;  // output, where one is asked for
 };
 
-// ... and its own answer. Throws InputError with the text for the host, Interrupted,
+// ... says what is known of a fault beside its message, or keeps to the message, ...
+extern const bool module_explains;
+
+// ... and has its own answer. Throws InputError with the text for the host, Interrupted,
 // std::bad_alloc, and what the host throws.
 mxArray* answer(HostCall& call, int nlhs);
 

@@ -32,9 +32,9 @@ std::optional<std::string> characters_of(const mxArray* array) {
 }
 
 mxArray* array_of_zeros(std::span<const int> extents, mxComplexity complexity) {
-    mwSize dims[4] = {};  // nothing here that a host could abandon on the heap
+    mwSize dims[5] = {1, 1};  // nothing here that a host could abandon on the heap
     std::copy(extents.begin(), extents.end(), dims);
-    mxArray* output = extents.size() == 2
+    mxArray* output = extents.size() <= 2
                           ? mxCreateNumericMatrix(dims[0], dims[1], mxDOUBLE_CLASS, complexity)
                           : mxCreateNumericArray(static_cast<mwSize>(extents.size()), dims,
                                                  mxDOUBLE_CLASS, complexity);
@@ -49,12 +49,15 @@ mxArray* array_of_zeros(std::span<const int> extents, mxComplexity complexity) {
 // from one of its own functions: its own, whatever the user calls `zeros`. Null where that is not
 // an array as asked for.
 mxArray* zeros_from_interpreter(std::span<const int> extents, std::size_t count) {
-    mxArray* arguments[5] = {mxCreateString("zeros")};
+    mxArray* arguments[6] = {mxCreateString("zeros")};
     std::transform(extents.begin(), extents.end(), arguments + 1,
                    [](int extent) { return mxCreateDoubleScalar(extent); });
+    int count_of_arguments = static_cast<int>(extents.size()) + 1;
+    if (extents.size() == 1) {
+        arguments[count_of_arguments++] = mxCreateDoubleScalar(1);
+    }
     mxArray* output = nullptr;
-    mxArray* error = mexCallMATLABWithTrap(1, &output, static_cast<int>(extents.size()) + 1,
-                                           arguments, "builtin");
+    mxArray* error = mexCallMATLABWithTrap(1, &output, count_of_arguments, arguments, "builtin");
     for (mxArray* argument : arguments) {
         if (argument != nullptr) {
             mxDestroyArray(argument);
@@ -173,6 +176,23 @@ std::optional<std::string> text_of(const Value* value) {
     return text;
 }
 
+std::optional<std::vector<std::string>> texts_of(const Value* value) {
+    if (value == nullptr || !mxIsCell(array_of(value))) {
+        const std::optional<std::string> text = text_of(value);
+        return text ? std::optional(std::vector{*text}) : std::nullopt;
+    }
+    std::vector<std::string> texts;
+    for (std::size_t i = 0; i < entries_of(value); ++i) {
+        const mxArray* cell = mxGetCell(array_of(value), static_cast<mwIndex>(i));
+        const std::optional<std::string> text = text_of(value_of(cell));
+        if (!text) {
+            return std::nullopt;
+        }
+        texts.push_back(*text);
+    }
+    return texts;
+}
+
 bool is_function(const Value* value) {
     return mxGetClassID(array_of(value)) == mxFUNCTION_CLASS;
 }
@@ -191,6 +211,30 @@ Result* new_zeros(std::span<const int> extents, bool complex) {
     require_memory(count, 2 * (complex ? 2 : 1) * sizeof(double), "output values");
 #endif
     return reinterpret_cast<Result*>(array_of_zeros(extents, complexity));
+}
+
+Result* new_text(const std::string& text) {
+    mxArray* array = mxCreateString(text.c_str());
+    if (array == nullptr) {
+        throw std::bad_alloc();
+    }
+    return reinterpret_cast<Result*>(array);
+}
+
+Result* new_record() {
+    mxArray* record = mxCreateStructMatrix(1, 1, 0, nullptr);
+    if (record == nullptr) {
+        throw std::bad_alloc();
+    }
+    return reinterpret_cast<Result*>(record);
+}
+
+void add_field(Result* record, const char* name, Result* value) {
+    const int field = mxAddField(array_of(record), name);
+    if (field < 0) {
+        throw std::bad_alloc();
+    }
+    mxSetFieldByNumber(array_of(record), 0, field, array_of(value));
 }
 
 double* real_parts(Result* result) {

@@ -24,9 +24,12 @@ namespace {
 // What a call comes to. It has no destructor: `mexErrMsgTxt` may leave without running any.
 struct Outcome {
     mxArray* output;
+    mxArray* second;
     char error[1024];  // the text for the host, empty for success
 
-    void fail(const char* text) { std::snprintf(error, sizeof error, "%s", text); }
+    void fail(const char* text, const char* more = "") {
+        std::snprintf(error, sizeof error, "%s%s%s", text, *more != '\0' ? " " : "", more);
+    }
 };
 
 // The running calls: more than one where a user's function, called by the first, calls the module
@@ -63,9 +66,11 @@ void run_call(Outcome& outcome, int nlhs, int nrhs, const mxArray* const prhs[])
             call.arguments.push_back(value_of(prhs[i]));
         }
         outcome.output = answer(call, nlhs);
+        outcome.second = call.second;
     } catch (const InputError& error) {
-        outcome.fail(error.what());
+        outcome.fail(error.what(), module_explains ? error.more() : "");
     } catch (const Interrupted& interrupted) {
+        release.call->console.rethrow();
         outcome.fail(interrupted.what());
     } catch (const std::bad_alloc&) {
         outcome.fail("Out of memory.");
@@ -86,6 +91,9 @@ KAVRO_EXPORT void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray
         mexErrMsgTxt(outcome.error);
     }
     plhs[0] = outcome.output;
+    if (outcome.second != nullptr) {
+        plhs[1] = outcome.second;
+    }
 }
 
 // The release whose interface the module was built for, and the interface's generation: large

@@ -23,10 +23,11 @@ mxArray* text_array(const std::string& text) {
 }  // namespace
 
 const char* const module_name = "kavro.solve";
+const bool module_explains = true;
 
 mxArray* answer(HostCall& call, int nlhs) {
-    if (nlhs > 1) {
-        throw InputError("This function has one result.");
+    if (nlhs > 2) {
+        throw InputError("This function has two results.");
     }
     // For kavro.methods, which asks the library through this module.
     if (call.arguments.size() == 1 && text_of(call.arguments[0]) == "methods") {
@@ -36,6 +37,9 @@ mxArray* answer(HostCall& call, int nlhs) {
     call.result = new_result(call.request);
     solve(call.request, call.console, call.result);
     finish(call.console, call.result);
+    if (nlhs == 2) {
+        call.second = array_of(new_report(call.request, call.result));
+    }
     return array_of(call.result.values);
 }
 

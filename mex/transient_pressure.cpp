@@ -1,8 +1,10 @@
 // The module `kavro.transient_pressure`: host arguments in, the array's transient pressure out.
+#include <algorithm>
 #include <cmath>
 
 #include "core/console.h"
 #include "core/input_error.h"
+#include "door/checks.h"
 #include "door/coordinate_grid.h"
 #include "door/excitation.h"
 #include "door/medium.h"
@@ -46,9 +48,19 @@ void warn_of_display_flag(const mxArray* flag) {
     }
 }
 
+// Another shape is answered with "not implemented", whatever its sizes.
+void check_sizes_of_discs(const Value* array, const SolveRequest& request) {
+    if (std::all_of(request.elements.begin(), request.elements.end(), [&](const auto& element) {
+            return implements(*request.operation, *element.shape);
+        })) {
+        check_sizes(array, request.elements);
+    }
+}
+
 }  // namespace
 
 const char* const module_name = "kavro.transient_pressure";
+const bool module_explains = false;  // scripts match its messages to the letter
 
 // The pressure of all elements: nx x ny x nz x ntimes for a regular grid, npoints x ntimes for a
 // list of points. The arguments are looked at in this order, and the output is made on the way.
@@ -58,6 +70,9 @@ mxArray* answer(HostCall& call, int nlhs) {
     check_argument_counts(nlhs, arguments.size());
     request.operation = operation_of("fnm_tsd_sse");
     const auto n = static_cast<std::size_t>(count_of_elements(arguments[0]));
+    if (n == 0) {
+        console::warn("The transducer array has no elements: the pressure is zero.\n");
+    }
     read_grid(request.points, arguments[1]);
     request.medium = medium_from(arguments[2]);
     warn_of_ignored_attenuation(request.medium);
@@ -72,6 +87,11 @@ mxArray* answer(HostCall& call, int nlhs) {
         warn_of_display_flag(array_of(arguments[6]));
     }
     request.elements = elements_from(arguments[0], ShapeName::up_to_nul);
+    check_sizes_of_discs(arguments[0], request);
+    for (std::size_t i = 0; i < n; ++i) {  // each is of the kind of its waveform
+        const ExcitationFunction& own = *request.waveforms[request.waveforms.size() > 1 ? i : 0];
+        request.elements[i].transducer->set_exact(own.exact());
+    }
     solve(request, call.console, call.result);
     finish(call.console, call.result);
     return array_of(call.result.values);

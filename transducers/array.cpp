@@ -4,8 +4,9 @@
 
 namespace kavro {
 
-TransducerStatus solve(Method method, std::span<Transducer* const> elements, Output output) {
-    return drive(method, elements, output);
+TransducerStatus solve(Method method, std::span<Transducer* const> elements, Output output,
+                       QuadratureReport* report) {
+    return drive(method, elements, output, report);
 }
 
 TransducerStatus fnm_tsd_sse(std::span<Transducer* const> elements, Output output) {

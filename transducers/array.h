@@ -5,6 +5,7 @@
 
 #include "method.h"
 #include "output.h"
+#include "quadrature_report.h"
 #include "transducer.h"
 
 namespace kavro {
@@ -15,9 +16,10 @@ namespace kavro {
 // for a null element or one whose records are not all set. Reports progress to the console port,
 // and asks it between tiles of points whether to stop: status_interrupted then, with an incomplete
 // output. Methods that do not add (arrival times, nonlinear marches) are carried out for one
-// element after the other.
+// element after the other. The report, if one is wanted, tells of elements with a tolerance; it is
+// written, not added to.
 TransducerStatus solve(Method method, std::span<Transducer* const> elements,
-                       Output output = Output::accumulate);
+                       Output output = Output::accumulate, QuadratureReport* report = nullptr);
 
 // The same for the one method by its own name.
 TransducerStatus fnm_tsd_sse(std::span<Transducer* const> elements,

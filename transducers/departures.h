@@ -26,6 +26,9 @@ enum class DirectArgument { axial_delay_first, element_delay_first };
 enum class SingleWaveBy {
     delays,  // of the two waves' values, each of its whole path
     excess,  // from R_i - R_0, the direct wave's phase in double
+    // From R_i - R_m and R_m - R_0, the latter and the direct wave's phase in double, R_m being the
+    // path from the middle of the face: nothing that is rounded grows with the distance.
+    from_middle,
 };
 
 // What a shape states of itself once, resolved into its reference or its exact behaviour. The
@@ -52,7 +55,8 @@ struct Departures {
     // A frequency that is missing counts as 1 MHz in every method, in Rayleigh integrals, too,
     // where others know a default for the speed of sound instead.
     bool defaults_frequency = false;
-    // Single-precision methods round wavelength and attenuation before anything is formed of them.
+    // Single-precision methods round wavelength and attenuation before anything is formed of them,
+    // unless they go by way of the middle.
     bool rounds_wave = false;
     SingleWaveBy single_wave = SingleWaveBy::delays;
     // Single-precision sums leave out samples beyond a multiple of four.

@@ -6,13 +6,16 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <vector>
 
 #include "core/console.h"
 #include "core/counts.h"
+#include "core/interrupted.h"
 #include "transducers/blocks/guarded.h"
 #include "transducers/blocks/point_tile.h"
 #include "transducers/blocks/point_tiles.h"
 #include "transducers/preparation.h"
+#include "transducers/tolerance/tally.h"
 
 namespace kavro {
 namespace {
@@ -31,7 +34,7 @@ bool share_axes(const Transducer& a, const Transducer& b) {
 }
 
 void add_shares(const Shares& shares, const Transducer& first, bool output_is_zero,
-                const TileMeasures* measures = nullptr) {
+                QuadratureTally* tally, const TileMeasures* measures = nullptr) {
     int width = shares.empty() ? block_lanes : shares.front().share->tile_width();
     for (const PreparedShare& prepared : shares) {
         width = std::min(width, prepared.share->tile_width());
@@ -43,10 +46,13 @@ void add_shares(const Shares& shares, const Transducer& first, bool output_is_ze
     }
     work_in_tiles(first.coordinate_grid->npoints, width, [&, width](Team::Member& member) {
         const auto tile = std::make_shared<PointTile>(
-            first, width, [&member](std::int64_t steps) { member.spend(steps); }, measures);
-        return [&shares, tile, output_is_zero](int begin, int count) {
+            first, width, [&member](std::int64_t steps) { member.spend(steps); },
+            tally != nullptr ? tally->part() : nullptr, measures);
+        return [&shares, &member, tile, output_is_zero](int begin, int count) {
+            constexpr std::int64_t steps_of_point = 16;  // of the simplest share
             tile->begin(begin, count, output_is_zero);
             for (const PreparedShare& prepared : shares) {
+                member.spend(steps_of_point * count);
                 tile->turn_to(*prepared.element);
                 prepared.share->add(*tile);
             }
@@ -55,8 +61,10 @@ void add_shares(const Shares& shares, const Transducer& first, bool output_is_ze
     });
 }
 
-TransducerStatus solve_together(Method method, std::span<Transducer* const> elements,
-                                Output output) {
+TransducerStatus solve_together(Method method, std::span<Transducer* const> elements, Output output,
+                                QuadratureTally* tally) {
+    constexpr int steps_of_element = 1000;  // of its preparation, a few microseconds
+    InterruptCheck check;
     bool output_is_zero = output == Output::all_zero;
     const auto all = static_cast<double>(elements.size());
     TransducerStatus status = status_success;
@@ -69,7 +77,10 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
             if (first != nullptr && element != nullptr && !share_axes(*first, *element)) {
                 break;
             }
-            status = guarded([&] { return preparation.add(element); });
+            status = guarded([&] {
+                check.spend(steps_of_element);
+                return preparation.add(element);
+            });
             if (status != status_success) {
                 break;
             }
@@ -78,13 +89,19 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
             }
             ++next;
         }
+        if (status == status_interrupted) {
+            return status;
+        }
         if (first == nullptr) {
             continue;
         }
         const console::ProgressPart part(static_cast<double>(begin) / all,
                                          static_cast<double>(next) / all);
         const TransducerStatus added = guarded([&] {
-            add_shares(preparation.shares(), *first, output_is_zero);
+            if (tally != nullptr) {
+                tally->begin(*first->coordinate_grid);
+            }
+            add_shares(preparation.shares(), *first, output_is_zero, tally);
             return status_success;
         });
         if (added != status_success) {
@@ -96,7 +113,7 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
 }
 
 TransducerStatus measure_together(Method method, std::span<Transducer* const> elements,
-                                  std::span<const MeasureOutput> outputs) {
+                                  std::span<const MeasureOutput> outputs, QuadratureTally* tally) {
     Preparation preparation(method, Destination::measures);
     for (Transducer* const element : elements) {
         const TransducerStatus status = preparation.add(element);
@@ -110,9 +127,30 @@ TransducerStatus measure_together(Method method, std::span<Transducer* const> el
     if (!elements.empty()) {
         const Transducer& first = *elements.front();
         const TileMeasures measures(*first.time_samples, outputs);
-        add_shares(preparation.shares(), first, true, &measures);
+        if (tally != nullptr) {
+            tally->begin(*first.coordinate_grid);
+        }
+        add_shares(preparation.shares(), first, true, tally, &measures);
     }
     return status_success;
+}
+
+// When the response of some points begins and ends.
+struct ArrivalTimes {
+    double begin, end;
+
+    void include(const ArrivalTimes& other) {
+        begin = std::min(begin, other.begin);
+        end = std::max(end, other.end);
+    }
+};
+
+ArrivalTimes arrival_times(const Transducer& element, int point) {
+    const ApertureDistances distances = element.distances(
+        element.rotateTranslate(element.coordinate_grid->spatial_index_value(point)));
+    const double c = element.medium->_soundspeed;
+    return {distances.nearest / c + element.time_delay,
+            distances.farthest / c + element.time_delay};
 }
 
 TransducerStatus record_arrival_times(Transducer& element) {
@@ -123,20 +161,34 @@ TransducerStatus record_arrival_times(Transducer& element) {
         return status_failure;
     }
     element.InitializeRotationMatrix();
-    const CoordinateGrid& grid = *element.coordinate_grid;
-    const double c = element.medium->_soundspeed;
     const bool from_extremes = element.departures().arrivals_of_no_points;
-    element.impulse_begin_time = std::numeric_limits<double>::max();
-    element.impulse_end_time = 0.0;
-    for (int i = 0; i < std::max(grid.npoints, from_extremes ? 0 : 1); ++i) {
-        const ApertureDistances distances =
-            element.distances(element.rotateTranslate(grid.spatial_index_value(i)));
-        const double begin = distances.nearest / c + element.time_delay;
-        const double end = distances.farthest / c + element.time_delay;
-        const bool sets = i == 0 && !from_extremes;
-        element.impulse_begin_time = sets ? begin : std::min(element.impulse_begin_time, begin);
-        element.impulse_end_time = sets ? end : std::max(element.impulse_end_time, end);
+    const int npoints = std::max(element.coordinate_grid->npoints, from_extremes ? 0 : 1);
+    constexpr int width = 128;
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    std::vector<ArrivalTimes> of_tiles(static_cast<std::size_t>(npoints / width) + 1,
+                                       {infinity, -infinity});
+    work_in_tiles(npoints, width, [&](Team::Member&) {
+        return [&](int first, int count) {
+            ArrivalTimes times{infinity, -infinity};
+            for (int i = first; i < first + count; ++i) {
+                // The very first point's times are kept even if they are no numbers.
+                const ArrivalTimes own = arrival_times(element, i);
+                if (i == 0 && !from_extremes) {
+                    times = own;
+                } else {
+                    times.include(own);
+                }
+            }
+            of_tiles[static_cast<std::size_t>(first / width)] = times;
+        };
+    });
+    ArrivalTimes all =
+        from_extremes ? ArrivalTimes{std::numeric_limits<double>::max(), 0.0} : of_tiles.front();
+    for (const ArrivalTimes& times : of_tiles) {
+        all.include(times);
     }
+    element.impulse_begin_time = all.begin;
+    element.impulse_end_time = all.end;
     return status_success;
 }
 
@@ -169,16 +221,32 @@ TransducerStatus solve_each(Method method, std::span<Transducer* const> elements
 
 }  // namespace
 
-TransducerStatus drive(Method method, std::span<Transducer* const> elements, Output output) {
-    return adds(method) ? solve_together(method, elements, output) : solve_each(method, elements);
+TransducerStatus drive(Method method, std::span<Transducer* const> elements, Output output,
+                       QuadratureReport* report) {
+    QuadratureTally tally;
+    const TransducerStatus status =
+        adds(method)
+            ? solve_together(method, elements, output, report != nullptr ? &tally : nullptr)
+            : solve_each(method, elements);
+    if (report != nullptr) {
+        *report = tally.report();
+    }
+    return status;
 }
 
 TransducerStatus measure(Method method, std::span<Transducer* const> elements,
-                         std::span<const MeasureOutput> outputs) {
+                         std::span<const MeasureOutput> outputs, QuadratureReport* report) {
     if (!adds(method) || is_continuous_wave(method)) {
         return status_not_implemented;
     }
-    return guarded([&] { return measure_together(method, elements, outputs); });
+    QuadratureTally tally;
+    const TransducerStatus status = guarded([&] {
+        return measure_together(method, elements, outputs, report != nullptr ? &tally : nullptr);
+    });
+    if (report != nullptr) {
+        *report = tally.report();
+    }
+    return status;
 }
 
 TransducerStatus solve_spectrum(std::span<Transducer* const> elements,
@@ -195,7 +263,7 @@ TransducerStatus solve_spectrum(std::span<Transducer* const> elements,
             }
         }
         if (!preparation.shares().empty()) {
-            add_shares(preparation.shares(), *elements.front(), false);
+            add_shares(preparation.shares(), *elements.front(), false, nullptr);
         }
         return status_success;
     });
@@ -203,7 +271,7 @@ TransducerStatus solve_spectrum(std::span<Transducer* const> elements,
 
 TransducerStatus Transducer::solve_alone(Method method) {
     Transducer* const element = this;
-    return drive(method, {&element, 1}, Output::accumulate);
+    return drive(method, {&element, 1}, Output::accumulate, nullptr);
 }
 
 }  // namespace kavro

@@ -1,11 +1,13 @@
 // What is kept of a field over time where nobody needs the field itself.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <string_view>
 
 #include "method.h"
+#include "quadrature_report.h"
 #include "transducer.h"
 
 namespace kavro {
@@ -19,6 +21,8 @@ enum class Measure {
     rms,            // root of the mean of p^2 over the axis, Pa
     time_of_peak,   // the first instant of the peak, s; the axis's first where all is silent
 };
+
+inline constexpr std::size_t measure_count = 6;
 
 // The names of all, as 'peak', 'time_of_peak', in the order above.
 std::span<const char* const> measure_names();
@@ -35,6 +39,12 @@ struct MeasureOutput {
 // status_not_implemented also for methods of continuous waves, of arrival times and of nonlinear
 // marches.
 TransducerStatus measure(Method method, std::span<Transducer* const> elements,
-                         std::span<const MeasureOutput> outputs);
+                         std::span<const MeasureOutput> outputs,
+                         QuadratureReport* report = nullptr);
+
+// The measures of a field that is there: of npoints x ntimes values on the time axis, entry
+// i + t * npoints.
+void measure_field(const TimeSamples& times, const double* field, int npoints,
+                   std::span<const MeasureOutput> outputs);
 
 }  // namespace kavro

@@ -38,6 +38,29 @@ constexpr bool is_continuous_wave(Method method) {
     return method <= Method::rayleigh_cw_sse || method == Method::farfield_cw_lossless;
 }
 
+// Whether it computes in single precision, at least its sums.
+constexpr bool is_single(Method method) {
+    return method == Method::fnm_cw_single || method == Method::fnm_cw_sse ||
+           method == Method::fnm_cw_sse2 || method == Method::fnm_tsd_sse ||
+           method == Method::fnm_tsd_low_precision;
+}
+
+// Whether a tolerance may stand for the rule, see Transducer::set_tolerance.
+constexpr bool takes_tolerance(Method method) {
+    switch (method) {
+        case Method::fnm_cw:
+        case Method::fnm_transient:
+        case Method::fnm_transient_behind_source:
+        case Method::fnm_spectral:
+        case Method::fnm_fdtsd:
+        case Method::fnm_tsd:
+        case Method::fnm_tsd_behind_source:
+            return true;
+        default:
+            return is_single(method);
+    }
+}
+
 // The methods that a shape offers.
 class MethodSet {
 public:

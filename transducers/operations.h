@@ -50,8 +50,9 @@ struct Operation {
     bool uses(OperationInput input) const { return (inputs & input) != 0; }
 
     // The same over an array, see array.h.
-    TransducerStatus solve_array(std::span<Transducer* const> elements, Output output) const {
-        return kavro::solve(method, elements, output);
+    TransducerStatus solve_array(std::span<Transducer* const> elements, Output output,
+                                 QuadratureReport* report = nullptr) const {
+        return kavro::solve(method, elements, output, report);
     }
 };
 

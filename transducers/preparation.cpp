@@ -56,26 +56,33 @@ EdgeUnits Wanted::units() const {
     return is_continuous_wave(method) ? EdgeUnits::lengths : EdgeUnits::times;
 }
 
+bool Preparation::keeps_tolerance(const Transducer& element) const {
+    return element.get_tolerance() > 0.0 && element.exact() && takes_tolerance(method_);
+}
+
 bool Preparation::has_records(const Transducer& element) const {
+    constexpr double least_of_single = 1e-5;
+    const bool tolerates = keeps_tolerance(element);
+    if (tolerates && is_single(method_) && element.get_tolerance() < least_of_single) {
+        return false;
+    }
+    const bool has_scene = element.coordinate_grid != nullptr && element.medium != nullptr;
+    const bool has_rule = tolerates || element.integral != nullptr;
     if (element.departures().writes_nothing) {
-        return element.coordinate_grid != nullptr && element.medium != nullptr &&
-               element.integral != nullptr;
+        return has_scene && has_rule;
     }
     if (is_continuous_wave(method_)) {
-        return element.has_continuous_wave_records();
+        return has_rule && element.has_continuous_wave_outputs();
     }
     if (method_ == Method::fnm_spectral && element.medium != nullptr &&
         element.excitation != nullptr && !has_power_law(element)) {
         return false;
     }
-    if (destination_ == Destination::measures) {
-        return element.coordinate_grid != nullptr && element.medium != nullptr &&
-               element.time_samples != nullptr &&
-               (method_ == Method::impulse_response ||
-                (element.excitation != nullptr && element.integral != nullptr));
-    }
-    return method_ == Method::impulse_response ? element.has_impulse_response_records()
-                                               : element.has_transient_records();
+    const bool has_axis =
+        has_scene && element.time_samples != nullptr &&
+        (destination_ == Destination::measures || element.transient_pressure != nullptr);
+    return has_axis &&
+           (method_ == Method::impulse_response || (has_rule && element.excitation != nullptr));
 }
 
 // Two methods make no amplitude test: an element of amplitude zero is computed in full.
@@ -111,6 +118,7 @@ TransducerStatus Preparation::add(Transducer* element) {
         return status_success;
     }
     element->InitializeRotationMatrix();
+    find_demand(*element, wave);
     if (!is_continuous_wave(method_)) {
         add_transient(*element, departures);
     } else if (is_rayleigh(method_)) {
@@ -133,7 +141,29 @@ void Preparation::append(const Transducer& element, std::unique_ptr<Share> share
     }
 }
 
+void Preparation::find_demand(const Transducer& element, const WaveParameters& wave) {
+    demand_.reset();
+    if (!keeps_tolerance(element)) {
+        return;
+    }
+    const double tolerance = element.get_tolerance();
+    if (is_continuous_wave(method_)) {
+        demand_ = demand_of(wave, tolerance);
+        return;
+    }
+    const ExcitationFunction& waveform = *element.excitation;
+    if (known_.waveform == nullptr || !known_.waveform->same_waveform(waveform) ||
+        known_.medium != element.medium || known_.demand.tolerance != tolerance) {
+        known_ = {&waveform, element.medium, demand_of(waveform, *element.medium, tolerance)};
+    }
+    demand_ = known_.demand;
+}
+
 Wanted Preparation::wanted(Transducer& element, Method method) {
+    if (demand_) {
+        rule_ = {};
+        return {method, 0, rule_, &*demand_};
+    }
     NumericalIntegration& shared = *element.integral;
     const int order = shared.get_npoints();
     const RuleInterval interval = element.rule_interval(method);
@@ -149,7 +179,7 @@ Wanted Preparation::wanted(Transducer& element, Method method) {
         }
         rule_ = as_it_stands(shared);
     }
-    return {method, order, rule_};
+    return {method, order, rule_, nullptr};
 }
 
 // ---- continuous wave
@@ -192,9 +222,9 @@ void Preparation::add_single_wave(Transducer& element, const Departures& departu
     if (!edge) {
         append(element, continuous_wave_share(element, element.edge(wanted(element, method_)), wave,
                                               prefactor));
-    } else if (departures.single_wave == SingleWaveBy::excess) {
-        append(element,
-               single_excess_share(element, std::move(edge), wave, departures.in_fours, prefactor));
+    } else if (departures.single_wave != SingleWaveBy::delays) {
+        append(element, single_excess_share(element, std::move(edge), departures.single_wave, wave,
+                                            departures.in_fours, prefactor));
     } else {
         const WaveParameters used =
             departures.rounds_wave ? rounded_wave(*element.medium, wave) : wave;
@@ -215,15 +245,16 @@ void Preparation::add_rayleigh(Transducer& element, const Departures& departures
         const double density = is_half ? 2 * medium._rho_density : medium._rho_density;
         return std::complex<double>(0.0, density * medium._f0) * element.complex_weight;
     };
-    const SurfaceManners manners{departures.means_within_rounding, departures.in_fours};
+    const SurfaceManners manners{departures.means_within_rounding, departures.in_fours,
+                                 departures.single_wave == SingleWaveBy::from_middle};
     if (method_ == Method::rayleigh_cw_sse) {
         std::unique_ptr<SurfaceRows<float>> surface =
             element.single_surface(wanted(element, method_));
         const std::complex<double> Q = prefactor(surface->is_half_of_axisymmetric());
+        const bool rounds = departures.rounds_wave && !manners.from_middle;
         append(element,
                rayleigh_share<float>(element, std::move(surface),
-                                     departures.rounds_wave ? rounded_wave(medium, wave) : wave,
-                                     manners, Q));
+                                     rounds ? rounded_wave(medium, wave) : wave, manners, Q));
         return;
     }
     std::unique_ptr<SurfaceRows<double>> surface = element.surface(wanted(element, method_));
@@ -274,13 +305,19 @@ void Preparation::add_decomposition(Transducer& element, const Departures& depar
                decomposition_share(element, element.edge(wanted), kind, departures, factors_));
         return;
     }
-    if (std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted)) {
+    std::unique_ptr<EdgeGenerator<float>> edge = element.single_edge(wanted);
+    std::unique_ptr<EdgeGenerator<double>> rounded = element.rounded_edge(wanted);
+    // Where single precision holds; the exact geometry is in double.
+    if (element.exact() && (edge || !rounded)) {
+        append(element, exact_single_decomposition_share(element, element.edge(wanted), departures,
+                                                         exact_single_factors_, factors_));
+    } else if (edge) {
         append(element, single_decomposition_share(element, std::move(edge), departures,
                                                    single_factors_, factors_));
     }
-    if (std::unique_ptr<EdgeGenerator<double>> edge = element.rounded_edge(wanted)) {
+    if (rounded) {
         append(element,
-               rounded_decomposition_share(element, std::move(edge), departures, factors_));
+               rounded_decomposition_share(element, std::move(rounded), departures, factors_));
     }
 }
 
@@ -320,17 +357,23 @@ TransducerStatus Preparation::add_spectrum(Transducer* element,
     return status_success;
 }
 
-// Its frequencies follow from the tolerance; its abscissas are those of the rule.
+// Abscissas that are chosen by the tolerance leave far less than half of it; frequencies take half.
 void Preparation::add_lossy_transient(Transducer& element) {
     constexpr double default_tolerance = 1e-4;
     const double duration = element.excitation->w;
     if (!(duration > 0.0 && std::isfinite(duration)) || element.time_samples->ntimes < 1) {
         return;
     }
-    const double wish = element.get_tolerance();
+    double tolerance = element.get_tolerance() > 0.0 ? element.get_tolerance() : default_tolerance;
+    if (demand_) {
+        // Losses of the centre of the spectrum: of what is above it, they leave less.
+        const double centre = reference_frequency_of(*element.excitation, *element.medium);
+        demand_->attenuation = PowerLaw(*element.medium, centre).attenuation(two_pi * centre);
+        tolerance *= 0.5;
+    }
     append(element,
            lossy_transient_share(element, element.edge(wanted(element, Method::fnm_transient)),
-                                 pulses_.of(element, wish > 0.0 ? wish : default_tolerance)));
+                                 pulses_.of(element, tolerance)));
 }
 
 void Preparation::add_rayleigh_transient(Transducer& element, const Departures& departures) {
@@ -339,7 +382,7 @@ void Preparation::add_rayleigh_transient(Transducer& element, const Departures& 
         element.medium->_rho_density / (surface->is_half_of_axisymmetric() ? pi : two_pi);
     append(element, rayleigh_transient_share(
                         element, std::move(surface),
-                        {departures.means_within_rounding, departures.in_fours}, prefactor));
+                        {departures.means_within_rounding, departures.in_fours, false}, prefactor));
     if (!departures.without_jump_waves) {
         append(element, jump_waves_share(element));
     }

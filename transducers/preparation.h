@@ -4,6 +4,7 @@
 #include <complex>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -44,9 +45,12 @@ public:
     const Shares& shares() const { return shares_; }
 
     // Memory that all shares take.
-    std::size_t bytes() const { return bytes_ + factors_.bytes() + single_factors_.bytes(); }
+    std::size_t bytes() const {
+        return bytes_ + factors_.bytes() + single_factors_.bytes() + exact_single_factors_.bytes();
+    }
 
 private:
+    bool keeps_tolerance(const Transducer& element) const;
     bool has_records(const Transducer& element) const;
     bool passes_over(const Transducer& element, const Departures& departures) const;
     WaveParameters wave_of_method(const Transducer& element, const Departures& departures) const;
@@ -61,6 +65,7 @@ private:
     void add_lossy_transient(Transducer& element);
     void add_rayleigh_transient(Transducer& element, const Departures& departures);
     void add_impulse_response(const Transducer& element);
+    void find_demand(const Transducer& element, const WaveParameters& wave);
     Wanted wanted(Transducer& element, Method method);
     void append(const Transducer& element, std::unique_ptr<Share> share);
 
@@ -69,9 +74,18 @@ private:
     Shares shares_;
     std::size_t bytes_ = 0;
     SharedFactors<float> single_factors_;
+    SharedFactors<float, double> exact_single_factors_;
     SharedFactors<double> factors_;
     SharedPulses pulses_;
-    QuadratureRule rule_;  // of the element at hand
+    // Of the element at hand.
+    QuadratureRule rule_;
+    std::optional<QuadratureDemand> demand_;
+    // Of the last waveform that was asked about.
+    struct {
+        const ExcitationFunction* waveform = nullptr;
+        const Medium* medium = nullptr;
+        QuadratureDemand demand{};
+    } known_;
 };
 
 }  // namespace kavro

@@ -8,6 +8,7 @@
 #include "transducers/method.h"
 #include "transducers/methods/wave_parameters.h"
 #include "transducers/surface/surface_rows.h"
+#include "transducers/tolerance/demand.h"
 #include "transducers/transducer.h"
 
 namespace kavro {
@@ -18,6 +19,8 @@ struct Wanted {
     int order;  // abscissas of the element's rule
     // The rule on the interval that the shape asks for; empty where it asks for none.
     const QuadratureRule& rule;
+    // What a tolerance asks for, instead of a rule; null for none.
+    const QuadratureDemand* demand = nullptr;
 
     // Continuous wave counts in lengths.
     EdgeUnits units() const;

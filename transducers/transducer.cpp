@@ -223,8 +223,12 @@ bool Transducer::has_impulse_response_records() const {
 }
 
 bool Transducer::has_continuous_wave_records() const {
-    return coordinate_grid != nullptr && medium != nullptr && integral != nullptr &&
-           pressure_real != nullptr && pressure_imag != nullptr;
+    return integral != nullptr && has_continuous_wave_outputs();
+}
+
+bool Transducer::has_continuous_wave_outputs() const {
+    return coordinate_grid != nullptr && medium != nullptr && pressure_real != nullptr &&
+           pressure_imag != nullptr;
 }
 
 bool Transducer::is_silent() const {

@@ -119,9 +119,19 @@ public:
     virtual void set_complex_pressure_pointers(double* re, double* im);
     virtual void set_transient_pressure_pointer(double* pressure);
 
-    // The error that the element's methods may make, relative to the largest magnitude of its field
-    // at a point, where they choose what they compute with: fnm_spectral its frequencies. 0, the
-    // default, stands for 1e-4. Throws InputError for anything else outside 1e-12 to 0.1.
+    // Accuracy instead of a number of abscissas: the quadrature's error stays below this share of
+    // the magnitude of the element's field at the point: of a continuous wave's envelope (the root
+    // mean square of |p| over 0.8 to 1.2 times the frequency, so that nodes are not resolved), of
+    // max |p(t)| over time. Every point takes as few abscissas as that needs, at most 1024 a rim or
+    // piece of an edge; QuadratureReport (array.h) tells where those do not suffice.
+    //
+    // It counts for an exact element and the fast nearfield methods but the apodized one. These
+    // read no rule then, which may be null. The other methods, and reference mode, keep the rule,
+    // whatever the tolerance. 0, the default, is none. Throws InputError for anything else outside
+    // 1e-12 to 0.1. Methods in single precision return status_failure for less than 1e-5.
+    //
+    // fnm_spectral chooses its frequencies by it, too, in reference mode as well; 0 stands for 1e-4
+    // there.
     void set_tolerance(double value);
     double get_tolerance() const { return tolerance_; }
 
@@ -169,6 +179,10 @@ public:
     // keeps its precision over the face. A shape that does not know answers infinity.
     virtual double face_extent() const { return std::numeric_limits<double>::infinity(); }
 
+    // Area of the face, m^2: tells how strong the element's field is far away. A shape that does not
+    // know answers 0.
+    virtual double face_area() const { return 0.0; }
+
     // The nearest and the farthest point of the face.
     virtual ApertureDistances distances(const CartesianCoordinate& point) const;
 
@@ -176,8 +190,9 @@ public:
     virtual RuleInterval rule_interval(Method) const { return RuleInterval::standard; }
 
     // The edge generators: blocks in lengths for continuous waves, in times for the others. Null
-    // where there is nothing to add. In single precision null where that would not hold; in double
-    // precision and rounded at the end for those points that the single one leaves out.
+    // where there is nothing to add. In single precision null where that would not hold, and not
+    // used for exact transients; in double precision and rounded at the end for those points that
+    // the single one leaves out.
     virtual std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const;
     virtual std::unique_ptr<EdgeGenerator<float>> single_edge(const Wanted& wanted) const;
     virtual std::unique_ptr<EdgeGenerator<double>> rounded_edge(const Wanted& wanted) const;
@@ -221,6 +236,7 @@ public:
     bool has_transient_records() const;
     bool has_impulse_response_records() const;
     bool has_continuous_wave_records() const;
+    bool has_continuous_wave_outputs() const;  // the same but for the rule
 
     void superpose_complex_pressure(const int& i, const std::complex<double>& pressure);
     void superpose_transient_pressure(const int& i, const double* series);  // ntimes values

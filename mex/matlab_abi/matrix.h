@@ -38,14 +38,18 @@ typedef enum { mxREAL = 0, mxCOMPLEX } mxComplexity;
 
 #define mxCreateNumericArray mxCreateNumericArray_730
 #define mxCreateNumericMatrix mxCreateNumericMatrix_730
+#define mxCreateStructMatrix mxCreateStructMatrix_730
+#define mxGetCell mxGetCell_730
 #define mxGetField mxGetField_730
 #define mxGetNumberOfDimensions mxGetNumberOfDimensions_730
 #define mxGetString mxGetString_730
+#define mxSetFieldByNumber mxSetFieldByNumber_730
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
+bool mxIsCell(const mxArray* array);
 bool mxIsStruct(const mxArray* array);
 bool mxIsNumeric(const mxArray* array);
 bool mxIsChar(const mxArray* array);
@@ -64,6 +68,8 @@ mxArray* mxGetField(const mxArray* array, mwIndex index, const char* name);
 int mxGetNumberOfFields(const mxArray* array);
 const char* mxGetFieldNameByNumber(const mxArray* array, int number);
 
+mxArray* mxGetCell(const mxArray* array, mwIndex index);
+
 double mxGetScalar(const mxArray* array);
 double* mxGetPr(const mxArray* array);
 double* mxGetPi(const mxArray* array);
@@ -75,6 +81,9 @@ mxArray* mxCreateNumericMatrix(mwSize rows, mwSize columns, mxClassID class_id,
 mxArray* mxCreateNumericArray(mwSize dimensions, const mwSize* sizes, mxClassID class_id,
                               mxComplexity complexity);
 mxArray* mxCreateDoubleScalar(double value);
+mxArray* mxCreateStructMatrix(mwSize rows, mwSize columns, int fields, const char** names);
+int mxAddField(mxArray* array, const char* name);
+void mxSetFieldByNumber(mxArray* array, mwIndex index, int number, mxArray* value);
 mxArray* mxCreateString(const char* text);
 void mxDestroyArray(mxArray* array);
 

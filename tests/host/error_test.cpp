@@ -97,6 +97,9 @@ elements.radius | missing                 | Transducer field '@' must hold 1 rea
 elements.center elements.euler | missing  | Transducer field '@' must hold 3 real number(s) (element 1).
 elements.center elements.euler | [1 2], [1 2 3 4], 'abc', sparse[0 0 0], 1i, [] | Transducer field '@' must hold 3 real number(s) (element 2).
 )");
+    expect_errors(two, R"(
+elements.radius | -1, NaN, Inf | Transducer field '@' must be finite and at least 0, but holds # (element 2).
+)");
     const Call driven = Call().set("elements.amplitude = 1, elements.time_delay = 0");
     expect_errors(Call().set("elements", repeated(driven["elements"], 2)), R"(
 elements.amplitude elements.time_delay | [], '1', true, {}, 1i, sparse[1] | Transducer field '@' must hold 1 real number(s) (element 2).

@@ -124,6 +124,7 @@ struct mxArray_tag {
     std::function<void(double)> body;             // of a function handle
     // Of a structure array: each field's name and its value in each entry.
     std::vector<std::pair<std::string, std::vector<host::Value>>> fields;
+    std::vector<host::Value> cells;  // of a cell array
 
     std::size_t count() const;
 };

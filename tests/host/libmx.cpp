@@ -42,6 +42,10 @@ bool mxIsStruct(const mxArray* array) {
     return array->class_id == mxSTRUCT_CLASS;
 }
 
+bool mxIsCell(const mxArray* array) {
+    return array->class_id == mxCELL_CLASS;
+}
+
 bool mxIsNumeric(const mxArray* array) {
     return array->class_id >= mxDOUBLE_CLASS && array->class_id <= mxUINT64_CLASS;
 }
@@ -110,6 +114,10 @@ mxArray* mxGetField(const mxArray* array, mwIndex index, const char* name) {
     return array->fields[field].second[index].get();
 }
 
+mxArray* mxGetCell(const mxArray* array, mwIndex index) {
+    return index < array->cells.size() ? array->cells[index].get() : nullptr;
+}
+
 void* mxGetData(const mxArray* array) {
     const HostScope scope;
     return data_of(array, "mxGetData");
@@ -176,6 +184,35 @@ mxArray* mxCreateDoubleScalar(double value) {
     mxArray* array = create({1, 1}, mxDOUBLE_CLASS);
     *reinterpret_cast<double*>(array->data.get()) = value;
     return array;
+}
+
+mxArray* mxCreateStructMatrix(mwSize rows, mwSize columns, int fields, const char** /* names */) {
+    fail_creation_if_due();
+    const HostScope scope;
+    if (fields != 0) {
+        misuse("mxCreateStructMatrix with fields, which this host has no use for");
+    }
+    return create({rows, columns}, mxSTRUCT_CLASS);
+}
+
+int mxAddField(mxArray* array, const char* name) {
+    const HostScope scope;
+    array->fields.emplace_back(name, std::vector<host::Value>(array->count()));
+    return static_cast<int>(array->fields.size()) - 1;
+}
+
+// The value goes with the structure from now on.
+void mxSetFieldByNumber(mxArray* array, mwIndex index, int number, mxArray* value) {
+    const HostScope scope;
+    auto& created = host::session().created;
+    const auto own = std::find_if(created.begin(), created.end(),
+                                  [value](const auto& kept) { return kept.get() == value; });
+    if (own == created.end()) {
+        misuse("mxSetFieldByNumber with an array that is not the module's");
+        return;
+    }
+    array->fields.at(static_cast<std::size_t>(number)).second.at(index) = std::move(*own);
+    created.erase(own);
 }
 
 mxArray* mxCreateString(const char* text) {

@@ -138,5 +138,22 @@ TEST(Console, warns_of_attenuation_and_of_the_display_flag) {
     }
 }
 
+// What it reads as it always did, and does not mean.
+TEST(Console, warns_of_what_does_not_count) {
+    const auto warnings = [](const Call& call) { return run(call).warnings; };
+    for (const auto& [record, field] :
+         {std::pair{"medium", "density"}, {"grid", "ymax"}, {"time", "deltat"}}) {
+        EXPECT_EQ(warnings(Call().set(std::string(record) + "." + field, value("1i"))),
+                  Texts{"The imaginary part of '" + std::string(field) + "' is ignored.\n"});
+    }
+    EXPECT_EQ(warnings(Call().set("elements", discs(0))),
+              Texts{"The transducer array has no elements: the pressure is zero.\n"});
+    EXPECT_EQ(
+        warnings(
+            Call().set("excitation", sampled_excitation()).set("excitation.clip_threshold = 1")),
+        Texts{"A 'clip_threshold' that is not below 1 leaves no frequency: the excitation is "
+              "zero.\n"});
+}
+
 }  // namespace
 }  // namespace host

@@ -10,6 +10,7 @@
 
 #include "core/console.h"
 #include "core/medium.h"
+#include "core/threads.h"
 #include "excitation/hanning_pulse.h"
 #include "module_call.h"
 #include "transducers/kzk/retarded_time.h"
@@ -132,17 +133,19 @@ TEST(Solve, results_have_the_form_of_their_kind) {
         OperationKind kind;
         Sizes of_grid, of_points;
     };
-    const std::vector<Form> forms{{OperationKind::continuous_wave, {3, 1, 2}, {4, 1}},
-                                  {OperationKind::transient, {3, 1, 2, 41}, {4, 41}},
-                                  {OperationKind::impulse_response, {3, 1, 2, 41}, {4, 41}},
-                                  {OperationKind::arrival_times, {0, 2}, {0, 2}},
-                                  {OperationKind::kzk_transient, {3, 2, 41}, {}},
-                                  {OperationKind::kzk_cw, {3, 2, 2}, {}}};
     for (const Operation& operation : kavro::operations()) {
         SCOPED_TRACE(operation.name);
+        const Value elements = elements_with(operation);
+        const std::vector<Form> forms{
+            {OperationKind::continuous_wave, {3, 1, 2}, {4, 1}},
+            {OperationKind::transient, {3, 1, 2, 41}, {4, 41}},
+            {OperationKind::impulse_response, {3, 1, 2, 41}, {4, 41}},
+            {OperationKind::arrival_times, {elements->count(), 2}, {elements->count(), 2}},
+            {OperationKind::kzk_transient, {3, 2, 41}, {}},
+            {OperationKind::kzk_cw, {3, 2, 2}, {}}};
         Call call(operation);
         call.set("medium.attenuationdBcmMHz = 0.5, medium.powerlawexponent = 1");
-        call.set("elements", discs(0));  // every method takes an array without elements
+        call.set("elements", elements);
         const Form& form = *std::find_if(forms.begin(), forms.end(), [&](const Form& candidate) {
             return candidate.kind == operation.kind;
         });
@@ -150,7 +153,6 @@ TEST(Solve, results_have_the_form_of_their_kind) {
             if (!sizes.empty()) {
                 const Outcome outcome = run(call);
                 ASSERT_EQ(outcome.error, std::nullopt);
-                EXPECT_EQ(largest(values(outcome.output)), 0.0);
                 EXPECT_EQ(outcome.output->dims, sizes);
                 EXPECT_EQ(outcome.output->is_complex, is_complex(operation));
                 // Of attenuation that is left out of account.
@@ -203,6 +205,21 @@ TEST(Solve, lists_of_instants_are_not_printed) {
     EXPECT_EQ(outcome.output->dims, (Sizes{3, 1, 2, 2}));
 }
 
+TEST(Solve, warns_of_a_focus_by_delays_that_a_continuous_wave_does_not_read) {
+    const auto warnings = [](const char* method, const char* changes) {
+        Call call(method);
+        call.set("elements", discs(2)).set("elements.time_delay = 0, elements.phase = 0");
+        Value elements = copy_of(call["elements"]);
+        set(elements, "time_delay", value("1e-7"), 0);
+        set(elements, "phase", value("0"), 0);
+        return run(call.set("elements", elements).set(changes)).warnings.size();
+    };
+    EXPECT_EQ(warnings("fnm_cw", ""), 1u);
+    EXPECT_EQ(warnings("fnm_cw", "elements.phase = -0.6"), 0u);
+    EXPECT_EQ(warnings("fnm_cw", "elements.time_delay = 1e-7"), 0u);  // all alike
+    EXPECT_EQ(warnings("fnm_tsd", ""), 0u);
+}
+
 TEST(SolveProgress, a_handle_hears_of_it_in_order_and_in_the_calling_thread) {
     const auto caller = std::this_thread::get_id();
     for (const char* method : {"fnm_tsd", "fnm_tsd_sse", "impulse_begin_and_end_times"}) {
@@ -247,6 +264,28 @@ TEST(SolveProgress, a_line_where_it_is_wanted) {
     EXPECT_EQ(run(call.with("progress = false")).printed, "");
     EXPECT_EQ(run(call).printed, line);
     unsetenv("KAVRO_PROGRESS");
+}
+
+// The number of threads is a call's own, however the call ends.
+TEST(SolveThreads, are_put_back_and_have_a_limit) {
+    const int before = kavro::thread_count();
+    const int limit = kavro::thread_limit();
+    const int other = before == 3 ? 2 : 3;
+    int within = 0;
+    Call call("fnm_tsd");
+    call.set("progress", function([&](double) { within = kavro::thread_count(); }));
+    EXPECT_TRUE(run(call.with("threads", row({1.0 * other}))).warnings.empty());
+    EXPECT_EQ(within, other);
+    EXPECT_EQ(kavro::thread_count(), before);
+    EXPECT_EQ(run(call.with("threads = 10000")).warnings,
+              std::vector{"10000 threads were asked for, " + std::to_string(limit) +
+                          " are used: four for each processor. More would gain nothing.\n"});
+    EXPECT_EQ(within, limit);
+    expect_no_harm_of_failing_allocations(Call("fnm_tsd").set("threads = 10000"));
+    EXPECT_EQ(kavro::thread_count(), before);
+    call.set("progress", function([](double) { throw std::runtime_error("enough"); }));
+    expect_error(call.set("threads", row({1.0 * other})), "The progress function failed: enough");
+    EXPECT_EQ(kavro::thread_count(), before);
 }
 
 TEST(SolveMethods, the_table_comes_from_the_library) {

@@ -18,7 +18,7 @@ std::function<kavro::TransducerStatus()> solver;
 
 namespace kavro {
 
-TransducerStatus solve(Method, std::span<Transducer* const>, Output) {
+TransducerStatus solve(Method, std::span<Transducer* const>, Output, QuadratureReport*) {
     return solver();
 }
 

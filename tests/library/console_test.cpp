@@ -1,6 +1,7 @@
 // The console port, what the medium says through it, and counts that cannot be.
 #include <gtest/gtest.h>
 
+#include "core/available_memory.h"
 #include "core/counts.h"
 #include "stage.h"
 
@@ -94,8 +95,14 @@ TEST(Counts, RefuseWhatCannotFit) {
     if (kavro::available_memory()) {
         EXPECT_EQ(memory_error(SIZE_MAX / 16, 8), too_large);
     }
-    EXPECT_EQ(kavro::checked_product(46340, 46340, "cats"), 46340 * 46340);
-    EXPECT_EQ(error_of([] { kavro::checked_product(46341, 46341, "cats"); }), too_large);
+    const std::int32_t sides[] = {46340, 46340, 2};
+    EXPECT_EQ(kavro::checked_product(std::span(sides, 2), "cats"), 46340 * 46340);
+    EXPECT_EQ(error_of([&] { kavro::checked_product(sides, "cats"); }), too_large);
+    try {
+        kavro::checked_product(sides, "cats");
+    } catch (const kavro::InputError& error) {
+        EXPECT_STREQ(error.more(), "4294791200 are asked for, 2147483647 are the most.");
+    }
     EXPECT_EQ(kavro::count_of_steps(0, INT32_MAX - 1.0, 1, "cats"), INT32_MAX);
     EXPECT_EQ(error_of([] { kavro::count_of_steps(0, INT32_MAX, 1, "cats"); }), too_large);
 }

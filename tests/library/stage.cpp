@@ -147,6 +147,7 @@ std::unique_ptr<kavro::Transducer> element_of(const Source& source) {
     element->set_time_delay(source.time_delay);
     element->set_exact(source.exact);
     element->set_piston_apodization_index(source.apodization);
+    element->set_tolerance(source.tolerance);
     return element;
 }
 
@@ -172,7 +173,7 @@ Measurement::Measurement(const Tank& of, const Operation& by, double former)
         element.set_global_coordinate_grid(&tank.grid);
         element.set_medium(&tank.medium);
         element.set_time_vector(&tank.times);
-        element.set_integral_pointer(&tank.rule);
+        element.set_integral_pointer(source.tolerance > 0.0 ? nullptr : &tank.rule);
         element.excitation = source.waveform ? source.waveform.get() : tank.waveform.get();
         if (is_wave) {
             element.set_complex_pressure_pointers(output.data(), output.data() + npoints * layers);

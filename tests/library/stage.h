@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -32,6 +33,7 @@ struct Source {
     bool exact = false;
     int apodization = 1;
     Waveform waveform = {};  // the tank's where there is none
+    double tolerance = 0.0;  // of the quadrature, with which the rule is null
 };
 
 // Everything that an operation reads, as values that may be copied and changed. The empty tank is
@@ -176,6 +178,16 @@ std::string error_of(Act act) {
 // The n-th allocation from now on fails, none for 0. Returns how many were left until the failure
 // that was asked for last.
 long fail_allocation(long n);
+
+// Bytes that were in use at once, at most, since it was made, beyond those in use then.
+class HeapWatch {
+public:
+    HeapWatch();
+    std::size_t peak() const;
+
+private:
+    std::size_t before_;
+};
 
 // Calls the test once with each kind of vectors that the processor has, named in the trace.
 void for_every_vector_target(const std::function<void()>& test);

@@ -66,6 +66,36 @@
 %! assert(max(abs(run(at, 1))) > 0);
 %! assert(isequal(run(g, 3), p));  % the number of threads shows in nothing
 
+%!test  % measures are those of the field, of one name or several; a field for each element
+%! [elements, grid, medium] = deal(kavro.linear_array(3, 2e-3, 0.9e-3), ...
+%!     kavro.set_coordinate_grid(1e-3, -2e-3, 2e-3, 0, 1e-3, 2e-3, 9e-3), kavro.set_medium());
+%! pulse = kavro.set_excitation_function('hanning pulse', 1e6, 2e-6);
+%! times = kavro.fit_time_samples(elements, grid, medium, pulse, 5e-8);
+%! f = @(varargin) kavro.solve('fnm_tsd', elements, grid, medium, 'time', times, ...
+%!                             'excitation', pulse, varargin{:});
+%! p = f();
+%! assert(f('measure', 'peak_negative'), min(p, [], 4));
+%! several = f('measure', {'time_of_peak', 'energy'});
+%! [~, j] = max(abs(p), [], 4);
+%! t = kavro.time_axis(times);
+%! assert(several, struct('time_of_peak', t(j), 'energy', sum(p .^ 2, 4) * 5e-8));
+%! each = f('per_element', true);
+%! assert(size(each), [size(p), 3]);
+%! alone = kavro.solve('fnm_tsd', elements(2), grid, medium, 'time', times, 'excitation', pulse);
+%! assert(each(:, :, :, :, 2), alone);
+%! assert(f('per_element', true, 'measure', 'peak')(:, :, :, 2), max(abs(alone), [], 4));
+%! points = kavro.set_coordinate_grid([0 0 5e-3; 1e-3 0 5e-3]);
+%! waves = kavro.solve('fnm_cw', elements, points, medium, 'f0', 1e6, 'per_element', true);
+%! assert(waves(:, 3), kavro.solve('fnm_cw', elements(3), points, medium, 'f0', 1e6));
+
+%!test  % the middle of symmetric limits is an exact zero: both sides of a field are alike there
+%! grid = kavro.set_coordinate_grid([0.1e-3 1 1], -0.7e-3, 0.7e-3, 0, 0, 5e-3, 5e-3);
+%! x = kavro.grid_axes(grid);
+%! assert(x(8), 0);
+%! p = kavro.solve('fnm_cw', kavro.disc(1e-3), grid, kavro.set_medium(), 'f0', 1e6);
+%! middle = kavro.set_coordinate_grid([0 0 5e-3]);
+%! assert(p(8), kavro.solve('fnm_cw', kavro.disc(1e-3), middle, kavro.set_medium(), 'f0', 1e6));
+
 %!test  % arrival times: one row for each element, begin and end
 %! [e, ~, m] = scene();
 %! at = kavro.set_coordinate_grid([0 0 10e-3]);
@@ -118,7 +148,8 @@
 %! assert(size(table), [1 23]);
 %! one = kavro.methods('fnm_tsd_sse');
 %! assert(one.shapes, {'circ'});
-%! assert(one.options, {'time', 'excitation', 'ndiv', 'threads', 'exact', 'progress'});
+%! assert(one.options, {'time', 'excitation', 'ndiv', 'measure', 'per_element', ...
+%!                       'threads', 'exact', 'progress'});
 %! assert([one.ndiv one.ndiv_multiple], [32 4]);
 %! lines = strsplit(evalc('kavro.methods();'), "\n");
 %! assert(numel(lines), 25);

@@ -125,7 +125,6 @@
 %! available = regexp(fileread('/proc/meminfo'), 'MemAvailable:\s*(\d+)', 'tokens');
 %! bytes = 1024 * str2double(available{1}{1});
 %! args = with(4, @(t) struct('tmin', 0, 'tmax', 0, 'deltat', 1));
-%! args{1} = args{1}([]);
 %! side = floor(sqrt(1.1 * bytes / 8));
 %! grid = @(side) struct('xmin', 0, 'xmax', side, 'ymin', 0, 'ymax', side, 'zmin', 0, ...
 %!                       'zmax', 0, 'delta', [1 1 1]);

@@ -6,7 +6,8 @@ function grid = set_coordinate_grid(delta, xmin, xmax, ymin, ymax, zmin, zmax)
 %
 %   The first form is a regular grid. An axis whose limits are equal has one sample; otherwise
 %   the samples run from the lower limit in steps of delta and do not pass the upper limit.
-%   The result of a solver is then an nx x ny x nz x ntimes array.
+%   The result of a solver is then an nx x ny x nz x ntimes array. Between limits that differ in
+%   sign alone, the sample in the middle is an exact 0 (not in kavro.transient_pressure).
 %
 %   The second form is a list of points; the result is then an npoints x ntimes matrix.
 %   Continuous waves have no ntimes; the nonlinear methods need the first form.

@@ -4,18 +4,20 @@ function medium = set_medium(varargin)
 %   medium = kavro.set_medium()
 %   medium = kavro.set_medium(name)
 %   medium = kavro.set_medium('water', 'temperature', T)
+%   medium = kavro.set_medium('lossy water', 'temperature', T)
 %   medium = kavro.set_medium(..., field, value, ...)
 %
 %   Without a name the medium is water at 20 degrees Celsius. A field given by name and value
 %   takes the place of the named medium's own.
 %
-%     name      soundspeed  density  attenuation   exponent  beta
-%               m/s         kg/m^3   dB/cm at 1 MHz
-%     'water'   1482.4      998.2    0             2         3.5
-%     'blood'   1584        1060     0.14          1.21      4.0
-%     'fat'     1430        928      0.6           1         6.15
-%     'liver'   1578        1050     0.45          1.05      4.38
-%     'muscle'  1580        1041     0.57          1         4.72
+%     name           soundspeed  density  attenuation   exponent  beta
+%                    m/s         kg/m^3   dB/cm at 1 MHz
+%     'water'        1482.4      998.2    0             2         3.5
+%     'lossy water'  1482.4      998.2    0.0022        2         3.5
+%     'blood'        1584        1060     0.14          1.21      4.0
+%     'fat'          1430        928      0.6           1         6.15
+%     'liver'        1578        1050     0.45          1.05      4.38
+%     'muscle'       1580        1041     0.57          1         4.72
 %
 %   Fields of the result, all scalars
 %     soundspeed             m/s, positive
@@ -27,20 +29,21 @@ function medium = set_medium(varargin)
 %     specificheatofblood    J/(kg K)
 %     thermalconductivity    W/(m K)
 %     bloodperfusion         kg/(m^3 s); 0 in every named medium
+%     referencefrequency     Hz, positive: where the phase speed is soundspeed. Only where it is
+%                            given; by default that is the waveform's centre frequency
 %
 %   Continuous waves, fnm_spectral and the nonlinear methods of kavro.solve count the attenuation:
 %   in fnm_spectral and in exact continuous waves attenuationdBcmMHz times the frequency in MHz to
 %   the power of the exponent, which must be above 0 and at most 2, otherwise times the frequency.
-%   A field referencefrequency (Hz), which may be set in the result, tells where the phase speed is
-%   soundspeed; by default that is the waveform's centre frequency. The other linear methods over
-%   time are lossless: they warn when the attenuation is not zero and compute without it. That of
-%   water is therefore 0 here; measured, it is 0.0022 dB/cm at 1 MHz, with the exponent 2:
-%   kavro.set_medium('water', 'attenuationdBcmMHz', 0.0022) for fnm_spectral, 0.0022e-6 * f0 for
-%   a nonlinear method at f0 (Hz). The nonlinear methods read the nonlinearity parameter. The heat
-%   and blood fields must be present, but no method reads them.
+%   The other linear methods over time are lossless: they warn when the attenuation is not zero and
+%   compute without it. That of 'water' is therefore 0; 'lossy water' has what is measured, for
+%   fnm_spectral and exact continuous waves. For a nonlinear method at f0 (Hz), give 'water' the
+%   attenuation 0.0022e-6 * f0. The nonlinear methods read the nonlinearity parameter. The heat and
+%   blood fields must be present, but no method reads them.
 %
 %   Argument
-%     T  temperature of water in degrees Celsius, 0 to 95; sets soundspeed and density
+%     T  temperature of water in degrees Celsius, 0 to 95; sets soundspeed and density. The
+%        attenuation of lossy water is that at 20 degrees
 %
 %   Sources
 %     Water, sound speed: W. Marczak, J. Acoust. Soc. Am. 102, 2776 (1997). Density: G. S.
@@ -57,16 +60,16 @@ function medium = set_medium(varargin)
 %   See also kavro.focus_delays, kavro.transient_pressure, kavro.solve
 
 me = 'set_medium';
-names = {'water', 'blood', 'fat', 'liver', 'muscle'};
+names = {'water', 'lossy water', 'blood', 'fat', 'liver', 'muscle'};
 name = 'water';
 if mod(nargin, 2) == 1
     name = kavro.internal.choose(me, 'name', varargin{1}, names);
     varargin(1) = [];
 end
 medium = named_medium(name);
-fields = fieldnames(medium);
+fields = [fieldnames(medium); {'referencefrequency'}];
 options = cell2struct(cell(numel(fields), 1), fields);
-if strcmp(name, 'water')
+if any(strcmp(name, {'water', 'lossy water'}))
     options.temperature = 20;
     options = kavro.internal.parse_options(me, options, varargin);
     medium = set_water_temperature(me, medium, options.temperature);
@@ -83,7 +86,7 @@ end
 
 function value = checked_field(me, field, value)
 rules = {'not negative', 'positive'};
-rule = rules{1 + any(strcmp(field, {'soundspeed', 'density'}))};
+rule = rules{1 + any(strcmp(field, {'soundspeed', 'density', 'referencefrequency'}))};
 value = kavro.internal.real_number(me, field, value, rule, '');
 end
 
@@ -92,6 +95,8 @@ function medium = named_medium(name)
 switch name
     case 'water'
         v = [0, 0, 0, 2, 5.0, 4182, 0.598];  % speed and density follow from the temperature
+    case 'lossy water'
+        v = [0, 0, 0.0022, 2, 5.0, 4182, 0.598];
     case 'blood'
         v = [1584, 1060, 0.14, 1.21, 6, 3617, 0.52];
     case 'fat'

@@ -50,6 +50,13 @@ function p = solve(varargin)
 %                      source_phase       kzk_cw, disc alone: march on a grid that widens with the
 %                                         beam, which needs a smaller extent; the field is the
 %                                         same disc's. Default false
+%     'measure'      over time: what is kept of the field instead of the field, which needs the
+%                    memory of the points only. 'peak' (largest |p|), 'peak_positive',
+%                    'peak_negative' (smallest p), 'energy' (integral of p^2 dt, Pa^2 s), 'rms',
+%                    'time_of_peak' (s), or a cell array of some: then a structure with a field
+%                    for each. Bit for bit what the field's own would be
+%     'per_element'  true: the field of each element by itself, along one more dimension; false
+%                    (default): their sum
 %     'threads'      number of threads of this call; default as kavro.threads says
 %     'exact'        true (default): the physically exact result. false: the library's
 %                    reference behaviour with its deliberate oddities. It decides about
@@ -68,6 +75,7 @@ function p = solve(varargin)
 %                                       its time dependence is exp(+j 2 pi f0 t)
 %     impulse_begin_and_end_times       n x 2, when the first and the last of each element's
 %                                       impulse response arrives at any of the points, s
+%     with 'measure'                    the same without ntimes; npoints x 1 for a list
 %     kzk_transient                     pressure in Pa, nx x nz x ntimes
 %     kzk_cw                            complex pressure in Pa, nx x nz x harmonics, its time
 %                                       dependence exp(-j 2 pi n f0 t), its phase counted from

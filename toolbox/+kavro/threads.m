@@ -10,7 +10,8 @@ function previous = threads(count)
 %   started, or one thread per processor. A change of that variable within a session has no
 %   effect; this function has, from the next call of the module on. It sets the environment
 %   variable KAVRO_THREADS (empty is the default), which the module reads at each call. Results do
-%   not depend on the number of threads, to the last bit.
+%   not depend on the number of threads, to the last bit. A call uses at most four for each
+%   processor, and warns where more are asked for.
 %
 %   Argument
 %     count     whole number of threads, at least 1, or 'default'; without it nothing changes

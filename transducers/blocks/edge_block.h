@@ -1,23 +1,25 @@
 // What a shape tells a fast-nearfield method about a block of observation points.
 #pragma once
 
-#include <array>
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 #include "core/aligned_vector.h"
 #include "core/cartesian_coordinate.h"
+#include "transducers/blocks/lane_quadrature.h"
 
 namespace kavro {
 
-// Points are treated in blocks of this many lanes, whatever the width of the vectors.
-inline constexpr int block_lanes = 16;
-
-template <class T>
-struct alignas(64) Lanes : std::array<T, block_lanes> {};
-
 // What a method wants to know of the points beside coefficients and delays.
-enum class EdgeDetail { none, arrivals, excess };
+enum class EdgeDetail {
+    none,
+    arrivals,
+    excess,       // R_i - R_0
+    from_middle,  // R_i - R_m, R_m from the middle of the face: small for all points, however far
+};
 
 // Every fast-nearfield pressure has the form
 //
@@ -35,14 +37,20 @@ struct EdgeBlock {
     Lanes<CartesianCoordinate> unrounded;  // the same before rounding, of single-precision blocks
 
     int size;  // edge samples per point; a generator may need fewer for some blocks
+    // Those that a lane has; more than `size` stands for all. The others have coefficient 0, the
+    // direct wave's delay and no excess, and a consumer may leave them out.
+    Lanes<std::int32_t> samples;
+    LaneQuadrature quadrature;  // how a lane came to its own number
     // One entry more than there are edge samples: a consumer may treat the direct wave as the last
     // one.
     AlignedVector<Real> coefficient;  // g_i
     AlignedVector<Real> delay;        // tau_i
     Lanes<Real> coefficient_sum;      // of all g_i, in the order of i
     Lanes<Real> direct_delay;         // zeta
-    Lanes<double> direct_path;        // R_0 before rounding (m): of generators that know it
-    Lanes<Real> direct_begin;         // delay at which the direct wave's window begins
+    // Before rounding (m), of generators that know them: R_0, R_m, and R_m - R_0 without
+    // cancellation.
+    Lanes<double> direct_path, middle_path, middle_excess;
+    Lanes<Real> direct_begin;  // delay at which the direct wave's window begins
     // Delay whose wave ends the direct wave's window; methods that take that wave by its value know
     // the direct delay only.
     Lanes<Real> direct_end;
@@ -51,7 +59,8 @@ struct EdgeBlock {
     EdgeDetail detail;
     Lanes<Real> first_arrival, last_arrival;  // EdgeDetail::arrivals: delays of the nearest and the
                                               // farthest point of the aperture
-    AlignedVector<Real> excess;  // EdgeDetail::excess: R_i - R_0, formed without cancellation (m)
+    // EdgeDetail::excess, from_middle: the path difference, formed without cancellation (m)
+    AlignedVector<Real> excess;
 
     explicit EdgeBlock(int edge_samples, EdgeDetail wanted = EdgeDetail::none)
         : x{},
@@ -59,21 +68,45 @@ struct EdgeBlock {
           z{},
           unrounded{},
           size(edge_samples),
+          samples{},
           coefficient((static_cast<std::size_t>(edge_samples) + 1) * block_lanes),
           delay(coefficient.size()),
           coefficient_sum{},
           direct_delay{},
           direct_path{},
+          middle_path{},
+          middle_excess{},
           direct_begin{},
           direct_end{},
           reached{},
           detail(wanted),
           first_arrival{},
           last_arrival{},
-          excess(wanted == EdgeDetail::excess ? coefficient.size() : 0) {}
+          excess(wanted == EdgeDetail::excess ? coefficient.size() : 0) {
+        samples.fill(every_sample);
+    }
+
+    // Of a flat face's single-precision block: the paths that need not be rounded.
+    void set_flat_paths() {
+        for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+            const CartesianCoordinate& p = unrounded[lane];
+            const double r_squared = p.x * p.x + p.y * p.y;
+            direct_path[lane] = p.z;
+            middle_path[lane] = std::sqrt(r_squared + p.z * p.z);
+            const double both = middle_path[lane] + p.z;
+            middle_excess[lane] = both > 0.0 ? r_squared / both : 0.0;
+        }
+    }
 
     // Ready for another generator of so many edge samples.
     void resize(int edge_samples) {
+        grow(edge_samples);
+        samples.fill(every_sample);
+        quadrature.rules.clear();
+    }
+
+    // Makes room for so many.
+    void grow(int edge_samples) {
         size = edge_samples;
         const auto needed = (static_cast<std::size_t>(edge_samples) + 1) * block_lanes;
         if (needed > coefficient.size()) {
@@ -82,6 +115,11 @@ struct EdgeBlock {
             excess.resize(excess.empty() ? 0 : needed);
         }
     }
+
+    int samples_of(std::size_t lane) const { return std::min(size, samples[lane]); }
+
+private:
+    static constexpr std::int32_t every_sample = std::numeric_limits<std::int32_t>::max();
 };
 
 // Times, for the transient methods, or lengths, for continuous wave: the speed of sound counts as 1
@@ -100,7 +138,9 @@ template <class Real>
 class EdgeGenerator {
 public:
     virtual ~EdgeGenerator() = default;
-    virtual int size() const = 0;  // edge samples per point, the most of all passes
+    // Edge samples per point, the most of all passes; 0 where every lane has a number of its own,
+    // for which `sample` makes room.
+    virtual int size() const = 0;
     virtual int passes(const EdgeBlock<Real>& /* its points */) const { return 1; }
     virtual void sample(EdgeBlock<Real>& block, int pass) const = 0;
 };

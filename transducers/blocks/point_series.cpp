@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "core/zeros.h"
+
 namespace kavro {
 namespace {
 
@@ -58,15 +60,16 @@ private:
 
 }  // namespace
 
-void PointSeries::begin(int lanes) {
-    for (int lane = 0; lane < lanes_; ++lane) {
-        std::fill(of(lane) + touched_.begin, of(lane) + std::max(touched_.begin, touched_.end),
-                  0.0);
+void PointSeries::begin(int lanes, const Spend& spend) {
+    for (int lane = 0; lane < lanes_ && touched_.begin < touched_.end; ++lane) {
+        fill_zeros(of(lane) + touched_.begin,
+                   static_cast<std::size_t>(touched_.end - touched_.begin), spend);
     }
     touched_ = {ntimes_, 0};
     if (lanes > lanes_) {
+        assign_zeros(values_, static_cast<std::size_t>(ntimes_) * static_cast<std::size_t>(lanes),
+                     spend);
         lanes_ = lanes;
-        values_.resize(static_cast<std::size_t>(ntimes_) * static_cast<std::size_t>(lanes));
     }
 }
 
@@ -82,6 +85,7 @@ void PointSeries::add_to(PointTile& tile, int block, double factor) const {
     const auto count = static_cast<std::size_t>(tile.present(block));
     tile.open(touched_);
     for (int j = touched_.begin; j < touched_.end; ++j) {
+        tile.spend_rows(j - touched_.begin);
         double* out = tile.output(block, j);
         for (std::size_t lane = 0; lane < count; ++lane) {
             out[lane] += values_[lane * ntimes + static_cast<std::size_t>(j)] * factor;

@@ -20,7 +20,7 @@ public:
     explicit PointSeries(int ntimes) : ntimes_(ntimes) {}
 
     // Makes ready for so many points, and forgets the samples of the block before.
-    void begin(int lanes);
+    void begin(int lanes, const Spend& spend);
 
     // The series of a lane, ntimes values, to be changed within the window only.
     double* touch(int lane, SampleWindow window);

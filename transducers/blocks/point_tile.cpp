@@ -1,5 +1,7 @@
 #include "transducers/blocks/point_tile.h"
 
+#include "core/zeros.h"
+
 namespace kavro {
 namespace {
 
@@ -9,7 +11,8 @@ std::size_t at(int row, int width) {
 
 }  // namespace
 
-PointTile::PointTile(const Transducer& first, int width, Spend spend, const TileMeasures* measures)
+PointTile::PointTile(const Transducer& first, int width, Spend spend, TallyPart* tally,
+                     const TileMeasures* measures)
     : grid_(*first.coordinate_grid),
       times_(first.time_samples),
       real_(first.pressure_real),
@@ -17,6 +20,7 @@ PointTile::PointTile(const Transducer& first, int width, Spend spend, const Tile
       transient_(first.transient_pressure),
       width_(width),
       spend_(std::move(spend)),
+      tally_(tally),
       measures_(measures),
       points_(static_cast<std::size_t>(width)) {}
 
@@ -69,7 +73,7 @@ void PointTile::add(int block, int lane, const std::complex<double>& pressure, s
 
 double* PointTile::rows() {
     if (rows_.empty()) {
-        rows_.resize(at(times_->ntimes, width_));
+        assign_zeros(rows_, at(times_->ntimes, width_), spend_);
     }
     return rows_.data();
 }
@@ -78,6 +82,7 @@ void PointTile::load_rows(SampleWindow window) {
     double* const rows = this->rows();
     const auto load = [&](int begin, int end) {
         for (int j = begin; j < end; ++j) {
+            spend_rows(j - begin);
             double* row = rows + at(j, width_);
             if (output_is_zero_) {
                 std::fill_n(row, width_, 0.0);
@@ -98,6 +103,7 @@ void PointTile::load_rows(SampleWindow window) {
 
 void PointTile::write_rows() {
     for (int j = loaded_.begin; j < loaded_.end; ++j) {
+        spend_rows(j - loaded_.begin);
         std::copy_n(rows_.data() + at(j, width_), count_, output(0, j));
     }
     loaded_ = {0, 0};
@@ -109,6 +115,13 @@ void PointTile::open(SampleWindow window) {
         write_rows();
     } else if (window.begin < window.end) {
         load_rows(window);
+    }
+}
+
+void PointTile::spend_rows(int done) const {
+    constexpr int rows_at_a_time = 4096;
+    if (done % rows_at_a_time == rows_at_a_time - 1) {
+        spend_(std::int64_t{rows_at_a_time} * width_);
     }
 }
 

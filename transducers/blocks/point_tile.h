@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <complex>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <type_traits>
@@ -16,6 +17,7 @@
 #include "transducers/blocks/edge_block.h"
 #include "transducers/blocks/sample_window.h"
 #include "transducers/blocks/tile_measures.h"
+#include "transducers/tolerance/tally.h"
 #include "transducers/transducer.h"
 
 namespace kavro {
@@ -31,7 +33,8 @@ class PointTile {
 public:
     // For tiles of up to `width` points, a multiple of block_lanes, of the grid of an element whose
     // outputs and time axis are those of all.
-    PointTile(const Transducer& first, int width, Spend spend,
+    // The tally, if there is one, hears of abscissas that points choose.
+    PointTile(const Transducer& first, int width, Spend spend, TallyPart* tally = nullptr,
               const TileMeasures* measures = nullptr);
 
     // Begins the tile of `count` points from `first` on. Rows start from the output's values, or
@@ -73,6 +76,19 @@ public:
 
     // ---- the thread
     const Spend& spend() const { return spend_; }
+    TallyPart* tally() const { return tally_; }
+
+    // Tells the tally how the lanes of a block came to their samples.
+    template <class Real>
+    void note_quadrature(int block, const EdgeBlock<Real>& edge) const {
+        if (tally_ != nullptr && !edge.quadrature.rules.empty()) {
+            tally_->note(first_of(block), present(block), edge.quadrature);
+        }
+    }
+
+    // To be called before each of many rows, with the number of those before: spends a step for
+    // each point of a row.
+    void spend_rows(int done) const;
 
     // Scratch of the type, made once by the function and kept for the next element and tile.
     template <class Room, class Make>
@@ -88,6 +104,7 @@ private:
     double* transient_;
     int width_;
     Spend spend_;
+    TallyPart* tally_;
     const TileMeasures* measures_;
 
     int first_ = 0;

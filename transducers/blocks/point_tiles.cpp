@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <thread>
 
 #include "core/console.h"
 #include "core/threads.h"
@@ -14,6 +12,7 @@ void work_in_tiles(int npoints, int width,
                    const std::function<TileWork(Team::Member& member)>& make_work) {
     const int tiles = npoints / width + (npoints % width != 0 ? 1 : 0);
     const int threads = std::clamp(thread_count(), 1, std::max(tiles, 1));
+    std::atomic<int> next{0};
     std::atomic<int> done{0};
     Team team;
 
@@ -21,8 +20,9 @@ void work_in_tiles(int npoints, int width,
     {
         Team::Member member(team);
         TileWork work;
-#pragma omp for schedule(dynamic) nowait
-        for (int t = 0; t < tiles; ++t) {
+        // OpenMP's loops cannot be left: through what remains of a hundred million tiles they would
+        // run for seconds.
+        for (int t = next++; t < tiles && !member.has_given_up(); t = next++) {
             member.work([&] {
                 if (!work) {
                     work = make_work(member);
@@ -38,10 +38,7 @@ void work_in_tiles(int npoints, int width,
                 });
             }
         }
-        while (member.is_callers() && done < tiles) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            member.work([&] { member.look(); });
-        }
+        member.wait([&] { return done == tiles; });
     }
     team.finish();
     console::progress(1.0);  // another thread may have finished the last tile

@@ -8,8 +8,8 @@
 namespace kavro {
 namespace {
 
-constexpr std::array names{"peak",   "peak_positive", "peak_negative",
-                           "energy", "rms",           "time_of_peak"};
+constexpr std::array<const char*, measure_count> names{"peak",   "peak_positive", "peak_negative",
+                                                       "energy", "rms",           "time_of_peak"};
 
 // Points at a time: their running values stay in registers and the nearest cache.
 constexpr int some_points = 64;
@@ -78,6 +78,12 @@ TileMeasures::TileMeasures(const TimeSamples& times, std::span<const MeasureOutp
         weights_[static_cast<std::size_t>(j)] += half;
     }
     duration_ = times.time_index_value(times.ntimes - 1) - times.time_index_value(0);
+}
+
+void measure_field(const TimeSamples& times, const double* field, int npoints,
+                   std::span<const MeasureOutput> outputs) {
+    TileMeasures(times, outputs)
+        .write(field, static_cast<std::size_t>(npoints), {0, times.ntimes}, 0, npoints);
 }
 
 bool TileMeasures::wants(Measure measure) const {

@@ -1,16 +1,22 @@
 #include "transducers/circular/circular_edge.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <type_traits>
 
 #include "core/constants.h"
+#include "core/rule_ladder.h"
 #include "core/simd/vector_dispatch.h"
+#include "transducers/tolerance/choice.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transducers/circular/circular_edge.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+
+#include "transducers/blocks/edge_rules-inl.h"
 
 #ifndef KAVRO_CIRCULAR_EDGE_TABLES
 #define KAVRO_CIRCULAR_EDGE_TABLES
@@ -20,12 +26,12 @@ template <class Real>
 struct CircularTables {
     const Real* radii;  // of the outer rim and the hole's
     int rims;
-    int abscissas;
+    int abscissas;  // of the rule that all lanes share
     Real speed;
     DelayBy delay_by;
     const Real* cosine;
-    const Real* two_a_cosine;
     const Real* weight;
+    const Real* scale;  // of each rim's weights, where lanes have rules of their own
 };
 
 }  // namespace kavro
@@ -88,28 +94,6 @@ HWY_INLINE V Gap(V r, const CircularTables<Real>& disc) {
     return hn::IfThenElse(hn::Gt(into_hole, hn::Zero(d)), into_hole, outside);
 }
 
-// R_i - R_0 = D_i / (R_i + z).
-template <class Real>
-HWY_INLINE void StoreExcess(EdgeBlock<Real>& block, const CircularTables<Real>& disc) {
-    const hn::CappedTag<Real, block_lanes> d;
-    for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
-        const auto x = hn::Load(d, block.x.data() + lane);
-        const auto y = hn::Load(d, block.y.data() + lane);
-        const auto z = hn::Load(d, block.z.data() + lane);
-        const auto r_squared = hn::Add(hn::Mul(y, y), hn::Mul(x, x));
-        const auto r = hn::Sqrt(r_squared);
-        for (int i = 0; i < block.size; ++i) {
-            const Real a = disc.radii[i / disc.abscissas];
-            const auto a_squared = hn::Set(d, a * a);
-            const auto D = hn::Sub(hn::Add(r_squared, a_squared),
-                                   hn::Mul(hn::Set(d, disc.two_a_cosine[i]), r));
-            const auto R = hn::Load(d, block.delay.data() + i * block_lanes + lane);
-            hn::Store(hn::IfThenZeroElse(hn::Le(D, hn::Zero(d)), hn::Div(D, hn::Add(R, z))), d,
-                      block.excess.data() + i * block_lanes + lane);
-        }
-    }
-}
-
 template <class Real>
 HWY_INLINE void StoreArrivals(EdgeBlock<Real>& block, const CircularTables<Real>& disc) {
     const hn::CappedTag<Real, block_lanes> d;
@@ -137,42 +121,70 @@ HWY_INLINE Real LimitOnRim(Real a) {
     return a > 0 ? -1 / (2 * a) : 0;
 }
 
+// The samples of a rim of some lanes. R_i - R_0 = D_i / (R_i + z), and from the middle of the face
+// R_i - R_m = (a^2 - 2 a r cos phi_i) / (R_i + R_m).
+template <class Real, class Rule, class V>
+HWY_INLINE void SampleRim(const CircularTables<Real>& disc, Real radius, const Rule& rule,
+                          V r_squared, V r, V z, V middle, EdgeBlock<Real>& block, V& sum) {
+    const hn::DFromV<V> d;
+    const auto z_squared = hn::Mul(z, z);
+    const auto a = hn::Set(d, radius);
+    const auto a_squared = hn::Mul(a, a);
+    const auto two_a = hn::Set(d, 2 * radius);
+    const auto on_rim = hn::Set(d, LimitOnRim(radius));
+    const auto least = hn::Set(d, std::numeric_limits<Real>::min());  // of a face without a size
+    for (int i = 0; i < rule.count(); ++i) {
+        const auto cosine = rule.Abscissa(i);
+        const auto along_r = hn::Mul(hn::Mul(cosine, two_a), r);
+        const auto D = hn::Sub(hn::Add(r_squared, a_squared), along_r);
+        const auto along = hn::Sub(hn::Mul(cosine, r), a);
+        const auto on_it = hn::Le(D, hn::Zero(d));
+        const auto ratio = hn::IfThenElse(on_it, on_rim, hn::Div(along, D));
+        const auto g = rule.Present(hn::Mul(ratio, rule.Weight(i)), i);
+        const auto R = AsDelay(hn::Sqrt(hn::Add(hn::IfThenZeroElse(on_it, D), z_squared)), disc);
+        rule.Store(g, block.coefficient, i);
+        rule.Store(R, block.delay, i);
+        if (block.detail == EdgeDetail::excess) {
+            rule.Store(hn::IfThenZeroElse(on_it, hn::Div(D, hn::Add(R, z))), block.excess, i);
+        } else if (block.detail == EdgeDetail::from_middle) {
+            const auto gained = hn::Sub(a_squared, along_r);
+            rule.Store(hn::Div(gained, hn::Max(hn::Add(R, middle), least)), block.excess, i);
+        }
+        sum = hn::Add(sum, g);
+    }
+}
+
 template <class Real>
 HWY_INLINE void SampleCircular(const CircularTables<Real>& disc, EdgeBlock<Real>& block) {
     const hn::CappedTag<Real, block_lanes> d;
     const int step = static_cast<int>(hn::Lanes(d));
-    Lanes<Real> gap, height_squared, rim_delay;
+    Lanes<Real> gap, height_squared, rim_delay, middle_path;
+    std::transform(block.middle_path.begin(), block.middle_path.end(), middle_path.begin(),
+                   [](double path) { return static_cast<Real>(path); });
     for (int lane = 0; lane < block_lanes; lane += step) {
         const auto x = hn::Load(d, block.x.data() + lane);
         const auto y = hn::Load(d, block.y.data() + lane);
         const auto z = hn::Load(d, block.z.data() + lane);
         const auto r_squared = hn::Add(hn::Mul(y, y), hn::Mul(x, x));
         const auto r = hn::Sqrt(r_squared);
-        const auto z_squared = hn::Mul(z, z);
+        const auto middle = hn::Load(d, middle_path.data() + lane);
         auto sum = hn::Zero(d);
-        Real* coefficient = block.coefficient.data() + lane;
-        Real* delay = block.delay.data() + lane;
         for (int rim = 0; rim < disc.rims; ++rim) {
-            const auto a = hn::Set(d, disc.radii[rim]);
-            const auto a_squared = hn::Mul(a, a);
-            const auto on_rim = hn::Set(d, LimitOnRim(disc.radii[rim]));
-            for (int i = rim * disc.abscissas; i < (rim + 1) * disc.abscissas; ++i) {
-                const auto D = hn::Sub(hn::Add(r_squared, a_squared),
-                                       hn::Mul(hn::Set(d, disc.two_a_cosine[i]), r));
-                const auto along = hn::Sub(hn::Mul(hn::Set(d, disc.cosine[i]), r), a);
-                const auto on_it = hn::Le(D, hn::Zero(d));
-                const auto ratio = hn::IfThenElse(on_it, on_rim, hn::Div(along, D));
-                const auto g = hn::Mul(ratio, hn::Set(d, disc.weight[i]));
-                hn::Store(g, d, coefficient + i * block_lanes);
-                hn::Store(AsDelay(hn::Sqrt(hn::Add(hn::IfThenZeroElse(on_it, D), z_squared)), disc),
-                          d, delay + i * block_lanes);
-                sum = hn::Add(sum, g);
+            if (disc.scale == nullptr) {
+                const int first = rim * disc.abscissas;
+                const SharedRule<Real> rule(disc.cosine, disc.weight + first, disc.abscissas, first,
+                                            lane);
+                SampleRim(disc, disc.radii[rim], rule, r_squared, r, z, middle, block, sum);
+            } else {
+                const OwnRule<Real> rule(disc.cosine, disc.weight, disc.scale[rim],
+                                         block.quadrature.rules[static_cast<size_t>(rim)], lane);
+                SampleRim(disc, disc.radii[rim], rule, r_squared, r, z, middle, block, sum);
             }
         }
         hn::Store(sum, d, block.coefficient_sum.data() + lane);
         hn::Store(AsDelay(z, disc), d, block.direct_delay.data() + lane);
         hn::Store(Gap(r, disc), d, gap.data() + lane);
-        hn::Store(z_squared, d, height_squared.data() + lane);
+        hn::Store(hn::Mul(z, z), d, height_squared.data() + lane);
     }
     StoreRimDelay(gap.data(), height_squared.data(), disc.speed, rim_delay.data());
     for (int lane = 0; lane < block_lanes; lane += step) {
@@ -181,13 +193,7 @@ HWY_INLINE void SampleCircular(const CircularTables<Real>& disc, EdgeBlock<Real>
                                  hn::Load(d, block.direct_delay.data() + lane)),
                   d, block.direct_begin.data() + lane);
     }
-    for (int lane = 0; lane < block_lanes; ++lane) {
-        const auto k = static_cast<size_t>(lane);
-        block.reached[k] = block.z[k] < 0 ? 0 : 1;
-    }
-    if (block.detail == EdgeDetail::excess) {
-        StoreExcess(block, disc);
-    } else if (block.detail == EdgeDetail::arrivals) {
+    if (block.detail == EdgeDetail::arrivals) {
         StoreArrivals(block, disc);
     }
 }
@@ -216,6 +222,8 @@ CircularEdge<Real>::CircularEdge(const Transducer& element, std::span<const doub
     if (in_times) {
         speed_ = static_cast<Real>(element.medium->_soundspeed);
         density = element.medium->_rho_density;
+    } else {
+        delay_by_ = DelayBy::product;  // by 1, like the quotient
     }
     for (std::size_t k = 0; k < radii.size(); ++k) {
         const auto a = static_cast<Real>(radii[k]);
@@ -224,35 +232,94 @@ CircularEdge<Real>::CircularEdge(const Transducer& element, std::span<const doub
         const double scale = in_times ? of_times : of_lengths;
         add_rim(wanted.rule, a, k == 0 ? scale : -scale);
     }
+    if (wanted.demand != nullptr) {
+        demand_ = *wanted.demand;
+    }
 }
 
 template <class Real>
 CircularEdge<Real>::CircularEdge(const QuadratureRule& rule, double radius, double weight)
-    : speed_(1), delay_by_(DelayBy::quotient) {
+    : speed_(1), delay_by_(DelayBy::product) {
     add_rim(rule, static_cast<Real>(radius), weight);
 }
 
 template <class Real>
 void CircularEdge<Real>::add_rim(const QuadratureRule& rule, Real radius, double scale) {
     radii_.push_back(radius);
+    scale_.push_back(static_cast<Real>(scale));
+    cosine_.clear();
     for (std::size_t i = 0; i < rule.abscissas.size(); ++i) {
-        const auto cosine = static_cast<Real>(std::cos(rule.abscissas[i]));
-        cosine_.push_back(cosine);
-        two_a_cosine_.push_back(cosine * (2 * radius));
+        cosine_.push_back(static_cast<Real>(std::cos(rule.abscissas[i])));
         weight_.push_back(static_cast<Real>(rule.weights[i] * scale));
     }
+}
+
+// What the choice of a rule needs of the points.
+template <class Real>
+void CircularEdge<Real>::choose_rules(EdgeBlock<Real>& block) const {
+    RimScene scene{};
+    scene.rims = static_cast<int>(radii_.size());
+    Lanes<double> off_axis;
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        const auto x = static_cast<double>(block.x[lane]);
+        const auto y = static_cast<double>(block.y[lane]);
+        off_axis[lane] = std::sqrt(x * x + y * y);
+        scene.off_axis[lane] = static_cast<float>(off_axis[lane]);
+        scene.path[lane] = static_cast<float>(block.z[lane]);
+    }
+    scene.lever = scene.place = scene.off_axis;
+    scene.ratio.fill(1.0f);
+    scene.gain.fill(1.0f);
+    for (std::size_t k = 0; k < radii_.size(); ++k) {
+        const auto radius = static_cast<double>(radii_[k]);
+        const auto a = static_cast<float>(radius);
+        SeenRim& rim = scene.rim[k];
+        rim.radius = rim.inside_below = radius;
+        rim.steepness = 1.0;
+        scene.area += k == 0 ? pi * radius * radius : -pi * radius * radius;
+        for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+            const auto gap = static_cast<float>(off_axis[lane] - radius);
+            const float r = scene.off_axis[lane];
+            const float z_squared = scene.path[lane] * scene.path[lane];
+            rim.near[lane] = std::sqrt(gap * gap + z_squared);
+            rim.far[lane] = std::sqrt((r + a) * (r + a) + z_squared);
+            rim.beside[lane] = std::abs(gap);
+            rim.least[lane] = gap * gap;
+            rim.spread[lane] = 2.0f * a * r;
+            rim.along[lane] = gap;
+            rim.retreat[lane] = r;
+        }
+    }
+    choose_rims(scene, *demand_, block.quadrature);
+    lay_out_lanes(block);
 }
 
 template <class Real>
 void CircularEdge<Real>::sample(EdgeBlock<Real>& block, int /* the only pass */) const {
     const int rims = static_cast<int>(radii_.size());
-    const CircularTables<Real> tables{
-        radii_.data(), rims,           rims > 0 ? size() / rims : 0, speed_,
-        delay_by_,     cosine_.data(), two_a_cosine_.data(),         weight_.data()};
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        block.reached[lane] = block.z[lane] < 0 ? 0 : 1;
+    }
+    CircularTables<Real> tables{radii_.data(),  rims,      static_cast<int>(cosine_.size()),
+                                speed_,         delay_by_, cosine_.data(),
+                                weight_.data(), nullptr};
+    if (demand_) {
+        choose_rules(block);
+        const RimLadder<Real>& ladder = rim_ladder<Real>();
+        tables.cosine = ladder.cosine.data();
+        tables.weight = ladder.weight.data();
+        tables.scale = scale_.data();
+    }
     if constexpr (std::is_same_v<Real, float>) {
+        if (block.detail == EdgeDetail::from_middle) {
+            block.set_flat_paths();
+        }
         KAVRO_KERNEL(SampleCircularSingle)(tables, block);
     } else {
         KAVRO_KERNEL(SampleCircularDouble)(tables, block);
+    }
+    if (demand_) {
+        fill_up_lanes(block);
     }
 }
 

@@ -1,11 +1,13 @@
 // The disc's edge generator.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <vector>
 
 #include "core/aligned_vector.h"
 #include "transducers/shape.h"
+#include "transducers/tolerance/demand.h"
 
 namespace kavro {
 
@@ -35,26 +37,28 @@ template <class Real>
 class CircularEdge : public EdgeGenerator<Real> {
 public:
     // Of an element with these rim radii (m): the outer one and, if there is one, the hole's. The
-    // wanted rule lies on [0, pi].
+    // wanted rule lies on [0, pi]; for a tolerance, every point takes one of its own for each rim.
     CircularEdge(const Transducer& element, std::span<const double> radii, const Wanted& wanted,
                  DelayBy delay_by = DelayBy::quotient);
 
     // One rim of a radius (m), in lengths, with coefficients weight * w_i (r cos phi_i - a) / D_i.
     CircularEdge(const QuadratureRule& rule, double radius, double weight);
 
-    int size() const override { return static_cast<int>(cosine_.size()); }
+    int size() const override { return static_cast<int>(weight_.size()); }
     void sample(EdgeBlock<Real>& block, int pass) const override;
 
 private:
     void add_rim(const QuadratureRule& rule, Real radius, double scale);
+    void choose_rules(EdgeBlock<Real>& block) const;
 
     std::vector<Real> radii_;
     Real speed_;
     DelayBy delay_by_;
-    // Over the abscissas of the outer, then of the inner rim.
-    AlignedVector<Real> cosine_;        // cos phi_i
-    AlignedVector<Real> two_a_cosine_;  // 2 a cos phi_i
-    AlignedVector<Real> weight_;        // w_i rho c a / pi
+    std::vector<Real> scale_;     // of each rim: rho c a / pi
+    AlignedVector<Real> cosine_;  // cos phi_i
+    AlignedVector<Real> weight_;  // w_i rho c a / pi: over the abscissas of the outer, then of the
+                                  // inner rim
+    std::optional<QuadratureDemand> demand_;
 };
 
 extern template class CircularEdge<float>;

@@ -1,6 +1,7 @@
 // A flat disc.
 #pragma once
 
+#include "../../core/constants.h"
 #include "../transducer.h"
 
 namespace kavro {
@@ -40,6 +41,7 @@ public:
     MethodSet methods() const override { return offered; }
     Departures departures() const override;
     double face_extent() const override { return 2.0 * radius; }
+    double face_area() const override { return pi * radius * radius; }
     ApertureDistances distances(const CartesianCoordinate& point) const override;
     RuleInterval rule_interval(Method method) const override;
     std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/constants.h"
+#include "core/interrupted.h"
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/kzk/harmonic_march.h"
 #include "transducers/kzk/transient_march.h"
@@ -78,7 +79,9 @@ void CircularTransducer::TRIDIA(double* matrix, int last, double* r, double* sol
 double CircularTransducer::COEFF(double, double range, double* alpha, double* delta, int harmonics,
                                  double absorption, int phase) {
     const double g = phase >= 1 ? 1.0 + range : 1.0;
+    InterruptCheck check;
     for (int n = 1; n <= harmonics; ++n) {
+        check.spend(4);
         alpha[n - 1] = n * absorption * n;
         delta[n - 1] = -1.0 / (4.0 * n * (g * g));
     }

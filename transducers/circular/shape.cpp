@@ -35,6 +35,7 @@ Departures CircularTransducer::departures() const {
     // Unlike the single-precision one's, the double-precision integrals' amplitude grows with the
     // path, on purpose.
     departures.rayleigh_grows = !exact();
+    departures.single_wave = exact() ? SingleWaveBy::from_middle : SingleWaveBy::delays;
     return departures;
 }
 

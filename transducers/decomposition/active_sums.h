@@ -26,9 +26,9 @@ namespace kavro {
 // Second, through a decomposition of its own (direct factors). Third, by value.
 template <class Real>
 struct WaveBlock {
-    int terms;    // K
-    int samples;  // n, the direct wave included where it is the last edge sample
-    const EdgeBlock<Real>* edge;
+    int terms;                // K
+    int samples;              // n, the direct wave included where it is the last edge sample
+    const Real* coefficient;  // g_i of edge sample i and lane: i * block_lanes + lane
     const WindowBlock* windows;
     const Real* spatial;   // S_k of edge sample i and lane: (k * n + i) * block_lanes + lane
     const Real* temporal;  // T_k of sample j: j * K + k
@@ -78,10 +78,10 @@ struct ActiveSumsScratch {
 using LaneSet = std::uint32_t;
 inline constexpr LaneSet all_lanes = (LaneSet{1} << block_lanes) - 1;
 
-// First step: scales the edge waves of the block (its edge, windows, spatial factors and terms are
-// read). Returns the lanes that need another way, and that the second step leaves out: those with a
-// value that is not finite, or all where the windows spread over more samples than the scratch may
-// hold; the second step must not follow then.
+// First step: scales the edge waves of the block (its coefficients, windows, spatial factors and
+// terms are read). Returns the lanes that need another way, and that the second step leaves out:
+// those with a value that is not finite, or all where the windows spread over more samples than the
+// scratch may hold; the second step must not follow then.
 LaneSet scale_edge_waves(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch);
 LaneSet scale_edge_waves(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch);
 

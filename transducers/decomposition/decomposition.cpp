@@ -13,10 +13,10 @@
 namespace kavro {
 namespace {
 
-template <class Real>
+template <class Real, class Delay = Real>
 class DecompositionShare : public Share {
 public:
-    explicit DecompositionShare(DecompositionElement<Real> element)
+    explicit DecompositionShare(DecompositionElement<Real, Delay> element)
         : element_(std::move(element)) {}
 
     int tile_width() const override {
@@ -28,13 +28,13 @@ public:
     }
 
     void add(PointTile& tile) const override {
-        tile.room<DecompositionRoom<Real>>(
-                [&] { return std::make_shared<DecompositionRoom<Real>>(tile); })
+        tile.room<DecompositionRoom<Real, Delay>>(
+                [&] { return std::make_shared<DecompositionRoom<Real, Delay>>(tile); })
             .add(element_, tile);
     }
 
 private:
-    const DecompositionElement<Real> element_;
+    const DecompositionElement<Real, Delay> element_;
 };
 
 class RoundedShare : public Share {
@@ -46,8 +46,9 @@ public:
     std::size_t bytes() const override { return inner_.bytes(); }
 
     void add(PointTile& tile) const override {
-        auto& apart = tile.room<PointTile>(
-            [&] { return std::make_shared<PointTile>(element_, tile.width(), tile.spend()); });
+        auto& apart = tile.room<PointTile>([&] {
+            return std::make_shared<PointTile>(element_, tile.width(), tile.spend(), tile.tally());
+        });
         apart.begin(tile.first_of(0), tile.count(), true);
         inner_.add(apart);
         const SampleWindow window = apart.loaded();
@@ -57,6 +58,7 @@ public:
         tile.load_rows(window);
         const auto width = static_cast<std::size_t>(tile.width());
         for (int j = window.begin; j < window.end; ++j) {
+            tile.spend_rows(j - window.begin);
             const std::size_t row = static_cast<std::size_t>(j) * width;
             for (std::size_t p = row; p < row + static_cast<std::size_t>(tile.count()); ++p) {
                 tile.rows()[p] += static_cast<double>(static_cast<float>(apart.rows()[p]));
@@ -91,10 +93,9 @@ DecompositionElement<double> in_double(const Transducer& element,
 
 }  // namespace
 
-template <class Real>
-std::shared_ptr<const DecompositionFactors<Real>> SharedFactors<Real>::of(const Transducer& element,
-                                                                          Decomposition kind,
-                                                                          DirectArgument argument) {
+template <class Real, class Delay>
+std::shared_ptr<const DecompositionFactors<Real, Delay>> SharedFactors<Real, Delay>::of(
+    const Transducer& element, Decomposition kind, DirectArgument argument) {
     const ExcitationFunction& waveform = *element.excitation;
     const auto same = std::find_if(known_.begin(), known_.end(), [&](const auto& factors) {
         return factors->serves(waveform, kind, element.time_delay, argument);
@@ -102,7 +103,7 @@ std::shared_ptr<const DecompositionFactors<Real>> SharedFactors<Real>::of(const 
     if (same != known_.end()) {
         return *same;
     }
-    known_.push_back(std::make_shared<DecompositionFactors<Real>>(
+    known_.push_back(std::make_shared<DecompositionFactors<Real, Delay>>(
         waveform, kind, *element.time_samples, element.time_delay, argument));
     bytes_ += known_.back()->bytes();
     return known_.back();
@@ -165,7 +166,23 @@ std::unique_ptr<Share> single_decomposition_share(const Transducer& element,
         departures.direct_wave});
 }
 
+std::unique_ptr<Share> exact_single_decomposition_share(const Transducer& element,
+                                                        std::unique_ptr<EdgeGenerator<double>> edge,
+                                                        const Departures& departures,
+                                                        SharedFactors<float, double>& factors,
+                                                        SharedFactors<double>& wide_factors) {
+    if (!element.excitation->single_precision_suffices()) {
+        return decomposition_share(element, std::move(edge), Decomposition::real, departures,
+                                   wide_factors);
+    }
+    return std::make_unique<DecompositionShare<float, double>>(DecompositionElement<float, double>{
+        &element, std::move(edge),
+        factors.of(element, Decomposition::real, departures.direct_argument),
+        window_rule<double>(element, departures), departures.direct_wave});
+}
+
 template class SharedFactors<float>;
+template class SharedFactors<float, double>;
 template class SharedFactors<double>;
 
 }  // namespace kavro

@@ -15,22 +15,23 @@ namespace kavro {
 
 // Temporal factors of the elements that are solved together, shared where waveform, delay and kind
 // agree.
-template <class Real>
+template <class Real, class Delay = Real>
 class SharedFactors {
 public:
-    std::shared_ptr<const DecompositionFactors<Real>> of(const Transducer& element,
-                                                         Decomposition kind,
-                                                         DirectArgument argument);
+    std::shared_ptr<const DecompositionFactors<Real, Delay>> of(const Transducer& element,
+                                                                Decomposition kind,
+                                                                DirectArgument argument);
 
     // Memory that all of them take.
     std::size_t bytes() const { return bytes_; }
 
 private:
-    std::vector<std::shared_ptr<const DecompositionFactors<Real>>> known_;
+    std::vector<std::shared_ptr<const DecompositionFactors<Real, Delay>>> known_;
     std::size_t bytes_ = 0;
 };
 
 extern template class SharedFactors<float>;
+extern template class SharedFactors<float, double>;
 extern template class SharedFactors<double>;
 
 // Whether the waveform of an element, whose records are set, may be decomposed at all; if not, it
@@ -57,6 +58,14 @@ std::unique_ptr<Share> single_decomposition_share(const Transducer& element,
                                                   const Departures& departures,
                                                   SharedFactors<float>& factors,
                                                   SharedFactors<double>& wide_factors);
+
+// The same of an exact element: geometry, windows and times in double, coefficients, factors and
+// sums in single precision where they suffice.
+std::unique_ptr<Share> exact_single_decomposition_share(const Transducer& element,
+                                                        std::unique_ptr<EdgeGenerator<double>> edge,
+                                                        const Departures& departures,
+                                                        SharedFactors<float, double>& factors,
+                                                        SharedFactors<double>& wide_factors);
 
 // In double precision, each point's series rounded to single precision at the end.
 std::unique_ptr<Share> rounded_decomposition_share(const Transducer& element,

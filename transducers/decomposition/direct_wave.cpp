@@ -3,14 +3,16 @@
 #include <algorithm>
 #include <cstddef>
 #include <limits>
+#include <type_traits>
 
 #include "transducers/methods/waveform_values.h"
 
 namespace kavro {
 
-template <class Real>
-void DirectWave<Real>::prepare(const DecompositionFactors<Real>& factors, DirectWaveBy by,
-                               EdgeBlock<Real>& edge, WindowBlock& windows, WaveBlock<Real>& wave) {
+template <class Real, class Delay>
+void DirectWave<Real, Delay>::prepare(const DecompositionFactors<Real, Delay>& factors,
+                                      DirectWaveBy by, EdgeBlock<Delay>& edge, WindowBlock& windows,
+                                      WaveBlock<Real>& wave) {
     if (by == DirectWaveBy::decomposition) {
         begin_ = windows.direct_begin;
         end_ = windows.direct_end;
@@ -28,7 +30,7 @@ void DirectWave<Real>::prepare(const DecompositionFactors<Real>& factors, Direct
         if (window.begin >= window.end) {
             continue;
         }
-        if (factors.direct_terms() > 0 &&
+        if (factors.direct_is_decomposed() &&
             is_exact_difference(window, edge.direct_delay[lane], factors)) {
             window = inside_pulse(window, edge.direct_delay[lane], factors);
             begin_[lane] = window.begin;
@@ -50,7 +52,7 @@ void DirectWave<Real>::prepare(const DecompositionFactors<Real>& factors, Direct
     }
     wave.direct_values = any_by_value ? values_.data() : nullptr;
     wave.direct_spatial = nullptr;
-    if (any_decomposed) {
+    if (any_decomposed && factors.direct_terms() > 0) {
         spatial_.resize(static_cast<std::size_t>(factors.direct_terms()) * block_lanes);
         wave.direct_spatial = spatial_.data();
         wave.direct_temporal = factors.direct_temporal();
@@ -60,21 +62,22 @@ void DirectWave<Real>::prepare(const DecompositionFactors<Real>& factors, Direct
     }
 }
 
-template <class Real>
-bool DirectWave<Real>::is_exact_difference(SampleWindow window, Real zeta,
-                                           const DecompositionFactors<Real>& factors) const {
-    if (factors.argument() == DirectArgument::element_delay_first) {
+template <class Real, class Delay>
+bool DirectWave<Real, Delay>::is_exact_difference(
+    SampleWindow window, Delay zeta, const DecompositionFactors<Real, Delay>& factors) const {
+    if (std::is_same_v<Delay, double> ||
+        factors.argument() == DirectArgument::element_delay_first) {
         return true;  // formed in double
     }
     // Numbers within a factor of two of each other subtract without rounding.
-    const auto rounded = [this](int j) { return static_cast<Real>(times_.time_index_value(j)); };
+    const auto rounded = [this](int j) { return static_cast<Delay>(times_.time_index_value(j)); };
     return 2 * rounded(window.begin) >= zeta && rounded(window.end - 1) <= 2 * zeta;
 }
 
 // The samples of the window at which the waveform is not cut off.
-template <class Real>
-SampleWindow DirectWave<Real>::inside_pulse(SampleWindow window, Real zeta,
-                                            const DecompositionFactors<Real>& factors) const {
+template <class Real, class Delay>
+SampleWindow DirectWave<Real, Delay>::inside_pulse(
+    SampleWindow window, Delay zeta, const DecompositionFactors<Real, Delay>& factors) const {
     const auto is_inside = [&](int j) {
         const double since = factors.direct_argument(times_.time_index_value(j), zeta);
         return factors.waveform().is_inside_pulse(since);
@@ -88,14 +91,14 @@ SampleWindow DirectWave<Real>::inside_pulse(SampleWindow window, Real zeta,
     return window;
 }
 
-template <class Real>
-void DirectWave<Real>::by_value(const DecompositionFactors<Real>& factors,
-                                const EdgeBlock<Real>& edge, std::int32_t first_row,
-                                std::size_t lane, SampleWindow window) {
+template <class Real, class Delay>
+void DirectWave<Real, Delay>::by_value(const DecompositionFactors<Real, Delay>& factors,
+                                       const EdgeBlock<Delay>& edge, std::int32_t first_row,
+                                       std::size_t lane, SampleWindow window) {
     const auto count = static_cast<std::size_t>(window.end - window.begin);
     instants_.resize(std::max(instants_.size(), count));
     values_of_lane_.resize(instants_.size());
-    const Real zeta = edge.direct_delay[lane];
+    const Delay zeta = edge.direct_delay[lane];
     for (std::size_t m = 0; m < count; ++m) {
         const double t = times_.times[static_cast<std::size_t>(window.begin) + m];
         instants_[m] = factors.direct_argument(t, zeta);
@@ -110,8 +113,9 @@ void DirectWave<Real>::by_value(const DecompositionFactors<Real>& factors,
     }
 }
 
-template <class Real>
-void DirectWave<Real>::become_edge_sample(EdgeBlock<Real>& edge, WindowBlock& windows) const {
+template <class Real, class Delay>
+void DirectWave<Real, Delay>::become_edge_sample(EdgeBlock<Delay>& edge,
+                                                 WindowBlock& windows) const {
     const auto last = static_cast<std::size_t>(edge.size);
     std::int32_t begin_min = std::numeric_limits<std::int32_t>::max();
     std::int32_t end_min = begin_min;
@@ -121,7 +125,7 @@ void DirectWave<Real>::become_edge_sample(EdgeBlock<Real>& edge, WindowBlock& wi
         const std::size_t slot = last * block_lanes + lane;
         const bool present = begin_[lane] < end_[lane];
         edge.delay[slot] = edge.direct_delay[lane];
-        edge.coefficient[slot] = present ? -edge.coefficient_sum[lane] : Real(0);
+        edge.coefficient[slot] = present ? -edge.coefficient_sum[lane] : Delay(0);
         windows.begin[slot] = present ? begin_[lane] : -1;
         windows.end[slot] = present ? end_[lane] : -1;
         if (present) {
@@ -137,13 +141,13 @@ void DirectWave<Real>::become_edge_sample(EdgeBlock<Real>& edge, WindowBlock& wi
     windows.end_max[last] = end_max;
 }
 
-template <class Real>
-void DirectWave<Real>::fill_factors(const DecompositionFactors<Real>& factors,
-                                    const WaveBlock<Real>& wave) {
+template <class Real, class Delay>
+void DirectWave<Real, Delay>::fill_factors(const DecompositionFactors<Real, Delay>& factors,
+                                           const EdgeBlock<Delay>& edge,
+                                           const WaveBlock<Real>& wave) {
     if (wave.direct_spatial == nullptr) {
         return;
     }
-    const EdgeBlock<Real>& edge = *wave.edge;
     const auto row = static_cast<std::size_t>(wave.samples) * block_lanes;
     if (!factors.direct_is_edge_wave()) {
         factors.direct_spatial(spatial_.data(), edge.direct_delay.data(), block_lanes);
@@ -153,13 +157,13 @@ void DirectWave<Real>::fill_factors(const DecompositionFactors<Real>& factors,
         const Real* factor =
             factors.direct_is_edge_wave() ? wave.spatial + (k + 1) * row - block_lanes : direct;
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-            direct[lane] = factor[lane] * edge.coefficient_sum[lane];
+            direct[lane] = factor[lane] * static_cast<Real>(edge.coefficient_sum[lane]);
         }
     }
 }
 
-template <class Real>
-void DirectWave<Real>::exclude(LaneSet lanes) {
+template <class Real, class Delay>
+void DirectWave<Real, Delay>::exclude(LaneSet lanes) {
     for (std::size_t lane = 0; lanes != 0 && lane < block_lanes; ++lane) {
         if ((lanes >> lane & 1) == 0) {
             continue;
@@ -172,6 +176,7 @@ void DirectWave<Real>::exclude(LaneSet lanes) {
 }
 
 template class DirectWave<float>;
+template class DirectWave<float, double>;
 template class DirectWave<double>;
 
 }  // namespace kavro

@@ -18,30 +18,31 @@ namespace kavro {
 // that gives the same value: where there is one of the waveform's value, and
 // the rounded times less the rounded axial delay are exact. One per thread; reused from block to
 // block.
-template <class Real>
+template <class Real, class Delay = Real>
 class DirectWave {
 public:
     DirectWave(const TimeSamples& times, const Spend& spend) : times_(times), spend_(spend) {}
 
     // Chooses the way of each lane; where the direct wave is an edge wave, it becomes the last edge
     // sample of block and windows. Sets the wave's samples and direct members.
-    void prepare(const DecompositionFactors<Real>& factors, DirectWaveBy by, EdgeBlock<Real>& edge,
-                 WindowBlock& windows, WaveBlock<Real>& wave);
+    void prepare(const DecompositionFactors<Real, Delay>& factors, DirectWaveBy by,
+                 EdgeBlock<Delay>& edge, WindowBlock& windows, WaveBlock<Real>& wave);
 
     // Fills the direct factors, once the wave's spatial factors are there.
-    void fill_factors(const DecompositionFactors<Real>& factors, const WaveBlock<Real>& wave);
+    void fill_factors(const DecompositionFactors<Real, Delay>& factors,
+                      const EdgeBlock<Delay>& edge, const WaveBlock<Real>& wave);
 
     // Takes these lanes out.
     void exclude(LaneSet lanes);
 
 private:
-    bool is_exact_difference(SampleWindow window, Real zeta,
-                             const DecompositionFactors<Real>& factors) const;
-    SampleWindow inside_pulse(SampleWindow window, Real zeta,
-                              const DecompositionFactors<Real>& factors) const;
-    void by_value(const DecompositionFactors<Real>& factors, const EdgeBlock<Real>& edge,
+    bool is_exact_difference(SampleWindow window, Delay zeta,
+                             const DecompositionFactors<Real, Delay>& factors) const;
+    SampleWindow inside_pulse(SampleWindow window, Delay zeta,
+                              const DecompositionFactors<Real, Delay>& factors) const;
+    void by_value(const DecompositionFactors<Real, Delay>& factors, const EdgeBlock<Delay>& edge,
                   std::int32_t first_row, std::size_t lane, SampleWindow window);
-    void become_edge_sample(EdgeBlock<Real>& edge, WindowBlock& windows) const;
+    void become_edge_sample(EdgeBlock<Delay>& edge, WindowBlock& windows) const;
 
     const TimeSamples& times_;
     const Spend& spend_;
@@ -52,6 +53,7 @@ private:
 };
 
 extern template class DirectWave<float>;
+extern template class DirectWave<float, double>;
 extern template class DirectWave<double>;
 
 }  // namespace kavro

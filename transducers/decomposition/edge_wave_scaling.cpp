@@ -62,7 +62,7 @@ HWY_INLINE LaneSet Scale(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& 
     LaneSet not_finite = 0;
     for (int k = 0; k < K; ++k) {
         for (int lane = 0; lane < block_lanes; lane += step) {
-            const Real* g = block.edge->coefficient.data() + lane;
+            const Real* g = block.coefficient + lane;
             const Real* S = block.spatial + k * n * block_lanes + lane;
             auto bound = hn::Zero(d);
             for (int i = 0; i < n; ++i) {

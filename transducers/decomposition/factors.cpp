@@ -10,6 +10,7 @@
 
 #include "core/counts.h"
 #include "core/interrupted.h"
+#include "core/zeros.h"
 
 namespace kavro {
 namespace {
@@ -17,16 +18,37 @@ namespace {
 // Room behind a factor matrix for the last group of a tone burst's factors.
 constexpr std::size_t slack = 3;
 
+template <class Vector>
+Vector zeros(std::size_t count) {
+    Vector values;
+    InterruptCheck check;
+    assign_zeros(values, count, [&check](std::int64_t steps) { check.spend(steps); });
+    return values;
+}
+
+template <class Values>
+bool all_finite(const Values& values) {
+    InterruptCheck check;
+    return std::all_of(values.begin(), values.end(), [&check](auto value) {
+        check.spend(1);
+        return std::isfinite(value);
+    });
+}
+
 // From term-major to sample-major.
 template <class Source, class Real>
 AlignedVector<Real> by_sample(const std::vector<Source>& factors, std::size_t terms,
                               std::size_t ntimes) {
-    AlignedVector<Real> out(terms * ntimes);
+    constexpr std::size_t some = 16;  // samples whose factors stay in the nearest cache
+    AlignedVector<Real> out = zeros<AlignedVector<Real>>(terms * ntimes);
     InterruptCheck check;
-    for (std::size_t k = 0; k < terms; ++k) {
-        check.spend(static_cast<std::int64_t>(ntimes));
-        for (std::size_t j = 0; j < ntimes; ++j) {
-            out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
+    for (std::size_t begin = 0; begin < ntimes; begin += some) {
+        const std::size_t end = std::min(begin + some, ntimes);
+        for (std::size_t k = 0; k < terms; ++k) {
+            check.spend(some);
+            for (std::size_t j = begin; j < end; ++j) {
+                out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
+            }
         }
     }
     return out;
@@ -36,22 +58,31 @@ template <class Real>
 AlignedVector<Real> real_factors(const ExcitationFunction& waveform, const TimeSamples& times,
                                  double time_delay, std::size_t terms) {
     const auto ntimes = static_cast<std::size_t>(times.ntimes);
-    std::vector<Real> factors(terms * ntimes + slack);
+    auto factors = zeros<std::vector<Real>>(terms * ntimes + slack);
     waveform.temporal_tsd(factors.data(), &times, times.ntimes, static_cast<Real>(time_delay));
     return by_sample<Real, Real>(factors, terms, ntimes);
+}
+
+std::vector<double> value_factors(const ExcitationFunction& waveform, const TimeSamples& times,
+                                  double time_delay) {
+    auto factors =
+        zeros<std::vector<double>>(static_cast<std::size_t>(waveform.number_of_value_terms()) *
+                                   static_cast<std::size_t>(times.ntimes));
+    waveform.value_temporal(factors.data(), times, time_delay);
+    return factors;
 }
 
 AlignedVector<double> complex_factors(const ExcitationFunction& waveform, const TimeSamples& times,
                                       double time_delay) {
     const auto ntimes = static_cast<std::size_t>(times.ntimes);
     const auto n_terms = static_cast<std::size_t>(waveform.n_terms);
-    std::vector<std::complex<double>> factors(n_terms * ntimes);
+    auto factors = zeros<std::vector<std::complex<double>>>(n_terms * ntimes);
     waveform.temporal_tsd(factors.data(), &times, times.ntimes, time_delay);
-    AlignedVector<double> out(2 * factors.size());
+    auto out = zeros<AlignedVector<double>>(2 * factors.size());
     InterruptCheck check;
     for (std::size_t k = 0; k < n_terms; ++k) {
-        check.spend(static_cast<std::int64_t>(ntimes));
         for (std::size_t j = 0; j < ntimes; ++j) {
+            check.spend(2);
             out[2 * (j * n_terms + k)] = factors[k * ntimes + j].real();
             out[2 * (j * n_terms + k) + 1] = factors[k * ntimes + j].imag();
         }
@@ -65,10 +96,11 @@ int real_terms(const ExcitationFunction& waveform, Decomposition kind) {
     return kind == Decomposition::complex ? 2 * waveform.n_terms : waveform.number_of_tsd_terms();
 }
 
-template <class Real>
-DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& waveform,
-                                                 Decomposition kind, const TimeSamples& times,
-                                                 double time_delay, DirectArgument argument)
+template <class Real, class Delay>
+DecompositionFactors<Real, Delay>::DecompositionFactors(const ExcitationFunction& waveform,
+                                                        Decomposition kind,
+                                                        const TimeSamples& times, double time_delay,
+                                                        DirectArgument argument)
     : waveform_(&waveform),
       kind_(kind),
       time_delay_(time_delay),
@@ -86,6 +118,19 @@ DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& wavef
         temporal_ = kind == Decomposition::complex
                         ? complex_factors(waveform, times, time_delay)
                         : real_factors<double>(waveform, times, time_delay, terms);
+    } else if constexpr (std::is_same_v<Delay, double>) {
+        TimeSamples since = times;
+        for (double& t : since.times) {
+            t -= time_delay;
+        }
+        temporal_ = real_factors<float>(waveform, since, 0.0, terms);
+        direct_is_edge_wave_ = waveform.value_uses_spatial_tsd();
+        if (!direct_is_edge_wave_) {
+            direct_terms_ = waveform.number_of_value_terms();
+            direct_temporal_ = by_sample<double, float>(value_factors(waveform, since, 0.0),
+                                                        static_cast<std::size_t>(direct_terms_),
+                                                        since.times.size());
+        }
     } else {
         temporal_ = real_factors<float>(waveform, times, time_delay, terms);
         direct_terms_ = waveform.number_of_value_terms();
@@ -97,25 +142,24 @@ DecompositionFactors<Real>::DecompositionFactors(const ExcitationFunction& wavef
                 }
             }
             const auto ntimes = static_cast<std::size_t>(times.ntimes);
-            const auto value_terms = static_cast<std::size_t>(direct_terms_);
-            std::vector<double> factors(value_terms * ntimes);
-            waveform.value_temporal(factors.data(), rounded, time_delay);
+            InterruptCheck check;
+            std::vector<double> factors = value_factors(waveform, rounded, time_delay);
             direct_is_edge_wave_ = waveform.value_uses_spatial_tsd();
             for (std::size_t k = 0; direct_is_edge_wave_ && k < terms; ++k) {
                 for (std::size_t j = 0; j < ntimes; ++j) {
+                    check.spend(1);
                     factors[k * ntimes + j] -= static_cast<double>(temporal_[j * terms + k]);
                 }
             }
-            direct_temporal_ = by_sample<double, float>(factors, value_terms, ntimes);
+            direct_temporal_ =
+                by_sample<double, float>(factors, static_cast<std::size_t>(direct_terms_), ntimes);
         }
     }
-    const auto is_finite = [](Real value) { return std::isfinite(value); };
-    finite_ = std::all_of(temporal_.begin(), temporal_.end(), is_finite) &&
-              std::all_of(direct_temporal_.begin(), direct_temporal_.end(), is_finite);
+    finite_ = all_finite(temporal_) && all_finite(direct_temporal_);
 }
 
-template <class Real>
-void DecompositionFactors<Real>::spatial(Real* out, const Real* tau, int count) const {
+template <class Real, class Delay>
+void DecompositionFactors<Real, Delay>::spatial(Real* out, const Delay* tau, int count) const {
     if constexpr (std::is_same_v<Real, double>) {
         if (kind_ == Decomposition::complex) {
             waveform_->complex_spatial_tsd_batch(out, tau, count);
@@ -125,25 +169,31 @@ void DecompositionFactors<Real>::spatial(Real* out, const Real* tau, int count) 
     waveform_->spatial_tsd_batch(out, tau, count);
 }
 
-template <class Real>
-void DecompositionFactors<Real>::direct_spatial(Real* out, const Real* tau, int count) const {
+template <class Real, class Delay>
+void DecompositionFactors<Real, Delay>::direct_spatial(Real* out, const Delay* tau,
+                                                       int count) const {
     if constexpr (std::is_same_v<Real, float>) {
         waveform_->value_spatial_batch(out, tau, count);
     }
 }
 
-template <class Real>
-void DecompositionFactors<Real>::spatial_one(Real* out, Real tau) const {
+template <class Real, class Delay>
+void DecompositionFactors<Real, Delay>::spatial_one(Real* out, Delay tau) const {
     if constexpr (std::is_same_v<Real, double>) {
         if (kind_ == Decomposition::complex) {
             waveform_->complex_spatial_tsd_batch(out, &tau, 1);
             return;
         }
     }
-    waveform_->spatial_tsd(out, tau);
+    if constexpr (std::is_same_v<Real, Delay>) {
+        waveform_->spatial_tsd(out, tau);
+    } else {
+        waveform_->spatial_tsd_batch(out, &tau, 1);
+    }
 }
 
 template class DecompositionFactors<float>;
+template class DecompositionFactors<float, double>;
 template class DecompositionFactors<double>;
 
 }  // namespace kavro

@@ -16,8 +16,10 @@ namespace kavro {
 enum class Decomposition { real, complex };
 
 // Temporal factors over a time axis, and the waveform's spatial factors as real numbers: the
-// complex decomposition counts as twice as many real terms.
-template <class Real>
+// complex decomposition counts as twice as many real terms. Real is the precision of the factors,
+// Delay that of the delays. Single factors of double delays round last: neither late times nor long
+// paths cost them anything.
+template <class Real, class Delay = Real>
 class DecompositionFactors {
 public:
     DecompositionFactors(const ExcitationFunction& waveform, Decomposition kind,
@@ -31,20 +33,21 @@ public:
     const Real* temporal() const { return temporal_.data(); }
 
     // The decomposition of the waveform's value, for the direct wave: its terms (0 where there is
-    // none) and its spatial factors. Its temporal factors are taken at the sample times as the
-    // direct wave's argument rounds them, entry (j, k) at j * direct_terms + k; where the spatial
-    // factors are those of the real decomposition, as the difference from that one's temporal
-    // factors.
+    // none, or where it is that of the edge waves to the last bit) and its spatial factors. Its
+    // temporal factors are taken at the sample times as the direct wave's argument rounds them,
+    // entry (j, k) at j * direct_terms + k; where the spatial factors are those of the real
+    // decomposition, as the difference from that one's temporal factors.
     int direct_terms() const { return direct_terms_; }
     bool direct_is_edge_wave() const { return direct_is_edge_wave_; }
+    bool direct_is_decomposed() const { return direct_terms_ > 0 || direct_is_edge_wave_; }
     const Real* direct_temporal() const { return direct_temporal_.data(); }
-    void direct_spatial(Real* out, const Real* tau, int count) const;
+    void direct_spatial(Real* out, const Delay* tau, int count) const;
 
     // The instant at which the waveform is evaluated for the direct wave.
-    double direct_argument(double t, Real zeta) const {
+    double direct_argument(double t, Delay zeta) const {
         return argument_ == DirectArgument::element_delay_first
                    ? (t - time_delay_) - static_cast<double>(zeta)
-                   : static_cast<double>(static_cast<Real>(t) - zeta) - time_delay_;
+                   : static_cast<double>(static_cast<Delay>(t) - zeta) - time_delay_;
     }
     DirectArgument argument() const { return argument_; }
 
@@ -52,10 +55,10 @@ public:
     bool finite() const { return finite_; }
 
     // Factor k of delay m at out[k * count + m].
-    void spatial(Real* out, const Real* tau, int count) const;
+    void spatial(Real* out, const Delay* tau, int count) const;
 
     // The same one delay at a time, by the waveform's scalar operations.
-    void spatial_one(Real* out, Real tau) const;
+    void spatial_one(Real* out, Delay tau) const;
 
     // Whether these factors serve another element as well.
     bool serves(const ExcitationFunction& waveform, Decomposition kind, double time_delay,
@@ -86,6 +89,7 @@ private:
 int real_terms(const ExcitationFunction& waveform, Decomposition kind);
 
 extern template class DecompositionFactors<float>;
+extern template class DecompositionFactors<float, double>;
 extern template class DecompositionFactors<double>;
 
 }  // namespace kavro

@@ -5,16 +5,16 @@
 #include <utility>
 
 #include "core/counts.h"
+#include "core/zeros.h"
 
 namespace kavro {
 
-template <class Real>
-const std::vector<Real>& PointDecomposition<Real>::series(const DecompositionFactors<Real>& factors,
-                                                          const WindowRule& rule, DirectWaveBy by,
-                                                          const EdgeBlock<Real>& edge, int lane,
-                                                          double amplitude) {
+template <class Real, class Delay>
+const std::vector<Real>& PointDecomposition<Real, Delay>::series(
+    const DecompositionFactors<Real, Delay>& factors, const WindowRule& rule, DirectWaveBy by,
+    const EdgeBlock<Delay>& edge, int lane, double amplitude) {
     factors_ = &factors;
-    series_.assign(static_cast<std::size_t>(times_.ntimes), Real(0));
+    assign_zeros(series_, static_cast<std::size_t>(times_.ntimes), spend_);
     spatial_.resize(static_cast<std::size_t>(factors.terms()));
     add_edge_waves(rule, edge, static_cast<std::size_t>(lane));
     if (by == DirectWaveBy::value) {
@@ -28,8 +28,8 @@ const std::vector<Real>& PointDecomposition<Real>::series(const DecompositionFac
     return series_;
 }
 
-template <class Real>
-void PointDecomposition<Real>::spend(std::int64_t steps) {
+template <class Real, class Delay>
+void PointDecomposition<Real, Delay>::spend(std::int64_t steps) {
     constexpr std::int64_t worth_a_call = 10'000;
     steps_ += steps;
     if (steps_ >= worth_a_call) {
@@ -39,9 +39,9 @@ void PointDecomposition<Real>::spend(std::int64_t steps) {
 
 // begin, end: seconds from the first sample. All samples of a list, whose own are compared
 // directly.
-template <class Real>
-SampleWindow PointDecomposition<Real>::window(const WindowRule& rule, double begin, double end,
-                                              bool begin_rounded_down) const {
+template <class Real, class Delay>
+SampleWindow PointDecomposition<Real, Delay>::window(const WindowRule& rule, double begin,
+                                                     double end, bool begin_rounded_down) const {
     if (times_.deltat() == 0.0) {
         return {0, times_.ntimes};
     }
@@ -50,17 +50,17 @@ SampleWindow PointDecomposition<Real>::window(const WindowRule& rule, double beg
             clamped_index(std::floor(end * rule.inverse_step) + 1.0, times_.ntimes)};
 }
 
-template <class Real>
-bool PointDecomposition<Real>::belongs(int j, Real begin, Real end) const {
+template <class Real, class Delay>
+bool PointDecomposition<Real, Delay>::belongs(int j, Delay begin, Delay end) const {
     const double t = times_.time_index_value(j) - factors_->time_delay();
     return times_.deltat() != 0.0 || (t - static_cast<double>(begin) >= 0.0 &&
                                       t - static_cast<double>(end) <= factors_->waveform().w);
 }
 
 // The decomposed wave of delay tau, over the samples between the waves of begin and end.
-template <class Real>
-void PointDecomposition<Real>::add_wave(Real coefficient, Real tau, SampleWindow samples,
-                                        Real begin, Real end) {
+template <class Real, class Delay>
+void PointDecomposition<Real, Delay>::add_wave(Real coefficient, Delay tau, SampleWindow samples,
+                                               Delay begin, Delay end) {
     if (samples.begin >= samples.end) {
         return;
     }
@@ -69,6 +69,7 @@ void PointDecomposition<Real>::add_wave(Real coefficient, Real tau, SampleWindow
     factors_->spatial_one(spatial_.data(), tau);
     for (int j = samples.begin; j < samples.end; ++j) {
         if (!belongs(j, begin, end)) {
+            spend(1);
             continue;
         }
         spend(terms);
@@ -81,42 +82,47 @@ void PointDecomposition<Real>::add_wave(Real coefficient, Real tau, SampleWindow
     }
 }
 
-template <class Real>
-void PointDecomposition<Real>::add_edge_waves(const WindowRule& rule, const EdgeBlock<Real>& edge,
-                                              std::size_t lane) {
-    for (std::size_t i = 0; i < static_cast<std::size_t>(edge.size); ++i) {
-        const Real tau = edge.delay[i * block_lanes + lane];
-        const Real g = edge.coefficient[i * block_lanes + lane];
+template <class Real, class Delay>
+void PointDecomposition<Real, Delay>::add_edge_waves(const WindowRule& rule,
+                                                     const EdgeBlock<Delay>& edge,
+                                                     std::size_t lane) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(edge.samples_of(lane)); ++i) {
+        const Delay tau = edge.delay[i * block_lanes + lane];
+        const auto g = static_cast<Real>(edge.coefficient[i * block_lanes + lane]);
         const double u = static_cast<double>(tau) + rule.time_delay - rule.first_time;
         add_wave(g, tau, window(rule, u, u + rule.duration, false), tau, tau);
     }
 }
 
-template <class Real>
-void PointDecomposition<Real>::add_direct_wave(const WindowRule& rule, const EdgeBlock<Real>& edge,
-                                               std::size_t lane) {
-    const Real begin = edge.direct_begin[lane];
-    const Real end = edge.direct_end[lane];
+template <class Real, class Delay>
+void PointDecomposition<Real, Delay>::add_direct_wave(const WindowRule& rule,
+                                                      const EdgeBlock<Delay>& edge,
+                                                      std::size_t lane) {
+    const Delay begin = edge.direct_begin[lane];
+    const Delay end = edge.direct_end[lane];
     const SampleWindow samples =
         window(rule, static_cast<double>(begin) + rule.time_delay - rule.first_time,
                rule.time_delay + static_cast<double>(end) + rule.duration - rule.first_time,
                rule.direct_begin_rounded_down);
-    add_wave(-edge.coefficient_sum[lane], edge.direct_delay[lane], samples, begin, end);
+    add_wave(static_cast<Real>(-edge.coefficient_sum[lane]), edge.direct_delay[lane], samples,
+             begin, end);
 }
 
-template <class Real>
-void PointDecomposition<Real>::subtract_direct_wave(const WindowRule& rule,
-                                                    const EdgeBlock<Real>& edge, std::size_t lane) {
-    const Real zeta = edge.direct_delay[lane];
-    const Real begin = edge.direct_begin[lane];
+template <class Real, class Delay>
+void PointDecomposition<Real, Delay>::subtract_direct_wave(const WindowRule& rule,
+                                                           const EdgeBlock<Delay>& edge,
+                                                           std::size_t lane) {
+    const Delay zeta = edge.direct_delay[lane];
+    const Delay begin = edge.direct_begin[lane];
     const auto weight = static_cast<double>(edge.coefficient_sum[lane]);
     const SampleWindow samples =
         window(rule, static_cast<double>(begin) + rule.time_delay - rule.first_time,
                rule.time_delay + static_cast<double>(zeta) + rule.duration - rule.first_time,
                rule.direct_begin_rounded_down);
     for (int j = samples.begin; j < samples.end; ++j) {
+        spend(1);
         if (belongs(j, begin, zeta)) {
-            spend(1 + factors_->waveform().n_terms);
+            spend(factors_->waveform().n_terms);
             const double since = factors_->direct_argument(times_.time_index_value(j), zeta);
             const double value = factors_->waveform().at(since);
             Real& sum = series_[static_cast<std::size_t>(j)];
@@ -126,6 +132,7 @@ void PointDecomposition<Real>::subtract_direct_wave(const WindowRule& rule,
 }
 
 template class PointDecomposition<float>;
+template class PointDecomposition<float, double>;
 template class PointDecomposition<double>;
 
 }  // namespace kavro

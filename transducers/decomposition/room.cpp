@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace kavro {
 namespace {
@@ -15,15 +16,16 @@ constexpr std::size_t most_block_factors = std::size_t{1} << 22;
 
 }  // namespace
 
-template <class Real>
-DecompositionRoom<Real>::DecompositionRoom(const PointTile& tile)
+template <class Real, class Delay>
+DecompositionRoom<Real, Delay>::DecompositionRoom(const PointTile& tile)
     : edge_(0),
       windows_(0),
       direct_wave_(tile.times(), tile.spend()),
       point_(tile.times(), tile.spend()) {}
 
-template <class Real>
-void DecompositionRoom<Real>::add(const DecompositionElement<Real>& element, PointTile& tile) {
+template <class Real, class Delay>
+void DecompositionRoom<Real, Delay>::add(const DecompositionElement<Real, Delay>& element,
+                                         PointTile& tile) {
     const int size = element.edge->size();
     edge_.resize(size);
     windows_.resize(size);
@@ -31,15 +33,18 @@ void DecompositionRoom<Real>::add(const DecompositionElement<Real>& element, Poi
         tile.place(*element.element, block, edge_);
         const int passes = element.edge->passes(edge_);
         for (int pass = 0; pass < passes; ++pass) {
+            tile.spend()(std::int64_t{block_lanes} * size);
             element.edge->sample(edge_, pass);
+            windows_.resize(edge_.size);
+            tile.note_quadrature(block, edge_);
             add_sampled_block(element, tile, block);
         }
     }
 }
 
-template <class Real>
-void DecompositionRoom<Real>::add_sampled_block(const DecompositionElement<Real>& element,
-                                                PointTile& tile, int block) {
+template <class Real, class Delay>
+void DecompositionRoom<Real, Delay>::add_sampled_block(
+    const DecompositionElement<Real, Delay>& element, PointTile& tile, int block) {
     const int present = tile.present(block);
     std::fill(edge_.reached.begin() + present, edge_.reached.end(), 0);
 
@@ -53,12 +58,13 @@ void DecompositionRoom<Real>::add_sampled_block(const DecompositionElement<Real>
 }
 
 // Returns the lanes that the vector kernels leave out.
-template <class Real>
-LaneSet DecompositionRoom<Real>::add_vectorised(const DecompositionElement<Real>& element,
-                                                PointTile& tile, int block) {
-    const DecompositionFactors<Real>& factors = *element.factors;
-    const std::size_t block_factors = (static_cast<std::size_t>(element.edge->size()) + 1) *
-                                      block_lanes * static_cast<std::size_t>(factors.terms());
+template <class Real, class Delay>
+LaneSet DecompositionRoom<Real, Delay>::add_vectorised(
+    const DecompositionElement<Real, Delay>& element, PointTile& tile, int block) {
+    const DecompositionFactors<Real, Delay>& factors = *element.factors;
+    const int most_samples = std::max(element.edge->size(), edge_.size);
+    const std::size_t block_factors = (static_cast<std::size_t>(most_samples) + 1) * block_lanes *
+                                      static_cast<std::size_t>(factors.terms());
     if (tile.times().deltat() == 0.0 || !factors.finite() || factors.terms() == 0 ||
         edge_.size == 0 || block_factors > most_block_factors) {
         return all_lanes;
@@ -73,7 +79,6 @@ LaneSet DecompositionRoom<Real>::add_vectorised(const DecompositionElement<Real>
     }
     WaveBlock<Real> wave{};
     wave.terms = factors.terms();
-    wave.edge = &edge_;
     wave.windows = &windows_;
     wave.temporal = factors.temporal();
     wave.amplitude = element.element->amplitude;
@@ -82,8 +87,9 @@ LaneSet DecompositionRoom<Real>::add_vectorised(const DecompositionElement<Real>
     wave.spend = &tile.spend();
     tile.spend()(static_cast<std::int64_t>(block_factors));
     direct_wave_.prepare(factors, element.direct_wave, edge_, windows_, wave);
+    fill_coefficients(wave);
     fill_spatial_factors(factors, wave);
-    direct_wave_.fill_factors(factors, wave);
+    direct_wave_.fill_factors(factors, edge_, wave);
     const LaneSet left_out = scale_edge_waves(wave, sums_);
     if (left_out != all_lanes) {
         direct_wave_.exclude(left_out);
@@ -93,30 +99,44 @@ LaneSet DecompositionRoom<Real>::add_vectorised(const DecompositionElement<Real>
     return left_out;
 }
 
-template <class Real>
-void DecompositionRoom<Real>::fill_spatial_factors(const DecompositionFactors<Real>& factors,
-                                                   WaveBlock<Real>& wave) {
+template <class Real, class Delay>
+void DecompositionRoom<Real, Delay>::fill_coefficients(WaveBlock<Real>& wave) {
+    if constexpr (std::is_same_v<Real, Delay>) {
+        wave.coefficient = edge_.coefficient.data();
+    } else {
+        rounded_coefficient_.resize(edge_.coefficient.size());
+        const auto past = edge_.coefficient.begin() + wave.samples * block_lanes;
+        std::transform(edge_.coefficient.begin(), past, rounded_coefficient_.begin(),
+                       [](Delay g) { return static_cast<Real>(g); });
+        wave.coefficient = rounded_coefficient_.data();
+    }
+}
+
+template <class Real, class Delay>
+void DecompositionRoom<Real, Delay>::fill_spatial_factors(
+    const DecompositionFactors<Real, Delay>& factors, WaveBlock<Real>& wave) {
     const std::size_t delays = static_cast<std::size_t>(wave.samples) * block_lanes;
     spatial_.resize(std::max(spatial_.size(), delays * static_cast<std::size_t>(factors.terms())));
-    factors.spatial(spatial_.data(), wave.edge->delay.data(), static_cast<int>(delays));
+    factors.spatial(spatial_.data(), edge_.delay.data(), static_cast<int>(delays));
     wave.spatial = spatial_.data();
 }
 
-template <class Real>
-void DecompositionRoom<Real>::add_point(const DecompositionElement<Real>& element, PointTile& tile,
-                                        int block, int lane) {
+template <class Real, class Delay>
+void DecompositionRoom<Real, Delay>::add_point(const DecompositionElement<Real, Delay>& element,
+                                               PointTile& tile, int block, int lane) {
     const std::vector<Real>& series =
         point_.series(*element.factors, element.rule, element.direct_wave, edge_, lane,
                       element.element->amplitude);
     tile.load_rows({0, tile.times().ntimes});
     double* out = tile.rows() + block * block_lanes + lane;
-    for (const Real value : series) {
-        *out += static_cast<double>(value);
-        out += tile.width();
+    for (int j = 0; j < tile.times().ntimes; ++j, out += tile.width()) {
+        tile.spend_rows(j);
+        *out += static_cast<double>(series[static_cast<std::size_t>(j)]);
     }
 }
 
 template class DecompositionRoom<float>;
+template class DecompositionRoom<float, double>;
 template class DecompositionRoom<double>;
 
 }  // namespace kavro

@@ -28,9 +28,12 @@ public:
             narrow.unrounded[lane] = {block.x[lane], block.y[lane], block.z[lane]};
         }
         inner_->sample(narrow, pass);
-        block.size = narrow.size;
-        std::copy(narrow.coefficient.begin(), narrow.coefficient.end(), block.coefficient.begin());
-        std::copy(narrow.delay.begin(), narrow.delay.end(), block.delay.begin());
+        block.grow(narrow.size);
+        block.samples = narrow.samples;
+        block.quadrature = narrow.quadrature;
+        const auto samples = static_cast<std::ptrdiff_t>(narrow.size) * block_lanes;
+        std::copy_n(narrow.coefficient.begin(), samples, block.coefficient.begin());
+        std::copy_n(narrow.delay.begin(), samples, block.delay.begin());
         std::copy(narrow.coefficient_sum.begin(), narrow.coefficient_sum.end(),
                   block.coefficient_sum.begin());
         std::copy(narrow.direct_delay.begin(), narrow.direct_delay.end(),

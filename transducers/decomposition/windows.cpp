@@ -77,7 +77,9 @@ HWY_INLINE void FindWindows(const WindowRule& rule, DirectWaveBy by, const EdgeB
         auto end_max = missing;
         for (int lane = 0; lane < block_lanes; lane += step) {
             const int at = i * block_lanes + lane;
-            const auto reached = hn::Ne(hn::Load(di, edge.reached.data() + lane), hn::Zero(di));
+            const auto is_there = hn::Gt(hn::Load(di, edge.samples.data() + lane), hn::Set(di, i));
+            const auto reached =
+                hn::And(is_there, hn::Ne(hn::Load(di, edge.reached.data() + lane), hn::Zero(di)));
             const auto u = hn::Sub(hn::Add(LoadWide(edge.delay.data() + at), delay), t0);
             const Bounds window = RoundedWindow(rule, u, hn::Add(u, w), reached);
             const auto begin = hn::IfThenElse(window.empty, missing, window.begin);

@@ -1,10 +1,14 @@
 #include "transducers/kzk/column_steps.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <utility>
 
 #include "core/simd/vector_dispatch.h"
+#include "core/zeros.h"
+#include "transducers/kzk/pieces.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transducers/kzk/column_steps.cpp"
@@ -17,11 +21,17 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 inline constexpr size_t kLanes = 16;
+inline constexpr size_t kPiece = rows_at_a_time;
+
+HWY_INLINE void SpendPiece(const Spend& spend, size_t rows, size_t lanes) {
+    spend(static_cast<std::int64_t>(rows * lanes));
+}
 
 // ---- absorption
 
 template <int kGroups>
-HWY_INLINE void AbsorbGroups(const Absorption::System& system, float* columns, size_t stride) {
+HWY_INLINE void AbsorbGroups(const Absorption::System& system, float* columns, size_t stride,
+                             const Spend& spend) {
     const hn::CappedTag<float, kLanes> d;
     using V = hn::Vec<decltype(d)>;
     constexpr size_t kStep = hn::MaxLanes(decltype(d)());
@@ -36,6 +46,9 @@ HWY_INLINE void AbsorbGroups(const Absorption::System& system, float* columns, s
         before[v] = hn::Load(d, columns + v * kStep);
     }
     for (size_t i = 1; i < last; ++i) {
+        if (i % kPiece == 0) {
+            SpendPiece(spend, kPiece, kGroups * kLanes);
+        }
         float* row = columns + i * stride;
         const V diagonal = hn::Set(d, system.diagonal.data()[i]);
         for (size_t v = 0; v < kParts; ++v) {
@@ -55,6 +68,9 @@ HWY_INLINE void AbsorbGroups(const Absorption::System& system, float* columns, s
         }
     }
     for (size_t i = last - 2; i >= 1; --i) {
+        if (i % kPiece == 0) {
+            SpendPiece(spend, kPiece, kGroups * kLanes);
+        }
         float* row = columns + i * stride;
         const V diagonal = hn::Set(d, system.diagonal.data()[i]);
         for (size_t v = 0; v < kParts; ++v) {
@@ -65,12 +81,14 @@ HWY_INLINE void AbsorbGroups(const Absorption::System& system, float* columns, s
     }
 }
 
-void AbsorbOne(const Absorption::System& system, float* columns, size_t stride) {
-    AbsorbGroups<1>(system, columns, stride);
+void AbsorbOne(const Absorption::System& system, float* columns, size_t stride,
+               const Spend& spend) {
+    AbsorbGroups<1>(system, columns, stride, spend);
 }
 
-void AbsorbTwo(const Absorption::System& system, float* columns, size_t stride) {
-    AbsorbGroups<2>(system, columns, stride);
+void AbsorbTwo(const Absorption::System& system, float* columns, size_t stride,
+               const Spend& spend) {
+    AbsorbGroups<2>(system, columns, stride, spend);
 }
 
 // ---- distortion, in vectors of as many columns as there are doubles
@@ -82,7 +100,7 @@ using Single = hn::Vec<Singles>;
 // Fills the scratch with the values of all rows and where they move. Whether they keep their order
 // strictly.
 bool MoveColumns(const Distortion::Axis& axis, const float* columns, size_t stride, float length,
-                 Distortion::Scratch& scratch) {
+                 Distortion::Scratch& scratch, const Spend& spend) {
     const Doubles wide;
     const Singles d;
     const size_t rows = axis.tau.size();
@@ -91,6 +109,9 @@ bool MoveColumns(const Distortion::Axis& axis, const float* columns, size_t stri
     for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
         auto former = hn::Set(d, -std::numeric_limits<float>::infinity());
         for (size_t i = 0; i < rows; ++i) {
+            if (i % kPiece == 0) {
+                SpendPiece(spend, kPiece, hn::Lanes(d));
+            }
             const auto u = hn::Load(d, columns + i * stride + lane);
             const auto shift = hn::PromoteTo(wide, hn::Mul(u, lambda));
             const auto moved = hn::DemoteTo(d, hn::Sub(hn::Set(wide, axis.tau.data()[i]), shift));
@@ -110,8 +131,10 @@ struct Bracket {
 
 class Resampling {
 public:
-    Resampling(const Distortion::Axis& axis, const Distortion::Scratch& scratch, size_t lane)
+    Resampling(const Distortion::Axis& axis, const Distortion::Scratch& scratch, size_t lane,
+               const Spend& spend)
         : axis_(axis),
+          spend_(spend),
           values_(scratch.values.data() + lane),
           moved_(scratch.moved.data() + lane),
           last_(axis.tau.size() - 1) {}
@@ -127,6 +150,9 @@ public:
             const Bracket at = Find(axis_.tau_up.data()[i], past);
             const auto slope = hn::Div(hn::Sub(at.u, at.u_before), hn::Sub(at.tau, at.tau_before));
             const auto value = Interpolate(axis_.tau.data()[i], at, slope);
+            if (i % kPiece == 0 || searched_ > kPiece) {
+                SpendPiece(spend_, kPiece + std::exchange(searched_, 0), hn::Lanes(d));
+            }
             hn::Store(hn::IfThenElse(past, end, value), d, to);
             const auto counted = hn::IfThenZeroElse(past, slope);
             steepest = hn::IfThenElse(
@@ -137,7 +163,8 @@ public:
 
 private:
     // The first moved sample of each column that is not before tau, from the one found last time
-    // on; `past` where there is none.
+    // on; `past` where there is none. Columns that have moved by very different amounts are far
+    // apart: the search then takes many rows.
     HWY_INLINE Bracket Find(float tau, hn::Mask<Singles>& past) {
         const Singles d;
         const auto target = hn::Set(d, tau);
@@ -151,13 +178,15 @@ private:
         Bracket at{hn::Load(d, values_ + (next_ - 1) * kLanes),
                    hn::Load(d, values_ + next_ * kLanes),
                    hn::Load(d, moved_ + (next_ - 1) * kLanes), moved};
-        for (size_t k = next_ + 1; k <= last_ && !hn::AllFalse(d, past); ++k) {
+        size_t k = next_ + 1;
+        for (; k <= last_ && !hn::AllFalse(d, past); ++k) {
             at.u_before = hn::IfThenElse(past, at.u, at.u_before);
             at.tau_before = hn::IfThenElse(past, at.tau, at.tau_before);
             at.u = hn::IfThenElse(past, hn::Load(d, values_ + k * kLanes), at.u);
             at.tau = hn::IfThenElse(past, hn::Load(d, moved_ + k * kLanes), at.tau);
             past = hn::And(past, hn::Lt(at.tau, target));
         }
+        searched_ += k - next_ - 1;
         return at;
     }
 
@@ -169,6 +198,8 @@ private:
     }
 
     const Distortion::Axis& axis_;
+    const Spend& spend_;
+    size_t searched_ = 0;  // rows since the last word
     const float* values_;
     const float* moved_;
     size_t last_;
@@ -176,11 +207,12 @@ private:
 };
 
 float ResampleColumns(const Distortion::Axis& axis, const Distortion::Scratch& scratch,
-                      float* columns, size_t stride, bool forward) {
+                      float* columns, size_t stride, bool forward, const Spend& spend) {
     const Singles d;
     auto steepest = hn::Zero(d);
     for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
-        const auto own = Resampling(axis, scratch, lane).Apply(columns + lane, stride, forward);
+        const auto own =
+            Resampling(axis, scratch, lane, spend).Apply(columns + lane, stride, forward);
         steepest = forward ? hn::Max(steepest, own) : hn::Min(steepest, own);
     }
     const auto lanes = forward ? hn::MaxOfLanes(d, steepest) : hn::MinOfLanes(d, steepest);
@@ -194,27 +226,35 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kavro::kzk {
 
-Absorption::Absorption(float kappa, bool implicit, int last_row)
+Absorption::Absorption(float kappa, bool implicit, int last_row, const Spend& spend)
     : system_{implicit,     last_row,     implicit ? -kappa : -kappa / 2.0f,
               kappa / 2.0f, 1.0f - kappa, {}} {
     const float off = system_.off_diagonal;
     const float diagonal = implicit ? 1.0f + 2.0f * kappa : 1.0f + kappa;
-    system_.diagonal.assign(static_cast<std::size_t>(last_row), diagonal);
-    for (std::size_t i = 2; i < system_.diagonal.size(); ++i) {
-        system_.diagonal[i] = diagonal - off * off / system_.diagonal[i - 1];
+    assign_zeros(system_.diagonal, static_cast<std::size_t>(last_row), spend);
+    for (std::size_t i = 0; i < system_.diagonal.size(); ++i) {
+        if (i % rows_at_a_time == 0) {
+            spend(4 * rows_at_a_time);
+        }
+        system_.diagonal[i] = i < 2 ? diagonal : diagonal - off * off / system_.diagonal[i - 1];
     }
 }
 
-void Absorption::apply(float* columns, std::size_t stride, int groups) const {
+void Absorption::apply(float* columns, std::size_t stride, int groups, const Spend& spend) const {
     if (groups == 1) {
-        KAVRO_KERNEL(AbsorbOne)(system_, columns, stride);
+        KAVRO_KERNEL(AbsorbOne)(system_, columns, stride, spend);
     } else {
-        KAVRO_KERNEL(AbsorbTwo)(system_, columns, stride);
+        KAVRO_KERNEL(AbsorbTwo)(system_, columns, stride, spend);
     }
 }
 
-Distortion::Distortion(std::vector<double> taus) : axis_{std::move(taus), {}, true} {
+Distortion::Distortion(std::vector<double> taus, const Spend& spend)
+    : axis_{std::move(taus), {}, true} {
+    axis_.tau_up.reserve(axis_.tau.size());
     for (std::size_t i = 0; i < axis_.tau.size(); ++i) {
+        if (i % rows_at_a_time == 0) {
+            spend(4 * rows_at_a_time);
+        }
         const double tau = axis_.tau[i];
         auto up = static_cast<float>(tau);
         if (static_cast<double>(up) < tau) {
@@ -230,16 +270,20 @@ namespace {
 
 // One column, sample by sample, in whatever order the samples have come to be.
 void resample_column(const Distortion::Axis& axis, const float* u, const float* moved,
-                     float* column, std::size_t stride, bool forward, Distortion::Result& result) {
+                     float* column, std::size_t stride, bool forward, const Spend& spend,
+                     Distortion::Result& result) {
     constexpr std::size_t lanes = HWY_NAMESPACE::kLanes;
     const std::size_t last = axis.tau.size() - 1;
     for (std::size_t i = 2; i <= last; ++i) {
+        spend(1);
         result.shock = result.shock || moved[i * lanes] <= moved[(i - 1) * lanes];
     }
     std::size_t k = 1;
     for (std::size_t i = 1; i < last; ++i) {
+        spend(4);
         while (k <= last && static_cast<double>(moved[k * lanes]) < axis.tau[i]) {
             ++k;
+            spend(1);
         }
         if (k > last) {
             column[i * stride] = u[last * lanes];
@@ -260,20 +304,25 @@ void resample_column(const Distortion::Axis& axis, const float* u, const float* 
 }  // namespace
 
 Distortion::Result Distortion::apply(float* columns, std::size_t stride, float length, bool forward,
-                                     Scratch& scratch) const {
+                                     Scratch& scratch, const Spend& spend) const {
     constexpr std::size_t lanes = HWY_NAMESPACE::kLanes;
-    scratch.values.resize(axis_.tau.size() * lanes);
-    scratch.moved.resize(axis_.tau.size() * lanes);
+    for (AlignedVector<float>* values : {&scratch.values, &scratch.moved}) {
+        if (values->empty()) {
+            assign_zeros(*values, axis_.tau.size() * lanes, spend);
+        }
+    }
     Result result;
     const bool ordered =
-        KAVRO_KERNEL(MoveColumns)(axis_, columns, stride, length, scratch) && axis_.increasing;
+        KAVRO_KERNEL(MoveColumns)(axis_, columns, stride, length, scratch, spend) &&
+        axis_.increasing;
     if (ordered) {
-        result.steepest = KAVRO_KERNEL(ResampleColumns)(axis_, scratch, columns, stride, forward);
+        result.steepest =
+            KAVRO_KERNEL(ResampleColumns)(axis_, scratch, columns, stride, forward, spend);
         return result;
     }
     for (std::size_t lane = 0; lane < lanes; ++lane) {
         resample_column(axis_, scratch.values.data() + lane, scratch.moved.data() + lane,
-                        columns + lane, stride, forward, result);
+                        columns + lane, stride, forward, spend, result);
     }
     return result;
 }

@@ -1,11 +1,13 @@
 // The steps of the transient nonlinear march that go along retarded time, column by column:
-// absorption and nonlinear distortion.
+// absorption and nonlinear distortion. `spend` is told of the steps along long columns, and may
+// throw.
 #pragma once
 
 #include <cstddef>
 #include <vector>
 
 #include "core/aligned_vector.h"
+#include "core/interrupted.h"
 
 namespace kavro::kzk {
 
@@ -15,11 +17,11 @@ class Absorption {
 public:
     // kappa: range step times absorption over the square of the retarded-time step. Rows 1 ...
     // last_row - 1 are solved for.
-    Absorption(float kappa, bool implicit, int last_row);
+    Absorption(float kappa, bool implicit, int last_row, const Spend& spend);
 
     // Advances `groups` (1 or 2) neighbouring groups of 16 columns, rows `stride` values apart, in
     // place. The bits are those of Thomas's elimination, column by column.
-    void apply(float* columns, std::size_t stride, int groups) const;
+    void apply(float* columns, std::size_t stride, int groups, const Spend& spend) const;
 
     struct System {
         bool implicit;
@@ -39,7 +41,7 @@ private:
 class Distortion {
 public:
     // The retarded times of all rows, rad.
-    explicit Distortion(std::vector<double> taus);
+    Distortion(std::vector<double> taus, const Spend& spend);
 
     struct Result {
         float steepest = 0.0f;  // slope against the moved times along the sign of the step, or 0
@@ -52,8 +54,12 @@ public:
 
     // Distorts 16 columns, rows `stride` values apart, in place. length: range step times the
     // coefficient of nonlinearity, whose sign `forward` says.
-    Result apply(float* columns, std::size_t stride, float length, bool forward,
-                 Scratch& scratch) const;
+    Result apply(float* columns, std::size_t stride, float length, bool forward, Scratch& scratch,
+                 const Spend& spend) const;
+
+    // Bytes for each row that it holds, and that a scratch does.
+    static constexpr std::size_t bytes_of_row = sizeof(double) + sizeof(float);
+    static constexpr std::size_t bytes_of_scratch_row = 2 * 16 * sizeof(float);
 
     struct Axis {
         std::vector<double> tau;

@@ -18,8 +18,9 @@ std::string shown(double value) {
     return text;
 }
 
-std::optional<Fault> scale_fault(const Transducer& element, double frequency, double scale_length,
-                                 bool scaled, double absorption, double nonlinearity) {
+std::optional<Fault> scale_fault(const Transducer& element, double radius, double frequency,
+                                 double scale_length, bool scaled, double absorption,
+                                 double nonlinearity) {
     const Medium& medium = *element.medium;
     if (!scaled) {
         if (!is_positive(medium._soundspeed)) {
@@ -29,6 +30,9 @@ std::optional<Fault> scale_fault(const Transducer& element, double frequency, do
             return Fault{Input::frequency, "positive", frequency};
         }
         return Fault{Input::sizes, "a positive scale length", scale_length};
+    }
+    if (element.exact() && !(radius > 0.0)) {
+        return Fault{Input::sizes, "of a source of positive radius", radius};
     }
     if (!(std::isfinite(absorption) && absorption >= 0.0)) {
         return Fault{Input::attenuation, "0 or positive", medium._dBcmMHz};

@@ -34,8 +34,10 @@ struct Fault {
 std::string shown(double value);
 
 // `scaled`: the lengths that ranges are counted in are positive numbers; absorption and
-// nonlinearity are over the scale length (m).
-std::optional<Fault> scale_fault(const Transducer& element, double frequency, double scale_length,
-                                 bool scaled, double absorption, double nonlinearity);
+// nonlinearity are over the scale length (m). The source's radius only counts squared, but for an
+// exact element, whose points lie at their distance in radii.
+std::optional<Fault> scale_fault(const Transducer& element, double radius, double frequency,
+                                 double scale_length, bool scaled, double absorption,
+                                 double nonlinearity);
 
 }  // namespace kavro::kzk

@@ -4,6 +4,8 @@
 #include <cstdint>
 
 #include "core/simd/vector_dispatch.h"
+#include "core/zeros.h"
+#include "transducers/kzk/pieces.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transducers/kzk/harmonic_kernels.cpp"
@@ -105,7 +107,7 @@ private:
 void CoupleRows(const HarmonicRows& field, const double* factor, size_t harmonics, size_t stride,
                 size_t first, size_t past, HarmonicRows& source, AlignedVector<double>& scratch,
                 const Spend& spend) {
-    scratch.assign(6 * stride, 0.0);
+    assign_zeros(scratch, 6 * stride, spend);
     double* re = scratch.data() + stride;
     double* im = scratch.data() + 4 * stride;
     for (size_t j = first; j < past; ++j) {
@@ -119,6 +121,7 @@ void CoupleRows(const HarmonicRows& field, const double* factor, size_t harmonic
             Coupling<4>(re, im, harmonics, begin).Store(factor, to_re, to_im);
         }
         for (; begin < stride; begin += kStep) {
+            spend(static_cast<std::int64_t>(kStep * stride));
             Coupling<1>(re, im, harmonics, begin).Store(factor, to_re, to_im);
         }
     }
@@ -134,7 +137,8 @@ template <size_t kVectors>
 class Elimination {
 public:
     Elimination(HarmonicRows& field, const HarmonicRows& source, const HarmonicStep& step,
-                const HarmonicRadius& radius, size_t stride, size_t lane, double* scratch)
+                const HarmonicRadius& radius, size_t stride, size_t lane, double* scratch,
+                const Spend& spend)
         : re_(field.re.data() + lane),
           im_(field.im.data() + lane),
           source_re_(source.re.data() + lane),
@@ -144,7 +148,8 @@ public:
           rows_(radius.below.size()),
           stride_(stride),
           implicit_(step.implicit),
-          scratch_(scratch) {
+          scratch_(scratch),
+          spend_(spend) {
         const Doubles d;
         length_ = hn::Set(d, step.length);
         for (size_t v = 0; v < kVectors; ++v) {
@@ -164,9 +169,15 @@ public:
             former[v] = ratio[v] = g[v] = {hn::Zero(d), hn::Zero(d)};
         }
         for (size_t j = 0; j < rows_; ++j) {
+            if (j % kPiece == 0) {
+                SpendPiece();
+            }
             Eliminate(j, former, ratio, g);
         }
         for (size_t j = rows_ - 1; j-- > 0;) {
+            if (j % kPiece == 0) {
+                SpendPiece();
+            }
             for (size_t v = 0; v < kVectors; ++v) {
                 const size_t at = j * stride_ + v * kStep;
                 const double* kept = scratch_ + (j * kVectors + v) * 2 * kStep;
@@ -182,6 +193,12 @@ public:
     }
 
 private:
+    static constexpr size_t kPiece = rows_at_a_time;
+
+    HWY_INLINE void SpendPiece() const {
+        spend_(static_cast<std::int64_t>(std::min(kPiece, rows_) * kVectors * kStep));
+    }
+
     HWY_INLINE void Eliminate(size_t j, Complex* former, Complex* ratio, Complex* g) {
         const Doubles d;
         const V half = hn::Set(d, 0.5);
@@ -259,6 +276,7 @@ private:
     size_t stride_;
     bool implicit_;
     double* scratch_;
+    const Spend& spend_;
     V length_;
     V diagonal_[kVectors];
     V kept_[kVectors];
@@ -267,14 +285,16 @@ private:
 
 void AdvanceHarmonics(HarmonicRows& field, const HarmonicRows& source, const HarmonicStep& step,
                       const HarmonicRadius& radius, size_t stride, size_t first, size_t count,
-                      AlignedVector<double>& scratch) {
-    scratch.resize(4 * harmonic_lanes * radius.below.size());
+                      AlignedVector<double>& scratch, const Spend& spend) {
+    if (scratch.size() < 4 * harmonic_lanes * radius.below.size()) {
+        assign_zeros(scratch, 4 * harmonic_lanes * radius.below.size(), spend);
+    }
     size_t lane = first;
     for (; lane + 2 * kStep <= first + count; lane += 2 * kStep) {
-        Elimination<2>(field, source, step, radius, stride, lane, scratch.data()).Solve();
+        Elimination<2>(field, source, step, radius, stride, lane, scratch.data(), spend).Solve();
     }
     for (; lane < first + count; lane += kStep) {
-        Elimination<1>(field, source, step, radius, stride, lane, scratch.data()).Solve();
+        Elimination<1>(field, source, step, radius, stride, lane, scratch.data(), spend).Solve();
     }
 }
 
@@ -294,9 +314,9 @@ void couple_harmonics(const HarmonicRows& field, const HarmonicStep& step, std::
 
 void advance_harmonics(HarmonicRows& field, const HarmonicRows& source, const HarmonicStep& step,
                        const HarmonicRadius& radius, std::size_t stride, std::size_t first,
-                       std::size_t count, AlignedVector<double>& scratch) {
+                       std::size_t count, AlignedVector<double>& scratch, const Spend& spend) {
     KAVRO_KERNEL(AdvanceHarmonics)
-    (field, source, step, radius, stride, first, count, scratch);
+    (field, source, step, radius, stride, first, count, scratch, spend);
 }
 
 }  // namespace kavro::kzk

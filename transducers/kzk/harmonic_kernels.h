@@ -43,6 +43,6 @@ void couple_harmonics(const HarmonicRows& field, const HarmonicStep& step, std::
 // diagonal imaginary; leaving the zeros out changes no bit but the signs of zeros.
 void advance_harmonics(HarmonicRows& field, const HarmonicRows& source, const HarmonicStep& step,
                        const HarmonicRadius& radius, std::size_t stride, std::size_t first,
-                       std::size_t count, AlignedVector<double>& scratch);
+                       std::size_t count, AlignedVector<double>& scratch, const Spend& spend);
 
 }  // namespace kavro::kzk

@@ -14,6 +14,7 @@
 #include "core/interrupted.h"
 #include "core/team.h"
 #include "core/threads.h"
+#include "core/zeros.h"
 #include "transducers/blocks/guarded.h"
 #include "transducers/kzk/harmonic_kernels.h"
 #include "transducers/kzk/planes.h"
@@ -49,7 +50,9 @@ class March {
 public:
     March(const Transducer& element, const HarmonicShape& shape, const Setting& setting)
         : element_(element), shape_(shape), setting_(setting) {
+        ranges_.reserve(setting.planes.z.size());
         for (const float z : setting.planes.z) {
+            check_.spend(1);
             ranges_.push_back(static_cast<double>(shape.range_of(z)));
         }
         columns_ = static_cast<std::size_t>(setting.radii.last_column) + 1;
@@ -59,13 +62,20 @@ public:
                   harmonic_lanes;
     }
 
-    // Values that the march holds in memory, roughly.
-    std::size_t size() const { return columns_ * stride_ * 4; }
+    // What the march takes: field and source, and the field as it begins or each thread's scratch.
+    MemoryNeed memory() const {
+        const auto harmonics = static_cast<std::size_t>(count_);
+        const auto threads = static_cast<std::size_t>(threads_to_use());
+        const std::size_t scratch = threads * std::max(scratch_of_column, 6 * stride_ / columns_);
+        const std::size_t of_column = 4 * stride_ + 2 + std::max(2 * harmonics, scratch);
+        return {columns_, (of_column + (4 * stride_ + 3 * harmonics) / columns_) * sizeof(double)};
+    }
 
     // Tells where the harmonics grow without bound, if they do. Throws Interrupted.
     void run(Outcome& outcome) {
         set_up();
         while (plane_ < ranges_.size() && ranges_[plane_] < 0.0) {
+            check_.spend(1);
             ++plane_;
         }
         const double R = static_cast<double>(setting_.radii.extent);
@@ -105,21 +115,23 @@ private:
     void set_up() {
         const auto harmonics = static_cast<std::size_t>(count_);
         for (AlignedVector<double>* array : {&field_.re, &field_.im, &source_.re, &source_.im}) {
-            array->assign(columns_ * stride_, 0.0);
+            assign_zeros(*array, columns_ * stride_, spend_);
         }
         for (AlignedVector<double>* array :
              {&step_.diagonal, &step_.kept, &step_.twist, &step_.coupling}) {
-            array->assign(stride_, 0.0);
+            assign_zeros(*array, stride_, spend_);
         }
-        alpha_.assign(harmonics, 0.0);
-        delta_.assign(harmonics, 0.0);
-        std::vector<double> initial(2 * columns_ * harmonics, 0.0);
+        assign_zeros(alpha_, harmonics, spend_);
+        assign_zeros(delta_, harmonics, spend_);
+        std::vector<double> initial;
+        assign_zeros(initial, 2 * columns_ * harmonics, spend_);
         shape_.initial(static_cast<int>(setting_.radii.extent), initial.data(),
                        setting_.radii.last_column, count_);
-        radius_.below.assign(columns_, 0.0);
-        radius_.above.assign(columns_, 0.0);
+        assign_zeros(radius_.below, columns_, spend_);
+        assign_zeros(radius_.above, columns_, spend_);
         for (std::size_t j = 0; j < columns_; ++j) {
             for (std::size_t n = 0; n < harmonics; ++n) {
+                check_.spend(2);
                 field_.re[j * stride_ + n] = initial[n * columns_ + j];
                 field_.im[j * stride_ + n] = initial[(harmonics + n) * columns_ + j];
             }
@@ -142,6 +154,7 @@ private:
         step_.implicit = implicit;
         step_.length = h;
         for (std::size_t n = 0; n < alpha_.size(); ++n) {
+            check_.spend(4);
             const double share = implicit ? alpha_[n] * h : alpha_[n] * h / 2.0;
             const double weight = implicit ? 2.0 * delta_[n] : delta_[n];
             step_.diagonal[n] = 1.0 + share;
@@ -161,7 +174,7 @@ private:
         constexpr std::size_t lanes_at_a_time = 2 * harmonic_lanes;
         const auto groups =
             static_cast<std::int64_t>((stride_ + lanes_at_a_time - 1) / lanes_at_a_time);
-        const int threads = std::clamp(thread_count(), 1, most_threads());
+        const int threads = threads_to_use();
         Team team;
 
 #pragma omp parallel num_threads(threads)
@@ -171,7 +184,7 @@ private:
             const Spend spend = [&member](std::int64_t steps) { member.spend(steps); };
             AlignedVector<double> scratch;
             member.work(
-                [&] { scratch.reserve(std::max(6 * stride_, 4 * harmonic_lanes * columns_)); });
+                [&] { scratch.reserve(std::max(6 * stride_, scratch_of_column * columns_)); });
 #pragma omp barrier
 #pragma omp for schedule(static)
             for (std::int64_t block = 0; block < blocks; ++block) {
@@ -190,7 +203,7 @@ private:
                     member.look();
                     const std::size_t first = static_cast<std::size_t>(group) * lanes_at_a_time;
                     advance_harmonics(field_, source_, step_, radius_, stride_, first,
-                                      std::min(lanes_at_a_time, stride_ - first), scratch);
+                                      std::min(lanes_at_a_time, stride_ - first), scratch, spend);
                 });
             }
         }
@@ -199,11 +212,11 @@ private:
 
     // Threads meet twice in every step, which on a busy machine may take milliseconds: a share is
     // to last about half of one.
-    int most_threads() const {
+    int threads_to_use() const {
         constexpr double products_worth_a_thread = 4e6;
         const double each = static_cast<double>(stride_) * static_cast<double>(stride_ + 32);
         const double threads = each * static_cast<double>(columns_) / products_worth_a_thread;
-        return static_cast<int>(std::clamp(threads, 1.0, 1024.0));
+        return std::clamp(thread_count(), 1, static_cast<int>(std::clamp(threads, 1.0, 1024.0)));
     }
 
     void record(std::size_t plane) {
@@ -213,6 +226,7 @@ private:
         const double spreading = shape_.spreading(ranges_[plane]);
         const std::vector<float>& r = setting_.planes.r;
         for (std::size_t m = 0; m < r.size(); ++m) {
+            check_.spend(8);
             const double place =
                 static_cast<double>(r[m] * setting_.radii.points_per_radius) / spreading + 0.5;
             if (!(place < setting_.radii.last_column + 1.0)) {
@@ -223,6 +237,7 @@ private:
             const double ahead =
                 turned ? shape_.phase_left_out(static_cast<double>(r[m]), ranges_[plane]) : 0.0;
             for (std::size_t n = 0; n < alpha_.size(); ++n) {
+                check_.spend(turned ? 32 : 8);
                 const std::size_t to = m + r.size() * (plane + ranges_.size() * n);
                 std::complex<double> P(field_.re[row + n], field_.im[row + n]);
                 if (turned) {
@@ -239,9 +254,15 @@ private:
         }
     }
 
+    static constexpr std::size_t scratch_of_column = 4 * harmonic_lanes;
+
     const Transducer& element_;
     const HarmonicShape& shape_;
     const Setting& setting_;
+    InterruptCheck check_;
+    const Spend spend_ = [this](std::int64_t steps) {
+        check_.spend(steps);
+    };  // the same, handed on
     int count_;
     std::size_t columns_, stride_;
     std::vector<double> ranges_;               // of the planes
@@ -268,7 +289,7 @@ std::optional<Fault> Setting::fault(const Transducer& element, const HarmonicSha
                         shape.gain > 0.0 && std::isfinite(shape.gain);
     const auto scale_length =
         shape.gain > 0.0 ? static_cast<double>(1.0f / shape.range_of(1.0f)) : shape.gain;
-    if (auto fault = scale_fault(element, element.medium->_f0, scale_length, scaled,
+    if (auto fault = scale_fault(element, shape.radius, element.medium->_f0, scale_length, scaled,
                                  shape.absorption, shape.nonlinearity)) {
         return fault;
     }
@@ -288,6 +309,10 @@ std::optional<Fault> harmonic_fault(const Transducer& element, const HarmonicSha
     return Setting(element, shape).fault(element, shape);
 }
 
+MemoryNeed harmonic_memory(const Transducer& element, const HarmonicShape& shape) {
+    return March(element, shape, Setting(element, shape)).memory();
+}
+
 Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape) {
     Outcome outcome;
     outcome.status = guarded([&] {
@@ -298,13 +323,16 @@ Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape) {
         const Setting setting(element, shape);
         const std::size_t values =
             setting.planes.r.size() * setting.planes.z.size() * static_cast<std::size_t>(harmonics);
-        std::fill_n(element.pressure_real, values, 0.0);
-        std::fill_n(element.pressure_imag, values, 0.0);
+        InterruptCheck check;
+        const Spend spend = [&check](std::int64_t steps) { check.spend(steps); };
+        fill_zeros(element.pressure_real, values, spend);
+        fill_zeros(element.pressure_imag, values, spend);
         if (setting.fault(element, shape) || static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;
         }
         March march(element, shape, setting);
-        if (!fits_into_memory(march.size(), sizeof(double))) {
+        const MemoryNeed need = march.memory();
+        if (!fits_into_memory(need.count, need.bytes)) {
             return status_out_of_memory;
         }
         march.run(outcome);

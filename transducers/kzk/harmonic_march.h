@@ -7,6 +7,7 @@
 
 #include "transducers/kzk/fault.h"
 #include "transducers/kzk/harmonic_source.h"
+#include "transducers/kzk/memory_need.h"
 #include "transducers/kzk/outcome.h"
 #include "transducers/transducer.h"
 
@@ -50,5 +51,8 @@ Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape);
 
 // What keeps it from marching.
 std::optional<Fault> harmonic_fault(const Transducer& element, const HarmonicShape& shape);
+
+// What it takes where nothing does.
+MemoryNeed harmonic_memory(const Transducer& element, const HarmonicShape& shape);
 
 }  // namespace kavro::kzk

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
+
+#include "core/zeros.h"
 
 namespace kavro::kzk {
 namespace {
@@ -31,8 +34,10 @@ void initial_field(double* field, int extent, int last_column, int harmonics, do
     const auto columns = static_cast<std::size_t>(last_column) + 1;
     const auto count = static_cast<std::size_t>(harmonics);
     const Harmonics<double> P{field, columns, count};
-    std::fill_n(field, 2 * count * columns, 0.0);
+    InterruptCheck check;
+    fill_zeros(field, 2 * count * columns, [&check](std::int64_t steps) { check.spend(steps); });
     for (std::size_t j = 0; j < columns; ++j) {
+        check.spend(16);
         const double r = static_cast<double>(j) * extent / static_cast<double>(columns);
         const double w = std::abs(r) <= 1.0 ? 1.0 : 0.0;
         const double phase = curvature * r * r;

@@ -34,6 +34,11 @@ std::optional<Fault> fault_of(Transducer& element, bool harmonic) {
     return shape ? transient_fault(element, *shape) : std::nullopt;
 }
 
+MemoryNeed memory_of(Transducer& element, bool harmonic) {
+    return harmonic ? harmonic_memory(element, *element.harmonic_march())
+                    : transient_memory(element, *element.transient_march());
+}
+
 Outcome march(Transducer& element, bool harmonic) {
     if (!element.methods().contains(harmonic ? Method::kzk_cw : Method::kzk_transient)) {
         return {.status = status_not_implemented};

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "core/flush_denormals.h"
 #include "core/simd/vector_dispatch.h"
+#include "core/zeros.h"
+#include "transducers/kzk/pieces.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transducers/kzk/radial_step.cpp"
@@ -22,6 +25,7 @@ using Floats = hn::CappedTag<float, Columns::lanes>;
 inline constexpr size_t kStep = hn::MaxLanes(Floats());
 inline constexpr size_t kParts = Columns::lanes / kStep;
 inline constexpr size_t kLanes = Columns::lanes;
+inline constexpr size_t kPiece = rows_at_a_time;
 
 // A value for each run, and zero on both sides of them.
 struct Padded {
@@ -31,8 +35,11 @@ struct Padded {
 
 class RadialRows {
 public:
-    explicit RadialRows(RadialSystem& system)
-        : system_(system), run_(static_cast<size_t>(system.run)), work_(system.work.data()) {}
+    RadialRows(RadialSystem& system, const Spend& spend)
+        : system_(system),
+          spend_(spend),
+          run_(static_cast<size_t>(system.run)),
+          work_(system.work.data()) {}
 
     void Apply(float* grid, int last_row) {
         const size_t row = run_ * kLanes;
@@ -43,7 +50,11 @@ public:
             std::fill_n(system_.sum.data(), row, 0.0f);
         }
         KeepEnds();
+        const int rows_at_once = std::max(1, rows_at_a_time / static_cast<int>(run_));
         for (int i = 1; i < last_row; ++i) {
+            if (i % rows_at_once == 0) {
+                SpendPiece(run_ * static_cast<size_t>(rows_at_once));
+            }
             Advance(grid + static_cast<size_t>(i) * row);
         }
     }
@@ -60,6 +71,9 @@ private:
         }
         Eliminate<true>(row, 0, g, front);
         for (size_t k = 1; k + 1 < run_; ++k) {
+            if (k % kPiece == 0) {
+                SpendPiece(kPiece);
+            }
             Eliminate<false>(row, k, g, front);
         }
         SolveCoupling(row, g, front);
@@ -147,6 +161,9 @@ private:
             Finish(row, (run_ - 1) * kLanes + v * kStep, x[v]);
         }
         for (size_t k = run_ - 1; k-- > 0;) {
+            if (k % kPiece == 0 && k > 0) {
+                SpendPiece(kPiece);
+            }
             for (size_t v = 0; v < kParts; ++v) {
                 const size_t at = k * kLanes + v * kStep;
                 const V own = hn::Sub(hn::Load(d, work_ + at),
@@ -156,6 +173,10 @@ private:
             }
         }
         KeepEnds();
+    }
+
+    HWY_INLINE void SpendPiece(size_t columns) const {
+        spend_(static_cast<std::int64_t>(columns * kLanes));
     }
 
     // The sums at both ends of the runs, as their neighbours need them.
@@ -169,13 +190,14 @@ private:
     }
 
     RadialSystem& system_;
+    const Spend& spend_;
     size_t run_;
     float* work_;
     Padded firsts_, lasts_, fronts_, ends_;
 };
 
-void AdvanceRadialRows(RadialSystem& system, float* grid, int last_row) {
-    RadialRows(system).Apply(grid, last_row);
+void AdvanceRadialRows(RadialSystem& system, float* grid, int last_row, const Spend& spend) {
+    RadialRows(system, spend).Apply(grid, last_row);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -192,26 +214,27 @@ struct RadialStep::Tridiagonal {
     std::vector<double> a, b, c;
 };
 
-RadialStep::RadialStep(const Columns& columns, bool implicit, bool coefficients_in_double)
+RadialStep::RadialStep(const Columns& columns, bool implicit, bool coefficients_in_double,
+                       const Spend& spend)
     : columns_(columns), in_double_(coefficients_in_double) {
     system_.run = columns.run;
     system_.implicit = implicit;
     for (AlignedVector<float>* array :
          {&system_.above, &system_.here, &system_.below, &system_.reciprocal, &system_.lower,
           &system_.upper, &system_.left, &system_.first, &system_.sum, &system_.work}) {
-        array->assign(columns.row(), 0.0f);
+        assign_zeros(*array, columns.row(), spend);
     }
     system_.coupling.assign(Columns::lanes * Columns::lanes, 0.0f);
 }
 
 // The matrix carries half of what the right-hand side does: the row's own share in the sum over
 // retarded time is half a step.
-RadialStep::Tridiagonal RadialStep::matrix_of(float alpha) const {
+RadialStep::Tridiagonal RadialStep::matrix_of(float alpha, const Spend& spend) const {
     const float part = system_.implicit ? 8.0f : 16.0f;
     Tridiagonal matrix;
-    matrix.a.assign(columns_.row(), 0.0);
-    matrix.b.assign(columns_.row(), 1.0);
-    matrix.c.assign(columns_.row(), 0.0);
+    for (std::vector<double>* diagonal : {&matrix.a, &matrix.b, &matrix.c}) {
+        assign_zeros(*diagonal, columns_.row(), spend);
+    }
     const auto share = [&](float e, float sign) {
         if (in_double_ && !system_.implicit) {
             return static_cast<float>((static_cast<double>(e) + static_cast<double>(sign)) *
@@ -221,7 +244,13 @@ RadialStep::Tridiagonal RadialStep::matrix_of(float alpha) const {
     };
     matrix.b[0] = static_cast<double>(1.0f + alpha / (part / 4.0f));
     matrix.c[0] = static_cast<double>(-alpha / (part / 4.0f));
+    for (std::size_t j = static_cast<std::size_t>(columns_.last); j < columns_.row(); ++j) {
+        matrix.b[j] = 1.0;
+    }
     for (int j = 1; j < columns_.last; ++j) {
+        if (j % rows_at_a_time == 0) {
+            spend(2 * rows_at_a_time);
+        }
         const auto at = static_cast<std::size_t>(j);
         const float e = 1.0f / static_cast<float>(2 * j);
         matrix.a[at] = static_cast<double>(share(e, -1.0f));
@@ -231,11 +260,14 @@ RadialStep::Tridiagonal RadialStep::matrix_of(float alpha) const {
     return matrix;
 }
 
-void RadialStep::set_right_hand_side(float alpha) {
+void RadialStep::set_right_hand_side(float alpha, const Spend& spend) {
     const float quarter = system_.implicit ? alpha / 4.0f : alpha / 8.0f;
     const float half = system_.implicit ? alpha / 2.0f : alpha / 4.0f;
     system_.axis = system_.implicit ? alpha : alpha / 2.0f;
     for (int j = 1; j < columns_.last; ++j) {
+        if (j % rows_at_a_time == 0) {
+            spend(2 * rows_at_a_time);
+        }
         const std::size_t at = columns_.place(j);
         const float e = 1.0f / static_cast<float>(2 * j);
         system_.above[at] = j < columns_.last - 1 ? quarter * (1.0f + e) : 0.0f;
@@ -251,12 +283,15 @@ struct RadialStep::Response {
 };
 
 // The elimination of all but the last column of a run, and what the substitution back needs.
-RadialStep::Response RadialStep::set_run(int lane, const Tridiagonal& matrix) {
+RadialStep::Response RadialStep::set_run(int lane, const Tridiagonal& matrix, const Spend& spend) {
     Response response;
     double ratio = 0.0;  // upper over diagonal, of the row before
     double left = 0.0;
     double first = 1.0;
     for (int k = 0; k < columns_.run - 1; ++k) {
+        if (k % rows_at_a_time == 0) {
+            spend(4 * rows_at_a_time);
+        }
         const int j = lane * columns_.run + k;
         const auto row = static_cast<std::size_t>(j);
         const std::size_t at = columns_.place(j);
@@ -279,11 +314,11 @@ RadialStep::Response RadialStep::set_run(int lane, const Tridiagonal& matrix) {
 }
 
 // All runs, and the inverse of the matrix that is left for their last columns.
-void RadialStep::set_runs(const Tridiagonal& matrix) {
+void RadialStep::set_runs(const Tridiagonal& matrix, const Spend& spend) {
     constexpr std::size_t n = Columns::lanes;
     std::array<Response, n> response;
     for (std::size_t l = 0; l < n; ++l) {
-        response[l] = set_run(static_cast<int>(l), matrix);
+        response[l] = set_run(static_cast<int>(l), matrix, spend);
     }
     std::array<double, n> a{}, b{}, c{};
     for (std::size_t l = 0; l < n; ++l) {
@@ -312,19 +347,19 @@ void RadialStep::set_runs(const Tridiagonal& matrix) {
     }
 }
 
-void RadialStep::factor(float alpha) {
+void RadialStep::factor(float alpha, const Spend& spend) {
     if (alpha == alpha_) {
         return;
     }
-    const Tridiagonal matrix = matrix_of(alpha);
-    set_right_hand_side(alpha);
-    set_runs(matrix);
+    const Tridiagonal matrix = matrix_of(alpha, spend);
+    set_right_hand_side(alpha, spend);
+    set_runs(matrix, spend);
     alpha_ = alpha;
 }
 
-void RadialStep::apply(float* grid, int last_row) {
+void RadialStep::apply(float* grid, int last_row, const Spend& spend) {
     const FlushDenormals flush;
-    KAVRO_KERNEL(AdvanceRadialRows)(system_, grid, last_row);
+    KAVRO_KERNEL(AdvanceRadialRows)(system_, grid, last_row, spend);
 }
 
 }  // namespace kavro::kzk

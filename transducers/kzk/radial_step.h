@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "core/aligned_vector.h"
+#include "core/interrupted.h"
 
 namespace kavro::kzk {
 
@@ -45,25 +46,29 @@ struct RadialSystem {
 // in each lane: the last column of each run is set apart, and what is left of a run depends on two
 // of these only. So a row is an elimination along the run, 16 unknowns through their inverse
 // matrix, and a substitution back; the factors are computed in double. Results agree with Thomas's
-// elimination along the whole radius to rounding.
+// elimination along the whole radius to rounding. `spend` is told of the steps, and may throw.
 class RadialStep {
 public:
     // `coefficients_in_double`: the Crank-Nicolson matrix is rounded once from double precision.
-    RadialStep(const Columns& columns, bool implicit, bool coefficients_in_double);
+    RadialStep(const Columns& columns, bool implicit, bool coefficients_in_double,
+               const Spend& spend);
+
+    // What it takes, in rows of the grid.
+    static constexpr std::size_t rows_taken = 10 + 3 * sizeof(double) / sizeof(float);
 
     // alpha: retarded-time step times range step over the square of the radial step.
-    void factor(float alpha);
+    void factor(float alpha, const Spend& spend);
 
     // Advances rows 1 ... last_row - 1 of the grid; the first and the last row stay.
-    void apply(float* grid, int last_row);
+    void apply(float* grid, int last_row, const Spend& spend);
 
 private:
     struct Tridiagonal;
     struct Response;
-    Tridiagonal matrix_of(float alpha) const;
-    void set_right_hand_side(float alpha);
-    Response set_run(int lane, const Tridiagonal& matrix);
-    void set_runs(const Tridiagonal& matrix);
+    Tridiagonal matrix_of(float alpha, const Spend& spend) const;
+    void set_right_hand_side(float alpha, const Spend& spend);
+    Response set_run(int lane, const Tridiagonal& matrix, const Spend& spend);
+    void set_runs(const Tridiagonal& matrix, const Spend& spend);
 
     Columns columns_;
     bool in_double_;

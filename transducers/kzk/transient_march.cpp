@@ -1,10 +1,12 @@
 #include "transducers/kzk/transient_march.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <ranges>
 #include <vector>
 
 #include "core/console.h"
@@ -14,8 +16,10 @@
 #include "core/interrupted.h"
 #include "core/team.h"
 #include "core/threads.h"
+#include "core/zeros.h"
 #include "transducers/blocks/guarded.h"
 #include "transducers/kzk/column_steps.h"
+#include "transducers/kzk/pieces.h"
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/radial_step.h"
 #include "transducers/kzk/retarded_time.h"
@@ -43,10 +47,23 @@ public:
           axis_(setting.axis),
           output_(output),
           columns_(setting.radii.last_column),
-          radial_(columns_, parameters_.is_implicit(), shape_.coefficients_in_double),
+          radial_(columns_, parameters_.is_implicit(), shape_.coefficients_in_double, spend_),
           taus_(taus()),
-          distortion_(taus_),
-          grid_((static_cast<std::size_t>(axis_.steps) + 1) * columns_.row(), 0.0f) {}
+          distortion_(taus_, spend_) {
+        assign_zeros(grid_, taus_.size() * columns_.row(), spend_);
+    }
+
+    // What the march of a setting takes.
+    static MemoryNeed memory(const TransientSetting& setting) {
+        const Columns columns(setting.radii.last_column);
+        const auto rows = static_cast<std::size_t>(setting.axis.steps) + 1;
+        const auto threads = static_cast<std::size_t>(threads_for(columns, rows));
+        const bool distorts = setting.shape.nonlinearity != 0.0f;
+        const std::size_t of_row = columns.row() * sizeof(float) + sizeof(double) +
+                                   Distortion::bytes_of_row + sizeof(float) * 2 +
+                                   (distorts ? threads * Distortion::bytes_of_scratch_row : 0);
+        return {rows + RadialStep::rows_taken, of_row};
+    }
 
     // Tells where the wave shocks, if it does. Throws Interrupted.
     void run(Outcome& outcome) {
@@ -108,9 +125,11 @@ public:
     }
 
 private:
-    std::vector<double> taus() const {
-        std::vector<double> values(static_cast<std::size_t>(axis_.steps) + 1);
+    std::vector<double> taus() {
+        std::vector<double> values;
+        assign_zeros(values, static_cast<std::size_t>(axis_.steps) + 1, spend_);
         for (std::size_t i = 0; i < values.size(); ++i) {
+            check_.spend(1);
             values[i] = element_.exact()
                             ? static_cast<double>(i) * static_cast<double>(axis_.step) +
                                   static_cast<double>(axis_.begin)
@@ -134,32 +153,34 @@ private:
     }
 
     // The range of the next plane ahead.
-    float next_range(std::size_t plane, float range) const {
+    float next_range(std::size_t plane, float range) {
         while (plane < planes_.z.size() && !(range_of(plane) > range)) {
+            check_.spend(1);
             ++plane;
         }
         return plane < planes_.z.size() ? range_of(plane) : std::numeric_limits<float>::infinity();
     }
 
     int face_columns() const {
-        int j = 0;
-        while (j <= columns_.last && static_cast<float>(j) <= parameters_.points_per_radius) {
-            ++j;
-        }
-        return j;
+        return *std::ranges::partition_point(std::views::iota(0, columns_.last + 1), [this](int j) {
+            return static_cast<float>(j) <= parameters_.points_per_radius;
+        });
     }
 
     // A uniform piston, its edge included.
     void set_exact_source() {
         const auto omega0 = static_cast<double>(axis_.omega0);
-        for (int j = 0; j < face_columns(); ++j) {
+        const int columns = face_columns();
+        for (int j = 0; j < columns; ++j) {
             const double r =
                 static_cast<double>(j) / static_cast<double>(parameters_.points_per_radius);
             for (int i = 0; i <= axis_.steps; ++i) {
                 const double t = (taus_[static_cast<std::size_t>(i)] +
                                   r * r * static_cast<double>(shape_.source_lead)) /
                                  omega0;
+                check_.spend(1);
                 if (t >= 0.0 && t <= element_.excitation->w) {
+                    check_.spend(steps_of_value());
                     at(i, j) = static_cast<float>(element_.excitation->at(t));
                 }
             }
@@ -176,6 +197,7 @@ private:
         const auto end = std::min<std::int64_t>(std::int64_t{first} + length, axis_.steps);
         const int columns = face_columns();
         for (int i = std::max(first, 0); i <= end; ++i) {
+            check_.spend(steps_of_value() + columns);
             const auto value = static_cast<float>(
                 element_.excitation->at(taus_[static_cast<std::size_t>(i)] / omega0));
             for (int j = 0; j < columns; ++j) {
@@ -188,29 +210,36 @@ private:
         }
     }
 
+    // Of one value of the waveform.
+    std::int64_t steps_of_value() const {
+        return 16 + std::int64_t{4} * element_.excitation->n_terms;
+    }
+
     void diffract(float step) {
         const float spacing = 1.0f / parameters_.points_per_radius;
-        radial_.factor(axis_.step * step / (spacing * spacing * shape_.gain));
-        radial_.apply(grid_.data(), axis_.steps);
+        radial_.factor(axis_.step * step / (spacing * spacing * shape_.gain), spend_);
+        radial_.apply(grid_.data(), axis_.steps, spend_);
     }
 
     // Absorption and distortion, which columns go through independently of each other.
     Distortion::Result advance_columns(float step) {
         const float kappa = step * shape_.absorption / (axis_.step * axis_.step);
-        const Absorption absorption(kappa, parameters_.is_implicit(), axis_.steps);
+        const Absorption absorption(kappa, parameters_.is_implicit(), axis_.steps, spend_);
         const std::vector<float> edge = outer_edge();
         const int pairs = (columns_.run + 1) / 2;
-        const int threads = std::clamp(thread_count(), 1, most_threads());
+        const int threads = threads_for(columns_, taus_.size());
         const bool forward = shape_.nonlinearity > 0.0f;
         std::vector<Distortion::Result> results(static_cast<std::size_t>(columns_.run));
         Team team;
+        std::atomic<int> done{0};
 
 #pragma omp parallel num_threads(threads)
         {
             const FlushDenormals flush;
             Team::Member member(team);
+            const Spend spend = [&member](std::int64_t steps) { member.spend(steps); };
             Distortion::Scratch scratch;
-#pragma omp for schedule(static)
+#pragma omp for schedule(static) nowait
             for (int pair = 0; pair < pairs; ++pair) {
                 member.work([&] {
                     member.look();
@@ -218,16 +247,19 @@ private:
                     const int groups = std::min(2, columns_.run - first);
                     float* columns = grid_.data() + first * Columns::lanes;
                     if (shape_.absorption != 0.0f) {
-                        absorption.apply(columns, columns_.row(), groups);
-                        restore_outer_edge(edge, first, groups);
+                        absorption.apply(columns, columns_.row(), groups, spend);
+                        restore_outer_edge(edge, first, groups, spend);
                     }
                     for (int group = 0; group < groups && shape_.nonlinearity != 0.0f; ++group) {
                         results[static_cast<std::size_t>(first + group)] =
                             distortion_.apply(columns + group * Columns::lanes, columns_.row(),
-                                              step * shape_.nonlinearity, forward, scratch);
+                                              step * shape_.nonlinearity, forward, scratch, spend);
                     }
                 });
+                ++done;
             }
+            // Columns that have come far apart may keep the others busy for long.
+            member.wait([&] { return done == pairs; });
         }
         team.finish();
         Distortion::Result all;
@@ -241,26 +273,43 @@ private:
 
     // Threads meet after every step, which on a busy machine may take milliseconds: a share is to
     // last about half of one.
-    int most_threads() const {
+    static int threads_for(const Columns& columns, std::size_t rows) {
         constexpr std::size_t values_worth_a_thread = 400000;
-        const auto pairs = static_cast<std::size_t>((columns_.run + 1) / 2);
-        return static_cast<int>(
-            std::clamp<std::size_t>(grid_.size() / values_worth_a_thread, 1, pairs));
+        const auto pairs = static_cast<std::size_t>((columns.run + 1) / 2);
+        const std::size_t most =
+            std::clamp<std::size_t>(rows * columns.row() / values_worth_a_thread, 1, pairs);
+        return std::clamp(thread_count(), 1, static_cast<int>(most));
     }
 
     // The outermost column is distorted but neither diffracts nor is absorbed: deliberate.
     std::vector<float> outer_edge() {
         std::vector<float> edge;
-        for (int i = 0; shape_.absorption != 0.0f && i <= axis_.steps; ++i) {
-            edge.push_back(at(i, columns_.last));
+        if (shape_.absorption != 0.0f) {
+            assign_zeros(edge, taus_.size(), spend_);
+            copy_column(columns_.last, edge);
         }
         return edge;
     }
 
-    void restore_outer_edge(const std::vector<float>& edge, int first_group, int groups) {
+    void copy_column(int j, std::vector<float>& values) {
+        const float* from = &at(0, j);
+        const std::size_t row = columns_.row();
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            if (i % rows_at_a_time == 0) {
+                check_.spend(rows_at_a_time);
+            }
+            values[i] = from[i * row];
+        }
+    }
+
+    void restore_outer_edge(const std::vector<float>& edge, int first_group, int groups,
+                            const Spend& spend) {
         const int own = columns_.last % columns_.run;
         if (own >= first_group && own < first_group + groups) {
             for (int i = 0; i <= axis_.steps; ++i) {
+                if (i % rows_at_a_time == 0) {
+                    spend(rows_at_a_time);
+                }
                 at(i, columns_.last) = edge[static_cast<std::size_t>(i)];
             }
         }
@@ -268,18 +317,18 @@ private:
 
     // The field as it stands after the first step that ends beyond the plane.
     void record(std::size_t plane) {
-        std::vector<float> waveform(taus_.size());
+        std::vector<float> waveform;
+        assign_zeros(waveform, taus_.size(), spend_);
         for (std::size_t m = 0; m < planes_.r.size(); ++m) {
+            check_.spend(16);
             const double place =
                 static_cast<double>(planes_.r[m] * parameters_.points_per_radius) + 0.5;
             if (!(place < columns_.last + 1.0)) {
                 continue;  // beyond the radial grid
             }
             const int j = static_cast<int>(place);
-            for (int i = 0; i <= axis_.steps; ++i) {
-                waveform[static_cast<std::size_t>(i)] = at(i, j);
-            }
-            output_.store(plane, m, waveform);
+            copy_column(j, waveform);
+            output_.store(plane, m, waveform, check_);
         }
     }
 
@@ -300,6 +349,10 @@ private:
     const Planes& planes_;
     const RetardedTime& axis_;
     TransientOutput& output_;
+    InterruptCheck check_;
+    const Spend spend_ = [this](std::int64_t steps) {
+        check_.spend(steps);
+    };  // the same, handed on
     Columns columns_;
     RadialStep radial_;
     std::vector<double> taus_;  // rad
@@ -319,6 +372,10 @@ Outcome march_transient(const Transducer& element, const TransientShape& of) {
             output.clear_all();
             return status_success;
         }
+        if (!element.exact() &&
+            element.time_samples->taus.size() <= static_cast<std::size_t>(axis.steps)) {
+            return status_failure;
+        }
         output.clear();
         if (shape.prints_nonlinearity) {
             console::print("    - Knonlinearity: %e\n", static_cast<double>(shape.nonlinearity));
@@ -326,14 +383,18 @@ Outcome march_transient(const Transducer& element, const TransientShape& of) {
         if (static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;  // silent all along
         }
-        const std::size_t row = Columns(radii.last_column).row();
-        if (!fits_into_memory((static_cast<std::size_t>(axis.steps) + 1) * row, sizeof(float))) {
+        const MemoryNeed need = March::memory(setting);
+        if (!fits_into_memory(need.count, need.bytes)) {
             return status_out_of_memory;
         }
         March(element, setting, output).run(outcome);
         return status_success;
     });
     return outcome;
+}
+
+MemoryNeed transient_memory(const Transducer& element, const TransientShape& shape) {
+    return March::memory(TransientSetting(element, shape));
 }
 
 }  // namespace kavro::kzk

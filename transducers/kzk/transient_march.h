@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "transducers/kzk/fault.h"
+#include "transducers/kzk/memory_need.h"
 #include "transducers/kzk/outcome.h"
 #include "transducers/transducer.h"
 
@@ -28,10 +29,11 @@ struct TransientShape {
 
 // The element has its records. Marches the element's excitation through the planes of its grid and
 // stores the pressure (Pa), entry ix + nx iz + n nx nz for time sample n. The tau axis must have
-// been set (set_kzk_tau_axis), except for an exact element, which keeps a retarded time of its own
-// in steps of the time axis: it begins before the rim's wave and ends with the last wave, so that
-// the field does not depend on where the time axis begins, and planes are stored at z/c as
-// transient_output.h says. Where the parameters, medium and axes allow no march, zeros are stored.
+// been set (set_kzk_tau_axis; status_failure where it is not as long as the march needs), except
+// for an exact element, which keeps a retarded time of its own in steps of the time axis: it begins
+// before the rim's wave and ends with the last wave, so that the field does not depend on where the
+// time axis begins, and planes are stored at z/c as transient_output.h says. Where the parameters,
+// medium and axes allow no march, zeros are stored.
 //
 // The step is shortened to half of what is left to the nearest shock. A shock ends the march one
 // step later with a message; planes that were not reached are silent. So are, deliberately, planes
@@ -41,5 +43,8 @@ Outcome march_transient(const Transducer& element, const TransientShape& shape);
 
 // What keeps it from marching.
 std::optional<Fault> transient_fault(const Transducer& element, const TransientShape& shape);
+
+// What it takes where nothing does.
+MemoryNeed transient_memory(const Transducer& element, const TransientShape& shape);
 
 }  // namespace kavro::kzk

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "core/counts.h"
+#include "core/zeros.h"
+#include "transducers/kzk/pieces.h"
 
 namespace kavro::kzk {
 
@@ -29,47 +32,64 @@ TransientOutput::TransientOutput(const Transducer& element, const Planes& planes
 }
 
 void TransientOutput::clear() {
-    std::fill_n(pressure_, points_ * static_cast<std::size_t>(rows_), 0.0);
+    clear_rows(rows_);
 }
 
 void TransientOutput::clear_all() {
-    std::fill_n(pressure_, points_ * static_cast<std::size_t>(std::max(times_.ntimes, 0)), 0.0);
+    clear_rows(std::max(times_.ntimes, 0));
 }
 
-void TransientOutput::store(std::size_t plane, std::size_t m, const std::vector<float>& waveform) {
+void TransientOutput::clear_rows(int rows) {
+    InterruptCheck check;
+    fill_zeros(pressure_, points_ * static_cast<std::size_t>(rows),
+               [&check](std::int64_t steps) { check.spend(steps); });
+}
+
+void TransientOutput::store(std::size_t plane, std::size_t m, const std::vector<float>& waveform,
+                            InterruptCheck& check) {
     double* to = pressure_ + m + planes_.r.size() * plane;
     const float z = planes_.z[plane];
     if (exact_) {
-        store_interpolated(to, static_cast<double>(z) / speed_, waveform);
+        store_interpolated(to, static_cast<double>(z) / speed_, waveform, check);
     } else {
-        store_as_it_is(to, first_sample(z), waveform);
+        store_as_it_is(to, first_sample(z, check), waveform, check);
     }
 }
 
 // The output sample at which the retarded time of a plane begins.
-int TransientOutput::first_sample(float z) const {
+int TransientOutput::first_sample(float z, InterruptCheck& check) const {
     const auto delay =
         static_cast<double>(static_cast<float>(static_cast<double>(z) / speed_ + times_.tmin()));
     int n = 0;
     while (n < rows_ && times_.time_index_value(n) < delay &&
            delay - times_.time_index_value(n) > half_step_) {
+        if (n % rows_at_a_time == 0) {
+            check.spend(rows_at_a_time);
+        }
         ++n;
     }
     return n;
 }
 
-void TransientOutput::store_as_it_is(double* to, int first,
-                                     const std::vector<float>& waveform) const {
+void TransientOutput::store_as_it_is(double* to, int first, const std::vector<float>& waveform,
+                                     InterruptCheck& check) const {
     for (int n = first; n < rows_ && n - first <= axis_.steps; ++n) {
+        if ((n - first) % rows_at_a_time == 0) {
+            check.spend(rows_at_a_time);
+        }
         to[static_cast<std::size_t>(n) * points_] =
             scale_ * static_cast<double>(waveform[static_cast<std::size_t>(n - first)]);
     }
 }
 
 void TransientOutput::store_interpolated(double* to, double delay,
-                                         const std::vector<float>& waveform) const {
+                                         const std::vector<float>& waveform,
+                                         InterruptCheck& check) const {
     const auto omega0 = static_cast<double>(axis_.omega0);
     for (int n = 0; n < rows_; ++n) {
+        if (n % rows_at_a_time == 0) {
+            check.spend(4 * rows_at_a_time);
+        }
         const double tau = omega0 * (times_.time_index_value(n) - delay);
         const double row =
             (tau - static_cast<double>(axis_.begin)) / static_cast<double>(axis_.step);

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "core/interrupted.h"
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/retarded_time.h"
 #include "transducers/transducer.h"
@@ -22,13 +23,17 @@ public:
     void clear();      // what will be stored
     void clear_all();  // every sample
 
-    // The waveform of point m on a plane, a value for each retarded time.
-    void store(std::size_t plane, std::size_t m, const std::vector<float>& waveform);
+    // The waveform of point m on a plane, a value for each retarded time. Throws Interrupted.
+    void store(std::size_t plane, std::size_t m, const std::vector<float>& waveform,
+               InterruptCheck& check);
 
 private:
-    int first_sample(float z) const;
-    void store_as_it_is(double* to, int first, const std::vector<float>& waveform) const;
-    void store_interpolated(double* to, double delay, const std::vector<float>& waveform) const;
+    void clear_rows(int rows);
+    int first_sample(float z, InterruptCheck& check) const;
+    void store_as_it_is(double* to, int first, const std::vector<float>& waveform,
+                        InterruptCheck& check) const;
+    void store_interpolated(double* to, double delay, const std::vector<float>& waveform,
+                            InterruptCheck& check) const;
 
     const TimeSamples& times_;
     const Planes& planes_;

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "core/constants.h"
+#include "core/interrupted.h"
 
 namespace kavro::kzk {
 namespace {
@@ -31,7 +32,9 @@ RetardedTime retarded_time(const Transducer& element, const TransientShape& shap
                  static_cast<float>(radii.last_column) / radii.points_per_radius);
     const double rim = std::pow(1.0 + static_cast<double>(farthest), 2);
     double last = 0.0;
+    InterruptCheck check;
     for (const float plane : planes.z) {
+        check.spend(4);
         const double z = std::max(static_cast<double>(plane), 0.0);
         const double of_axis = omega0 * (times.tmax() - z / c);
         const double of_wave =
@@ -69,7 +72,7 @@ std::optional<Fault> TransientSetting::fault(const Transducer& element) const {
         return fault;
     }
     if (auto fault = scale_fault(
-            element, element.excitation->f0,
+            element, shape.radius, element.excitation->f0,
             static_cast<double>(is_positive(shape.rayleigh) ? shape.rayleigh / shape.gain
                                                             : shape.rayleigh),
             scaled, static_cast<double>(shape.absorption),

@@ -87,6 +87,7 @@ public:
             for (int pass = 0; pass < passes; ++pass) {
                 tile.spend()(std::int64_t{block_lanes} * block.size);
                 edge_->sample(block, pass);
+                tile.note_quadrature(b, block);
                 add_block(block, tile, b);
             }
         }

@@ -6,6 +6,7 @@
 
 #include "transducers/blocks/edge_block.h"
 #include "transducers/blocks/share.h"
+#include "transducers/departures.h"
 #include "transducers/methods/wave_parameters.h"
 #include "transducers/transducer.h"
 
@@ -40,10 +41,11 @@ std::unique_ptr<Share> single_wave_share(const Transducer& element,
                                          const SingleWave& wave, std::complex<double> prefactor);
 
 // In single precision by the form of the double one: for generators whose coefficients grow where
-// the waves nearly cancel. The direct path's phase stays in double (`wave`).
+// the waves nearly cancel, or by way of the middle. The direct path's phase stays in double
+// (`wave`).
 std::unique_ptr<Share> single_excess_share(const Transducer& element,
                                            std::unique_ptr<EdgeGenerator<float>> edge,
-                                           const WaveParameters& wave, bool in_fours,
-                                           std::complex<double> prefactor);
+                                           SingleWaveBy by, const WaveParameters& wave,
+                                           bool in_fours, std::complex<double> prefactor);
 
 }  // namespace kavro

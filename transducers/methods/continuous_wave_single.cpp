@@ -4,6 +4,7 @@
 #include <memory>
 #include <utility>
 
+#include "core/constants.h"
 #include "core/numeric_kernels.h"
 #include "core/simd/vector_dispatch.h"
 #include "transducers/blocks/point_tile.h"
@@ -14,8 +15,23 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "core/simd/exp-inl.h"
 #include "core/simd/partial_sums-inl.h"
+#include "core/simd/sincos-inl.h"
 #include "core/simd/vector_math-inl.h"
+
+#ifndef KAVRO_DIRECT_LANES
+#define KAVRO_DIRECT_LANES
+namespace kavro {
+
+// The direct wave of a block of points, and how it departs from the wave of the face's middle.
+struct DirectLanes {
+    Lanes<float> x, y;
+    Lanes<double> re, im;
+};
+
+}  // namespace kavro
+#endif
 
 HWY_BEFORE_NAMESPACE();
 namespace kavro {
@@ -100,6 +116,70 @@ void SumExcessWavesSingle(const EdgeBlock<float>& block, const SingleWave& wave,
     }
 }
 
+// x = -alpha (R_m - R_0) and y = -k (R_m - R_0), the latter less its whole turns, and the direct
+// wave, all in double.
+void FindDirectWaves(const EdgeBlock<float>& block, const WaveParameters& wave,
+                     DirectLanes& direct) {
+    const hn::CappedTag<double, block_lanes> d;
+    const hn::Rebind<float, decltype(d)> df;
+    const auto minus_k = hn::Set(d, -wave.wavenumber);
+    const auto minus_alpha = hn::Set(d, -wave.attenuation);
+    const auto turn = hn::Set(d, two_pi);
+    for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
+        const auto excess = hn::Load(d, block.middle_excess.data() + lane);
+        auto y = hn::Mul(minus_k, excess);
+        y = hn::Sub(y, hn::Mul(turn, hn::Round(hn::Div(y, turn))));
+        hn::Store(hn::DemoteTo(df, y), df, direct.y.data() + lane);
+        hn::Store(hn::DemoteTo(df, hn::Mul(minus_alpha, excess)), df, direct.x.data() + lane);
+        const auto path = hn::Load(d, block.direct_path.data() + lane);
+        const auto magnitude = Exp(d, hn::Mul(minus_alpha, path));
+        hn::Vec<decltype(d)> s;
+        hn::Vec<decltype(d)> c;
+        SinCos(d, hn::Mul(minus_k, path), s, c);
+        hn::Store(hn::Mul(magnitude, c), d, direct.re.data() + lane);
+        hn::Store(hn::Mul(magnitude, s), d, direct.im.data() + lane);
+    }
+}
+
+// Sum over the samples of g (e^(-(alpha + jk)(R - R_0)) - 1) from R - R_m, sin y from the half
+// angle.
+void SumWavesFromMiddle(const EdgeBlock<float>& block, const SingleWave& wave,
+                        const DirectLanes& direct, int samples, Lanes<float>& re,
+                        Lanes<float>& im) {
+    const hn::CappedTag<float, block_lanes> d;
+    using V = hn::Vec<decltype(d)>;
+    const auto half = hn::Set(d, 0.5f);
+    const auto minus_k = hn::Set(d, -wave.wavenumber);
+    const auto minus_alpha = hn::Set(d, -wave.attenuation);
+    for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
+        const auto x0 = hn::Load(d, direct.x.data() + lane);
+        const auto y0 = hn::Load(d, direct.y.data() + lane);
+        const auto add = [&](int i, V& sum_re, V& sum_im) HWY_ATTR {
+            const int at = i * block_lanes + lane;
+            const auto excess = hn::Load(d, block.excess.data() + at);
+            const auto g = hn::Load(d, block.coefficient.data() + at);
+            V h, c;
+            SinCosSingle(d, hn::Mul(half, hn::Add(hn::Mul(minus_k, excess), y0)), h, c);
+            const auto twice = hn::Add(h, h);
+            auto wave_re = hn::Neg(hn::Mul(twice, h));
+            auto wave_im = hn::Mul(twice, c);
+            if (wave.attenuation != 0.0f) {
+                const auto q = ExpMinusOneSingle(d, hn::Add(hn::Mul(minus_alpha, excess), x0));
+                const auto magnitude = hn::Add(hn::Set(d, 1.0f), q);
+                wave_re = hn::Add(q, hn::Mul(magnitude, wave_re));
+                wave_im = hn::Mul(magnitude, wave_im);
+            }
+            sum_re = hn::Add(sum_re, hn::Mul(g, wave_re));
+            sum_im = hn::Add(sum_im, hn::Mul(g, wave_im));
+        };
+        V sum_re;
+        V sum_im;
+        SumInFours(d, samples, add, sum_re, sum_im);
+        hn::Store(sum_re, d, re.data() + lane);
+        hn::Store(sum_im, d, im.data() + lane);
+    }
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace kavro
 HWY_AFTER_NAMESPACE();
@@ -108,16 +188,15 @@ HWY_AFTER_NAMESPACE();
 namespace kavro {
 namespace {
 
-// What the two forms share: the kernel sums the samples of a block, `finish` turns a point's sum
-// into its pressure.
+// What all forms share: each sums the samples of a block.
 class SingleShare : public Share {
 public:
     SingleShare(const Transducer& element, std::unique_ptr<EdgeGenerator<float>> edge,
                 const SingleWave& wave, std::complex<double> prefactor, EdgeDetail detail)
         : wave_(wave),
-          prefactor_(prefactor),
           element_(element),
           edge_(std::move(edge)),
+          prefactor_(prefactor),
           detail_(detail) {}
 
     int tile_width() const override { return 8 * block_lanes; }
@@ -135,33 +214,34 @@ public:
             tile.place(element_, b, block);
             tile.spend()(std::int64_t{block_lanes} * block.size);
             edge_->sample(block, 0);
+            tile.note_quadrature(b, block);
             const int samples = wave_.in_fours ? block.size / 4 * 4 : block.size;
             Lanes<float> re;
             Lanes<float> im;
-            sum(block, samples, re, im);
+            Lanes<std::complex<double>> direct;
+            sum(block, samples, re, im, direct);
             for (int lane = 0; lane < tile.present(b); ++lane) {
                 const auto k = static_cast<std::size_t>(lane);
                 if (block.reached[k] != 0) {
                     const std::complex<double> sum(static_cast<double>(re[k]),
                                                    static_cast<double>(im[k]));
-                    tile.add(b, lane, finish(sum, block, k));
+                    tile.add(b, lane, sum * direct[k] * prefactor_);
                 }
             }
         }
     }
 
 protected:
-    virtual void sum(const EdgeBlock<float>& block, int samples, Lanes<float>& re,
-                     Lanes<float>& im) const = 0;
-    virtual std::complex<double> finish(std::complex<double> sum, const EdgeBlock<float>& block,
-                                        std::size_t lane) const = 0;
+    // The sums, and what they lack of the direct wave.
+    virtual void sum(const EdgeBlock<float>& block, int samples, Lanes<float>& re, Lanes<float>& im,
+                     Lanes<std::complex<double>>& direct) const = 0;
 
     const SingleWave wave_;
-    const std::complex<double> prefactor_;
 
 private:
     const Transducer& element_;
     const std::unique_ptr<EdgeGenerator<float>> edge_;
+    const std::complex<double> prefactor_;
     const EdgeDetail detail_;
 };
 
@@ -172,42 +252,55 @@ public:
         : SingleShare(element, std::move(edge), wave, prefactor, EdgeDetail::none) {}
 
 protected:
-    void sum(const EdgeBlock<float>& block, int samples, Lanes<float>& re,
-             Lanes<float>& im) const override {
+    void sum(const EdgeBlock<float>& block, int samples, Lanes<float>& re, Lanes<float>& im,
+             Lanes<std::complex<double>>& direct) const override {
         KAVRO_KERNEL(SumEdgeWavesSingle)(block, wave_, samples, re, im);
-    }
-    std::complex<double> finish(std::complex<double> sum, const EdgeBlock<float>&,
-                                std::size_t) const override {
-        return sum * prefactor_;
+        direct.fill(1.0);
     }
 };
 
+// The direct path's phase is not rounded.
 class SingleByExcess : public SingleShare {
 public:
     SingleByExcess(const Transducer& element, std::unique_ptr<EdgeGenerator<float>> edge,
-                   const WaveParameters& wave, bool in_fours, std::complex<double> prefactor)
+                   const WaveParameters& wave, bool in_fours, std::complex<double> prefactor,
+                   EdgeDetail detail = EdgeDetail::excess)
         : SingleShare(element, std::move(edge),
                       {static_cast<float>(wave.wavenumber), static_cast<float>(wave.attenuation),
                        true, in_fours},
-                      prefactor, EdgeDetail::excess),
-          direct_wave_(wave) {}
+                      prefactor, detail),
+          unrounded_(wave) {}
 
 protected:
-    void sum(const EdgeBlock<float>& block, int samples, Lanes<float>& re,
-             Lanes<float>& im) const override {
+    void sum(const EdgeBlock<float>& block, int samples, Lanes<float>& re, Lanes<float>& im,
+             Lanes<std::complex<double>>& direct) const override {
         KAVRO_KERNEL(SumExcessWavesSingle)(block, wave_, samples, re, im);
-    }
-    std::complex<double> finish(std::complex<double> sum, const EdgeBlock<float>& block,
-                                std::size_t lane) const override {
-        // The direct path's phase is not rounded.
-        const double path = block.direct_path[lane];
-        const std::complex<double> direct =
-            smart_exp(-direct_wave_.attenuation * path, -direct_wave_.wavenumber * path);
-        return sum * direct * prefactor_;
+        for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+            const double path = block.direct_path[lane];
+            direct[lane] = smart_exp(-unrounded_.attenuation * path, -unrounded_.wavenumber * path);
+        }
     }
 
-private:
-    const WaveParameters direct_wave_;
+    const WaveParameters unrounded_;
+};
+
+class SingleFromMiddle : public SingleByExcess {
+public:
+    SingleFromMiddle(const Transducer& element, std::unique_ptr<EdgeGenerator<float>> edge,
+                     const WaveParameters& wave, bool in_fours, std::complex<double> prefactor)
+        : SingleByExcess(element, std::move(edge), wave, in_fours, prefactor,
+                         EdgeDetail::from_middle) {}
+
+protected:
+    void sum(const EdgeBlock<float>& block, int samples, Lanes<float>& re, Lanes<float>& im,
+             Lanes<std::complex<double>>& direct) const override {
+        DirectLanes lanes;
+        KAVRO_KERNEL(FindDirectWaves)(block, unrounded_, lanes);
+        KAVRO_KERNEL(SumWavesFromMiddle)(block, wave_, lanes, samples, re, im);
+        for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+            direct[lane] = {lanes.re[lane], lanes.im[lane]};
+        }
+    }
 };
 
 }  // namespace
@@ -220,9 +313,13 @@ std::unique_ptr<Share> single_wave_share(const Transducer& element,
 
 std::unique_ptr<Share> single_excess_share(const Transducer& element,
                                            std::unique_ptr<EdgeGenerator<float>> edge,
-                                           const WaveParameters& wave, bool in_fours,
-                                           std::complex<double> prefactor) {
-    return std::make_unique<SingleByExcess>(element, std::move(edge), wave, in_fours, prefactor);
+                                           SingleWaveBy by, const WaveParameters& wave,
+                                           bool in_fours, std::complex<double> prefactor) {
+    if (by == SingleWaveBy::excess) {
+        return std::make_unique<SingleByExcess>(element, std::move(edge), wave, in_fours,
+                                                prefactor);
+    }
+    return std::make_unique<SingleFromMiddle>(element, std::move(edge), wave, in_fours, prefactor);
 }
 
 }  // namespace kavro

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -29,6 +30,10 @@ struct Room {
 
     void resize(int edge_samples) {
         block.resize(edge_samples);
+        make_waves(edge_samples);
+    }
+
+    void make_waves(int edge_samples) {
         const auto waves = static_cast<std::size_t>(edge_samples) + 1;
         instants.resize(std::max({instants.size(), instants_at_a_time, waves}));
         values.resize(instants.size());
@@ -54,10 +59,13 @@ public:
         for (int b = 0; b < tile.blocks(); ++b) {
             const int count = tile.present(b);
             tile.place(element_, b, room.block);
-            room.series.begin(count);
+            room.series.begin(count, tile.spend());
             const int passes = edge_->passes(room.block);
             for (int pass = 0; pass < passes; ++pass) {
+                tile.spend()(std::int64_t{block_lanes} * edge_->size());
                 edge_->sample(room.block, pass);
+                room.make_waves(room.block.size);
+                tile.note_quadrature(b, room.block);
                 for (int lane = 0; lane < count; ++lane) {
                     if (room.block.reached[static_cast<std::size_t>(lane)] != 0) {
                         add_point(room, tile.spend(), lane);
@@ -101,7 +109,7 @@ private:
     void add_point(Room& room, const Spend& spend, int point) const {
         const EdgeBlock<double>& block = room.block;
         const auto lane = static_cast<std::size_t>(point);
-        const auto n = static_cast<std::size_t>(block.size);
+        const auto n = static_cast<std::size_t>(block.samples_of(lane));
         const SampleWindow window = arrival_window(block, lane);
         double* series = room.series.touch(point, window);
         // What the generator's own coefficient sum has beyond that of its samples.
@@ -127,7 +135,7 @@ private:
     // v(t - tau_i - delay) of each sample in turn, the direct wave's last.
     void evaluate(Room& room, const Spend& spend, std::size_t lane, int begin, int end) const {
         const EdgeBlock<double>& block = room.block;
-        const auto n = static_cast<std::size_t>(block.size);
+        const auto n = static_cast<std::size_t>(block.samples_of(lane));
         const double delay = element_.time_delay;
         double* out = room.instants.data();
         for (int j = begin; j < end; ++j) {

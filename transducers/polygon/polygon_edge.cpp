@@ -13,6 +13,8 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "transducers/polygon/straight_edge-inl.h"
+
 #ifndef KAVRO_POLYGON_EDGE_TABLES
 #define KAVRO_POLYGON_EDGE_TABLES
 namespace kavro {
@@ -34,35 +36,13 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 using Tag = hn::CappedTag<double, block_lanes>;
-using V = hn::Vec<Tag>;
-using M = hn::Mask<Tag>;
-
-// A side as some lanes of a block see it.
-struct SeenSide {
-    V L;
-    V below, above;  // from the foot of the perpendicular to where the side begins and ends
-    M inside;        // the foot lies in between
-
-    HWY_INLINE SeenSide(const PolygonTransducer::Side& side, V x, V y) {
-        const Tag d;
-        const auto ux = hn::Set(d, side.ux);
-        const auto uy = hn::Set(d, side.uy);
-        const auto dx = hn::Sub(x, hn::Set(d, side.x));
-        const auto dy = hn::Sub(y, hn::Set(d, side.y));
-        L = hn::Sub(hn::Mul(ux, dy), hn::Mul(uy, dx));
-        const auto along = hn::Add(hn::Mul(ux, dx), hn::Mul(uy, dy));
-        below = hn::Neg(along);
-        above = hn::Sub(hn::Set(d, side.length), along);
-        inside = hn::And(hn::Lt(below, hn::Zero(d)), hn::Gt(above, hn::Zero(d)));
-    }
-};
 
 HWY_INLINE bool AnyInside(const PolygonTransducer::Side& side, const EdgeBlock<double>& block) {
     const Tag d;
     bool any = false;
     for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
-        const SeenSide seen(side, hn::Load(d, block.x.data() + lane),
-                            hn::Load(d, block.y.data() + lane));
+        const SeenSide<double> seen(side, hn::Load(d, block.x.data() + lane),
+                                    hn::Load(d, block.y.data() + lane));
         any = any || !hn::AllFalse(d, seen.inside);
     }
     return any;
@@ -75,10 +55,9 @@ int SampleSide(const PolygonTables& face, const PolygonTransducer::Side& side,
     const bool in_two = AnyInside(side, block);
     const int pieces = in_two ? 2 : 1;
     for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
-        const SeenSide seen(side, hn::Load(d, block.x.data() + lane),
-                            hn::Load(d, block.y.data() + lane));
+        const SeenSide<double> seen(side, hn::Load(d, block.x.data() + lane),
+                                    hn::Load(d, block.y.data() + lane));
         const auto z = hn::Load(d, block.z.data() + lane);
-        const auto L_squared = hn::Mul(seen.L, seen.L);
         const auto z_squared = hn::Mul(z, z);
         const auto speed = hn::Set(d, face.speed);
         auto sum = hn::Load(d, block.coefficient_sum.data() + lane);
@@ -88,25 +67,13 @@ int SampleSide(const PolygonTables& face, const PolygonTransducer::Side& side,
             const auto t = hn::Set(d, face.abscissa[i]);
             const auto w = hn::Set(d, face.weight[i]);
             for (int piece = 0; piece < pieces; ++piece) {
-                // From the foot to the end and to the beginning, or all of the side.
-                const auto whole = hn::Sub(seen.above, seen.below);
-                const auto reach = piece == 0 ? hn::IfThenElse(seen.inside, seen.above, whole)
-                                              : hn::IfThenElseZero(seen.inside, seen.below);
-                const auto from =
-                    piece == 0 ? hn::IfThenZeroElse(seen.inside, seen.below) : hn::Zero(d);
-                const auto s = hn::Add(from, hn::Mul(t, reach));
-                const auto D = hn::Add(L_squared, hn::Mul(s, s));
-                const auto R = hn::Sqrt(hn::Add(z_squared, D));
-                const auto on_it = hn::Le(D, hn::Zero(d));
-                const auto weight = hn::Mul(w, hn::Abs(reach));
-                const auto g = hn::IfThenZeroElse(on_it, hn::Div(hn::Mul(weight, seen.L), D));
-                hn::Store(g, d, block.coefficient.data() + at);
-                hn::Store(hn::Div(R, speed), d, block.delay.data() + at);
+                const SideSample<double> sample(seen, piece, t, w, z_squared);
+                hn::Store(sample.g, d, block.coefficient.data() + at);
+                hn::Store(hn::Div(sample.R, speed), d, block.delay.data() + at);
                 if (block.detail == EdgeDetail::excess) {
-                    hn::Store(hn::IfThenZeroElse(on_it, hn::Div(D, hn::Add(R, z))), d,
-                              block.excess.data() + at);
+                    hn::Store(sample.Excess(z), d, block.excess.data() + at);
                 }
-                sum = hn::Add(sum, g);
+                sum = hn::Add(sum, sample.g);
                 at += block_lanes;
             }
         }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <iostream>
 #include <limits>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include "core/constants.h"
 #include "core/input_error.h"
 #include "transducers/polygon/polygon_edge.h"
+#include "transducers/polygon/straight_edges.h"
 
 namespace kavro {
 namespace {
@@ -85,6 +87,9 @@ class Face : public SurfaceRows<double> {
 public:
     Face(std::vector<Corner> corners, const QuadratureRule& rule)
         : corners_(std::move(corners)), rule_(rule.mapped(0.0, 1.0)) {
+        if (corners_.size() * rule_.abscissas.size() > std::numeric_limits<int>::max()) {
+            throw std::bad_alloc();  // more rows than can be counted
+        }
         for (const Corner& corner : corners_) {
             centre_.x += corner.x / static_cast<double>(corners_.size());
             centre_.y += corner.y / static_cast<double>(corners_.size());
@@ -156,6 +161,10 @@ void PolygonTransducer::mex_debug(int level) const {
 }
 
 // The diagonal of the box around the corners is no shorter.
+double PolygonTransducer::face_area() const {
+    return 0.5 * double_area(corners_);
+}
+
 double PolygonTransducer::face_extent() const {
     const auto [left, right] =
         std::minmax_element(corners_.begin(), corners_.end(),
@@ -185,6 +194,9 @@ ApertureDistances PolygonTransducer::distances(const CartesianCoordinate& p) con
 }
 
 std::unique_ptr<EdgeGenerator<double>> PolygonTransducer::edge(const Wanted& wanted) const {
+    if (wanted.demand != nullptr) {
+        return std::make_unique<StraightEdges<double>>(*this, sides_, wanted);
+    }
     return std::make_unique<PolygonEdge>(*this, wanted);
 }
 

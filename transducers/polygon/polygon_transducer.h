@@ -43,10 +43,12 @@ public:
                                        Method::fnm_spectral,
                                        Method::fnm_fdtsd,
                                        Method::fnm_tsd,
+                                       Method::fnm_tsd_low_precision,
                                        Method::impulse_begin_and_end_times};
 
     MethodSet methods() const override { return offered; }
     double face_extent() const override;
+    double face_area() const override;
     ApertureDistances distances(const CartesianCoordinate& point) const override;
     std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;
     EdgeScale edge_scale(Method method) const override;

@@ -133,7 +133,9 @@ private:
     void leave_last_rule() const {
         const CoordinateGrid& grid = *rectangle_.coordinate_grid;
         NumericalIntegration& shared = *rectangle_.integral;
+        InterruptCheck check;
         for (int i = grid.npoints - 1; i >= 0; --i) {
+            check.spend(4);
             const CartesianCoordinate p = rectangle_.rotateTranslate(grid.spatial_index_value(i));
             if (is_reached(p)) {
                 const int N = abscissas_at(rectangle_, p.z, wavelength_, reference_size_);

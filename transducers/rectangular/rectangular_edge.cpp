@@ -1,6 +1,7 @@
 #include "transducers/rectangular/rectangular_edge.h"
 
 #include <cstddef>
+#include <limits>
 #include <type_traits>
 
 #include "core/constants.h"
@@ -45,10 +46,14 @@ using Tag = hn::CappedTag<Real, block_lanes>;
 // Distances from the feet to the two ends of an interval about 0, or to the two edges there.
 template <class V>
 struct Ends {
-    V below, above;  // half + position, half - position
+    V below, above;                // half + position, half - position
+    V below_gained, above_gained;  // their squares less that of the position
 
     HWY_INLINE Ends(V half, V position)
-        : below(hn::Add(half, position)), above(hn::Sub(half, position)) {}
+        : below(hn::Add(half, position)),
+          above(hn::Sub(half, position)),
+          below_gained(hn::Mul(half, hn::Add(below, position))),
+          above_gained(hn::Mul(half, hn::Sub(above, position))) {}
 };
 
 // Whether no foot of the block lies between the ends.
@@ -65,13 +70,14 @@ HWY_INLINE bool AllOutside(Real half, const Lanes<Real>& position) {
 }
 
 // The terms of some lanes of a block as they are stored one after the other.
-template <class Real>
+template <bool kFromMiddle, class Real>
 struct TermWriter {
     using V = hn::Vec<Tag<Real>>;
 
     EdgeBlock<Real>& block;
     int lane;
     V z, z_squared, inverse_speed;
+    V middle_path;
     V sum;
     size_t at;
 
@@ -81,11 +87,27 @@ struct TermWriter {
         z = hn::Load(d, block.z.data() + lane);
         z_squared = hn::Mul(z, z);
         inverse_speed = hn::Set(d, Real(1) / speed);
+        if constexpr (kFromMiddle) {
+            Lanes<Real> middle;
+            for (int l = lane; l < lane + static_cast<int>(hn::Lanes(d)); ++l) {
+                const auto k = static_cast<size_t>(l);
+                middle[k] = static_cast<Real>(block.middle_path[k]);
+            }
+            middle_path = hn::Load(d, middle.data() + lane);
+        }
         sum = hn::Zero(d);
     }
 
-    // An edge at the distance L, a sample at sqrt(q) along it.
-    HWY_INLINE void Write(V weight, V L, V q, hn::Mask<Tag<Real>> present) {
+    // Both edges at their distances, on each a sample at sqrt(q) along it; q_gained is q less the
+    // square of where the middle is along it.
+    HWY_INLINE void Write(V weight, const Ends<V>& distances, V q, V q_gained,
+                          hn::Mask<Tag<Real>> present) {
+        Write(weight, distances.below, q, hn::Add(distances.below_gained, q_gained), present);
+        Write(weight, distances.above, q, hn::Add(distances.above_gained, q_gained), present);
+    }
+
+    // gained: R^2 - R_m^2.
+    HWY_INLINE void Write(V weight, V L, V q, V gained, hn::Mask<Tag<Real>> present) {
         const Tag<Real> d;
         const auto L_squared = hn::Mul(L, L);
         const auto D = hn::Add(L_squared, q);
@@ -95,46 +117,77 @@ struct TermWriter {
         const auto R = hn::Sqrt(hn::Add(hn::Add(z_squared, L_squared), q));
         hn::Store(g, d, block.coefficient.data() + at);
         hn::Store(hn::Mul(R, inverse_speed), d, block.delay.data() + at);
-        if (block.detail == EdgeDetail::excess) {
+        if constexpr (kFromMiddle) {
+            const auto least = hn::Set(d, std::numeric_limits<Real>::min());  // as of no size
+            hn::Store(hn::Div(gained, hn::Max(hn::Add(R, middle_path), least)), d,
+                      block.excess.data() + at);
+        } else if (block.detail == EdgeDetail::excess) {
             hn::Store(hn::IfThenZeroElse(on_it, hn::Div(D, hn::Add(R, z))), d,
                       block.excess.data() + at);
         }
         sum = hn::Add(sum, g);
         at += block_lanes;
     }
+
+    // Two terms of coefficient 0, so that what follows begins a four.
+    HWY_INLINE void FillFour() {
+        const Tag<Real> d;
+        for (int i = 0; i < 2; ++i, at += block_lanes) {
+            hn::Store(hn::Zero(d), d, block.coefficient.data() + at);
+            hn::Store(hn::Load(d, block.delay.data() + at - block_lanes), d,
+                      block.delay.data() + at);
+            if (kFromMiddle || block.detail == EdgeDetail::excess) {
+                hn::Store(hn::Zero(d), d, block.excess.data() + at);
+            }
+        }
+    }
 };
+
+// Terms of both edges of one direction: whole fours.
+HWY_INLINE int TermsOfPair(int count, bool all_outside) {
+    return all_outside ? (count + 1) / 2 * 4 : count * 4;
+}
 
 // Both edges of one direction. `ends` are those along the edges, `distances` those of the edges
 // themselves.
-template <class Real, class V>
+template <bool kFromMiddle, class Real, class V>
 HWY_INLINE void WritePair(const EdgePairTables<Real>& tables, V position, const Ends<V>& ends,
-                          const Ends<V>& distances, bool all_outside, TermWriter<Real>& writer) {
+                          const Ends<V>& distances, bool all_outside,
+                          TermWriter<kFromMiddle, Real>& writer) {
     const Tag<Real> d;
     const auto zero = hn::Zero(d);
     const auto outside = hn::Or(hn::Le(ends.below, zero), hn::Le(ends.above, zero));
     const auto inside = hn::Not(outside);
     const auto everywhere = hn::Or(inside, outside);
+    const auto position_squared = hn::Mul(position, position);
     const auto below_squared = hn::Mul(ends.below, ends.below);
     const auto above_squared = hn::Mul(ends.above, ends.above);
     for (int i = 0; i < tables.count; ++i) {
-        const auto from_foot = hn::Add(hn::Set(d, tables.whole[i]), position);
-        auto q = hn::Mul(from_foot, from_foot);
-        auto weight = hn::Set(d, tables.whole_weight[i]);
+        const auto whole = hn::Set(d, tables.whole[i]);
+        const auto from_foot = hn::Add(whole, position);
+        const auto q = hn::Mul(from_foot, from_foot);
+        const auto q_gained = hn::Mul(whole, hn::Add(from_foot, position));
+        const auto weight = hn::Set(d, tables.whole_weight[i]);
         if (all_outside) {
-            writer.Write(weight, distances.below, q, everywhere);
-            writer.Write(weight, distances.above, q, everywhere);
+            writer.Write(weight, distances, q, q_gained, everywhere);
             continue;
         }
+        // A point outside has its terms where they are among outsiders only, by fours.
+        const bool first = i % 2 == 0;
         const auto piece = hn::Set(d, tables.piece[i]);
         const auto piece_weight = hn::Set(d, tables.piece_weight[i]);
-        q = hn::IfThenElse(outside, q, hn::Mul(below_squared, piece));
-        weight = hn::IfThenElse(outside, weight, hn::Mul(piece_weight, ends.below));
-        writer.Write(weight, distances.below, q, everywhere);
-        writer.Write(weight, distances.above, q, everywhere);
-        q = hn::IfThenElse(outside, q, hn::Mul(above_squared, piece));
-        weight = hn::Mul(piece_weight, ends.above);
-        writer.Write(weight, distances.below, q, inside);
-        writer.Write(weight, distances.above, q, inside);
+        const auto write = [&](V end, V end_squared, hn::Mask<Tag<Real>> present) HWY_ATTR {
+            const auto q_piece = hn::Mul(end_squared, piece);
+            writer.Write(hn::IfThenElse(outside, weight, hn::Mul(piece_weight, end)), distances,
+                         hn::IfThenElse(outside, q, q_piece),
+                         hn::IfThenElse(outside, q_gained, hn::Sub(q_piece, position_squared)),
+                         present);
+        };
+        write(ends.below, below_squared, first ? everywhere : inside);
+        write(ends.above, above_squared, first ? inside : everywhere);
+    }
+    if (all_outside && tables.count % 2 != 0) {
+        writer.FillFour();
     }
 }
 
@@ -168,20 +221,21 @@ HWY_INLINE V FarthestDistance(V half_width, V half_height, V ax, V ay, V z) {
     return hn::Sqrt(hn::Add(hn::Add(hn::Mul(dy, dy), hn::Mul(z, z)), hn::Mul(dx, dx)));
 }
 
-template <class Real>
+template <bool kFromMiddle, class Real>
 HWY_INLINE void SampleRectangular(const RectangularTables<Real>& face, EdgeBlock<Real>& block) {
     const Tag<Real> d;
     const auto half_width = hn::Set(d, face.half_width);
     const auto half_height = hn::Set(d, face.half_height);
     const bool outside_x = AllOutside(face.half_width, block.x);
     const bool outside_y = AllOutside(face.half_height, block.y);
-    block.size = face.along_x.count * ((outside_x ? 2 : 4) + (outside_y ? 2 : 4));
+    block.size =
+        TermsOfPair(face.along_x.count, outside_x) + TermsOfPair(face.along_y.count, outside_y);
     for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
         const auto x = hn::Load(d, block.x.data() + lane);
         const auto y = hn::Load(d, block.y.data() + lane);
         const Ends ends_x(half_width, x);
         const Ends ends_y(half_height, y);
-        TermWriter<Real> writer(block, lane, face.speed);
+        TermWriter<kFromMiddle, Real> writer(block, lane, face.speed);
         WritePair(face.along_x, x, ends_x, ends_y, outside_x, writer);
         WritePair(face.along_y, y, ends_y, ends_x, outside_y, writer);
         hn::Store(writer.sum, d, block.coefficient_sum.data() + lane);
@@ -205,11 +259,15 @@ HWY_INLINE void SampleRectangular(const RectangularTables<Real>& face, EdgeBlock
 }
 
 void SampleRectangularSingle(const RectangularTables<float>& face, EdgeBlock<float>& block) {
-    SampleRectangular(face, block);
+    if (block.detail == EdgeDetail::from_middle) {
+        SampleRectangular<true>(face, block);
+    } else {
+        SampleRectangular<false>(face, block);
+    }
 }
 
 void SampleRectangularDouble(const RectangularTables<double>& face, EdgeBlock<double>& block) {
-    SampleRectangular(face, block);
+    SampleRectangular<false>(face, block);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -261,6 +319,9 @@ void RectangularEdge<Real>::sample(EdgeBlock<Real>& block, int /* the only pass 
         {n, piece_.data(), piece_weight_.data(), along_x_.data(), along_x_weight_.data()},
         {n, piece_.data(), piece_weight_.data(), along_y_.data(), along_y_weight_.data()}};
     if constexpr (std::is_same_v<Real, float>) {
+        if (block.detail == EdgeDetail::from_middle) {
+            block.set_flat_paths();
+        }
         KAVRO_KERNEL(SampleRectangularSingle)(tables, block);
     } else {
         KAVRO_KERNEL(SampleRectangularDouble)(tables, block);

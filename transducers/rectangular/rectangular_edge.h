@@ -24,9 +24,10 @@ namespace kavro {
 //
 // edges along y likewise. Four terms an abscissa and direction in the first case, two in the
 // second; where a block has points of both kinds, those of the second carry two more of
-// coefficient 0. fnm_cw_single rounds the abscissas to single precision before anything is formed
-// of them; the four-wide methods leave out those beyond a multiple of four, unless the element is
-// exact. Points behind the face (z < 0) receive nothing.
+// coefficient 0, placed so that each point's sums by fours are those of the point alone.
+// fnm_cw_single rounds the abscissas to single precision before anything is formed of them; the
+// four-wide methods leave out those beyond a multiple of four, unless the element is exact. Points
+// behind the face (z < 0) receive nothing.
 //
 // The direct wave's window begins with the delay of the nearest point of the face, beside the face
 // too, and ends by the axial delay. Distances become delays by a product with 1/c; that of the

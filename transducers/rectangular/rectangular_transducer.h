@@ -39,6 +39,7 @@ public:
     MethodSet methods() const override { return offered; }
     Departures departures() const override;
     double face_extent() const override { return std::hypot(width, height); }
+    double face_area() const override { return width * height; }
     ApertureDistances distances(const CartesianCoordinate& point) const override;
     RuleInterval rule_interval(Method method) const override;
     std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;

@@ -4,8 +4,10 @@
 #include <cmath>
 #include <cstddef>
 #include <utility>
+#include <vector>
 
 #include "core/constants.h"
+#include "transducers/polygon/straight_edges.h"
 #include "transducers/rectangular/corner_response.h"
 #include "transducers/rectangular/farfield.h"
 #include "transducers/rectangular/radiator.h"
@@ -45,6 +47,15 @@ private:
     const double half_width_, half_height_;
 };
 
+std::vector<PolygonTransducer::Side> sides_of(const RectangularTransducer& rectangle) {
+    const double x = rectangle.width * 0.5;
+    const double y = rectangle.height * 0.5;
+    return {{-x, -y, 1.0, 0.0, rectangle.width},
+            {x, -y, 0.0, 1.0, rectangle.height},
+            {x, y, -1.0, 0.0, rectangle.width},
+            {-x, y, 0.0, -1.0, rectangle.height}};
+}
+
 }  // namespace
 
 Departures RectangularTransducer::departures() const {
@@ -59,6 +70,7 @@ Departures RectangularTransducer::departures() const {
     departures.arrivals_of_no_points = true;
     departures.defaults_frequency = true;
     departures.rounds_wave = true;
+    departures.single_wave = exact() ? SingleWaveBy::from_middle : SingleWaveBy::delays;
     // The reference damps the direct wave only, on purpose; exactly, the edge waves too.
     departures.undamped_edges = !exact();
     return departures;
@@ -84,11 +96,17 @@ RuleInterval RectangularTransducer::rule_interval(Method method) const {
 }
 
 std::unique_ptr<EdgeGenerator<double>> RectangularTransducer::edge(const Wanted& wanted) const {
+    if (wanted.demand != nullptr) {
+        return std::make_unique<StraightEdges<double>>(*this, sides_of(*this), wanted);
+    }
     return std::make_unique<RectangularEdge<double>>(*this, wanted);
 }
 
 std::unique_ptr<EdgeGenerator<float>> RectangularTransducer::single_edge(
     const Wanted& wanted) const {
+    if (wanted.demand != nullptr) {
+        return nullptr;  // pieces of a point's own number of samples are formed in double
+    }
     return std::make_unique<RectangularEdge<float>>(*this, wanted);
 }
 

@@ -1,6 +1,7 @@
 // A flat annulus.
 #pragma once
 
+#include "../../core/constants.h"
 #include "../transducer.h"
 
 namespace kavro {
@@ -28,6 +29,9 @@ public:
     MethodSet methods() const override { return offered; }
     Departures departures() const override;
     double face_extent() const override { return 2.0 * outer_radius; }
+    double face_area() const override {
+        return pi * (outer_radius * outer_radius - inner_radius * inner_radius);
+    }
     ApertureDistances distances(const CartesianCoordinate& point) const override;
     RuleInterval rule_interval(Method method) const override;
     std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;

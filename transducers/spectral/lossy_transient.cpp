@@ -53,8 +53,8 @@ public:
             if (is_nowhere(room)) {
                 continue;
             }
-            collect_samples(room);
-            room.series.begin(count);
+            collect_samples(room, tile, b);
+            room.series.begin(count, tile.spend());
             for (std::int64_t steps = 0; (steps = next_steps(room, steps)) > 0;) {
                 add_stays(room, steps, tile.spend());
             }
@@ -82,7 +82,7 @@ private:
                            [](const PulseStay& stay) { return stay.frequencies == 0; });
     }
 
-    void collect_samples(Room& room) const {
+    void collect_samples(Room& room, const PointTile& tile, int b) const {
         // Long before the edge waves the damping would let a direct wave grow out of bounds.
         constexpr double leeway = 0.1;
         const double speed = element_.medium->_soundspeed;
@@ -94,7 +94,8 @@ private:
             earliest[lane] = nearest / speed - leeway * pulse_->period(room.stays[lane].steps);
             is_wanted[lane] = room.stays[lane].frequencies > 0 ? 1 : 0;
         }
-        gather_samples(*edge_, room.block, room.points.middle, earliest, is_wanted, room.samples);
+        gather_samples(*edge_, tile, b, room.block, room.points.middle, earliest, is_wanted,
+                       room.samples);
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
             if (is_wanted[lane] == 0) {
                 room.stays[lane].frequencies = 0;

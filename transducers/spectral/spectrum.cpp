@@ -64,7 +64,7 @@ public:
         room.block.resize(edge_->size());
         for (int b = 0; b < tile.blocks(); ++b) {
             tile.place(element_, b, room.block);
-            place(room, tile.present(b));
+            place(room, tile, b);
             std::size_t layer = 0;
             for (const Part& part : parts_) {
                 tile.spend()(std::int64_t{block_lanes} * room.samples.count * part.count / 4);
@@ -96,20 +96,21 @@ private:
         parts_.push_back({std::move(comb), count});
     }
 
-    void place(Room& room, int count) const {
+    void place(Room& room, const PointTile& tile, int b) const {
         const EdgeBlock<double>& block = room.block;
         const double speed = element_.medium->_soundspeed;
         Lanes<double> earliest;
         earliest.fill(-std::numeric_limits<double>::infinity());
         Lanes<std::int32_t> is_wanted{};
-        for (std::size_t lane = 0; lane < static_cast<std::size_t>(count); ++lane) {
+        for (std::size_t lane = 0; lane < static_cast<std::size_t>(tile.present(b)); ++lane) {
             const ApertureDistances reach =
                 element_.distances({block.x[lane], block.y[lane], block.z[lane]});
             const double middle = 0.5 * (reach.nearest + reach.farthest) / speed;
             is_wanted[lane] = std::isfinite(middle) ? 1 : 0;
             room.points.middle[lane] = is_wanted[lane] != 0 ? middle : 0.0;
         }
-        gather_samples(*edge_, room.block, room.points.middle, earliest, is_wanted, room.samples);
+        gather_samples(*edge_, tile, b, room.block, room.points.middle, earliest, is_wanted,
+                       room.samples);
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
             room.points.lag[lane] =
                 is_wanted[lane] != 0 ? room.points.middle[lane] + element_.time_delay : 0.0;

@@ -195,14 +195,16 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kavro {
 
-void gather_samples(const EdgeGenerator<double>& edge, EdgeBlock<double>& block,
-                    const Lanes<double>& middle, const Lanes<double>& earliest,
-                    Lanes<std::int32_t>& is_wanted, CombSamples& samples) {
+void gather_samples(const EdgeGenerator<double>& edge, const PointTile& tile, int b,
+                    EdgeBlock<double>& block, const Lanes<double>& middle,
+                    const Lanes<double>& earliest, Lanes<std::int32_t>& is_wanted,
+                    CombSamples& samples) {
     Lanes<std::int32_t> is_reached{};
     samples.count = 0;
     const int passes = edge.passes(block);
     for (int pass = 0; pass < passes; ++pass) {
         edge.sample(block, pass);
+        tile.note_quadrature(b, block);
         const auto held = static_cast<std::size_t>(samples.count) * block_lanes;
         const auto n = static_cast<std::size_t>(block.size);
         samples.count += block.size + 1;
@@ -217,9 +219,13 @@ void gather_samples(const EdgeGenerator<double>& edge, EdgeBlock<double>& block,
                 samples.coefficient[at] = reached ? g : 0.0;
                 samples.delay[at] = reached ? delay - middle[lane] : 0.0;
             };
-            for (std::size_t i = 0; i < n; ++i) {
+            const auto own = static_cast<std::size_t>(block.samples_of(lane));
+            for (std::size_t i = 0; i < own; ++i) {
                 set(i, block.coefficient[i * block_lanes + lane],
                     block.delay[i * block_lanes + lane]);
+            }
+            for (std::size_t i = own; i < n; ++i) {
+                set(i, 0.0, middle[lane]);
             }
             const bool comes = block.direct_delay[lane] >= earliest[lane];
             set(n, comes ? -block.coefficient_sum[lane] : 0.0,

@@ -5,6 +5,7 @@
 
 #include "core/aligned_vector.h"
 #include "transducers/blocks/edge_block.h"
+#include "transducers/blocks/point_tile.h"
 #include "transducers/spectral/comb.h"
 
 namespace kavro {
@@ -17,14 +18,15 @@ struct CombSamples {
     AlignedVector<double> state;  // scratch
 };
 
-// Takes the samples of all passes of a generator, in times, the direct wave of each pass behind its
-// own. Lanes that `is_wanted` (not 0) leaves out, and then those that no pass reaches, have
-// nothing; the latter are left out in turn. A direct wave that comes before `earliest` is none:
-// beside the face its coefficient is 0 but for errors of quadrature, which the edge waves cancel
-// only where they arrive with it.
-void gather_samples(const EdgeGenerator<double>& edge, EdgeBlock<double>& block,
-                    const Lanes<double>& middle, const Lanes<double>& earliest,
-                    Lanes<std::int32_t>& is_wanted, CombSamples& samples);
+// Takes the samples of all passes of a generator at block b of the tile, in times, the direct wave
+// of each pass behind its own. Lanes that `is_wanted` (not 0) leaves out, and then those that no
+// pass reaches, have nothing; the latter are left out in turn. A direct wave that comes before
+// `earliest` is none: beside the face its coefficient is 0 but for errors of quadrature, which the
+// edge waves cancel only where they arrive with it.
+void gather_samples(const EdgeGenerator<double>& edge, const PointTile& tile, int b,
+                    EdgeBlock<double>& block, const Lanes<double>& middle,
+                    const Lanes<double>& earliest, Lanes<std::int32_t>& is_wanted,
+                    CombSamples& samples);
 
 struct CombPoints {
     Lanes<double> middle{};  // tau

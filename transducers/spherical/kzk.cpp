@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/constants.h"
+#include "core/interrupted.h"
 #include "transducers/kzk/harmonic_march.h"
 #include "transducers/kzk/transient_march.h"
 #include "transducers/kzk/tridiagonal.h"
@@ -78,7 +79,9 @@ void SphericalTransducer::TRIDIA(double* matrix, int last, double* r, double* so
 // The gain enters once, not squared; there is no scaling with the range.
 double SphericalTransducer::COEFF(double, double, double* alpha, double* delta, int harmonics,
                                   double absorption, double gain) {
+    InterruptCheck check;
     for (int n = 1; n <= harmonics; ++n) {
+        check.spend(4);
         alpha[n - 1] = n * absorption * n;
         delta[n - 1] = -1.0 / (4.0 * n * gain);
     }

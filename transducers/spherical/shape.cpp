@@ -146,8 +146,19 @@ Departures SphericalShape::departures() const {
     Departures departures = Departures::common(exact());
     departures.direct_wave = DirectWaveBy::decomposition;
     departures.windows_in_double = true;
-    departures.single_wave = SingleWaveBy::excess;
+    departures.single_wave = exact() ? SingleWaveBy::from_middle : SingleWaveBy::excess;
     return departures;
+}
+
+// That of the zone between the rims, 2 pi d times its height.
+double SphericalShape::face_area() const {
+    const SphericalGeometry geometry = geometry_of(*this);
+    double depth = 0.0;
+    for (const SphericalRim& rim : geometry.rims()) {
+        depth += rim.sign * rim.depth;
+    }
+    const double d = geometry.curvature_radius();
+    return two_pi * d * d * depth;
 }
 
 ApertureDistances SphericalShape::distances(const CartesianCoordinate& point) const {

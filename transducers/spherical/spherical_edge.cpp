@@ -6,12 +6,16 @@
 #include <type_traits>
 
 #include "core/constants.h"
+#include "core/rule_ladder.h"
 #include "core/simd/vector_dispatch.h"
+#include "transducers/tolerance/choice.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transducers/spherical/spherical_edge.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+
+#include "transducers/blocks/edge_rules-inl.h"
 
 #ifndef KAVRO_SPHERICAL_EDGE_TABLES
 #define KAVRO_SPHERICAL_EDGE_TABLES
@@ -29,6 +33,7 @@ enum class RimPart {
 template <class Real>
 struct RimLanes {
     Lanes<Real> least, spread;   // D = least + spread kappa
+    Lanes<Real> least_gained;    // of D less the apex's
     Lanes<Real> along, retreat;  // N = along - retreat kappa
     RimPart part;
 };
@@ -37,16 +42,18 @@ template <class Real>
 struct SphericalLanes {
     RimLanes<Real> rims[2];
     int rim_count;
-    int abscissas;
+    int abscissas;             // of the rule that all lanes share
     Lanes<Real> product;       // sigma d s
     Lanes<Real> ratio;         // sigma / s, times a neighbour's weight
     Lanes<Real> path_squared;  // R_0^2
     Lanes<Real> direct_path;   // R_0, or R_1 in the far pole's pass
+    Lanes<Real> middle_path;   // R_m, from the apex
     Lanes<double> exact_ratio;
     Lanes<double> between_poles;  // R_0 - R_1
     Real speed;
     const Real* kappa;
     const Real* weight;
+    const Real* scale;  // of each rim's weights, where lanes have rules of their own
 };
 
 }  // namespace kavro
@@ -85,47 +92,65 @@ HWY_INLINE V Fraction(V N, V D, RimPart part) {
     }
 }
 
+// The samples of a rim of the lanes from `lane` on.
+template <class Real, class Rule, class V>
+HWY_INLINE void SampleRim(const SphericalLanes<Real>& face, const RimLanes<Real>& rim,
+                          const Rule& rule, int lane, EdgeBlock<Real>& block, V& sum) {
+    const hn::DFromV<V> d;
+    const auto load = [&](const Lanes<Real>& lanes)
+                          HWY_ATTR { return hn::Load(d, lanes.data() + lane); };
+    const auto product = load(face.product);
+    const auto ratio = load(face.ratio);
+    const auto path_squared = load(face.path_squared);
+    const auto direct_path = load(face.direct_path);
+    const auto middle_path = load(face.middle_path);
+    const auto least = load(rim.least);
+    const auto least_gained = load(rim.least_gained);
+    const auto spread = load(rim.spread);
+    const auto along = load(rim.along);
+    const auto retreat = load(rim.retreat);
+    for (int i = 0; i < rule.count(); ++i) {
+        const auto kappa = rule.Abscissa(i);
+        const auto D = hn::Add(least, hn::Mul(spread, kappa));
+        const auto N = hn::Sub(along, hn::Mul(retreat, kappa));
+        const auto g =
+            rule.Present(hn::Mul(hn::Mul(rule.Weight(i), ratio), Fraction(N, D, rim.part)), i);
+        const auto R_squared = hn::Add(path_squared, hn::Mul(product, D));
+        const auto R = hn::Sqrt(hn::Max(hn::Zero(d), R_squared));
+        rule.Store(g, block.coefficient, i);
+        rule.Store(Delay(R, face.speed), block.delay, i);
+        sum = hn::Add(sum, g);
+        if (block.detail == EdgeDetail::excess) {
+            // R^2 - R_0^2 = sigma d s D, and R^2 - R_1^2 = -sigma d s (4 - D).
+            const auto gained = rim.part == RimPart::far_pole ? hn::Sub(D, hn::Set(d, Real(4))) : D;
+            rule.Store(hn::Div(hn::Mul(product, gained), hn::Add(R, direct_path)), block.excess, i);
+        } else if (block.detail == EdgeDetail::from_middle) {
+            const auto gained = hn::Add(least_gained, hn::Mul(spread, kappa));
+            rule.Store(hn::Div(hn::Mul(product, gained), hn::Add(R, middle_path)), block.excess, i);
+        }
+    }
+}
+
 template <class Real>
 HWY_INLINE void SampleRims(const SphericalLanes<Real>& face, EdgeBlock<Real>& block) {
     const hn::CappedTag<Real, block_lanes> d;
     for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(d))) {
-        const auto load = [&](const Lanes<Real>& lanes)
-                              HWY_ATTR { return hn::Load(d, lanes.data() + lane); };
-        const auto product = load(face.product);
-        const auto ratio = load(face.ratio);
-        const auto path_squared = load(face.path_squared);
-        const auto direct_path = load(face.direct_path);
         auto sum = hn::Zero(d);
-        for (int rim_index = 0; rim_index < face.rim_count; ++rim_index) {
-            const RimLanes<Real>& rim = face.rims[rim_index];
-            const auto least = load(rim.least);
-            const auto spread = load(rim.spread);
-            const auto along = load(rim.along);
-            const auto retreat = load(rim.retreat);
-            for (int i = 0; i < face.abscissas; ++i) {
-                const int sample = rim_index * face.abscissas + i;
-                const int at = sample * block_lanes + lane;
-                const auto kappa = hn::Set(d, face.kappa[i]);
-                const auto D = hn::Add(least, hn::Mul(spread, kappa));
-                const auto N = hn::Sub(along, hn::Mul(retreat, kappa));
-                const auto g = hn::Mul(hn::Mul(hn::Set(d, face.weight[sample]), ratio),
-                                       Fraction(N, D, rim.part));
-                const auto R_squared = hn::Add(path_squared, hn::Mul(product, D));
-                const auto R = hn::Sqrt(hn::Max(hn::Zero(d), R_squared));
-                hn::Store(g, d, block.coefficient.data() + at);
-                hn::Store(Delay(R, face.speed), d, block.delay.data() + at);
-                sum = hn::Add(sum, g);
-                if (block.detail == EdgeDetail::excess) {
-                    // R^2 - R_0^2 = sigma d s D, and R^2 - R_1^2 = -sigma d s (4 - D).
-                    const auto gained =
-                        rim.part == RimPart::far_pole ? hn::Sub(D, hn::Set(d, Real(4))) : D;
-                    hn::Store(hn::Div(hn::Mul(product, gained), hn::Add(R, direct_path)), d,
-                              block.excess.data() + at);
-                }
+        for (int k = 0; k < face.rim_count; ++k) {
+            if (face.scale == nullptr) {
+                const int first = k * face.abscissas;
+                const SharedRule<Real> rule(face.kappa, face.weight + first, face.abscissas, first,
+                                            lane);
+                SampleRim(face, face.rims[k], rule, lane, block, sum);
+            } else {
+                const OwnRule<Real> rule(face.kappa, face.weight, face.scale[k],
+                                         block.quadrature.rules[static_cast<size_t>(k)], lane);
+                SampleRim(face, face.rims[k], rule, lane, block, sum);
             }
         }
         hn::Store(sum, d, block.coefficient_sum.data() + lane);
-        hn::Store(Delay(direct_path, face.speed), d, block.direct_delay.data() + lane);
+        hn::Store(Delay(hn::Load(d, face.direct_path.data() + lane), face.speed), d,
+                  block.direct_delay.data() + lane);
     }
 }
 
@@ -175,6 +200,8 @@ void set_lane(RimLanes<Real>& lanes, std::size_t lane, const SphericalRim& rim,
     const double up = rim.depth - pole.depth;
     lanes.least[lane] = static_cast<Real>(across * across + up * up);
     lanes.spread[lane] = static_cast<Real>(2.0 * S * pole.sine);
+    lanes.least_gained[lane] =
+        static_cast<Real>(S * (across - pole.sine) + rim.depth * (up - pole.depth));
     lanes.along[lane] = static_cast<Real>(C * pole.sine - S * pole.cosine);
     lanes.retreat[lane] = static_cast<Real>(C * pole.sine);
 }
@@ -204,16 +231,24 @@ SphericalEdge<Real>::SphericalEdge(const Transducer& element, const SphericalGeo
             share_ += rim.sign * (density_speed_ * geometry.curvature_radius() * rim.depth / 2.0);
         }
         const double scale = rim.sign * (density_speed_ * rim.radius / pi);
+        scale_.push_back(static_cast<Real>(scale));
         for (const double weight : wanted.rule.weights) {
             weight_.push_back(static_cast<Real>(weight * scale));
         }
+    }
+    if (wanted.demand != nullptr) {
+        demand_ = *wanted.demand;
     }
 }
 
 template <class Real>
 int SphericalEdge<Real>::size() const {
-    const bool shares = splits_ && units_ == EdgeUnits::lengths;
-    return static_cast<int>(weight_.size()) + (shares ? 1 : 0);
+    return demand_ ? 0 : static_cast<int>(weight_.size()) + (has_share_as_sample() ? 1 : 0);
+}
+
+template <class Real>
+bool SphericalEdge<Real>::has_share_as_sample() const {
+    return splits_ && units_ == EdgeUnits::lengths;
 }
 
 template <class Real>
@@ -267,6 +302,12 @@ SphericalLanes<Real> SphericalEdge<Real>::tables(bool far_pass) const {
     lanes.speed = static_cast<Real>(speed_);
     lanes.kappa = kappa_.data();
     lanes.weight = weight_.data();
+    lanes.scale = nullptr;
+    if (demand_) {
+        lanes.kappa = rim_ladder<Real>().turn.data();
+        lanes.weight = rim_ladder<Real>().weight.data();
+        lanes.scale = scale_.data();
+    }
     for (std::size_t k = 0; k < geometry_.rims().size(); ++k) {
         lanes.rims[k].part = part_of(geometry_.rims()[k], far_pass);
     }
@@ -275,7 +316,7 @@ SphericalLanes<Real> SphericalEdge<Real>::tables(bool far_pass) const {
 
 template <class Real>
 void SphericalEdge<Real>::place(EdgeBlock<Real>& block, std::size_t lane, Pass pass,
-                                SphericalLanes<Real>& lanes) const {
+                                SphericalLanes<Real>& lanes, RimScene* scene) const {
     const double d = geometry_.curvature_radius();
     AxialPoint point = point_of(block, lane);
     SphericalPole pole = geometry_.pole(point);
@@ -298,24 +339,86 @@ void SphericalEdge<Real>::place(EdgeBlock<Real>& block, std::size_t lane, Pass p
     lanes.path_squared[lane] = static_cast<Real>(pole.path * pole.path);
     block.direct_path[lane] = pass.far_pole ? pole.far_path : pole.path;
     lanes.direct_path[lane] = static_cast<Real>(block.direct_path[lane]);
+    block.middle_path[lane] = std::sqrt(point.r * point.r + point.z * point.z);
+    lanes.middle_path[lane] = static_cast<Real>(block.middle_path[lane]);
+    const double both = block.middle_path[lane] + pole.path;  // 0 in the apex
+    const double gained =
+        pole.side * d * pole.s * (pole.sine * pole.sine + pole.depth * pole.depth);
+    block.middle_excess[lane] = both == 0.0 ? 0.0 : gained / both;
+    if (scene != nullptr) {
+        see(point, pole, lane, *scene);
+    }
     const SphericalDistances distances = geometry_.distances(point, pole);
     block.first_arrival[lane] = static_cast<Real>(distances.nearest / speed_);
     block.last_arrival[lane] = static_cast<Real>(distances.farthest / speed_);
+}
+
+// What the choice of a rule needs of a point.
+template <class Real>
+void SphericalEdge<Real>::see(const AxialPoint& point, const SphericalPole& pole, std::size_t lane,
+                              RimScene& scene) const {
+    const double d = geometry_.curvature_radius();
+    scene.off_axis[lane] = static_cast<float>(point.r);
+    scene.lever[lane] = static_cast<float>(pole.sine * d);
+    scene.place[lane] = static_cast<float>(pole.sine);
+    scene.ratio[lane] = static_cast<float>(1.0 / pole.s);
+    scene.path[lane] = static_cast<float>(pole.path);
+    scene.gain[lane] = static_cast<float>(d / pole.s);
+    for (std::size_t k = 0; k < geometry_.rims().size(); ++k) {
+        const SphericalRim& from = geometry_.rims()[k];
+        SeenRim& rim = scene.rim[k];
+        RimLanes<float> measures;
+        set_lane(measures, lane, from, pole);
+        const auto up = static_cast<float>(point.z - from.height);
+        const auto gap = static_cast<float>(point.r - from.radius);
+        const auto across = static_cast<float>(point.r + from.radius);
+        const float least = measures.least[lane];
+        rim.near[lane] = std::sqrt(gap * gap + up * up);
+        rim.far[lane] = std::sqrt(across * across + up * up);
+        rim.beside[lane] =
+            static_cast<float>(pole.s) * std::sqrt(std::max(0.0f, least * (1.0f - 0.25f * least)));
+        rim.least[lane] = least;
+        rim.spread[lane] = measures.spread[lane];
+        rim.along[lane] = measures.along[lane];
+        rim.retreat[lane] = measures.retreat[lane];
+        // With the passes split, the far pole is a removable one as well.
+        const bool has_pole = pole.sine > 0.0 && !from.is_nearly_hemispherical();
+        rim.far_pole[lane] =
+            has_pole ? static_cast<float>(from.depth * pole.depth / (from.sine * pole.sine)) : 0.0f;
+    }
+}
+
+template <class Real>
+RimScene SphericalEdge<Real>::scene() const {
+    RimScene scene{};
+    scene.rims = static_cast<int>(geometry_.rims().size());
+    scene.curvature = 0.25;
+    const double d = geometry_.curvature_radius();
+    for (std::size_t k = 0; k < geometry_.rims().size(); ++k) {
+        const SphericalRim& rim = geometry_.rims()[k];
+        scene.rim[k].radius = rim.radius;
+        scene.rim[k].inside_below = rim.sine;
+        // Split between two poles, a rim's samples are steeper; found by trial.
+        scene.rim[k].steepness = rim.is_nearly_hemispherical() ? 8.0 : 1.0;
+        scene.area += rim.sign * two_pi * d * d * rim.depth;
+    }
+    return scene;
 }
 
 // The direct wave's window and what of its coefficient moves between the poles.
 template <class Real>
 void SphericalEdge<Real>::finish(EdgeBlock<Real>& block, Pass pass,
                                  const SphericalLanes<Real>& lanes) const {
-    const bool as_sample = size() > static_cast<int>(weight_.size());
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
         const double moved = (pass.far_pole ? share_ : -share_) * lanes.exact_ratio[lane];
         const Real direct = block.direct_delay[lane];
         block.coefficient_sum[lane] += static_cast<Real>(splits_ ? moved : 0.0);
         block.direct_begin[lane] = std::max(direct, block.first_arrival[lane]);
         block.direct_end[lane] = std::min(direct, block.last_arrival[lane]);
-        if (as_sample) {
-            const std::size_t at = weight_.size() * block_lanes + lane;
+        if (has_share_as_sample()) {
+            const std::size_t row =
+                demand_ ? static_cast<std::size_t>(block.samples[lane]++) : weight_.size();
+            const std::size_t at = row * block_lanes + lane;
             block.coefficient[at] = static_cast<Real>(pass.far_pole ? moved : 0.0);
             block.delay[at] = direct;
             if (block.detail == EdgeDetail::excess) {
@@ -327,11 +430,33 @@ void SphericalEdge<Real>::finish(EdgeBlock<Real>& block, Pass pass,
 }
 
 template <class Real>
+void SphericalEdge<Real>::choose_rules(EdgeBlock<Real>& block, const RimScene& scene,
+                                       const SphericalLanes<Real>& lanes) const {
+    block.quadrature.rules.clear();
+    if (scene.rims > 0) {
+        choose_rims(scene, *demand_, block.quadrature);
+    }
+    for (std::size_t k = 0; k < block.quadrature.rules.size(); ++k) {
+        if (lanes.rims[k].part == RimPart::absent) {
+            block.quadrature.rules[k].count.fill(0);
+        }
+    }
+    lay_out_lanes(block, has_share_as_sample() ? 1 : 0);
+}
+
+template <class Real>
 void SphericalEdge<Real>::sample(EdgeBlock<Real>& block, int index) const {
     const Pass pass{splits_ ? index / 2 : index, splits_ && index % 2 == 1};
     SphericalLanes<Real> lanes = tables(pass.far_pole);
+    std::optional<RimScene> seen;
+    if (demand_) {
+        seen = scene();
+    }
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-        place(block, lane, pass, lanes);
+        place(block, lane, pass, lanes, seen ? &*seen : nullptr);
+    }
+    if (seen) {
+        choose_rules(block, *seen, lanes);
     }
     if constexpr (std::is_same_v<Real, float>) {
         KAVRO_KERNEL(SampleRimsSingle)(lanes, block);
@@ -339,6 +464,9 @@ void SphericalEdge<Real>::sample(EdgeBlock<Real>& block, int index) const {
         KAVRO_KERNEL(SampleRimsDouble)(lanes, block);
     }
     finish(block, pass, lanes);
+    if (seen) {
+        fill_up_lanes(block);
+    }
 }
 
 template class SphericalEdge<float>;

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <vector>
 
 #include "core/aligned_vector.h"
 #include "transducers/shape.h"
@@ -11,6 +13,7 @@ namespace kavro {
 
 template <class Real>
 struct SphericalLanes;
+struct RimScene;
 
 // Which points a bowl's solution reaches.
 enum class SphericalReach {
@@ -51,7 +54,8 @@ enum class SphericalReach {
 template <class Real>
 class SphericalEdge : public EdgeGenerator<Real> {
 public:
-    // The wanted rule lies on [0, pi].
+    // The wanted rule lies on [0, pi]; for a tolerance, every point takes one of its own for each
+    // rim.
     SphericalEdge(const Transducer& element, const SphericalGeometry& geometry,
                   SphericalReach reach, const Wanted& wanted);
 
@@ -69,8 +73,14 @@ private:
     bool is_next_to_focus(const SphericalPole& pole) const;
     bool reaches(const AxialPoint& point, double s) const;
     SphericalLanes<Real> tables(bool far_pass) const;
-    void place(EdgeBlock<Real>& block, std::size_t lane, Pass pass,
-               SphericalLanes<Real>& lanes) const;
+    bool has_share_as_sample() const;
+    void place(EdgeBlock<Real>& block, std::size_t lane, Pass pass, SphericalLanes<Real>& lanes,
+               RimScene* scene) const;
+    RimScene scene() const;
+    void see(const AxialPoint& point, const SphericalPole& pole, std::size_t lane,
+             RimScene& scene) const;
+    void choose_rules(EdgeBlock<Real>& block, const RimScene& scene,
+                      const SphericalLanes<Real>& lanes) const;
     void finish(EdgeBlock<Real>& block, Pass pass, const SphericalLanes<Real>& lanes) const;
 
     SphericalGeometry geometry_;
@@ -83,6 +93,8 @@ private:
     int abscissas_;
     AlignedVector<Real> kappa_;   // of one rim
     AlignedVector<Real> weight_;  // sign w_i rho c a / pi, rim after rim
+    std::vector<Real> scale_;     // sign rho c a / pi
+    std::optional<QuadratureDemand> demand_;
 };
 
 extern template class SphericalEdge<float>;

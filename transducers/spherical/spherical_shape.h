@@ -19,6 +19,7 @@ public:
 
     Departures departures() const override;
     double face_extent() const override { return 2.0 * cap().outer_radius; }
+    double face_area() const override;
     ApertureDistances distances(const CartesianCoordinate& point) const override;
     RuleInterval rule_interval(Method) const override { return RuleInterval::half_circle; }
     std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;

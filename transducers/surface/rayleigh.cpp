@@ -1,11 +1,13 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <type_traits>
 #include <utility>
 
 #include "core/constants.h"
+#include "core/numeric_kernels.h"
 #include "core/simd/vector_dispatch.h"
 #include "transducers/blocks/edge_block.h"
 #include "transducers/blocks/point_tile.h"
@@ -32,6 +34,9 @@ struct RowSum {
     Real wavenumber, attenuation;
     Real averaged_within;
     int samples;  // that are summed
+    bool from_middle;
+    Lanes<Real> middle;         // R_m, from the face's middle
+    Lanes<double> middle_path;  // before rounding
     Lanes<Real> re, im;
 };
 
@@ -95,7 +100,20 @@ void SumRowDouble(const SurfaceRow<double>& row, RowSum<double>& sum) {
     }
 }
 
-void SumRowSingle(const SurfaceRow<float>& row, RowSum<float>& sum) {
+// R - R_m of sample j: R^2 - R_m^2 by the sum of both, so that nothing of it grows with R.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V FromMiddle(D d, const SurfaceRow<float>& row, size_t j, V x, V y, V z, V R, V R_m) {
+    const auto gained = [&](float s, V p) HWY_ATTR {
+        return hn::Mul(hn::Set(d, s), hn::Sub(hn::Set(d, s), hn::Add(p, p)));
+    };
+    const auto all =
+        hn::Add(hn::Add(gained(row.x[j], x), gained(row.y[j], y)), gained(row.z[j], z));
+    const auto least = hn::Set(d, std::numeric_limits<float>::min());  // both are in the middle
+    return hn::Div(all, hn::Max(hn::Add(R, R_m), least));
+}
+
+template <bool kFromMiddle>
+HWY_INLINE void SumRowInSingle(const SurfaceRow<float>& row, RowSum<float>& sum) {
     const hn::CappedTag<float, block_lanes> d;
     using V = hn::Vec<decltype(d)>;
     const auto minus_k = hn::Set(d, -sum.wavenumber);
@@ -105,11 +123,18 @@ void SumRowSingle(const SurfaceRow<float>& row, RowSum<float>& sum) {
         const auto x = hn::Load(d, sum.x.data() + lane);
         const auto y = hn::Load(d, sum.y.data() + lane);
         const auto z = hn::Load(d, sum.z.data() + lane);
+        const auto R_m = hn::Load(d, sum.middle.data() + lane);
         const auto add = [&](size_t j, V& re, V& im) HWY_ATTR {
             const auto R = Distance(d, row, j, x, y, z);
+            const auto path = kFromMiddle ? FromMiddle(d, row, j, x, y, z, R, R_m) : R;
             V wave_re;
             V wave_im;
-            ComplexExpSingle(d, hn::Mul(minus_alpha, R), hn::Mul(minus_k, R), wave_re, wave_im);
+            if (kFromMiddle && sum.attenuation == 0.0f) {
+                SinCosSingle(d, hn::Mul(minus_k, path), wave_im, wave_re);
+            } else {
+                ComplexExpSingle(d, hn::Mul(minus_alpha, path), hn::Mul(minus_k, path), wave_re,
+                                 wave_im);
+            }
             const auto magnitude = WeightOverDistance(d, row, sum, j, R);
             re = hn::Add(re, hn::Mul(magnitude, wave_re));
             im = hn::Add(im, hn::Mul(magnitude, wave_im));
@@ -119,6 +144,14 @@ void SumRowSingle(const SurfaceRow<float>& row, RowSum<float>& sum) {
         SumInFours(d, samples, add, sum_re, sum_im);
         hn::Store(sum_re, d, sum.re.data() + lane);
         hn::Store(sum_im, d, sum.im.data() + lane);
+    }
+}
+
+void SumRowSingle(const SurfaceRow<float>& row, RowSum<float>& sum) {
+    if (sum.from_middle) {
+        SumRowInSingle<true>(row, sum);
+    } else {
+        SumRowInSingle<false>(row, sum);
     }
 }
 
@@ -142,6 +175,10 @@ public:
           manners_(manners),
           prefactor_(prefactor) {}
 
+    std::size_t bytes() const override {
+        return static_cast<std::size_t>(surface_->samples_per_row()) * bytes_of_sample;
+    }
+
     void add(PointTile& tile) const override {
         RowSum<Real> sum{};
         sum.wavenumber = static_cast<Real>(wave_.wavenumber);
@@ -150,6 +187,7 @@ public:
         const int samples = surface_->samples_per_row();
         const bool in_fours = std::is_same_v<Real, float> && manners_.in_fours;
         sum.samples = in_fours ? samples / 4 * 4 : samples;
+        sum.from_middle = std::is_same_v<Real, float> && manners_.from_middle;
         auto& row = tile.room<SurfaceRow<Real>>(
             [&] { return std::make_shared<SurfaceRow<Real>>(samples); });
         row.resize(samples);
@@ -179,7 +217,12 @@ private:
         for (int lane = 0; lane < tile.present(b); ++lane) {
             const auto k = static_cast<std::size_t>(lane);
             if (reached[k]) {
-                tile.add(b, lane, std::complex<double>(re[k], im[k]) * prefactor_);
+                std::complex<double> pressure(re[k], im[k]);
+                if (sum.from_middle) {
+                    const double path = sum.middle_path[k];
+                    pressure *= smart_exp(-wave_.attenuation * path, -wave_.wavenumber * path);
+                }
+                tile.add(b, lane, pressure * prefactor_);
             }
         }
     }
@@ -195,6 +238,8 @@ private:
             sum.x[k] = static_cast<Real>(p.x);
             sum.y[k] = static_cast<Real>(p.y);
             sum.z[k] = static_cast<Real>(p.z);
+            sum.middle_path[k] = std::sqrt(p.x * p.x + p.y * p.y + p.z * p.z);
+            sum.middle[k] = static_cast<Real>(sum.middle_path[k]);
         }
         return reached;
     }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -30,14 +31,20 @@ public:
           factor_(element.amplitude * prefactor),
           times_(*element.time_samples) {}
 
+    std::size_t bytes() const override {
+        return static_cast<std::size_t>(surface_->samples_per_row()) * bytes_of_sample;
+    }
+
     void add(PointTile& tile) const override {
+        constexpr int steps_of_sample = 2 * block_lanes;  // without the waveform's
         Room& room = tile.room<Room>([&] { return std::make_shared<Room>(tile); });
         room.row.resize(surface_->samples_per_row());
         for (int b = 0; b < tile.blocks(); ++b) {
             Lanes<CartesianCoordinate> points;
             tile.place(element_, b, points);
-            room.series.begin(tile.present(b));
+            room.series.begin(tile.present(b), tile.spend());
             for (int i = 0; i < surface_->rows(); ++i) {
+                tile.spend()(std::int64_t{steps_of_sample} * surface_->samples_per_row());
                 surface_->fill(i, room.row);
                 for (int lane = 0; lane < tile.present(b); ++lane) {
                     const CartesianCoordinate& p = points[static_cast<std::size_t>(lane)];
@@ -69,8 +76,12 @@ private:
                   double weight) const {
         const SampleWindow window = samples_with_pulse(tau + element_.time_delay);
         double* values = series.touch(lane, window);
-        spend(std::int64_t{window.end - window.begin} * (1 + element_.excitation->n_terms));
+        const std::int64_t steps = 1 + std::int64_t{element_.excitation->n_terms};
+        const auto together = static_cast<int>(std::max<std::int64_t>(4096 / steps, 1));
         for (int j = window.begin; j < window.end; ++j) {
+            if ((j - window.begin) % together == 0) {
+                spend(steps * std::min(together, window.end - j));
+            }
             const double t = times_.time_index_value(j);
             values[j] += element_.excitation->derivative(t - tau - element_.time_delay) * weight;
         }

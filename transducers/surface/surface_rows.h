@@ -72,7 +72,9 @@ public:
 
 struct SurfaceManners {
     bool means_within_rounding;
-    bool in_fours;  // single precision: samples of a row beyond a multiple of four are left out
+    // Of single precision:
+    bool in_fours;     // samples of a row beyond a multiple of four are left out
+    bool from_middle;  // the phase of the path from the face's middle is taken off before rounding
 };
 
 // Adds prefactor * sum over the samples of area e^(-(alpha + jk) R) / R at every point. In single

@@ -1,0 +1,93 @@
+"""KAVRO computes the sound field of ultrasound transducer arrays.
+
+Elements, points, a medium, times and a waveform go into `solve`, the field comes out as a NumPy
+array. All lengths are in m, times in s, angles in rad, amplitudes in m/s, pressures in Pa.
+"""
+
+import os as _os
+
+from kavro._arrays import (
+    annular_array,
+    bowl_array,
+    concentric_rings,
+    convex_array,
+    linear_array,
+    planar_array,
+    ring_array,
+)
+from kavro._elements import (
+    Elements,
+    disc,
+    polygon,
+    rectangular_piston,
+    ring,
+    spherical_ring,
+    spherical_shell,
+)
+from kavro._errors import InputError
+from kavro._focusing import focus_delays
+from kavro._kavro import __version__
+from kavro._kavro import after_fork_in_child as _after_fork_in_child
+from kavro._medium import Medium, medium, water
+from kavro._results import BeamWidth, beam_width, to_xarray
+from kavro._scene import Grid, Instants, Points, Times, grid_axes, join_field, split_grid, time_axis
+from kavro._solver import Method, MethodName, methods, solve, threads, transient_pressure
+from kavro._waveforms import (
+    Pulse,
+    Sampled,
+    hanning_pulse,
+    sampled,
+    t_cubed_pulse,
+    tone_burst,
+    waveform,
+)
+
+if hasattr(_os, "register_at_fork"):
+    _os.register_at_fork(after_in_child=_after_fork_in_child)
+
+__all__ = [
+    "BeamWidth",
+    "Elements",
+    "Grid",
+    "InputError",
+    "Instants",
+    "Medium",
+    "Method",
+    "MethodName",
+    "Points",
+    "Pulse",
+    "Sampled",
+    "Times",
+    "__version__",
+    "annular_array",
+    "beam_width",
+    "bowl_array",
+    "concentric_rings",
+    "convex_array",
+    "disc",
+    "focus_delays",
+    "grid_axes",
+    "hanning_pulse",
+    "join_field",
+    "linear_array",
+    "medium",
+    "methods",
+    "planar_array",
+    "polygon",
+    "rectangular_piston",
+    "ring",
+    "ring_array",
+    "sampled",
+    "solve",
+    "spherical_ring",
+    "spherical_shell",
+    "split_grid",
+    "t_cubed_pulse",
+    "threads",
+    "time_axis",
+    "to_xarray",
+    "tone_burst",
+    "transient_pressure",
+    "water",
+    "waveform",
+]

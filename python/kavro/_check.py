@@ -1,0 +1,105 @@
+"""Checks of arguments. All messages read alike: who, which, what it must be, what it is."""
+
+from __future__ import annotations
+
+from typing import Any, NoReturn
+
+import numpy as np
+from numpy.typing import NDArray
+
+from kavro._errors import InputError
+
+Floats = NDArray[np.float64]
+
+
+def default(value: Any) -> Any:
+    """What a field may be given for what it will hold."""
+    return value
+
+
+def refuse(owner: str, name: str, expected: str, value: object) -> NoReturn:
+    """Raise InputError for the argument `name` of the function or class `owner`."""
+    raise InputError(f"{owner}: '{name}' must be {expected}, but it is {_described(value)}.")
+
+
+def require(holds: Any, owner: str, name: str, expected: str, value: object) -> None:
+    """Raise InputError unless something holds."""
+    if not holds:
+        refuse(owner, name, expected, value)
+
+
+def numbers(
+    owner: str, name: str, value: object, expected: str, shape: tuple[int | None, ...] | None = None
+) -> Floats:
+    """Real numbers as an array of doubles, of the given shape; None leaves an extent open."""
+    try:
+        array = np.asarray(value)
+    except (TypeError, ValueError):  # no numbers, or rows of different lengths
+        refuse(owner, name, expected, value)
+    fits = shape is None or (
+        array.ndim == len(shape) and all(b in (None, a) for a, b in zip(array.shape, shape))
+    )
+    if array.dtype.kind not in "iuf" or not fits:
+        refuse(owner, name, expected, value)
+    return np.array(array, dtype=np.float64)
+
+
+def finite(
+    owner: str, name: str, value: object, expected: str, shape: tuple[int | None, ...] | None = None
+) -> Floats:
+    """The same, all finite and at least one."""
+    array = numbers(owner, name, value, expected, shape)
+    require(array.size > 0 and np.isfinite(array).all(), owner, name, expected, value)
+    return array
+
+
+def real(owner: str, name: str, value: object, rule: str = "", unit: str = "") -> float:
+    """One real number that follows the rule: 'positive', 'not negative', or any."""
+    expected = {
+        "positive": "a positive real number",
+        "not negative": "a real number, zero or positive",
+    }.get(rule, "a real number") + (f" ({unit})" if unit else "")
+    number = float(finite(owner, name, value, expected, ()))
+    follows = number > 0 if rule == "positive" else number >= 0 or rule == ""
+    require(follows, owner, name, expected, value)
+    return number
+
+
+def one(owner: str, name: str, value: object) -> float:
+    """One real number, finite or not: for what the solver checks, too."""
+    return float(numbers(owner, name, value, "one real number", ()))
+
+
+def whole(owner: str, name: str, value: object, least: int) -> int:
+    """A whole number, `least` or more."""
+    expected = f"a whole number, {least} or more"
+    number = float(finite(owner, name, value, expected, ()))
+    require(number == round(number) and number >= least, owner, name, expected, value)
+    return int(number)
+
+
+def choice(owner: str, name: str, value: object, choices: tuple[str, ...]) -> str:
+    """One of some texts; capitals do not count."""
+    text = value.strip().lower() if isinstance(value, str) else None
+    if text not in choices:
+        refuse(owner, name, "one of " + ", ".join(map(repr, choices)), value)
+    return text
+
+
+def _described(value: object) -> str:
+    if value is None or isinstance(value, (str, bool)):
+        return repr(value)
+    if isinstance(value, (int, float, np.number)):
+        return f"{value:.6g}"
+    if isinstance(value, (list, tuple, np.ndarray)):
+        try:
+            array = np.asarray(value)
+        except (TypeError, ValueError):
+            return f"a {type(value).__name__} of different things"
+        if array.dtype.kind in "iuf" and 0 < array.size <= 4:
+            return np.array2string(array, separator=", ", formatter={"all": "{:.6g}".format})
+        fault = ""
+        if array.dtype.kind in "fc" and not np.isfinite(array).all():
+            fault = " with values that are not finite"
+        return f"an array of {array.dtype} of the shape {array.shape}{fault}"
+    return f"a {type(value).__name__}"

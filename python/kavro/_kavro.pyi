@@ -1,0 +1,9 @@
+from typing import Any
+
+from numpy.typing import NDArray
+
+__version__: str
+
+def solve(arguments: list[Any], out: NDArray[Any] | None) -> NDArray[Any]: ...
+def table_of_methods() -> str: ...
+def after_fork_in_child() -> None: ...

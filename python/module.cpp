@@ -1,0 +1,131 @@
+// The compiled part of the Python package: one function for every method of the library.
+#include <chrono>
+#include <mutex>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "core/input_error.h"
+#include "core/interrupted.h"
+#include "core/version.h"
+#include "door/methods.h"
+#include "door/options.h"
+#include "door/read.h"
+#include "door/solve.h"
+#include "python/call.h"
+
+namespace kavro {
+namespace {
+
+// Console, progress and number of threads belong to the process, so calls take turns. Nobody waits
+// with the interpreter's lock in hand, and nobody who waits is deaf to Ctrl-C.
+class Turn {
+public:
+    Turn() {
+        while (!mutex_->try_lock() && !wait()) {
+            if (PyErr_CheckSignals() != 0) {
+                throw py::error_already_set();
+            }
+        }
+    }
+    ~Turn() { mutex_->unlock(); }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    // In a forked child: whoever had its turn in the parent is not there to end it.
+    static void forget() { mutex_ = new Mutex; }
+
+private:
+    using Mutex = std::recursive_timed_mutex;
+
+    static bool wait() {
+        const py::gil_scoped_release others_may_run;
+        return mutex_->try_lock_for(std::chrono::milliseconds(50));
+    }
+
+    static inline Mutex* mutex_ = new Mutex;  // never released: a fork may leave it locked
+};
+
+// OpenMP's threads do not survive a fork, but it counts on them where it had started some.
+class Threads {
+public:
+    static void start() { started_ = true; }
+    static void forget() { lost_ = started_; }
+    static void limit(SolveRequest& request) { request.threads = lost_ ? 1 : request.threads; }
+
+private:
+    static inline bool started_ = false;
+    static inline bool lost_ = false;
+};
+
+void after_fork_in_child() {
+    Turn::forget();
+    Threads::forget();
+}
+
+py::array answer(Call& call, const py::list& arguments) {
+    call.given.reserve(arguments.size());
+    std::vector<const Value*> values;
+    for (const auto& argument : arguments) {
+        call.given.push_back(argument_from(py::reinterpret_borrow<py::object>(argument)));
+        values.push_back(&call.given.back());
+    }
+    read(call.request, call.console, values);
+    Threads::limit(call.request);
+    call.result = new_result(call.request);
+    {
+        const py::gil_scoped_release others_may_run;
+        Threads::start();
+        solve(call.request, call.console, call.result);
+    }
+    call.console.rethrow();
+    finish(call.console, call.result);
+    return call.values.finished();
+}
+
+py::array solve_for_python(const py::list& arguments, const py::object& out) {
+    const Turn turn;
+    Call call(out);
+    try {
+        return answer(call, arguments);
+    } catch (const Interrupted&) {
+        call.console.rethrow();
+        throw;
+    }
+}
+
+void translate(std::exception_ptr thrown) {
+    const auto raise = [](const py::handle& type, const std::exception& error,
+                          const std::string& more = "") {
+        std::string text = error.what();
+        text.erase(text.find_last_not_of('\n') + 1);
+        text.append(more.empty() ? "" : " ").append(more);
+        PyErr_SetString(type.ptr(), text.c_str());
+    };
+    try {
+        std::rethrow_exception(std::move(thrown));
+    } catch (const MemoryError& error) {
+        raise(PyExc_MemoryError, error, error.more());
+    } catch (const OptionError& error) {
+        raise(PyExc_TypeError, error);
+    } catch (const InputError& error) {
+        raise(py::module_::import("kavro._errors").attr("InputError"), error, error.more());
+    } catch (const Interrupted& error) {
+        raise(PyExc_KeyboardInterrupt, error);
+    } catch (const std::length_error&) {
+        PyErr_NoMemory();
+    }
+}
+
+}  // namespace
+}  // namespace kavro
+
+PYBIND11_MODULE(_kavro, module) {
+    namespace py = pybind11;
+    using namespace py::literals;
+    py::register_exception_translator(&kavro::translate);
+    module.attr("__version__") = KAVRO_VERSION;
+    module.def("solve", &kavro::solve_for_python, "arguments"_a, "out"_a);
+    module.def("table_of_methods", &kavro::table_of_methods);
+    module.def("after_fork_in_child", &kavro::after_fork_in_child);
+}

@@ -1,0 +1,257 @@
+"""Results, their shapes and their errors; what goes in and out as arrays."""
+
+import dataclasses
+import os
+import pickle
+
+import kavro
+import numpy as np
+import pytest
+
+WATER = kavro.water()
+GRID = kavro.Grid(x=(-2e-3, 2e-3, 1e-3), y=(0, 1e-3, 1e-3), z=(5e-3, 20e-3, 5e-3))
+POINTS = kavro.Points([[0, 0, 5e-3], [1e-3, 0, 9e-3], [2e-3, 1e-3, 20e-3]])
+MEMORY = os.sysconf("SC_PHYS_PAGES") * os.sysconf("SC_PAGE_SIZE")
+TIMES = kavro.Times(0, 20e-6, 100e-9)
+PULSE = kavro.hanning_pulse(1e6, 3e-6)
+PAIR = kavro.disc(2e-3, center=(-3e-3, 0, 0), time_delay=2e-7) + kavro.disc(2e-3, amplitude=-2)
+
+
+def tsd(elements=PAIR, grid=GRID, **options):
+    options = {"time": TIMES, "excitation": PULSE, **options}
+    return kavro.solve("fnm_tsd", elements, grid, WATER, **options)
+
+
+def cw(elements=PAIR.replace(time_delay=0), grid=GRID, **options):
+    return kavro.solve("fnm_cw", elements, grid, WATER, **{"f0": 1e6, **options})
+
+
+def test_continuous_wave_on_the_axis():
+    """p = rho c (exp(-jkz) - exp(-jk sqrt(z^2 + a^2)))"""
+    z = np.arange(5e-3, 35e-3, 5e-3)
+    k = 2 * np.pi * 1e6 / WATER.soundspeed
+    disc = kavro.disc(4e-3, amplitude=2).replace(phase=0.5)
+    p = cw(disc, kavro.Points(np.stack([0 * z, 0 * z, z], axis=1)))
+    both = np.exp(-1j * k * z) - np.exp(-1j * k * np.hypot(z, 4e-3))
+    expected = 2 * np.exp(0.5j) * WATER.density * WATER.soundspeed * both
+    np.testing.assert_allclose(p, expected, atol=1e-9 * abs(expected).max())
+
+
+def test_shapes_order_and_the_callers_own_array():
+    disc = kavro.disc(4e-3)
+    plane = kavro.Grid(x=(0, 5e-3, 1e-3), z=(5e-3, 30e-3, 5e-3))
+    march = {"extent": 4, "points_per_radius": 20, "growth": 0.02, "harmonics": 2}
+    results = [
+        (tsd(), (5, 2, 4, 201), float),
+        (tsd(grid=POINTS), (3, 201), float),
+        (cw(), (5, 2, 4), complex),
+        (cw(grid=POINTS), (3,), complex),
+        (kavro.solve("kzk_cw", disc, plane, WATER, f0=1e6, kzk=march), (6, 6, 2), complex),
+        (kavro.solve("impulse_begin_and_end_times", PAIR, GRID, WATER), (2, 2), float),
+        (tsd(grid=kavro.Points(np.zeros((0, 3)))), (0, 201), float),
+    ]
+    for p, shape, kind in results:
+        assert p.shape == shape and p.dtype == kind and p.flags.f_contiguous
+    one = kavro.Points(np.stack([axis[1] for axis in kavro.grid_axes(GRID)])[None])
+    assert np.array_equal(tsd()[1, 1, 1], tsd(grid=one)[0])
+
+    for solve in (tsd, cw):
+        expected = solve()
+        out = np.full_like(expected, np.nan)
+        assert solve(out=out) is out and np.array_equal(out, expected)
+    for wrong in (
+        np.zeros((5, 2, 4, 201)),
+        np.zeros((5, 2, 4, 201), np.float32, "F"),
+        np.zeros((5, 2, 4), order="F"),
+        [0.0],
+    ):
+        with pytest.raises(kavro.InputError, match="'out'.*NumPy|'out'.*float64.*5, 2, 4, 201"):
+            tsd(out=wrong)
+
+
+def test_numbers_of_any_real_type_and_stride():
+    coordinates = np.array([[1, -2, 8], [3, 4, 16], [-2, 0, 4], [0, 0, 1]]) / 128
+    expected = tsd(grid=kavro.Points(coordinates))
+    double_width = np.zeros((8, 6))
+    double_width[::2, ::-2] = coordinates
+    for same in (
+        np.asfortranarray(coordinates),
+        double_width[::2, ::-2],
+        coordinates.tolist(),
+        coordinates.astype(np.float16),
+        coordinates.astype(np.float32),
+        coordinates.astype(np.longdouble),
+        coordinates.astype(">f8"),
+    ):
+        assert np.array_equal(tsd(grid=kavro.Points(same)), expected)
+    assert np.array_equal(tsd(PAIR.replace(amplitude=np.array([1, -2], np.int8))), tsd())
+    assert np.array_equal(tsd(ndiv=np.uint16(32), threads=np.float32(1)), tsd())
+
+    good = np.zeros(2)
+    for fault in (
+        good + 1j,
+        good.astype(object),
+        good.astype(str),
+        np.zeros(3),
+        np.zeros((2, 1)),
+        [1, [2, 3]],
+        None,
+        True,
+    ):
+        with pytest.raises(kavro.InputError, match="amplitude"):
+            PAIR.replace(amplitude=fault)
+    with pytest.raises(kavro.InputError, match="'coordinates' must be n x 3"):
+        kavro.Points(np.zeros((3, 2)))
+    with pytest.raises(kavro.InputError, match="'soundspeed' must be one real number"):
+        dataclasses.replace(WATER, soundspeed=[1500, 1600])
+    for option in ({"f0": np.array([1e6, 2e6])}, {"f0": 1e6 + 1j}, {"f0": "1e6"}):
+        with pytest.raises(kavro.InputError, match="The option 'f0' must be one positive number"):
+            cw(**option)
+
+
+@pytest.mark.parametrize(
+    ("error", "text", "call"),
+    [
+        (
+            kavro.InputError,
+            "There is no method 'fnm'.",
+            lambda: kavro.solve("fnm", PAIR, GRID, WATER),
+        ),
+        (TypeError, "There is no option 'f'. fnm_tsd takes the options 'time', ", lambda: tsd(f=1)),
+        (TypeError, "The option 'f0' is not used by fnm_tsd.", lambda: tsd(f0=1e6)),
+        (
+            kavro.InputError,
+            "fnm_tsd needs the option 'time', made by kavro.Times",
+            lambda: tsd(time=None),
+        ),
+        (
+            kavro.InputError,
+            "Medium must be a dataclass",
+            lambda: kavro.solve("fnm_cw", PAIR, GRID, 1, f0=1),
+        ),
+        (kavro.InputError, "(element 1)", lambda: tsd(PAIR.replace(radius=[1, np.nan]))),
+        (
+            kavro.InputError,
+            "shape 'poly' (polygon), element 2",
+            lambda: kavro.solve(
+                "impulse_response",
+                PAIR + kavro.polygon([[0, 0], [1, 0], [0, 1]]),
+                GRID,
+                WATER,
+                time=TIMES,
+            ),
+        ),
+        (
+            kavro.InputError,
+            "'kzk' must be a dict with the fields 'extent'",
+            lambda: kavro.solve("kzk_cw", PAIR[0], GRID, WATER, f0=1e6, kzk=3),
+        ),
+        (kavro.InputError, "one row or one row per element", lambda: tsd(excitation=[PULSE] * 3)),
+    ],
+)
+def test_errors(error, text, call):
+    with pytest.raises(error) as raised:
+        call()
+    assert type(raised.value) is error and text in str(raised.value)
+
+
+@pytest.mark.skipif(MEMORY > 30e9, reason="a result that has no room here cannot be asked for")
+def test_what_does_not_fit_into_memory_is_told_before():
+    with pytest.raises(MemoryError, match="output values is too large"):
+        cw(grid=kavro.Grid(x=(0, 1, 1e-3), y=(0, 1, 1e-3), z=(0, 2, 1e-3)))
+
+
+def test_warnings():
+    with pytest.warns(UserWarning, match="Non-zero attenuation") as record:
+        kavro.solve("fnm_tsd", PAIR, POINTS, kavro.medium("fat"), time=TIMES, excitation=PULSE)
+    assert record[0].filename == __file__
+
+
+def test_parts_of_a_grid_join_to_the_whole():
+    for grid, whole in ((GRID, tsd()), (GRID, cw()), (POINTS, tsd(grid=POINTS))):
+        solve = cw if np.iscomplexobj(whole) else tsd
+        parts = [solve(grid=part) for part in kavro.split_grid(grid, 3)]
+        assert len(parts) == 3
+        assert np.array_equal(kavro.join_field(parts, grid), whole)
+    with pytest.raises(kavro.InputError, match="'parts' must be as many rows"):
+        kavro.join_field(parts, GRID)
+
+
+def test_elements_are_a_sequence_that_does_not_change():
+    corners = [[0, 0], [2e-3, 0], [0, 1e-3]]
+    mixed = PAIR + kavro.polygon(corners) + kavro.rectangular_piston(1e-3, 2e-3)
+    mixed = mixed.replace(amplitude=[1, 2, 3, 4], apodization=["", "cosine", "", ""])
+    assert len(mixed) == 4 and [e.shape[0] for e in mixed] == ["circ", "circ", "poly", "rect"]
+    assert mixed[-2:] == mixed[[2, 3]] == mixed[mixed.amplitude > 2]
+    assert np.array_equal(mixed[2].corners[0], corners) and mixed != mixed[::-1]
+    assert pickle.loads(pickle.dumps(mixed)) == mixed
+    with pytest.raises(ValueError, match="read-only"):
+        mixed.amplitude[0] = 2
+    with pytest.raises(IndexError):
+        mixed[4]
+    for changes in (
+        {"amplitude": [1, 2]},
+        {"center": np.zeros((2, 3))},
+        {"corners": [corners] * 2},
+    ):
+        with pytest.raises(kavro.InputError, match=f"'{next(iter(changes))}' must be one, or 4"):
+            mixed.replace(**changes)
+        with pytest.raises(kavro.InputError, match="must be one, or 1"):
+            mixed[0].replace(**changes)
+
+
+def test_scenes_equal_and_pickle():
+    for scene in (GRID, TIMES, PULSE, WATER):
+        assert pickle.loads(pickle.dumps(scene)) == scene
+    assert kavro.waveform("Hanning pulse", 1e6, 3e-6) == PULSE
+    assert GRID.shape == (5, 2, 4) == tuple(map(len, kavro.grid_axes(GRID)))
+    assert np.array_equal(kavro.time_axis(kavro.Times(0, 1, 0.1)), np.arange(11) * 0.1)
+    for wrong in ((0, 1), (1, 0, 0.1), (0, 1, 0), (0, np.inf, 1), "x"):
+        with pytest.raises(kavro.InputError, match="Grid: 'y' must be"):
+            kavro.Grid(y=wrong)
+
+
+def test_makers_refuse_what_overlaps_or_has_no_shape():
+    for call, text in (
+        (lambda: kavro.linear_array(4, 1e-3, 0.6e-3), "the diameter 0.0012 m"),
+        (
+            lambda: kavro.planar_array((2, 2), 1e-3, width=1e-3, height=2e-3),
+            "the size 0.001, 0.002 m",
+        ),
+        (lambda: kavro.linear_array(4, 1e-3), "'radius' must be given for discs"),
+        (lambda: kavro.linear_array(2.5, 1e-3, 1e-4), "'count' must be a whole number, 1 or more"),
+        (lambda: kavro.convex_array(9, 1e-3, 4e-4, rad_curvature=2e-3), "half a circle"),
+        (lambda: kavro.ring_array(4, 1e-3, 1e-4, ring_radius=1), "and not both"),
+        (lambda: kavro.bowl_array(kavro.disc(1, center=(0, 0, 1)), 9), "in the plane z = 0"),
+        (lambda: kavro.concentric_rings([[0, 2], [1, 3]]), "that do not overlap"),
+        (lambda: kavro.annular_array(4, 1e-3, 1e-3), "hole and gaps together, 0.003 m"),
+        (lambda: kavro.polygon([[0, 0], [1, 1], [1, 0], [0, 1]]), "around a convex face"),
+        (lambda: kavro.spherical_shell(2, 1), "at least the radius of the rim, 2 m"),
+        (lambda: kavro.ring(2, 1), "larger than inner_radius, 2 m"),
+        (lambda: kavro.sampled([0], 1), "two or more real numbers"),
+        (lambda: kavro.medium("steel"), "one of 'water', 'blood'"),
+    ):
+        with pytest.raises(kavro.InputError) as raised:
+            call()
+        assert text in str(raised.value)
+
+
+def test_beam_width():
+    x = np.linspace(-5e-3, 5e-3, 401)
+    width, left, right = kavro.beam_width(x, np.exp(-((x - 1e-3) ** 2) / 1e-6) * 1j)
+    half = 1e-3 * np.sqrt(0.3 * np.log(10))
+    np.testing.assert_allclose(
+        [width, left, right], [2 * half, 1e-3 - half, 1e-3 + half], atol=1e-6
+    )
+    assert np.isnan(kavro.beam_width(x, x + 1)).tolist() == [True, True, True]
+
+
+def test_xarray():
+    pytest.importorskip("xarray")
+    field = kavro.to_xarray(tsd(), GRID, TIMES)
+    assert field.dims == ("x", "y", "z", "time") and field.time.attrs["units"] == "s"
+    at = field.sel(x=1e-3, y=0, z=10e-3, method="nearest")
+    assert np.array_equal(at, tsd()[3, 0, 1])
+    assert kavro.to_xarray(cw(grid=POINTS), POINTS).z.values.tolist() == [5e-3, 9e-3, 20e-3]
+    with pytest.raises(kavro.InputError, match="'p' must be an array of the shape"):
+        kavro.to_xarray(tsd(), GRID, kavro.Times(0, 1, 1))
