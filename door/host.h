@@ -53,9 +53,9 @@ std::optional<std::vector<std::string>> texts_of(const Value* value);
 bool is_function(const Value* value);
 
 // ---- results
-// An array of zeros of one to five dimensions (of one: a column, where there are no others), in column order. It is the host's: one that is not
-// handed out when the call ends goes with the call. Throws std::bad_alloc, and what the host
-// throws.
+// An array of zeros of one to five dimensions (of one: a column, where there are no others), in
+// column order. It is the host's: one that is not handed out when the call ends goes with the call.
+// Throws std::bad_alloc, and what the host throws.
 Result* new_zeros(std::span<const int> extents, bool complex);
 
 // Where its values lie; null where it has none.

@@ -11,6 +11,7 @@
 #include "core/console.h"
 #include "core/input_error.h"
 #include "door/values.h"
+#include "transducers/kzk/choice.h"
 #include "transducers/kzk/fault.h"
 #include "transducers/kzk/march.h"
 #include "transducers/kzk/retarded_time.h"
@@ -79,6 +80,58 @@ bool is_harmonic(const SolveRequest& request) {
     return request.operation->kind == OperationKind::kzk_cw;
 }
 
+constexpr std::array choice_fields{"accuracy", "harmonics"};
+
+// Nothing, or nothing but what parameters can be chosen by.
+bool leaves_the_choice(const Value* value) {
+    if (value == nullptr) {
+        return true;
+    }
+    const std::vector<std::string> names =
+        is_record(value) ? field_names(value) : std::vector<std::string>{};
+    return !names.empty() && std::ranges::all_of(names, [](const std::string& name) {
+        return std::ranges::find(choice_fields, name) != choice_fields.end();
+    });
+}
+
+MarchChoice choice_from(const SolveRequest& request, const Value* value) {
+    const bool exact = std::ranges::all_of(request.elements, [](const RequestedElement& element) {
+        return element.transducer->exact();
+    });
+    if (!exact) {
+        request.lack(std::string("the option 'kzk', a ") + host_words.options +
+                     " with the march's parameters, where 'exact' is false");
+    }
+    MarchChoice choice{kzk::usual_accuracy, kzk::usual_harmonics};
+    if (value != nullptr) {
+        const ParameterReader reader(value, request.operation->name, choice_fields);
+        if (has_field(value, "accuracy")) {
+            choice.accuracy = static_cast<double>(reader.number("accuracy"));
+        }
+        if (has_field(value, "harmonics")) {
+            choice.harmonics = reader.count("harmonics");
+        }
+    }
+    return choice;
+}
+
+// All elements share the rule: it gets the largest of what each needs.
+void choose_parameters(SolveRequest& request) {
+    kzk::Parameters most;
+    for (const RequestedElement& element : request.elements) {
+        const kzk::Parameters own =
+            kzk::chosen_parameters(*element.transducer, is_harmonic(request),
+                                   request.march_choice->accuracy, request.march_choice->harmonics);
+        const float points = std::max(most.points_per_radius, own.points_per_radius);
+        const int harmonics = std::max(most.harmonics, own.harmonics);
+        most = own;
+        most.points_per_radius = points;
+        most.harmonics = harmonics;
+    }
+    most.harmonics = std::max(most.harmonics, 1);
+    request.rule.kzk_parameters = request.working_rule.kzk_parameters = most;
+}
+
 void check_placement(const SolveRequest& request, std::size_t i) {
     const Transducer& element = *request.elements[i].transducer;
     const double placement[] = {element.center.x, element.center.y,  element.center.z,
@@ -137,6 +190,10 @@ void check_that_it_runs(SolveRequest& request, std::size_t i) {
 
 void read_march_parameters(SolveRequest& request, const Value* value) {
     const bool harmonic = is_harmonic(request);
+    if (leaves_the_choice(value)) {
+        request.march_choice = choice_from(request, value);
+        return;
+    }
     const Names fields = harmonic ? Names(harmonic_fields) : Names(transient_fields);
     const ParameterReader reader(value, request.operation->name, fields);
     const auto extent = static_cast<float>(reader.count("extent"));
@@ -166,6 +223,9 @@ void check_march(SolveRequest& request) {
         check_placement(request, i);
     }
     request.attach();
+    if (request.march_choice) {
+        choose_parameters(request);
+    }
     for (std::size_t i = 0; i < request.elements.size(); ++i) {
         check_that_it_runs(request, i);
     }
@@ -173,6 +233,32 @@ void check_march(SolveRequest& request) {
         !(request.times.tmax() > points.zcoords.back() / request.medium._soundspeed)) {
         request.lack("a time axis that lasts until the wave has come to the farthest plane");
     }
+}
+
+std::string table_of_march(const SolveRequest& request) {
+    const kzk::Parameters& parameters = request.rule.kzk_parameters;
+    std::string table;
+    const auto line = [&table](const std::string& name, double value) {
+        table += name + '\t' + kzk::shown(value) + '\n';
+    };
+    line("extent", static_cast<double>(parameters.extent));
+    line("points_per_radius", static_cast<double>(parameters.points_per_radius));
+    if (is_harmonic(request)) {
+        line("growth", static_cast<double>(parameters.growth));
+        line("harmonics", parameters.harmonics);
+    } else {
+        line("step", static_cast<double>(parameters.step));
+    }
+    for (const RequestedElement& element : request.elements) {
+        const kzk::Cost cost = kzk::cost_of(*element.transducer, is_harmonic(request));
+        line("cost.columns", static_cast<double>(cost.columns));
+        line(is_harmonic(request) ? "cost.harmonics" : "cost.samples",
+             static_cast<double>(cost.samples));
+        line("cost.steps", static_cast<double>(cost.steps));
+        line("cost.bytes", cost.bytes);
+        line("cost.seconds", cost.seconds);
+    }
+    return table;
 }
 
 int harmonics_of(const SolveRequest& request) {

@@ -1,6 +1,8 @@
 // The nonlinear marches: their parameters, what they cannot do, and what they say.
 #pragma once
 
+#include <string>
+
 #include "door/host.h"
 #include "door/request.h"
 
@@ -12,12 +14,18 @@ namespace kavro {
 // kzk_transient: step (normalised range step), implicit and diffraction (true unless told).
 // kzk_cw: growth (of the range step), harmonics (their number), source_phase (false unless told).
 //
+// Without a value, or with no fields but accuracy and harmonics (how many are wanted), parameters
+// are chosen when the march is checked, for exact elements.
+//
 // Throws InputError for a field that is missing, unknown or not what it must be.
 void read_march_parameters(SolveRequest& request, const Value* value);
 
 // Throws InputError where something is asked of the march that it leaves out of account, or where
 // it could not run: called all the same, it would answer with zeros. Attaches the elements.
 void check_march(SolveRequest& request);
+
+// The parameters and what the march will cost for each element, as lines of name, tab and number.
+std::string table_of_march(const SolveRequest& request);
 
 int harmonics_of(const SolveRequest& request);
 

@@ -47,13 +47,6 @@ bool takes(const Operation& operation, const OptionName& option) {
            (option.holds == nullptr || option.holds(operation));
 }
 
-bool same_but_case(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char left, char right) {
-        return std::tolower(static_cast<unsigned char>(left)) ==
-               std::tolower(static_cast<unsigned char>(right));
-    });
-}
-
 std::size_t index_of(const std::string& name) {
     const auto found =
         std::find_if(all_options.begin(), all_options.end(),
@@ -67,6 +60,13 @@ std::size_t index_of(const std::string& name) {
 }
 
 }  // namespace
+
+bool same_but_case(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char left, char right) {
+        return std::tolower(static_cast<unsigned char>(left)) ==
+               std::tolower(static_cast<unsigned char>(right));
+    });
+}
 
 std::vector<const char*> option_names(const Operation& operation) {
     std::vector<const char*> names;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/input_error.h"
@@ -36,6 +37,9 @@ class OptionError : public InputError {
 public:
     using InputError::InputError;
 };
+
+// Of two names of options: capitals do not count.
+bool same_but_case(std::string_view a, std::string_view b);
 
 // The options of one call. The host's values stay where they are.
 class SolveOptions {

@@ -13,6 +13,7 @@
 #include "core/input_error.h"
 #include "door/advised.h"
 #include "door/checks.h"
+#include "door/choice.h"
 #include "door/coordinate_grid.h"
 #include "door/excitation.h"
 #include "door/march.h"
@@ -277,9 +278,7 @@ void read_options(SolveRequest& request, const SolveOptions& options) {
     read_measures(request, options);
     request.per_element = options.yes_or_no(Option::per_element).value_or(false);
     if (operation.uses(input_kzk)) {
-        const std::string described =
-            std::string("'kzk', a ") + host_words.options + " with the march's parameters";
-        read_march_parameters(request, needed(request, options, Option::kzk, described));
+        read_march_parameters(request, options.value(Option::kzk));
         check_march(request);
     }
 }
@@ -292,7 +291,10 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
             "This function needs a method, elements, a grid and a medium; then options by name "
             "and value.");
     }
-    const Operation& operation = operation_from(arguments[0]);
+    const bool names_none = text_of(arguments[0]) == "auto";
+    const Operation& operation = names_none
+                                     ? operation_asked_for(arguments.subspan(4), arguments[3])
+                                     : operation_from(arguments[0]);
     request.operation = &operation;
     const SolveOptions options(operation, arguments, 4);
     read_manners(request, console, options);
@@ -310,13 +312,19 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     } else if (operation.kind == Kind::transient || operation.kind == Kind::impulse_response) {
         warn_of_ignored_attenuation(request.medium);
     }
-    if (operation.kind == Kind::continuous_wave) {
+    if (operation.kind == Kind::continuous_wave && !names_none) {
         warn_of_delays_without_phases(request);
     }
     if (operation.uses(input_frequency)) {
         read_frequency(request, options, arguments[3]);
     }
     read_options(request, options);
+    if (names_none && operation.kind == Kind::continuous_wave) {
+        turn_delays_into_phases(request);
+    } else if (names_none && operation.method == Method::fnm_tsd && request.tolerance > 0.0) {
+        request.attach();
+        request.operation = &in_fitting_precision(request);
+    }
 }
 
 int abscissas(double n, int multiple) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -24,6 +25,12 @@ struct RequestedElement {
     std::unique_ptr<Transducer> transducer;
 };
 
+// By what a march's parameters are chosen.
+struct MarchChoice {
+    double accuracy;
+    int harmonics;
+};
+
 // The method and all that it reads, free of the host's values. It stays where it is, because its
 // elements point to its records.
 struct SolveRequest {
@@ -33,12 +40,13 @@ struct SolveRequest {
     Medium medium;
     TimeSamples times;
     std::vector<std::unique_ptr<ExcitationFunction>> waveforms;  // none, one for all, or one each
-    NumericalIntegration rule;        // standard; with the parameters of a march
-    double tolerance = 0.0;           // that stands for the rule; 0 where the rule counts
-    int threads = 0;                  // 0: as many as the environment says
-    std::vector<Measure> measures;    // instead of the field over time; none: the field itself
-    bool measures_in_record = false;  // each by its name; or one, by itself
-    bool per_element = false;         // a field for each element; or one of all
+    NumericalIntegration rule;                // standard; with the parameters of a march
+    std::optional<MarchChoice> march_choice;  // where its parameters were not given
+    double tolerance = 0.0;                   // that stands for the rule; 0: the rule counts
+    int threads = 0;                          // 0: as many as the environment says
+    std::vector<Measure> measures;            // instead of the field over time; none: the field
+    bool measures_in_record = false;          // each by its name; or one, by itself
+    bool per_element = false;                 // a field for each element; or one of all
 
     NumericalIntegration working_rule;  // the copy that solvers refill
 

@@ -38,7 +38,7 @@ fprintf('%d discs, %d x %d points, %d time samples, %.1f MHz pulse of %.1f us\n'
         numel(elements), numel(x), numel(z), numel(t), 1e-6 * f0, 1e6 * pulse_width);
 was_on = kavro.progress(true);
 started = tic();
-p = kavro.transient_pressure(elements, plane, medium, times, 16, excitation);
+p = kavro.pressure(elements, plane, medium, 'time', times, 'excitation', excitation);
 seconds = toc(started);
 kavro.progress(was_on);
 fprintf('computed in %.2f s (%.2f us for a point and an element)\n', ...

@@ -2,9 +2,11 @@
 #include "door/solve.h"
 
 #include <new>
+#include <span>
 #include <string>
 
 #include "core/input_error.h"
+#include "door/march.h"
 #include "door/methods.h"
 #include "door/read.h"
 #include "mex/host_call.h"
@@ -32,6 +34,11 @@ mxArray* answer(HostCall& call, int nlhs) {
     // For kavro.methods, which asks the library through this module.
     if (call.arguments.size() == 1 && text_of(call.arguments[0]) == "methods") {
         return text_array(table_of_methods());
+    }
+    // For kavro.kzk_parameters: the march of the arguments that follow.
+    if (!call.arguments.empty() && text_of(call.arguments[0]) == "kzk_parameters") {
+        read(call.request, call.console, std::span(call.arguments).subspan(1));
+        return text_array(table_of_march(call.request));
     }
     read(call.request, call.console, call.arguments);
     call.result = new_result(call.request);

@@ -1,6 +1,7 @@
 // One call from Python.
 #pragma once
 
+#include <deque>
 #include <utility>
 #include <vector>
 
@@ -21,7 +22,7 @@ struct Call {
 
     py::object out;  // the array that the user gave for the answer, or None
     std::vector<Value> given;
-    Result values;
+    std::deque<Result> results;  // all that the call has made, the answer first
     CallConsole console{"kavro.solve"};
     SolveRequest request;
     SolveResult result;

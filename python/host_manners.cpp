@@ -34,7 +34,10 @@ const Words host_words{
     .times_maker = "kavro.Times",
     .waveform_page = "kavro.waveform",
     .waveform_maker = "kavro.waveform",
-    .smaller_output = "Take fewer points or instants, or compute in parts: see kavro.split_grid.",
+    .smaller_output =
+        "Take fewer points or instants, ask for a measure= instead of a field over time, or "
+        "compute "
+        "in parts: see kavro.split_grid.",
 };
 
 void host_print(const char* text) {

@@ -61,6 +61,20 @@ Value numbers_from(const py::object& object) {
     return {numbers, matrix};
 }
 
+// Nothing where an entry is no text.
+std::optional<Texts> texts_from(const py::list& list) {
+    Texts texts;
+    for (const auto& entry : list) {
+        std::optional<std::string> text =
+            py::isinstance<py::str>(entry) ? utf8(entry) : std::nullopt;
+        if (!text) {
+            return std::nullopt;
+        }
+        texts.push_back(std::move(*text));
+    }
+    return texts;
+}
+
 Value record_from(const py::tuple& tuple) {
     Record record{tuple[0].cast<std::size_t>(), {}};
     using Rows = py::array_t<double, py::array::c_style>;
@@ -88,15 +102,6 @@ const Column* column_of(const Value* value, const char* name) {
     const auto found = std::find_if(record->columns.begin(), record->columns.end(),
                                     [name](const Column& column) { return column.name == name; });
     return found != record->columns.end() ? &*found : nullptr;
-}
-
-// Continuous waves at a list of points are a vector in Python, as the points are.
-std::vector<py::ssize_t> shape_of(std::span<const int> extents, bool complex) {
-    std::vector<py::ssize_t> shape(extents.begin(), extents.end());
-    if (complex && shape.size() == 2 && shape.back() == 1) {
-        shape.pop_back();
-    }
-    return shape;
 }
 
 py::array zeros(const std::vector<py::ssize_t>& shape, const py::dtype& type) {
@@ -140,6 +145,11 @@ Value value_from(const py::object& object) {
     if (py::isinstance<py::str>(object)) {
         std::optional<std::string> text = utf8(object);
         return text ? Value{{}, std::move(*text)} : Value{};
+    }
+    if (py::isinstance<py::list>(object) && py::len(object) > 0) {
+        if (auto texts = texts_from(py::reinterpret_borrow<py::list>(object))) {
+            return {{}, std::move(*texts)};
+        }
     }
     if (PyCallable_Check(object.ptr()) != 0) {
         return {object, Function{}};
@@ -242,27 +252,56 @@ std::optional<std::string> text_of(const Value* value) {
     return text != nullptr ? std::optional(*text) : std::nullopt;
 }
 
+std::optional<std::vector<std::string>> texts_of(const Value* value) {
+    if (const auto* texts = as<Texts>(value)) {
+        return *texts;
+    }
+    const auto* text = as<std::string>(value);
+    return text != nullptr ? std::optional(Texts{*text}) : std::nullopt;
+}
+
 bool is_function(const Value* value) {
     return as<Function>(value) != nullptr;
 }
 
 Result* new_zeros(std::span<const int> extents, bool complex) {
     Call& call = Call::innermost();
-    const std::vector<py::ssize_t> shape = shape_of(extents, complex);
+    const std::vector<py::ssize_t> shape(extents.begin(), extents.end());
     const auto type = complex ? py::dtype::of<std::complex<double>>() : py::dtype::of<double>();
     const auto count = std::accumulate(
         extents.begin(), extents.end(), std::size_t{1},
         [](std::size_t product, int extent) { return product * static_cast<std::size_t>(extent); });
     require_memory(count, (complex ? 3 : 1) * sizeof(double), "output values");
-    Result& result = call.values;
-    result.array = call.out.is_none() ? zeros(shape, type) : checked_out(call.out, shape, type);
-    result.real = static_cast<double*>(result.array.mutable_data());
+    // The user's own array serves the answer; what a report holds comes after it.
+    const bool is_answer = call.results.empty();
+    py::array array =
+        is_answer && !call.out.is_none() ? checked_out(call.out, shape, type) : zeros(shape, type);
+    Result& result = call.results.emplace_back(Result{array});
+    result.real = static_cast<double*>(array.mutable_data());
     if (complex) {
         result.real += count;
         result.imaginary_parts = zeros(shape, py::dtype::of<double>());
         result.imaginary = static_cast<double*>(result.imaginary_parts.mutable_data());
     }
     return &result;
+}
+
+Result* new_text(const std::string& text) {
+    return &Call::innermost().results.emplace_back(Result{py::str(text)});
+}
+
+Result* new_record() {
+    Call& call = Call::innermost();
+    if (call.results.empty() && !call.out.is_none()) {
+        throw InputError(
+            "The argument 'out' takes one array, but a list of measures makes a dict of arrays.");
+    }
+    return &call.results.emplace_back(Result{py::dict()});
+}
+
+// The fields of a record share their numbers with it from now on; they are real.
+void add_field(Result* record, const char* name, Result* value) {
+    record->object[name] = value->object;
 }
 
 double* real_parts(Result* result) {
@@ -273,9 +312,10 @@ double* imaginary_parts(Result* result) {
     return result->imaginary;
 }
 
-py::array Result::finished() {
+py::object Result::finished() {
     if (imaginary != nullptr) {
         // From the front: number i lands before or where the real parts from i on still lie.
+        auto array = py::reinterpret_borrow<py::array>(object);
         auto* pairs = static_cast<double*>(array.mutable_data());
         const auto count = static_cast<std::size_t>(array.size());
         for (std::size_t i = 0; i < count; ++i) {
@@ -284,7 +324,7 @@ py::array Result::finished() {
             pairs[2 * i + 1] = imaginary[i];
         }
     }
-    return array;
+    return object;
 }
 
 }  // namespace kavro

@@ -63,7 +63,8 @@ void after_fork_in_child() {
     Threads::forget();
 }
 
-py::array answer(Call& call, const py::list& arguments) {
+// The answer, and where it is asked for a report of what was done.
+py::tuple answer(Call& call, const py::list& arguments, bool report) {
     call.given.reserve(arguments.size());
     std::vector<const Value*> values;
     for (const auto& argument : arguments) {
@@ -80,14 +81,16 @@ py::array answer(Call& call, const py::list& arguments) {
     }
     call.console.rethrow();
     finish(call.console, call.result);
-    return call.values.finished();
+    const py::object field = call.results.front().finished();
+    return report ? py::make_tuple(field, new_report(call.request, call.result)->finished())
+                  : py::make_tuple(field, py::none());
 }
 
-py::array solve_for_python(const py::list& arguments, const py::object& out) {
+py::tuple solve_for_python(const py::list& arguments, const py::object& out, bool report) {
     const Turn turn;
     Call call(out);
     try {
-        return answer(call, arguments);
+        return answer(call, arguments, report);
     } catch (const Interrupted&) {
         call.console.rethrow();
         throw;
@@ -125,7 +128,7 @@ PYBIND11_MODULE(_kavro, module) {
     using namespace py::literals;
     py::register_exception_translator(&kavro::translate);
     module.attr("__version__") = KAVRO_VERSION;
-    module.def("solve", &kavro::solve_for_python, "arguments"_a, "out"_a);
+    module.def("solve", &kavro::solve_for_python, "arguments"_a, "out"_a, "report"_a);
     module.def("table_of_methods", &kavro::table_of_methods);
     module.def("after_fork_in_child", &kavro::after_fork_in_child);
 }

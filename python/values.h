@@ -43,25 +43,28 @@ struct Record {
 
 struct Function {};
 
+using Texts = std::vector<std::string>;
+
 struct Value {
     py::object object = {};  // which holds the numbers, or is called
-    std::variant<std::monostate, Array, Record, std::string, Function> content = {};
+    std::variant<std::monostate, Array, Record, std::string, Texts, Function> content = {};
 };
 
-// Text, function, or what NumPy takes for numbers of a real or complex type. Anything else is a
-// value of no kind. An argument may also be a record: a tuple of the number of its entries and a
-// dictionary of columns.
+// Text, list of texts, function, or what NumPy takes for numbers of a real or complex type.
+// Anything else is a value of no kind. An argument may also be a record: a tuple of the number of
+// its entries and a dictionary of columns.
 Value value_from(const py::object& object);
 Value argument_from(const py::object& object);
 
+// An array, a text or a dictionary.
 struct Result {
-    py::array array;
+    py::object object;
     py::array imaginary_parts = {};  // of a complex array, whose second half holds the real parts
     double* real = nullptr;
     double* imaginary = nullptr;
 
-    // The array, complete.
-    py::array finished();
+    // The object, complete.
+    py::object finished();
 };
 
 }  // namespace kavro

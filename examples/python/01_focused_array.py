@@ -55,7 +55,7 @@ print(f"-6 dB width      {1e3 * width:.2f} mm, from x = {1e3 * left:.2f} to {1e3
 
 figure, ((top, under_way), (map_of_peak, profile)) = plt.subplots(2, 2, figsize=(11, 10))
 show_array(array, ax=top, title="Linear array of 64 discs")
-show_field(p, plane, time=22e-6, times=times, ax=under_way)
+show_field(p, plane, instant=22e-6, time=times, ax=under_way)
 show_field(p, plane, dB=40, ax=map_of_peak)
 map_of_peak.plot(1e3 * focus[0], 1e3 * focus[2], "w+", markersize=12)
 profile.plot(1e3 * x, 1e-3 * peak[:, row])

@@ -29,9 +29,20 @@ from kavro._focusing import focus_delays
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
 from kavro._medium import Medium, medium, water
-from kavro._results import BeamWidth, beam_width, to_xarray
+from kavro._results import BeamWidth, FieldIndices, beam_width, field_indices, to_xarray
 from kavro._scene import Grid, Instants, Points, Times, grid_axes, join_field, split_grid, time_axis
-from kavro._solver import Method, MethodName, methods, solve, threads, transient_pressure
+from kavro._solver import (
+    MeasureName,
+    Method,
+    MethodName,
+    SolveReport,
+    fit_time_samples,
+    methods,
+    pressure,
+    solve,
+    threads,
+    transient_pressure,
+)
 from kavro._waveforms import (
     Pulse,
     Sampled,
@@ -48,15 +59,18 @@ if hasattr(_os, "register_at_fork"):
 __all__ = [
     "BeamWidth",
     "Elements",
+    "FieldIndices",
     "Grid",
     "InputError",
     "Instants",
+    "MeasureName",
     "Medium",
     "Method",
     "MethodName",
     "Points",
     "Pulse",
     "Sampled",
+    "SolveReport",
     "Times",
     "__version__",
     "annular_array",
@@ -65,6 +79,8 @@ __all__ = [
     "concentric_rings",
     "convex_array",
     "disc",
+    "field_indices",
+    "fit_time_samples",
     "focus_delays",
     "grid_axes",
     "hanning_pulse",
@@ -73,6 +89,7 @@ __all__ = [
     "medium",
     "methods",
     "planar_array",
+    "pressure",
     "polygon",
     "rectangular_piston",
     "ring",

@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+from collections.abc import Mapping
+from dataclasses import dataclass
 from typing import TYPE_CHECKING, Any, NamedTuple
 
 import numpy as np
@@ -9,6 +11,7 @@ from numpy.typing import ArrayLike, NDArray
 
 from kavro import _check
 from kavro._check import Floats
+from kavro._medium import Medium
 from kavro._scene import Grid, Instants, Points, Times, grid_axes, time_axis
 
 if TYPE_CHECKING:
@@ -70,6 +73,182 @@ def _crossing(x: Floats, values: Floats, threshold: float) -> float:
     return float(x[i - 1] + share * (x[i] - x[i - 1]))
 
 
+@dataclass(frozen=True, eq=False)
+class FieldIndices:
+    """Mechanical index and intensities: maps over the points, and their values at the peak.
+
+    Attributes
+    ----------
+    mechanical_index, pulse_intensity_integral, pulse_average : array
+        Maps; the integral in J/m^2, the average in W/m^2.
+    mi, isppa : float
+        Their values at the spatial peak; 1 W/cm^2 is 1e4 W/m^2.
+    pulse_duration : float
+        There, in s.
+    peak_point : tuple of int
+        The index of the spatial peak in the maps.
+    temporal_average : array or None
+    ispta : float or None
+        In W/m^2, where a repetition frequency is given.
+    """
+
+    mechanical_index: Floats
+    pulse_intensity_integral: Floats
+    pulse_average: Floats
+    mi: float
+    isppa: float
+    pulse_duration: float
+    peak_point: tuple[int, ...]
+    temporal_average: Floats | None = None
+    ispta: float | None = None
+
+
+def field_indices(
+    p: NDArray[Any] | Mapping[str, NDArray[Any]],
+    medium: Medium,
+    *,
+    f0: float,
+    time: Times | Instants | None = None,
+    pulse_duration: float | None = None,
+    prf: float | None = None,
+    derating: float = 0.0,
+    depth: ArrayLike | None = None,
+) -> FieldIndices:
+    """Mechanical index and intensities of a pulse's field, as IEC 62359 and 62127-1 define them.
+
+    At every point, for a plane wave's relation of pressure and intensity:
+
+    - pulse intensity integral: integral of p^2 dt / (density soundspeed);
+    - pulse duration: 1.25 times the time in which that integral grows from a tenth to nine tenths;
+    - pulse-average intensity: their quotient;
+    - temporal-average intensity: the integral times the repetition frequency;
+    - mechanical index: the largest rarefaction in MPa over the root of f0 in MHz.
+
+    Spatial peaks are where the pulse intensity integral is largest.
+
+    Parameters
+    ----------
+    p : array or dict
+        Real pressure in Pa, of which the last dimension is time; or the measures 'peak_negative'
+        and 'energy' of a field.
+    medium : Medium
+    f0 : float
+        Centre frequency in Hz.
+    time : Times or Instants, optional
+        Those of p; needed with a field.
+    pulse_duration : float, optional
+        In s; needed with measures, instead of that of p.
+    prf : float, optional
+        Pulse repetition frequency in Hz.
+    derating : float
+        In dB/(cm MHz), 0.3 in regulations: pressures are reduced with depth first.
+    depth : float or array, optional
+        Depth of the points in m, such as the grid's z; needed for derating.
+
+    Examples
+    --------
+    >>> indices = kavro.field_indices(p, water, f0=2e6, time=times, derating=0.3,
+    ...                               depth=kavro.grid_axes(grid)[2])
+    >>> indices.mi, 1e-4 * indices.isppa
+    """
+    me = "field_indices"
+    megahertz = 1e-6 * _check.real(me, "f0", f0, "positive", "Hz")
+    if isinstance(p, Mapping):
+        rarefaction, energy = _given_measures(me, p)
+        durations = None
+    else:
+        rarefaction, energy, durations = _measured(me, p, time)
+    _check.require(energy.size > 0, me, "p", "of one point or more", p)
+    if pulse_duration is not None or durations is None:
+        duration = _check.real(me, "pulse_duration", pulse_duration, "positive", "s")
+        durations = np.full(energy.shape, duration)
+    factor = _derating_factor(me, derating, depth, megahertz, energy.shape)
+
+    integral = np.asarray(factor**2 * energy / (medium.density * medium.soundspeed))
+    index = np.asarray(1e-6 * factor * rarefaction / np.sqrt(megahertz))
+    average = np.zeros(energy.shape)
+    np.divide(integral, durations, out=average, where=durations > 0)
+    in_order = np.where(np.isnan(integral), -np.inf, integral).ravel(order="F")
+    peak = tuple(int(i) for i in np.unravel_index(in_order.argmax(), energy.shape, order="F"))
+    rate = None if prf is None else _check.real(me, "prf", prf, "positive", "Hz")
+    return FieldIndices(
+        index,
+        integral,
+        average,
+        float(index[peak]),
+        float(average[peak]),
+        float(durations[peak]),
+        peak,
+        None if rate is None else rate * integral,
+        None if rate is None else float(rate * integral[peak]),
+    )
+
+
+def _given_measures(owner: str, measures: Mapping[str, NDArray[Any]]) -> tuple[Floats, Floats]:
+    expected = "a dict with the arrays 'peak_negative' and 'energy' of one shape"
+    both = [np.asarray(measures.get(name)) for name in ("peak_negative", "energy")]
+    fits = both[0].shape == both[1].shape and all(array.dtype.kind in "iuf" for array in both)
+    _check.require(fits, owner, "p", expected, measures)
+    return np.maximum(-both[0].astype(float), 0), both[1].astype(float)
+
+
+def _measured(
+    owner: str, p: NDArray[Any], time: Times | Instants | None
+) -> tuple[Floats, Floats, Floats]:
+    """Rarefaction, integral of p^2 dt by trapezoids, and pulse duration at every point."""
+    expected = "the times of p where a field over time is given"
+    _check.require(isinstance(time, (Times, Instants)), owner, "time", expected, time)
+    assert time is not None
+    t = time_axis(time)
+    expected = f"real, its last dimension the {len(t)} instants of 'time'"
+    field = np.asarray(p)
+    fits = field.dtype.kind in "iuf" and field.ndim > 0 and field.shape[-1] == len(t) > 1
+    _check.require(fits, owner, "p", expected, p)
+    steps = np.diff(t)
+    _check.require((steps > 0).all(), owner, "time", "an axis of increasing instants", time)
+    weights = (np.append(steps, 0) + np.append(0, steps)) / 2
+    field = field.astype(float, copy=False)
+    grown = np.cumsum(field**2 * weights, axis=-1)
+    energy = grown[..., -1].copy()
+    durations = np.zeros(energy.shape)
+    sounds = energy > 0
+    share = grown[sounds] / energy[sounds][:, None]
+    durations[sounds] = 1.25 * (_when(share, t, 0.9) - _when(share, t, 0.1))
+    return np.maximum(-field.min(axis=-1), 0), energy, durations
+
+
+def _when(share: Floats, t: Floats, level: float) -> Floats:
+    """When each row, which does not fall, comes to a level: interpolated from its last rise."""
+
+    def at(i: NDArray[np.intp]) -> Floats:
+        return np.asarray(np.take_along_axis(share, i[:, None], axis=1))
+
+    above = (share >= level).argmax(axis=1)
+    high = at(above)
+    low = at(np.maximum(above - 1, 0))
+    below = (share >= low).argmax(axis=1)
+    with np.errstate(all="ignore"):  # a row that begins above the level never comes to it
+        part = ((level - low) / (high - low))[:, 0]
+    return np.asarray(
+        np.where(high[:, 0] == level, t[above], t[below] + part * (t[above] - t[below]))
+    )
+
+
+def _derating_factor(
+    owner: str, derating: float, depth: ArrayLike | None, megahertz: float, shape: tuple[int, ...]
+) -> Floats:
+    rate = _check.real(owner, "derating", derating, "not negative", "dB/(cm MHz)")
+    if rate == 0:
+        return np.ones(())
+    expected = f"one depth (m), or one for each of the points, of the shape {shape}"
+    depths = _check.finite(owner, "depth", depth, expected)
+    try:
+        depths = np.broadcast_to(depths, shape)
+    except ValueError:
+        _check.refuse(owner, "depth", expected, depth)
+    return np.asarray(10 ** (-rate * megahertz * 100 * np.maximum(depths, 0) / 20))
+
+
 def to_xarray(
     p: NDArray[Any],
     grid: Grid | Points,
@@ -83,7 +262,8 @@ def to_xarray(
     Parameters
     ----------
     p : array
-        What `solve` returned, of any method but arrival times; it is not copied.
+        What `solve` returned for all elements together, of any method but arrival times; it is not
+        copied.
     grid : Grid or Points
         The one that p belongs to. At Points the dimension is 'point', with x, y, z along it.
     times : Times or Instants, optional
@@ -100,7 +280,7 @@ def to_xarray(
         dims, shape = ["point"], [len(grid.coordinates)]
         coords: dict[str, Any] = {n: ("point", axis, metres) for n, axis in axes.items()}
     else:
-        if p.ndim == 3 and p.shape != grid.shape:  # of a march, which knows no y
+        if p.ndim <= 3 and p.shape != grid.shape:  # of a march, which knows no y
             del axes["y"]
         dims, shape = list(axes), [len(axis) for axis in axes.values()]
         coords = {n: (n, axis, metres) for n, axis in axes.items()}

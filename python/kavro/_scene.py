@@ -209,7 +209,14 @@ def _axis(owner: str, name: str, value: object, unit: str) -> tuple[float, float
 
 
 def _samples(first: float, last: float, step: float) -> Floats:
-    """Counted as the solver counts: the quotient gets 1e-10 before it is rounded down."""
+    """Counted as the solver counts: the quotient gets 1e-10 before it is rounded down.
+
+    Limits alike but for the sign have an exact 0 between them where a sample falls there but for
+    rounding.
+    """
     if first == last or step == 0:
         return np.array([first])
-    return np.asarray(np.arange(np.floor((last - first) / step + 1e-10) + 1) * step + first)
+    samples = np.arange(np.floor((last - first) / step + 1e-10) + 1) * step + first
+    if first == -last:
+        samples[np.abs(samples) < 1e-9 * step] = 0.0
+    return np.asarray(samples)

@@ -8,8 +8,9 @@ from collections.abc import Callable, Iterator, Sequence
 from contextlib import contextmanager
 from dataclasses import dataclass
 from types import EllipsisType
-from typing import Any, Literal
+from typing import Any, Literal, overload
 
+import numpy as np
 from numpy.typing import NDArray
 
 from kavro import _check, _kavro
@@ -46,6 +47,89 @@ MethodName = Literal[
     "kzk_cw",
 ]
 
+MeasureName = Literal["peak", "peak_positive", "peak_negative", "energy", "rms", "time_of_peak"]
+Measures = list[MeasureName] | tuple[MeasureName, ...]
+
+
+@dataclass(frozen=True)
+class SolveReport:
+    """What a call of `solve` has done for its accuracy.
+
+    Attributes
+    ----------
+    method : str
+    tolerance : float or None
+        That was kept; None where abscissas were counted.
+    abscissas : (fewest, mean, most)
+        Taken for a rim or a piece of an edge.
+    points : int
+        That a field reached; 0 where abscissas were counted.
+    unreached : int
+        Those of them where the tolerance is not reached.
+    worst_error : float
+        There, as a share of an element's field.
+    worst_point : (x, y, z) or None
+        In m.
+    reason : str
+        Why; empty where nothing is unreached.
+    """
+
+    method: str
+    tolerance: float | None
+    abscissas: tuple[float, float, float]
+    points: int
+    unreached: int
+    worst_error: float
+    worst_point: tuple[float, float, float] | None
+    reason: str
+
+
+@overload
+def solve(
+    method: MethodName,
+    elements: Elements,
+    grid: Grid | Points,
+    medium: Medium,
+    *,
+    measure: MeasureName | None = None,
+    report: Literal[False] = False,
+    out: NDArray[Any] | None = None,
+    progress: Progress = None,
+    **options: Any,
+) -> NDArray[Any]:
+    ...
+
+
+@overload
+def solve(
+    method: MethodName,
+    elements: Elements,
+    grid: Grid | Points,
+    medium: Medium,
+    *,
+    measure: Measures,
+    report: Literal[False] = False,
+    progress: Progress = None,
+    **options: Any,
+) -> dict[str, NDArray[Any]]:
+    ...
+
+
+@overload
+def solve(
+    method: MethodName,
+    elements: Elements,
+    grid: Grid | Points,
+    medium: Medium,
+    *,
+    measure: MeasureName | Measures | None = None,
+    report: Literal[True],
+    out: NDArray[Any] | None = None,
+    progress: Progress = None,
+    **options: Any,
+) -> tuple[Any, SolveReport]:
+    ...
+
 
 def solve(
     method: MethodName,
@@ -53,10 +137,12 @@ def solve(
     grid: Grid | Points,
     medium: Medium,
     *,
+    measure: MeasureName | Measures | None = None,
+    report: bool = False,
     out: NDArray[Any] | None = None,
     progress: Progress = None,
     **options: Any,
-) -> NDArray[Any]:
+) -> Any:
     """The field of all elements together at every point, by the method of the given name.
 
     `methods` lists the methods, the shapes that offer each and the options that each takes.
@@ -68,9 +154,16 @@ def solve(
     elements : Elements
     grid : Grid or Points
     medium : Medium
+    measure : str or list of str, optional
+        For methods over time: what is kept of the field instead of the field, in the memory of the
+        points only. 'peak' (largest ``|p|``), 'peak_positive', 'peak_negative' (smallest p),
+        'energy' (integral of p^2 dt, Pa^2 s), 'rms' or 'time_of_peak' (s): an array without the
+        times; a list of some: a dict of these arrays. Bit for bit what the field's own would be.
+    report : bool
+        True: return ``(p, SolveReport)``, which tells what was done for the accuracy.
     out : array, optional
         Where the result goes: of the right shape and type, in Fortran order, not read before. After
-        an error its content means nothing.
+        an error its content means nothing. Not for a list of measures.
     progress : bool or function, optional
         True: a percent line, or the bar of tqdm where that is installed. A function is called
         with the fraction done, about once for each percent and last with 1; what it raises ends
@@ -84,12 +177,20 @@ def solve(
             The waveform, for methods over time.
         f0 : float
             Frequency in Hz, for continuous waves.
+        tolerance : float
+            Largest error of the quadrature as a share of each element's field, for fast nearfield
+            methods of exact elements: every point takes the abscissas that keep it. By default,
+            where no `ndiv` is given, 1e-4 of continuous waves and 1e-3 over time. A warning tells
+            where it is not reached.
         ndiv : int
-            Abscissas along half a rim, an edge, or each direction of a face.
+            Abscissas along half a rim, an edge, or each direction of a face, instead of a
+            tolerance.
         apodization : str
             'uniform', 'cosine', 'raisedcosine', 'quadratic' or 'quartic', for apodized methods.
         kzk : dict
             Parameters of a nonlinear method.
+        per_element : bool
+            True: the field of each element by itself, along one more, last dimension.
         threads : int
             Threads of this call; by default as `threads` says.
         exact : bool
@@ -100,7 +201,8 @@ def solve(
     array in Fortran order
         (nx, ny, nz, nt) over time on a Grid, (n, nt) at Points: pressure in Pa; complex
         (nx, ny, nz) and (n,) of continuous waves, for exp(+j 2 pi f0 t); (nx, nz, nt) and complex
-        (nx, nz, harmonics) of nonlinear ones; (elements, 2) arrival times in s.
+        (nx, nz, harmonics) of nonlinear ones; (elements, 2) arrival times in s. Without nt where
+        a measure is asked for.
 
     Raises
     ------
@@ -119,10 +221,52 @@ def solve(
     """
     with _shown(progress) as shown:
         arguments: list[object] = [method, elements, grid, medium]
-        for name, value in {**options, "progress": shown}.items():
+        for name, value in {**options, "measure": measure, "progress": shown}.items():
             if value is not None:
                 arguments += [name, value]
-        return _kavro.solve([_lowered(argument) for argument in arguments], out)
+        field, done = _kavro.solve([_lowered(argument) for argument in arguments], out, report)
+    return field if done is None else (field, _report_from(done))
+
+
+def pressure(
+    elements: Elements,
+    grid: Grid | Points,
+    medium: Medium,
+    *,
+    measure: MeasureName | Measures | None = None,
+    report: bool = False,
+    out: NDArray[Any] | None = None,
+    progress: Progress = None,
+    **options: Any,
+) -> Any:
+    """Pressure of an array at every point, to an accuracy: the one call for most questions.
+
+    With `f0` the field is a continuous wave, with `time` and `excitation` a wave over time. The
+    method and its precision follow from what is asked: the fast nearfield method, over time in single
+    precision where its rounding stays well below the tolerance at all points of the grid, and by
+    frequencies in a medium with losses. In a continuous wave a delay T counts as the phase -2 pi f0 T.
+
+    Parameters
+    ----------
+    elements, grid, medium, measure, report, out, progress, **options
+        As for `solve`.
+
+    Examples
+    --------
+    >>> p, report = kavro.pressure(array, grid, medium, f0=3e6, tolerance=1e-6, report=True)
+    """
+    by_any_method: Any = solve
+    return by_any_method(
+        "auto",
+        elements,
+        grid,
+        medium,
+        measure=measure,
+        report=report,
+        out=out,
+        progress=progress,
+        **options,
+    )
 
 
 def transient_pressure(
@@ -144,7 +288,7 @@ def transient_pressure(
     elements, grid, medium, times, excitation, **options
         As for `solve`.
     """
-    return solve(
+    p: NDArray[Any] = solve(
         "fnm_tsd_sse",
         elements,
         grid,
@@ -154,11 +298,52 @@ def transient_pressure(
         excitation=excitation,
         **options,
     )
+    return p
+
+
+def fit_time_samples(
+    elements: Elements,
+    grid: Grid | Points,
+    medium: Medium,
+    excitation: Pulse | Sampled | Sequence[Pulse] | Sequence[Sampled],
+    deltat: float,
+) -> Times:
+    """The time axis that holds all that the points of a grid receive.
+
+    From the first arrival at any point to the end of the last one, on multiples of the step. Peaks
+    of a field on an axis that begins too late or ends too early would show silence where there is
+    sound.
+
+    Parameters
+    ----------
+    elements : Elements
+        Silent ones (amplitude 0) do not count, unless all are.
+    grid, medium, excitation
+        As for `solve`.
+    deltat : float
+        Time step in s.
+    """
+    me = "fit_time_samples"
+    step = _check.real(me, "deltat", deltat, "positive", "s")
+    pulses = [excitation] if isinstance(excitation, (Pulse, Sampled)) else list(excitation)
+    known = len(pulses) > 0 and all(isinstance(pulse, (Pulse, Sampled)) for pulse in pulses)
+    _check.require(known, me, "excitation", "a Pulse or Sampled, or a sequence of them", excitation)
+    heard = elements[elements.amplitude != 0]
+    heard = heard if len(heard) > 0 else elements
+    arrivals = solve("impulse_begin_and_end_times", heard, grid, medium)
+    duration = max(pulse.w if isinstance(pulse, Sampled) else pulse.pulse_width for pulse in pulses)
+    first = np.floor(arrivals[:, 0].min() / step)
+    last = np.ceil((arrivals[:, 1].max() + duration) / step)
+    return Times(first * step, last * step, step)
 
 
 @dataclass(frozen=True)
 class Method:
-    """A method of `solve`: its shapes, its options, and how many abscissas it takes by default."""
+    """A method of `solve`: its shapes, its options, and how many abscissas it takes by default.
+
+    A method with the option 'tolerance' keeps one by default, and counts abscissas only where
+    `exact` is False.
+    """
 
     name: str
     summary: str
@@ -220,6 +405,24 @@ def _lowered(value: object) -> object:
     if _is_record(value):
         return 1, {name: [field] for name, field in _fields(value).items() if field is not None}
     return value
+
+
+def _report_from(done: dict[str, Any]) -> SolveReport:
+    tolerance, points, unreached, error = (
+        float(done[name].item()) for name in ("tolerance", "points", "unreached", "worst_error")
+    )
+    fewest, mean, most = done["abscissas"].ravel().tolist()
+    x, y, z = done["worst_point"].ravel().tolist()
+    return SolveReport(
+        done["method"],
+        None if np.isnan(tolerance) else tolerance,
+        (fewest, mean, most),
+        int(points),
+        int(unreached),
+        error,
+        None if np.isnan(x) else (x, y, z),
+        done["reason"],
+    )
 
 
 def _is_record(value: object) -> bool:

@@ -69,8 +69,8 @@ def show_field(
     p: NDArray[Any],
     grid: Grid | Points,
     *,
-    time: float | None = None,
-    times: Times | Instants | None = None,
+    instant: float | None = None,
+    time: Times | Instants | None = None,
     dB: float | None = None,
     reference: float | None = None,
     title: str | None = None,
@@ -85,12 +85,13 @@ def show_field(
     Parameters
     ----------
     p : array
-        As `kavro.solve` returns it; of a complex field the magnitude is drawn.
+        As `kavro.solve` returns it, or without the dimensions of size 1, as after squeeze; of a
+        complex field the magnitude is drawn.
     grid : Grid or Points
         The one that p belongs to.
-    time : float, optional
-        Instant of a snapshot in s; the nearest sample is drawn. Needs `times`.
-    times : Times or Instants, optional
+    instant : float, optional
+        Time of a snapshot in s; the nearest sample is drawn. Needs `time`.
+    time : Times or Instants, optional
         Those of p.
     dB : float, optional
         Range shown in dB below the reference; without it the scale is linear.
@@ -103,15 +104,15 @@ def show_field(
         Where to draw; by default the current ones.
     """
     field = _field(p, grid)
-    if time is None:
+    if instant is None:
         values = np.abs(field).max(axis=1)
         caption = "Peak pressure" if field.shape[1] > 1 else "Pressure magnitude"
     else:
-        sample, instant = _sample("show_field", time, times, field)
+        sample, drawn_at = _sample("show_field", instant, time, field)
         values = field[:, sample]
-        caption = f"Pressure at {1e6 * instant:.4g} us"
+        caption = f"Pressure at {1e6 * drawn_at:.4g} us"
     reference = _reference("show_field", reference, values)
-    scale = _scale(reference, dB, signed=time is not None)
+    scale = _scale(reference, dB, signed=instant is not None)
     ax = _axes(ax)
     _draw(ax, grid, scale, scale.of(values), color_bar)
     ax.set_title(title or caption)
@@ -309,28 +310,30 @@ def _field(p: NDArray[Any], grid: Grid | Points) -> Floats:
     """One row for each point of the grid, one column for each time."""
     shape = (len(grid.coordinates),) if isinstance(grid, Points) else grid.shape
     field = np.abs(p) if np.iscomplexobj(p) else np.asarray(p)
-    if len(shape) == 3 and field.ndim == 3 and shape == (len(field), 1, field.shape[1]):
-        field = field[:, None]  # of a march, which knows no y
+    # Extents of 1 do not count: a march knows no y, and squeezed fields are welcome.
+    asked, given = ([n for n in extents if n > 1] for extents in (shape, field.shape))
     expected = f"an array of the shape {shape}, as the grid asks, or one more dimension"
-    fits = field.shape[: len(shape)] == shape and field.ndim <= len(shape) + 1 and field.size > 0
+    fits = given[: len(asked)] == asked and len(given) <= len(asked) + 1 and field.size > 0
     _check.require(fits, "show_field", "p", expected, p)
     _check.require(np.isfinite(field).any(), "show_field", "p", "finite somewhere", p)
     return np.asarray(field.reshape(int(np.prod(shape)), -1, order="F"))
 
 
 def _sample(
-    owner: str, time: float, times: Times | Instants | None, field: Floats
+    owner: str, instant: float, time: Times | Instants | None, field: Floats
 ) -> tuple[int, float]:
-    expected = f"the {field.shape[1]} times of p, where a time is given"
-    _check.require(times is not None, owner, "times", expected, times)
-    assert times is not None
-    instants = time_axis(times)
-    _check.require(len(instants) == field.shape[1], owner, "times", expected, times)
-    wanted = _check.real(owner, "time", time, unit="s")
+    expected = f"the {field.shape[1]} times of p, where an instant is given"
+    _check.require(isinstance(time, (Times, Instants)), owner, "time", expected, time)
+    assert time is not None
+    instants = time_axis(time)
+    _check.require(len(instants) == field.shape[1], owner, "time", expected, time)
+    wanted = _check.real(owner, "instant", instant, unit="s")
     sample = int(np.abs(instants - wanted).argmin())
     step = np.ptp(instants) / max(len(instants) - 1, 1)
     expected = f"a time from {instants.min():.6g} to {instants.max():.6g} s"
-    _check.require(abs(instants[sample] - wanted) <= step, owner, "time", expected, time)
+    inside = instants.min() <= wanted <= instants.max()
+    near = inside or abs(instants[sample] - wanted) <= step / 2
+    _check.require(near, owner, "instant", expected, instant)
     return sample, float(instants[sample])
 
 
@@ -341,12 +344,13 @@ def _reference(owner: str, reference: float | None, values: Floats) -> float:
 
 
 def _scale(reference: float, dB: float | None, signed: bool) -> _Scale:
-    if dB is not None:
-        depth = _check.real("show_field", "dB", dB, "positive", "dB")
-        return _Scale(-depth, 0.0, "viridis", "Pressure (dB)", reference, 1.0, True)
     units = ((1e6, "MPa"), (1e3, "kPa"), (0.0, "Pa"))
     size, unit = next(pair for pair in units if reference >= pair[0])
     factor = 1 / (size or 1.0)
+    if dB is not None:
+        depth = _check.real("show_field", "dB", dB, "positive", "dB")
+        label = f"Pressure (dB re {factor * reference:.3g} {unit})"
+        return _Scale(-depth, 0.0, "viridis", label, reference, 1.0, True)
     low, colors = (-reference, "RdBu_r") if signed else (0.0, "viridis")
     label = f"Pressure ({unit})"
     return _Scale(factor * low, factor * reference, colors, label, reference, factor, False)

@@ -11,6 +11,8 @@
 #include <random>
 #include <set>
 
+#include "core/rule_ladder.h"
+
 namespace {
 
 std::atomic<long> live = 0;
@@ -227,6 +229,8 @@ const bool rules_are_there = [] {
         rule.allocate_memory(n);
         rule.gauss_quadrature();
     }
+    kavro::rim_ladder<float>(), kavro::rim_ladder<double>();
+    kavro::line_ladder<float>(), kavro::line_ladder<double>();
     return true;
 }();
 

@@ -19,7 +19,7 @@ TEST(SolveErrors, of_the_arguments) {
     expect_error(Values(), few);
     expect_error({text("fnm_tsd"), discs(1), discs(1)}, few);
     const Call call("fnm_tsd");
-    expect_error(call.all(), "This function has one result.", "", 2);
+    expect_error(call.all(), "This function has two results.", "", 3);
     EXPECT_EQ(run(call.all(), 0).error, std::nullopt);  // the host calls it ans
     EXPECT_EQ(run(call.with("method", string_object("fnm_tsd"))).error, std::nullopt);
     EXPECT_EQ(run(call.with("NDIV = 1")).error, std::nullopt);
@@ -35,7 +35,7 @@ elements | 1     | Transducer array must be a MATLAB structure.\n
 grid     | 1     | Coordinate grid must be a MATLAB structure.\n
 medium   | 1     | Medium must be a MATLAB structure.\n
 time     | 1     | Time samples must be a MATLAB structure.\n
-nidv     | 1     | There is no option '@'. fnm_tsd takes the options 'time', 'excitation', 'ndiv', 'measure', 'per_element', 'threads', 'exact', 'progress'.
+nidv     | 1     | There is no option '@'. fnm_tsd takes the options 'time', 'excitation', 'tolerance', 'ndiv', 'measure', 'per_element', 'threads', 'exact', 'progress'.
 F0       | 1     | The option 'f0' is not used by fnm_tsd. fnm_tsd takes the options 'time', 'excitation', *
 TIME     | 1     | The option '@' is given twice.
 elements.phase | '1' | Transducer field '@' must hold 1 real number(s) (element 1). It is a text.
@@ -60,12 +60,20 @@ TEST(SolveErrors, of_options) {
 measure    | 1, {}   | The option '@' must be one of 'peak', 'peak_positive', 'peak_negative', 'energy', 'rms', 'time_of_peak', or a cell array of them.
 measure    | 'peek'  | The option '@' must be one of 'peak', 'peak_positive', 'peak_negative', 'energy', 'rms', 'time_of_peak', or a cell array of them, not '#'.
 per_element | 2      | The option '@' must be true or false.
+tolerance  | 1e-13, 0.2, NaN, Inf, 0 | The option '@' must be one number from 1e-12 to 0.1, not *
+tolerance  | [1e-3 1e-4], '1', 1i | The option '@' must be one number from 1e-12 to 0.1.
 time       | missing | fnm_tsd needs the option 'time', made by kavro.set_time_samples.
 excitation | missing | fnm_tsd needs the option 'excitation', made by kavro.set_excitation_function.
 ndiv threads | [], '1', {}, 1i, sparse[1], [1 2], struct[1 1], NaN, Inf, 4.5, 3e9, -1, 0 | The option '@' must be one whole number of at least 1.
 exact      | 't', 2, {}, [1 1], NaN, [] | The option '@' must be true or false.
 progress   | 't', 2, {}, [1 1], NaN, [] | The option '@' must be true, false or a function handle.
 )");
+    expect_error(Call("fnm_tsd").with("tolerance = 1e-3, ndiv = 4"),
+                 "The options 'tolerance' and 'ndiv' exclude each other: give an accuracy or a "
+                 "number of abscissas.");
+    expect_error(Call("fnm_tsd").with("tolerance = 1e-3, exact = false"),
+                 "The option 'tolerance' needs 'exact' to be true: the reference counts abscissas, "
+                 "by 'ndiv'.");
     expect_errors(Call("fnm_cw"), R"(
 f0 | [], '1', {}, 1i, sparse[1], [1 2], struct[1 1], NaN, Inf, -1, 0 | The option '@' must be one positive number (Hz).
 f0 | missing | fnm_cw needs the option 'f0' (Hz).
@@ -240,8 +248,15 @@ TEST(SolveErrors, of_marches) {
     for (const char* method : {"kzk_transient", "kzk_cw"}) {
         const Call call(method);
         EXPECT_EQ(run(call).error, std::nullopt);
+        // Exact marches choose their parameters where none are given.
+        expect_errors(Call(method).set("exact = false"), R"(
+kzk           | missing | $ needs the option 'kzk', a structure with the march's parameters, where 'exact' is false.
+)");
+        expect_errors(Call(method).set("kzk", record("harmonics = 2")), R"(
+kzk.accuracy  | 0, NaN, '1' | The field '@' of the option 'kzk' must be one positive number for $.
+kzk.harmonics | 0, NaN, 1.5 | The field '@' of the option 'kzk' must be one whole number of at least 1 for $.
+)");
         expect_errors(call, R"(
-kzk      | missing | $ needs the option 'kzk', a structure with the march's parameters.
 grid.ymax | 1e-3   | $ needs a regular grid with one value of y.
 grid.coordinates | [0 0 1] | $ needs a regular grid with one value of y.
 kzk.extent            | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one whole number of at least 1 for $.
@@ -306,6 +321,7 @@ kzk.growth                | 1e-12 | $, element 1: the field '@' of the option 'k
 // The march's nonlinearity is not printed here, and its complaint is a warning.
 TEST(SolveErrors, of_a_shock_is_a_warning) {
     Call call("kzk_transient");
+    call.set("exact = false");
     for (const bool shocked : {false, true}) {
         call.set("medium.nonlinearityparameter = 3.5");
         call.set("elements.amplitude", value(shocked ? "5000" : "1"));

@@ -115,6 +115,9 @@ TEST(Solve, every_method_of_every_shape_equals_the_direct_calls) {
         if (operation.uses(kavro::input_apodization)) {
             call.set("apodization = 'quadratic'");
         }
+        if (operation.uses(kavro::input_quadrature)) {
+            call.set("ndiv = " + std::to_string(operation.default_ndiv));
+        }
         const Value elements = elements_with(operation);
         for (const char* exactness : {"", "exact = true", "exact = false"}) {
             const bool exact = exactness != std::string("exact = false");  // also unless told
@@ -155,8 +158,11 @@ TEST(Solve, results_have_the_form_of_their_kind) {
                 ASSERT_EQ(outcome.error, std::nullopt);
                 EXPECT_EQ(outcome.output->dims, sizes);
                 EXPECT_EQ(outcome.output->is_complex, is_complex(operation));
-                // Of attenuation that is left out of account.
-                EXPECT_EQ(outcome.warnings.size(), is_lossless(operation) ? 1u : 0u);
+                // Marches warn of parameters as coarse as these.
+                const auto unheeded = std::ranges::count_if(outcome.warnings, [](const auto& text) {
+                    return text.find("attenuation") != std::string::npos;
+                });
+                EXPECT_EQ(unheeded, is_lossless(operation) ? 1 : 0);
             }
             call.set("grid.coordinates = [0 0 1; 0 0 2; 0 0 3; 0 0 4]");
         }
@@ -176,7 +182,8 @@ TEST(Solve, the_whole_array_at_once_is_the_entry_with_exact_elements) {
 
 TEST(Solve, exactness_is_the_options_then_the_waveforms) {
     const auto solved = [](const char* changes) {
-        return pressure(Call("fnm_tsd").set("excitation", sampled_excitation()).set(changes));
+        return pressure(
+            Call("fnm_tsd").set("ndiv = 8").set("excitation", sampled_excitation()).set(changes));
     };
     const std::vector<double> exact = solved("excitation.decomposition = 'exact'");
     const std::vector<double> reference = solved("excitation.decomposition = 'reference'");

@@ -45,7 +45,6 @@ struct Case {
 };
 constexpr Case cases[] = {{"shell", true, 0}, {"disc", false, 0}, {"disc, source phase", false, 1}};
 
-// conj(p) e^(-jkz) is what the continuous-wave methods give.
 TEST_F(KzkExact, HarmonicFieldIsThatOfTheOtherMethods) {
     for (const Case& of : cases) {
         KzkStage stage(of.beam());
@@ -57,9 +56,8 @@ TEST_F(KzkExact, HarmonicFieldIsThatOfTheOtherMethods) {
         std::ranges::fill(other.imag, 0.0);
         ASSERT_EQ(other.element->fnm_cw(), kavro::status_success);
         for (int k = 0; k < stage.beam.nz; ++k) {
-            const double kz = 2.0 * pi * stage.beam.f0 / stage.beam.speed * stage.grid.zcoords[k];
             for (int m = 0; m < stage.beam.nx; ++m) {
-                const Complex found = std::conj(stage.phasor(m, k, 1)) * std::polar(1.0, -kz);
+                const Complex found = stage.phasor(m, k, 1);
                 const Complex wanted = other.phasor(m, k, 1);
                 const double share =
                     std::abs(wanted) > 0.3 * other.magnitude(0, k, 1) ? 0.087 : 0.3;
@@ -81,26 +79,29 @@ TEST_F(KzkExact, HarmonicsAreThoseOfTheTransientMarch) {
         beam.nz = 2;
         beam.nx = 3;
         beam.harmonics = 8;
-        beam.points_per_radius = 40.0f;
-        beam.step = 0.004f;
-        beam.duration = 20e-6;
-        beam.deltat = 1.0 / 120e6;
+        beam.xmax *= 0.5;
+        beam.points_per_radius = 25.0f;
+        beam.step = 0.02f;
+        beam.duration = 9e-6;
+        beam.deltat = 1.0 / 100e6;
         beam.tmin = -2e-6;
-        beam.tmax = 13e-6 + beam.zmax / beam.speed;
+        beam.tmax = 8e-6 + beam.zmax / beam.speed;
         KzkStage stage(beam, std::make_shared<RisingSine>(beam.f0, beam.duration, 3.0));
         stage.both();
         for (int k = 0; k < beam.nz; ++k) {
             const double arrival = stage.grid.zcoords[k] / beam.speed;
-            const auto first = static_cast<std::size_t>((arrival + 9e-6 - beam.tmin) / beam.deltat);
+            const double kz = 2.0 * pi * beam.f0 * arrival;
+            const auto first = static_cast<std::size_t>((arrival + 5e-6 - beam.tmin) / beam.deltat);
             for (int m = 0; m < beam.nx; ++m) {
                 const std::vector<double> series = stage.series(m, k);
                 for (int n = 1; n <= 3; ++n) {
                     Complex sum = 0.0;
-                    for (std::size_t i = first; i < first + 240; ++i) {
+                    for (std::size_t i = first; i < first + 200; ++i) {
                         const double tau = 2.0 * pi * beam.f0 * (stage.times.times[i] - arrival);
-                        sum += series[i] * std::polar(1.0 / 120.0, n * tau);
+                        sum += series[i] * std::polar(1.0 / 100.0, n * tau);
                     }
-                    const Complex wanted = stage.phasor(m, k, n) * std::polar(1.0, n * pi / 2.0);
+                    const Complex wanted =
+                        std::conj(stage.phasor(m, k, n)) * std::polar(1.0, n * (pi / 2.0 - kz));
                     EXPECT_LT(std::abs(sum - wanted),
                               (n < 3 ? 0.1 : 0.15) * stage.magnitude(0, k, n))
                         << of.what << ", plane " << k << ", x " << m << ", n " << n << ", phase "
@@ -118,17 +119,18 @@ TEST_F(KzkExact, TransientFieldDoesNotDependOnTheBeginOfTheTimeAxis) {
         KzkBeam beam = small_beam(shell);
         beam.exact = true;
         beam.radius = shell ? 10e-3 : 5e-3;
-        beam.nz = 3;
+        beam.nz = 2;
         beam.zmin = 15e-3;
         beam.zmax = 45e-3;
-        beam.points_per_radius = 25.0f;
+        beam.points_per_radius = 15.0f;
+        beam.amplitude = 0.05;
         beam.deltat = 0.025e-6;
         beam.tmin = -5e-6;
         beam.tmax = 45e-6;
         KzkStage early(beam);
         ASSERT_EQ(early.transient(), kavro::status_success);
         // Half a sample apart, the same wave between the samples.
-        for (const double samples : {0.5, 200.0, 280.0, 400.0, 1000.0}) {
+        for (const double samples : {0.5, 280.0, 1000.0}) {
             beam.tmin = -5e-6 + samples * beam.deltat;
             KzkStage late(beam);
             ASSERT_EQ(late.transient(), kavro::status_success);
@@ -139,7 +141,7 @@ TEST_F(KzkExact, TransientFieldDoesNotDependOnTheBeginOfTheTimeAxis) {
                     const std::vector<double> all = early.series(m, k);
                     const std::vector<double> rest = late.series(m, k);
                     const double peak = peak_of(all);
-                    ASSERT_GT(peak, 1e4);
+                    ASSERT_GT(peak, 2e3);
                     for (std::size_t i = 0; i + 1 < rest.size(); ++i) {
                         const double expected =
                             (1.0 - share) * all[i + skipped] +

@@ -22,7 +22,7 @@
 %! [e, g, m, t, x] = scene();
 %! p = kavro.transient_pressure(e, g, m, t, 32, x);
 %! assert(size(p), [5 2 4 801]);
-%! assert(kavro.solve('fnm_tsd_sse', e, g, m, 'time', t, 'excitation', x), p);
+%! assert(kavro.solve('fnm_tsd_sse', e, g, m, 'time', t, 'excitation', x, 'ndiv', 32), p);
 %! signal = sin(2e6 * pi * (0:60) * 50e-9) .* (1 - cos(2 * pi * (0:60) / 60)) / 2;
 %! sampled = kavro.set_excitation_function('sampled', signal, 50e-9);
 %! methods = disc_methods('excitation');
@@ -88,6 +88,25 @@
 %! waves = kavro.solve('fnm_cw', elements, points, medium, 'f0', 1e6, 'per_element', true);
 %! assert(waves(:, 3), kavro.solve('fnm_cw', elements(3), points, medium, 'f0', 1e6));
 
+%!test  % a tolerance is kept and reported; what is not reached is a warning with place and reason
+%! [e, g, m, t, x] = scene();
+%! f = @(varargin) kavro.solve('fnm_tsd', e, g, m, 'time', t, 'excitation', x, varargin{:});
+%! best = f('ndiv', 400);
+%! [p, report] = f('tolerance', 1e-2);
+%! assert(max(abs(p - best), [], 4) <= 1e-2 * numel(e) * max(abs(best(:))));
+%! assert({report.method, report.tolerance, report.unreached}, {'fnm_tsd', 1e-2, 0});
+%! assert(report.abscissas(1) >= 2 && issorted(report.abscissas) && report.points > 0);
+%! [~, finer] = f();
+%! assert(finer.tolerance, 1e-3);
+%! assert(finer.abscissas(2) > report.abscissas(2));
+%! [~, counted] = f('ndiv', 7);
+%! assert({counted.tolerance, counted.abscissas}, {NaN, [7 7 7]});
+%! jump = kavro.set_excitation_function('tone burst', 1e6, 1.25e-6);
+%! [~, missed] = kavro.solve('fnm_tsd', e, g, m, 'time', t, 'excitation', jump, 'tolerance', 1e-4);
+%! assert(missed.unreached > 0 && missed.worst_error > 1e-4);
+%! assert(! isempty(strfind(lastwarn(), 'The tolerance is not reached at')));
+%! assert(! isempty(strfind(lastwarn(), 'begins or ends with a jump')));
+
 %!test  % the middle of symmetric limits is an exact zero: both sides of a field are alike there
 %! grid = kavro.set_coordinate_grid([0.1e-3 1 1], -0.7e-3, 0.7e-3, 0, 0, 5e-3, 5e-3);
 %! x = kavro.grid_axes(grid);
@@ -128,7 +147,7 @@
 
 %!test  % a hexagon is its six triangles; shapes are mixed as one likes
 %! [~, g, m, t, x] = scene();
-%! run = @(e) kavro.solve('fnm_tsd', e, g, m, 'time', t, 'excitation', x);
+%! run = @(e) kavro.solve('fnm_tsd', e, g, m, 'time', t, 'excitation', x, 'tolerance', 1e-6);
 %! corners = 3e-3 * [cos((0:6)' * pi / 3), sin((0:6)' * pi / 3)];
 %! hexagon = kavro.polygon(corners(1:6, :), 'euler', [0.1 0.2 0]);
 %! parts = arrayfun(@(k) kavro.polygon([1e-3 0; corners(k:k + 1, :)], 'euler', [0.1 0.2 0]), 1:6);
@@ -148,8 +167,8 @@
 %! assert(size(table), [1 23]);
 %! one = kavro.methods('fnm_tsd_sse');
 %! assert(one.shapes, {'circ'});
-%! assert(one.options, {'time', 'excitation', 'ndiv', 'measure', 'per_element', ...
-%!                       'threads', 'exact', 'progress'});
+%! assert(one.options, {'time', 'excitation', 'tolerance', 'ndiv', 'measure', ...
+%!                       'per_element', 'threads', 'exact', 'progress'});
 %! assert([one.ndiv one.ndiv_multiple], [32 4]);
 %! lines = strsplit(evalc('kavro.methods();'), "\n");
 %! assert(numel(lines), 25);

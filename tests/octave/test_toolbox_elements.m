@@ -104,7 +104,8 @@
 %! times = kavro.set_time_samples(50e-9, 0, 30e-6);
 %! pulse = kavro.set_excitation_function('hanning pulse', 1e6, 3e-6);
 %! grid = kavro.set_coordinate_grid([0 0 30e-3; 3e-3 0 20e-3]);
-%! on = @(e) kavro.solve('fnm_tsd', e, grid, medium, 'time', times, 'excitation', pulse);
+%! on = @(e) kavro.solve('fnm_tsd', e, grid, medium, 'time', times, 'excitation', pulse, ...
+%!                      'ndiv', 32);
 %! assert(on(kavro.ring(0, 10e-3)), on(kavro.disc(10e-3)));
 %! shell = on(kavro.spherical_shell(10e-3, 30e-3));
 %! assert(on(kavro.spherical_ring(0, 10e-3, 30e-3)), shell);

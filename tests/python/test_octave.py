@@ -129,4 +129,26 @@ def test_same_numbers_as_in_octave(octave):
         theirs, bits = octave.take(ours)
         assert np.abs(theirs).max() > 0, name
         assert np.array_equal(theirs, bits), name
+
+    fitted = kavro.fit_time_samples(discs, grid, water, sampled, 70e-9)
+    assert np.array_equal(*octave.take([fitted.deltat, fitted.tmin, fitted.tmax]))
+    fitted = kavro.fit_time_samples(discs, grid, water, pulse, 70e-9)
+    p = run("fnm_tsd", discs, time=fitted, excitation=pulse)
+    depth = kavro.grid_axes(grid)[2]
+    options = {"f0": 1e6, "time": fitted, "prf": 1e3, "derating": 0.3}
+    of_field = kavro.field_indices(p, water, **options, depth=depth)
+    measures = run(
+        "fnm_tsd", discs, time=fitted, excitation=pulse, measure=["energy", "peak_negative"]
+    )
+    of_measures = kavro.field_indices(measures, water, f0=1e6, pulse_duration=2e-6)
+    for ours in (
+        of_field.mechanical_index,
+        of_field.pulse_intensity_integral,
+        of_field.pulse_average,
+        of_field.temporal_average,
+        [of_field.mi, of_field.isppa, of_field.ispta, of_field.pulse_duration],
+        [np.ravel_multi_index(of_field.peak_point, grid.shape, order="F") + 1],
+        of_measures.pulse_average,
+    ):
+        np.testing.assert_allclose(*octave.take(np.asarray(ours, float)), rtol=1e-12)
     assert octave.left.size == 0

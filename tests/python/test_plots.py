@@ -52,21 +52,22 @@ def test_fields(figure):
     assert np.array_equal(drawn(ax), peak) and ax.yaxis_inverted()
     assert figure.axes[1].get_ylabel() == "Pressure (Pa)"
     assert show_field(p, PLANE, ax=ax) is ax
-    ax = show_field(1e3 * p, PLANE, time=4.1e-6, times=TIMES, ax=plt.figure().gca())
+    ax = show_field(1e3 * p, PLANE, instant=4.1e-6, time=TIMES, ax=plt.figure().gca())
     assert np.array_equal(drawn(ax), p[:, 0, :, 4].T) and ax.get_title() == "Pressure at 4 us"
     ax = show_field(p + 0j, PLANE, dB=20, reference=1e3, ax=plt.figure().gca())
     np.testing.assert_allclose(drawn(ax), np.maximum(20 * np.log10(peak / 1e3), -20))
+    assert ax.figure.axes[1].get_ylabel() == "Pressure (dB re 1 kPa)"
     points = kavro.Points([[0, 0, 3e-3], [0, 0, 1e-3], [0, 0, 2e-3]])
     (line,) = show_field(np.array([3.0, 1, 2]), points, ax=plt.figure().gca()).lines
     np.testing.assert_allclose(line.get_xydata(), [[1, 1], [2, 2], [3, 3]])
-    ax = show_field(p[:, 0], PLANE, ax=plt.figure().gca())  # of a march
+    ax = show_field(p[:, 0], PLANE, ax=plt.figure().gca())  # of a march, or squeezed
     assert np.array_equal(drawn(ax), peak)
     for call, text in (
         (lambda: show_field(p[1:], PLANE), "'p' must be an array of the shape"),
-        (lambda: show_field(p, PLANE, time=1e-6), "'times' must be the 11 times of p"),
+        (lambda: show_field(p, PLANE, instant=1e-6), "'time' must be the 11 times of p"),
         (
-            lambda: show_field(p, PLANE, time=1, times=TIMES),
-            "'time' must be a time from 0 to 1e-05",
+            lambda: show_field(p, PLANE, instant=1, time=TIMES),
+            "'instant' must be a time from 0 to 1e-05",
         ),
         (lambda: show_field(np.zeros((1, 1, 1)), kavro.Grid()), "a plane or a line"),
     ):

@@ -69,6 +69,61 @@ def test_shapes_order_and_the_callers_own_array():
             tsd(out=wrong)
 
 
+def test_measures_are_those_of_the_field():
+    p = tsd()
+    expected = {"peak": np.abs(p).max(axis=3), "peak_negative": p.min(axis=3)}
+    for names in (["peak", "peak_negative"], ("peak_negative", "peak")):
+        found = tsd(measure=names)
+        assert list(found) == list(names)
+        assert all(np.array_equal(found[name], expected[name]) for name in names)
+    out = np.full((5, 2, 4), np.nan, order="F")
+    assert tsd(measure="peak", out=out) is out and np.array_equal(out, expected["peak"])
+    each = tsd(measure="peak", grid=POINTS, per_element=True)
+    assert each.shape == (3, 2)
+    assert np.array_equal(each[:, 1], tsd(PAIR[1], POINTS, measure="peak"))
+    for wrong, text in (
+        ({"measure": ["peak"], "out": out}, "'out' takes one array"),
+        ({"measure": ["peak", "loud"]}, "or a list of them, not 'loud'"),
+        ({"measure": ["peak", 1]}, "'measure' must be one of 'peak'"),
+        ({"measure": []}, "'measure' must be one of 'peak'"),
+    ):
+        with pytest.raises(kavro.InputError, match=text):
+            tsd(**wrong)
+
+
+def test_report_tells_what_was_done():
+    p, report = cw(report=True)
+    assert np.array_equal(p, cw(tolerance=1e-4)) and report.method == "fnm_cw"
+    assert report.tolerance == 1e-4 and report.points == 40
+    assert (report.unreached, report.worst_point, report.reason) == (0, None, "")
+    fewest, mean, most = report.abscissas
+    assert 0 < fewest < mean < most < 64
+    peaks, report = tsd(report=True, measure=["peak"], ndiv=20)
+    assert list(peaks) == ["peak"] and report.tolerance is None
+    assert report.abscissas == (20, 20, 20)
+
+    out = np.zeros((1, 201), order="F")
+    burst = {"excitation": kavro.tone_burst(1.03e6, 2.7e-6), "tolerance": 1e-9}
+    with pytest.warns(UserWarning, match="The tolerance is not reached at 1 of 1 points"):
+        p, report = tsd(PAIR[0], kavro.Points([[1e-3, 0, 5e-3]]), **burst, out=out, report=True)
+    assert p is out and report.unreached == 1 and report.worst_point == (1e-3, 0, 5e-3)
+    assert report.worst_error > 1e-9 and report.reason
+
+
+def test_pressure_chooses_by_what_is_asked():
+    wave, report = kavro.pressure(PAIR, GRID, WATER, f0=1e6, report=True)
+    turned = PAIR.replace(phase=-2e6 * np.pi * PAIR.time_delay)
+    expected = cw(turned, ndiv=100)
+    np.testing.assert_allclose(wave, expected, atol=1e-4 * abs(expected).max())
+    assert (report.method, report.unreached) == ("fnm_cw", 0)
+    over_time = {"time": TIMES, "excitation": PULSE, "measure": "peak"}
+    peak = kavro.pressure(PAIR, GRID, WATER, **over_time)
+    expected = abs(tsd(ndiv=100)).max(axis=-1)
+    np.testing.assert_allclose(peak, expected, atol=2e-3 * expected.max())
+    with pytest.raises(kavro.InputError, match="'f0'"):
+        kavro.pressure(PAIR, GRID, WATER)
+
+
 def test_numbers_of_any_real_type_and_stride():
     coordinates = np.array([[1, -2, 8], [3, 4, 16], [-2, 0, 4], [0, 0, 1]]) / 128
     expected = tsd(grid=kavro.Points(coordinates))
@@ -85,7 +140,7 @@ def test_numbers_of_any_real_type_and_stride():
     ):
         assert np.array_equal(tsd(grid=kavro.Points(same)), expected)
     assert np.array_equal(tsd(PAIR.replace(amplitude=np.array([1, -2], np.int8))), tsd())
-    assert np.array_equal(tsd(ndiv=np.uint16(32), threads=np.float32(1)), tsd())
+    assert np.array_equal(tsd(ndiv=np.uint16(20), threads=np.float32(1)), tsd(ndiv=20))
 
     good = np.zeros(2)
     for fault in (
@@ -206,6 +261,7 @@ def test_scenes_equal_and_pickle():
     assert kavro.waveform("Hanning pulse", 1e6, 3e-6) == PULSE
     assert GRID.shape == (5, 2, 4) == tuple(map(len, kavro.grid_axes(GRID)))
     assert np.array_equal(kavro.time_axis(kavro.Times(0, 1, 0.1)), np.arange(11) * 0.1)
+    assert kavro.grid_axes(kavro.Grid(x=(-0.3, 0.3, 0.1)))[0][3] == 0  # 3 * 0.1 is not 0.3
     for wrong in ((0, 1), (1, 0, 0.1), (0, 1, 0), (0, np.inf, 1), "x"):
         with pytest.raises(kavro.InputError, match="Grid: 'y' must be"):
             kavro.Grid(y=wrong)

@@ -32,13 +32,15 @@ function medium = set_medium(varargin)
 %     referencefrequency     Hz, positive: where the phase speed is soundspeed. Only where it is
 %                            given; by default that is the waveform's centre frequency
 %
-%   Continuous waves, fnm_spectral and the nonlinear methods of kavro.solve count the attenuation:
-%   in fnm_spectral and in exact continuous waves attenuationdBcmMHz times the frequency in MHz to
-%   the power of the exponent, which must be above 0 and at most 2, otherwise times the frequency.
-%   The other linear methods over time are lossless: they warn when the attenuation is not zero and
-%   compute without it. That of 'water' is therefore 0; 'lossy water' has what is measured, for
-%   fnm_spectral and exact continuous waves. For a nonlinear method at f0 (Hz), give 'water' the
-%   attenuation 0.0022e-6 * f0. The nonlinear methods read the nonlinearity parameter. The heat and
+%   The attenuation a = attenuationdBcmMHz counts in dB/cm, at a frequency of f MHz, as
+%     a * f^y                in fnm_spectral and exact continuous waves, 0 < y <= 2
+%     a * f                  in continuous waves that are not exact
+%     a * f0 * (f / f0)^2    in kzk_cw and kzk_transient, driven at f0: harmonic n has n^2 times
+%                            the losses of the fundamental
+%     0                      in the other linear methods over time, which warn when it is not zero
+%   That of 'water' is therefore 0; 'lossy water' has what is measured, for fnm_spectral and exact
+%   continuous waves. For a nonlinear method at f0 (Hz), give 'water' the attenuation
+%   0.0022e-6 * f0. The nonlinear methods read the nonlinearity parameter. The heat and
 %   blood fields must be present, but no method reads them.
 %
 %   Argument

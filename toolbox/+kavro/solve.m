@@ -2,6 +2,7 @@ function p = solve(varargin)
 % SOLVE  Field of an array by any of the library's methods.
 %
 %   p = kavro.solve(method, elements, grid, medium, option, value, ...)
+%   [p, report] = kavro.solve(...)
 %
 %   Adds up what all elements radiate at every point, by the method of the given name.
 %   kavro.methods shows the methods, the shapes that offer each, and the options that each
@@ -24,7 +25,11 @@ function p = solve(varargin)
 %                    kzk_transient pulses
 %     'f0'           frequency in Hz of a continuous wave; may be left out where the medium has
 %                    a field f0
-%     'ndiv'         number of quadrature points along half a rim, an edge, or (Rayleigh) each
+%     'tolerance'    fast nearfield methods but the apodized one: each point takes as many
+%                    abscissas as keep the quadrature's error below this share of each
+%                    element's field there; 1e-12 (1e-5 in single precision) to 0.1. Default,
+%                    unless 'ndiv' is given: 1e-4 for continuous waves, 1e-3 over time
+%     'ndiv'         instead, for all points: number of quadrature points along half a rim, an edge, or (Rayleigh) each
 %                    direction of the face. A whole number; its default is that of the method,
 %                    see kavro.methods: 64 for continuous waves and 32 for transients, enough
 %                    for radii of eight and three wavelengths. docs/methods.md says how many a
@@ -34,22 +39,24 @@ function p = solve(varargin)
 %     'apodization'  how the apodized methods weight a face along its radius: 'uniform'
 %                    (default), 'cosine', 'raisedcosine', 'quadratic' or 'quartic', or its
 %                    number 0 to 4
-%     'kzk'          structure with the parameters of a nonlinear method, all needed unless a
-%                    default is given
-%                      extent             radius of the computed region in source radii, a
-%                                         whole number
+%     'kzk'          parameters of a nonlinear method. Chosen where it is left out, as by
+%                    kavro.kzk_parameters, or for the fields accuracy and harmonics where the
+%                    structure has no others; needed where 'exact' is false. All fields are
+%                    needed unless a default is given
+%                      extent             radius within which results are wanted, in source
+%                                         radii, a whole number
 %                      points_per_radius  radial grid points in a source radius
-%                      step               kzk_transient: step along z, in Rayleigh distances of
-%                                         a disc or radii of curvature of a shell
-%                      implicit           kzk_transient: fully implicit scheme (true, default)
-%                                         or Crank-Nicolson (false)
+%                      step               kzk_transient: longest step along z, in Rayleigh
+%                                         distances of a disc or radii of curvature of a shell
+%                      implicit           kzk_transient: a scheme that damps what it cannot
+%                                         follow (true, default) or Crank-Nicolson (false)
 %                      diffraction        kzk_transient: false for a plane wave; default true
-%                      growth             kzk_cw: factor of the steps along z, which grow with
-%                                         the square of 1 + z
+%                      growth             kzk_cw: longest step along z, over the square of
+%                                         1 + z, both as for step
 %                      harmonics          kzk_cw: number of harmonics, a whole number
-%                      source_phase       kzk_cw, disc alone: march on a grid that widens with the
-%                                         beam, which needs a smaller extent; the field is the
-%                                         same disc's. Default false
+%                      source_phase       kzk_cw, disc alone, where 'exact' is false: march on a
+%                                         grid that widens with the beam; the field is the same
+%                                         disc's. Default false
 %     'measure'      over time: what is kept of the field instead of the field, which needs the
 %                    memory of the points only. 'peak' (largest |p|), 'peak_positive',
 %                    'peak_negative' (smallest p), 'energy' (integral of p^2 dt, Pa^2 s), 'rms',
@@ -77,10 +84,13 @@ function p = solve(varargin)
 %                                       impulse response arrives at any of the points, s
 %     with 'measure'                    the same without ntimes; npoints x 1 for a list
 %     kzk_transient                     pressure in Pa, nx x nz x ntimes
-%     kzk_cw                            complex pressure in Pa, nx x nz x harmonics, its time
-%                                       dependence exp(-j 2 pi n f0 t), its phase counted from
-%                                       a plane wave along z: conj(p) .* exp(-j*n*k*z) is what
-%                                       the other continuous waves give ('exact', true)
+%     kzk_cw                            complex pressure in Pa, nx x nz x harmonics; harmonic n
+%                                       goes with exp(+j 2 pi n f0 t), as in the other
+%                                       continuous waves. ('exact', false: the conjugate, its
+%                                       phase counted from a plane wave along z)
+%
+%   The report is a structure: method, tolerance, abscissas (fewest, mean, most), points,
+%   unreached, worst_error, worst_point (m), reason; see kavro.pressure.
 %
 %   The nonlinear methods march from an element that stands at the origin and faces +z. They
 %   need a regular grid with one value of y, and kzk_transient a time axis that lasts until the
@@ -123,11 +133,10 @@ function p = solve(varargin)
 %     medium = kavro.set_medium('water');
 %     disc = kavro.disc(5e-3, 'amplitude', 100e3 / (medium.density * medium.soundspeed));
 %     grid = kavro.set_coordinate_grid([1e-3 0 1e-3], 0, 5e-3, 0, 0, 5e-3, 60e-3);
-%     march = struct('extent', 8, 'points_per_radius', 40, 'growth', 0.005, 'harmonics', 3);
-%     p = kavro.solve('kzk_cw', disc, grid, medium, 'f0', 1e6, 'kzk', march);
-%     semilogy(squeeze(abs(p(1, :, :))));
+%     p = kavro.solve('kzk_cw', disc, grid, medium, 'f0', 1e6);
+%     semilogy(squeeze(abs(p(1, :, 1:3))));
 %
-%   See also kavro.methods, kavro.split_grid, kavro.set_phases, kavro.transient_pressure,
+%   See also kavro.methods, kavro.kzk_parameters, kavro.split_grid, kavro.set_phases, kavro.transient_pressure,
 %   kavro.set_coordinate_grid, kavro.set_medium
 
 error('kavro:notBuilt', ...

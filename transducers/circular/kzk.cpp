@@ -22,6 +22,7 @@ std::unique_ptr<kzk::TransientShape> CircularTransducer::transient_march() const
     const auto u0 = static_cast<double>(static_cast<float>(disc.amplitude));
     kzk::TransientShape shape;
     shape.radius = a;
+    shape.scale_length = a * omega0 * a * 0.5 / c;
     shape.rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
     shape.nonlinearity =
         static_cast<float>(medium->_beta * a * a * omega0 * omega0 * u0 * 0.5 / (c * c * c));
@@ -44,17 +45,12 @@ std::unique_ptr<kzk::HarmonicShape> CircularTransducer::harmonic_march() {
     const auto rayleigh = static_cast<float>(a * omega0 * a * 0.5 / c);
     kzk::HarmonicShape shape;
     shape.radius = a;
+    shape.scale_length = a * omega0 * a * 0.5 / c;
     shape.range_of = [rayleigh](float z) { return z / rayleigh; };
     shape.absorption =
         (medium->_f0 / 1e6) * (static_cast<double>(rayleigh) * medium->_dBcmMHz * 100 / 8.686);
     shape.nonlinearity = medium->_beta * a * a * omega0 * omega0 * u0 * 0.5 / (c * c * c);
     shape.spreading = [phase](double range) { return phase > 0 ? 1.0 + range : 1.0; };
-    if (phase > 0) {
-        // A quarter of a period from sine to cosine, and the front that the coordinates follow.
-        shape.phase_left_out = [](double r, double range) {
-            return r * r / (1.0 + range) - half_pi;
-        };
-    }
     shape.initial = [&disc, phase](int extent, double* field, int last_column, int harmonics) {
         disc.INIT(extent, field, last_column, harmonics, phase);
     };

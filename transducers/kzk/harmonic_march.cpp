@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -16,6 +15,7 @@
 #include "core/threads.h"
 #include "core/zeros.h"
 #include "transducers/blocks/guarded.h"
+#include "transducers/kzk/harmonic_beam.h"
 #include "transducers/kzk/harmonic_kernels.h"
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/radial_grid.h"
@@ -233,18 +233,11 @@ private:
                 continue;  // beyond the radial grid
             }
             const std::size_t row = static_cast<std::size_t>(place) * stride_;
-            const bool turned = element_.exact() && shape_.phase_left_out;
-            const double ahead =
-                turned ? shape_.phase_left_out(static_cast<double>(r[m]), ranges_[plane]) : 0.0;
             for (std::size_t n = 0; n < alpha_.size(); ++n) {
-                check_.spend(turned ? 32 : 8);
+                check_.spend(8);
                 const std::size_t to = m + r.size() * (plane + ranges_.size() * n);
-                std::complex<double> P(field_.re[row + n], field_.im[row + n]);
-                if (turned) {
-                    P *= std::polar(1.0, static_cast<double>(n + 1) * ahead);
-                }
-                element_.pressure_real[to] = P.real() * scale / spreading;
-                element_.pressure_imag[to] = P.imag() * scale / spreading;
+                element_.pressure_real[to] = field_.re[row + n] * scale / spreading;
+                element_.pressure_imag[to] = field_.im[row + n] * scale / spreading;
                 if (!unbounded_ && !(std::isfinite(element_.pressure_real[to]) &&
                                      std::isfinite(element_.pressure_imag[to]))) {
                     unbounded_ = {static_cast<double>(setting_.planes.z[plane]),
@@ -310,7 +303,8 @@ std::optional<Fault> harmonic_fault(const Transducer& element, const HarmonicSha
 }
 
 MemoryNeed harmonic_memory(const Transducer& element, const HarmonicShape& shape) {
-    return March(element, shape, Setting(element, shape)).memory();
+    return element.exact() ? harmonic_beam_memory(element, shape)
+                           : March(element, shape, Setting(element, shape)).memory();
 }
 
 Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape) {
@@ -329,6 +323,9 @@ Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape) {
         fill_zeros(element.pressure_imag, values, spend);
         if (setting.fault(element, shape) || static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;
+        }
+        if (element.exact()) {
+            return march_harmonic_beam(element, shape, outcome);
         }
         March march(element, shape, setting);
         const MemoryNeed need = march.memory();

@@ -17,15 +17,13 @@ namespace kavro::kzk {
 // z_R = omega0 a^2/(2c), or the shell's radius of curvature.
 struct HarmonicShape {
     double radius = 0.0;                      // a, m
+    double scale_length = 0.0;                // m
     std::function<float(float)> range_of;     // of a plane, in scale lengths, from its z in m
     double gain = 1.0;                        // z_R over the scale length
+    double curvature = 0.0;                   // of the source's front: -1 for a shell, 0 for a disc
     double absorption = 0.0;                  // Np at f0 over the scale length
     double nonlinearity = 0.0;                // Kn = beta omega0 u0/c^2 times the scale length
     std::function<double(double)> spreading;  // g of the range: radii grow and pressures fall by it
-    // By how much the fundamental of a cosine drive is ahead of what is marched, rad, at a distance
-    // from the axis (in source radii) and a range; harmonic n is n times as much ahead. Empty where
-    // both are the same. Exact elements put it back, for others it is left out: deliberate.
-    std::function<double(double, double)> phase_left_out;
     // INIT: extent, field, last column, harmonics.
     std::function<void(int, double*, int, int)> initial;
     // COEFF: new range, range of the coefficients, absorption and diffraction weights, harmonics.
@@ -40,13 +38,12 @@ float angular_frequency(const Medium& medium);
 // n. Where the parameters or the medium allow no march, zeros are stored; planes behind the face
 // are silent. Warns where the march has grown without bound and the result is not finite.
 //
-// The time dependence is exp(-j n omega0 t), and the phase is counted from a plane wave that
-// travels along. For an exact element, conj(P_n) exp(-j n k z) is what the continuous-wave methods
-// give; otherwise a source that starts curved (a shell, a disc with the source phase) is driven by
-// a sine instead of a cosine, and the source phase's curvature stays off.
-//
-// 20 backward Euler steps damp what the jump at the rim stirs up, then Crank-Nicolson steps follow
-// that grow with the range.
+// An exact element's march is that of harmonic_beam.h. For others the time dependence is
+// exp(-j n omega0 t), the phase is counted from a plane wave that travels along, a source that
+// starts curved (a shell, a disc with the source phase) is driven by a sine instead of a cosine,
+// and the source phase's curvature stays off. 20 backward Euler steps damp what the jump at the rim
+// stirs up, then Crank-Nicolson steps follow that grow with the range. With a source of high gain
+// the first are too long: deliberate.
 Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape);
 
 // What keeps it from marching.

@@ -1,6 +1,11 @@
 #include "transducers/kzk/march.h"
 
+#include <memory>
+#include <string>
+
+#include "core/console.h"
 #include "transducers/blocks/guarded.h"
+#include "transducers/kzk/choice.h"
 #include "transducers/kzk/harmonic_march.h"
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/transient_march.h"
@@ -48,6 +53,12 @@ Outcome march(Transducer& element, bool harmonic) {
     }
     Outcome outcome;
     outcome.status = guarded([&] {
+        if (element.exact() && !fault_of(element, harmonic)) {
+            for (const std::string& sentence : shortcomings(element, harmonic)) {
+                console::warn(
+                    ((harmonic ? "kzk_cw: " : "kzk_transient: ") + sentence + "\n").c_str());
+            }
+        }
         outcome = harmonic ? march_harmonics(element, *element.harmonic_march())
                            : march_transient(element, *element.transient_march());
         return outcome.status;

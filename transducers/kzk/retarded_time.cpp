@@ -34,11 +34,11 @@ RetardedTime::RetardedTime(const TimeSamples& times, const ExcitationFunction& e
     }
 }
 
-RetardedTime::RetardedTime(const TimeSamples& times, const ExcitationFunction& excitation,
-                           double first, double last)
+RetardedTime::RetardedTime(double seconds, const ExcitationFunction& excitation, double first,
+                           double last)
     : RetardedTime(excitation) {
-    step = static_cast<float>(times.deltat() * static_cast<double>(omega0));
-    if (!(times.deltat() > 0.0 && step > 0.0f && std::isfinite(step) && first < last)) {
+    step = static_cast<float>(seconds * static_cast<double>(omega0));
+    if (!(seconds > 0.0 && step > 0.0f && std::isfinite(step) && first < last)) {
         return;
     }
     const double before = std::ceil(-first / static_cast<double>(step));

@@ -21,10 +21,9 @@ struct RetardedTime {
     RetardedTime(const TimeSamples& times, const ExcitationFunction& excitation,
                  const Medium& medium, const CoordinateGrid& grid);
 
-    // In steps of the time axis from `first` <= 0 or a little earlier to `last` (rad) or a little
-    // later; a sample is at 0, wherever the time axis begins.
-    RetardedTime(const TimeSamples& times, const ExcitationFunction& excitation, double first,
-                 double last);
+    // In steps of `seconds` from `first` <= 0 or a little earlier to `last` (rad) or a little
+    // later; a sample is at 0.
+    RetardedTime(double seconds, const ExcitationFunction& excitation, double first, double last);
 
 private:
     explicit RetardedTime(const ExcitationFunction& excitation);

@@ -23,6 +23,7 @@
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/radial_step.h"
 #include "transducers/kzk/retarded_time.h"
+#include "transducers/kzk/transient_beam.h"
 #include "transducers/kzk/transient_output.h"
 #include "transducers/kzk/transient_setting.h"
 
@@ -67,40 +68,26 @@ public:
 
     // Tells where the wave shocks, if it does. Throws Interrupted.
     void run(Outcome& outcome) {
-        if (element_.exact()) {
-            set_exact_source();
-        } else {
-            set_source();
-        }
+        set_source();
         auto total = static_cast<std::int64_t>(
             static_cast<double>(shape_.last_range / parameters_.step) + 1.0);
         float range = 0.0f;
         float to_shock = 11.0f * parameters_.step;
         bool shock = false;
         std::size_t plane = 0;
-        bool stopped = false;
-        const auto goes_on = [&](std::int64_t s) {
-            return plane < planes_.z.size() && (s <= total || (element_.exact() && !stopped));
-        };
-        for (std::int64_t s = 1; goes_on(s); ++s) {
+        for (std::int64_t s = 1; plane < planes_.z.size() && s <= total; ++s) {
             const bool shortened = to_shock / 2.0f < parameters_.step;
-            float step = shortened ? to_shock / 2.0f : parameters_.step;
+            const float step = shortened ? to_shock / 2.0f : parameters_.step;
             total += shortened ? 1 : 0;
-            const float target = next_range(plane, range);
-            const bool arrives = element_.exact() && target - range <= step;
-            if (arrives) {
-                step = target - range;
-            }
             // Nor does a step march that is lost in the rounding of the range.
             if (shock || !(range + step > range)) {
                 tell_of_shock(range, outcome);
-                stopped = true;
                 s = total;
             }
             if (parameters_.diffracts()) {
                 diffract(step);
             }
-            range = arrives ? target : range + step;
+            range += step;
             const Distortion::Result distorted = advance_columns(step);
             shock = distorted.shock;
             if (shape_.nonlinearity != 0.0f) {
@@ -109,11 +96,12 @@ public:
                                ? 1.0f / (distorted.steepest * shape_.nonlinearity)
                                : std::numeric_limits<float>::infinity();
             }
-            for (bool more = true; more && plane < planes_.z.size() && is_past(plane, range);) {
+            // A plane is recorded after the first step that ends beyond it, up to a step late:
+            // deliberate.
+            if (range > range_of(plane)) {
                 record(plane);
                 ++plane;
                 s = range >= shape_.last_range ? total : s;
-                more = element_.exact();
             }
             console::progress(
                 range < shape_.last_range ? static_cast<double>(range / shape_.last_range) : 1.0);
@@ -130,10 +118,7 @@ private:
         assign_zeros(values, static_cast<std::size_t>(axis_.steps) + 1, spend_);
         for (std::size_t i = 0; i < values.size(); ++i) {
             check_.spend(1);
-            values[i] = element_.exact()
-                            ? static_cast<double>(i) * static_cast<double>(axis_.step) +
-                                  static_cast<double>(axis_.begin)
-                            : element_.time_samples->tau_index_value(static_cast<int>(i));
+            values[i] = element_.time_samples->tau_index_value(static_cast<int>(i));
         }
         return values;
     }
@@ -146,49 +131,14 @@ private:
         return planes_.z[plane] / shape_.rayleigh * shape_.gain;
     }
 
-    // A plane is recorded after the first step that ends beyond it, up to a step late: deliberate.
-    // An exact march ends a step on each plane.
-    bool is_past(std::size_t plane, float range) const {
-        return element_.exact() ? range >= range_of(plane) : range > range_of(plane);
-    }
-
-    // The range of the next plane ahead.
-    float next_range(std::size_t plane, float range) {
-        while (plane < planes_.z.size() && !(range_of(plane) > range)) {
-            check_.spend(1);
-            ++plane;
-        }
-        return plane < planes_.z.size() ? range_of(plane) : std::numeric_limits<float>::infinity();
-    }
-
     int face_columns() const {
         return *std::ranges::partition_point(std::views::iota(0, columns_.last + 1), [this](int j) {
             return static_cast<float>(j) <= parameters_.points_per_radius;
         });
     }
 
-    // A uniform piston, its edge included.
-    void set_exact_source() {
-        const auto omega0 = static_cast<double>(axis_.omega0);
-        const int columns = face_columns();
-        for (int j = 0; j < columns; ++j) {
-            const double r =
-                static_cast<double>(j) / static_cast<double>(parameters_.points_per_radius);
-            for (int i = 0; i <= axis_.steps; ++i) {
-                const double t = (taus_[static_cast<std::size_t>(i)] +
-                                  r * r * static_cast<double>(shape_.source_lead)) /
-                                 omega0;
-                check_.spend(1);
-                if (t >= 0.0 && t <= element_.excitation->w) {
-                    check_.spend(steps_of_value());
-                    at(i, j) = static_cast<float>(element_.excitation->at(t));
-                }
-            }
-        }
-    }
-
-    // The same with the rim's lead in whole rows. Samples beyond the last row and before the first
-    // drop out: deliberate.
+    // A uniform piston, its edge included, and the rim's lead in whole rows. Samples beyond the
+    // last row and before the first drop out: deliberate.
     void set_source() {
         const auto omega0 = static_cast<double>(axis_.omega0);
         const double duration = pi * 2.0 * static_cast<double>(axis_.f0) * element_.excitation->w;
@@ -372,16 +322,21 @@ Outcome march_transient(const Transducer& element, const TransientShape& of) {
             output.clear_all();
             return status_success;
         }
-        if (!element.exact() &&
-            element.time_samples->taus.size() <= static_cast<std::size_t>(axis.steps)) {
+        if (element.exact()) {
+            output.clear_all();
+        } else if (element.time_samples->taus.size() > static_cast<std::size_t>(axis.steps)) {
+            output.clear();
+        } else {
             return status_failure;
         }
-        output.clear();
         if (shape.prints_nonlinearity) {
             console::print("    - Knonlinearity: %e\n", static_cast<double>(shape.nonlinearity));
         }
         if (static_cast<float>(element.amplitude) == 0.0f) {
             return status_success;  // silent all along
+        }
+        if (element.exact()) {
+            return march_transient_beam(element, shape, outcome);
         }
         const MemoryNeed need = March::memory(setting);
         if (!fits_into_memory(need.count, need.bytes)) {
@@ -394,7 +349,8 @@ Outcome march_transient(const Transducer& element, const TransientShape& of) {
 }
 
 MemoryNeed transient_memory(const Transducer& element, const TransientShape& shape) {
-    return March::memory(TransientSetting(element, shape));
+    const TransientSetting setting(element, shape);
+    return element.exact() ? transient_beam_memory(element, setting.shape) : March::memory(setting);
 }
 
 }  // namespace kavro::kzk

@@ -14,7 +14,9 @@ namespace kavro::kzk {
 // What tells the disc from the shell. The range is counted in a scale length: the Rayleigh distance
 // z_R = omega0 a^2/(2c), or the shell's radius of curvature.
 struct TransientShape {
-    double radius = 0.0;  // a, m
+    double radius = 0.0;        // a, m
+    double scale_length = 0.0;  // m
+    double curvature = 0.0;     // of the source's front: -1 for a shell, 0 for a disc
     float rayleigh = 0.0f;
     float gain = 1.0f;                    // z_R over the scale length
     float source_lead = 0.0f;             // rad, by which the source's rim fires before its centre
@@ -28,17 +30,15 @@ struct TransientShape {
 };
 
 // The element has its records. Marches the element's excitation through the planes of its grid and
-// stores the pressure (Pa), entry ix + nx iz + n nx nz for time sample n. The tau axis must have
-// been set (set_kzk_tau_axis; status_failure where it is not as long as the march needs), except
-// for an exact element, which keeps a retarded time of its own in steps of the time axis: it begins
-// before the rim's wave and ends with the last wave, so that the field does not depend on where the
-// time axis begins, and planes are stored at z/c as transient_output.h says. Where the parameters,
+// stores the pressure (Pa), entry ix + nx iz + n nx nz for time sample n. Where the parameters,
 // medium and axes allow no march, zeros are stored.
 //
-// The step is shortened to half of what is left to the nearest shock. A shock ends the march one
-// step later with a message; planes that were not reached are silent. So are, deliberately, planes
-// beyond the first that a step passes, and the last plane where rounding leaves it at the very end
-// of the march. An exact element records every plane that a step passes and marches on to the last.
+// An exact element's march is that of transient_beam.h. For others the tau axis must have been set
+// (set_kzk_tau_axis; status_failure where it is not as long as the march needs). The step is
+// shortened to half of what is left to the nearest shock. A shock ends either march one step later
+// with a message; planes that were not reached are silent. So are, deliberately, planes beyond the
+// first that a step passes, and the last plane where rounding leaves it at the very end of the
+// march.
 Outcome march_transient(const Transducer& element, const TransientShape& shape);
 
 // What keeps it from marching.

@@ -17,7 +17,6 @@ TransientOutput::TransientOutput(const Transducer& element, const Planes& planes
       axis_(axis),
       pressure_(element.transient_pressure),
       points_(planes.z.size() * planes.r.size()),
-      exact_(element.exact()),
       speed_(element.medium->_soundspeed),
       scale_(speed_ * static_cast<double>(static_cast<float>(element.amplitude)) *
              element.medium->_rho_density),
@@ -25,10 +24,10 @@ TransientOutput::TransientOutput(const Transducer& element, const Planes& planes
                      ? static_cast<double>(axis.step) / static_cast<double>(axis.omega0) / 2.0
                      : 0.0) {
     const double span = times_.tmax() - times_.tmin();
-    rows_ = axis.steps > 0 && !exact_ ? clamped_index(span * static_cast<double>(axis.omega0) /
-                                                          static_cast<double>(axis.step),
-                                                      times_.ntimes)
-                                      : std::max(times_.ntimes, 0);
+    rows_ = axis.steps > 0 ? clamped_index(span * static_cast<double>(axis.omega0) /
+                                               static_cast<double>(axis.step),
+                                           times_.ntimes)
+                           : std::max(times_.ntimes, 0);
 }
 
 void TransientOutput::clear() {
@@ -48,11 +47,13 @@ void TransientOutput::clear_rows(int rows) {
 void TransientOutput::store(std::size_t plane, std::size_t m, const std::vector<float>& waveform,
                             InterruptCheck& check) {
     double* to = pressure_ + m + planes_.r.size() * plane;
-    const float z = planes_.z[plane];
-    if (exact_) {
-        store_interpolated(to, static_cast<double>(z) / speed_, waveform, check);
-    } else {
-        store_as_it_is(to, first_sample(z, check), waveform, check);
+    const int first = first_sample(planes_.z[plane], check);
+    for (int n = first; n < rows_ && n - first <= axis_.steps; ++n) {
+        if ((n - first) % rows_at_a_time == 0) {
+            check.spend(rows_at_a_time);
+        }
+        to[static_cast<std::size_t>(n) * points_] =
+            scale_ * static_cast<double>(waveform[static_cast<std::size_t>(n - first)]);
     }
 }
 
@@ -69,39 +70,6 @@ int TransientOutput::first_sample(float z, InterruptCheck& check) const {
         ++n;
     }
     return n;
-}
-
-void TransientOutput::store_as_it_is(double* to, int first, const std::vector<float>& waveform,
-                                     InterruptCheck& check) const {
-    for (int n = first; n < rows_ && n - first <= axis_.steps; ++n) {
-        if ((n - first) % rows_at_a_time == 0) {
-            check.spend(rows_at_a_time);
-        }
-        to[static_cast<std::size_t>(n) * points_] =
-            scale_ * static_cast<double>(waveform[static_cast<std::size_t>(n - first)]);
-    }
-}
-
-void TransientOutput::store_interpolated(double* to, double delay,
-                                         const std::vector<float>& waveform,
-                                         InterruptCheck& check) const {
-    const auto omega0 = static_cast<double>(axis_.omega0);
-    for (int n = 0; n < rows_; ++n) {
-        if (n % rows_at_a_time == 0) {
-            check.spend(4 * rows_at_a_time);
-        }
-        const double tau = omega0 * (times_.time_index_value(n) - delay);
-        const double row =
-            (tau - static_cast<double>(axis_.begin)) / static_cast<double>(axis_.step);
-        if (!(row >= 0.0 && row < static_cast<double>(axis_.steps))) {
-            continue;
-        }
-        const auto i = static_cast<std::size_t>(row);
-        const auto before = static_cast<double>(waveform[i]);
-        const auto after = static_cast<double>(waveform[i + 1]);
-        to[static_cast<std::size_t>(n) * points_] =
-            scale_ * (before + (row - std::floor(row)) * (after - before));
-    }
 }
 
 }  // namespace kavro::kzk

@@ -1,4 +1,4 @@
-// Where the transient nonlinear march leaves its waveforms.
+// Where the reference's transient nonlinear march leaves its waveforms.
 #pragma once
 
 #include <cstddef>
@@ -11,11 +11,11 @@
 
 namespace kavro::kzk {
 
-// The element's transient pressure, entry ix + nx iz + n nx nz for time sample n.
+// The transient pressure of an element that is not exact, entry ix + nx iz + n nx nz for time
+// sample n.
 //
 // A plane's waveform begins at the time sample next to z/c + tmin, and samples that the retarded
-// time's span leaves over at the end stay as they are: deliberate. An exact element's waveform is
-// where it belongs, by straight lines between its samples, and zero elsewhere.
+// time's span leaves over at the end stay as they are: deliberate.
 class TransientOutput {
 public:
     TransientOutput(const Transducer& element, const Planes& planes, const RetardedTime& axis);
@@ -30,17 +30,12 @@ public:
 private:
     void clear_rows(int rows);
     int first_sample(float z, InterruptCheck& check) const;
-    void store_as_it_is(double* to, int first, const std::vector<float>& waveform,
-                        InterruptCheck& check) const;
-    void store_interpolated(double* to, double delay, const std::vector<float>& waveform,
-                            InterruptCheck& check) const;
 
     const TimeSamples& times_;
     const Planes& planes_;
     const RetardedTime& axis_;
     double* pressure_;
     std::size_t points_;
-    bool exact_;
     double speed_;
     double scale_;
     double half_step_;  // of the retarded time, s

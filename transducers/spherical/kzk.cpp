@@ -22,6 +22,8 @@ std::unique_ptr<kzk::TransientShape> SphericalTransducer::transient_march() cons
     const auto u0 = static_cast<double>(static_cast<float>(shell.amplitude));
     kzk::TransientShape shape;
     shape.radius = radius;
+    shape.scale_length = roc;
+    shape.curvature = -1.0;
     shape.rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
     shape.gain = static_cast<float>(static_cast<double>(shape.rayleigh) / roc);
     shape.source_lead = shape.gain;
@@ -48,13 +50,13 @@ std::unique_ptr<kzk::HarmonicShape> SphericalTransducer::harmonic_march() {
     const double gain = static_cast<double>(rayleigh) / roc;
     kzk::HarmonicShape shape;
     shape.radius = radius;
+    shape.scale_length = roc;
     shape.gain = gain;
+    shape.curvature = -1.0;
     shape.range_of = [roc](float z) { return static_cast<float>(static_cast<double>(z) / roc); };
     shape.absorption = (medium->_f0 / 1e6) * (roc * medium->_dBcmMHz * 100 / 8.686);
     shape.nonlinearity = roc * medium->_beta * omega0 * u0 / (c * c);
     shape.spreading = [](double) { return 1.0; };
-    // A quarter of a period from sine to cosine.
-    shape.phase_left_out = [](double, double) { return -half_pi; };
     shape.initial = [&shell, gain](int extent, double* field, int last_column, int harmonics) {
         shell.INIT(extent, field, last_column, harmonics, gain);
     };
