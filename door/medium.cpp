@@ -1,6 +1,8 @@
 #include "door/medium.h"
 
+#include <cmath>
 #include <optional>
+#include <string>
 
 #include "core/console.h"
 #include "core/input_error.h"
@@ -37,6 +39,25 @@ Medium medium_from(const Value* value) {
         medium.*field.member = *number;
     }
     return medium;
+}
+
+void read_power_law(Medium& medium, const Value* value) {
+    const Record record(value, "Medium");
+    const double y = medium._b;
+    if (medium._dBcmMHz != 0.0 && !(y > 0.0 && y <= 2.0)) {
+        record.refuse(
+            "powerlawexponent",
+            "must be above 0 and at most 2 where the medium attenuates, but holds " + shown(y));
+    }
+    constexpr const char* name = "referencefrequency";
+    if (const Value* field = record.field(name)) {
+        const std::optional<double> reference = first_number(field);
+        if (!reference || !(*reference > 0.0) || std::isinf(*reference)) {
+            record.refuse(name, "must be finite and positive" +
+                                    (reference ? ", but holds " + shown(*reference) : ""));
+        }
+        medium._reference_frequency = *reference;
+    }
 }
 
 void warn_of_ignored_attenuation(const Medium& medium) {

@@ -168,6 +168,12 @@ void check_waveform(const SolveRequest& request, std::size_t i) {
                      "waveform."
                    : "this method needs a pulse of positive 'f0', not " + shown(waveform.f0) + ".");
     }
+    if (request.operation->method == Method::fnm_spectral && request.medium._dBcmMHz != 0.0 &&
+        !(waveform.centre_frequency() > 0.0) && request.medium._reference_frequency == 0.0) {
+        request.refuse(i,
+                       "a waveform without a centre frequency needs the medium's field "
+                       "'referencefrequency' (Hz).");
+    }
 }
 
 void read_waveforms(SolveRequest& request, const SolveOptions& options) {
@@ -299,7 +305,11 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     set_exact_zeros(request.points);
     check_medium(arguments[3]);
     request.medium = medium_from(arguments[3]);
-    if (operation.kind == Kind::transient || operation.kind == Kind::impulse_response) {
+    const bool exact = options.yes_or_no(Option::exact).value_or(true);
+    if (operation.method == Method::fnm_spectral ||
+        (operation.kind == Kind::continuous_wave && exact)) {
+        read_power_law(request.medium, arguments[3]);
+    } else if (operation.kind == Kind::transient || operation.kind == Kind::impulse_response) {
         warn_of_ignored_attenuation(request.medium);
     }
     if (operation.kind == Kind::continuous_wave && !names_none) {

@@ -7,6 +7,8 @@
 #include <mutex>
 #include <new>
 
+#include "core/aligned_vector.h"
+
 namespace kavro {
 namespace {
 
@@ -50,6 +52,31 @@ std::vector<std::complex<double>> discrete_spectrum(std::span<const double> sign
         spectrum[k] = {output.get()[k][0], output.get()[k][1]};
     }
     return spectrum;
+}
+
+InverseTransform::InverseTransform(int length, int signals)
+    : bins_(static_cast<std::size_t>(length / 2 + 1) * static_cast<std::size_t>(signals)) {
+    AlignedVector<double> bins(2 * bins_);
+    AlignedVector<double> values(static_cast<std::size_t>(length) *
+                                 static_cast<std::size_t>(signals));
+    const fftw_iodim points{length, signals, signals};
+    const fftw_iodim beside{signals, 1, 1};
+    const std::lock_guard lock(planner);
+    plan_.reset(fftw_plan_guru_split_dft_c2r(1, &points, 1, &beside, bins.data(),
+                                             bins.data() + bins_, values.data(), FFTW_ESTIMATE));
+    if (!plan_) {
+        throw std::bad_alloc();
+    }
+}
+
+void InverseTransform::operator()(double* bins, double* values) const {
+    // A plan holds for the distance between the parts that it was made for.
+    fftw_execute_split_dft_c2r(static_cast<fftw_plan>(plan_.get()), bins, bins + bins_, values);
+}
+
+void InverseTransform::Destroy::operator()(void* plan) const {
+    const std::lock_guard lock(planner);
+    fftw_destroy_plan(static_cast<fftw_plan>(plan));
 }
 
 }  // namespace kavro

@@ -1,7 +1,9 @@
-// The discrete Fourier transform of a real signal.
+// The discrete Fourier transform of a real signal, and back.
 #pragma once
 
 #include <complex>
+#include <cstddef>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -10,5 +12,25 @@ namespace kavro {
 // Bins 0 ... N/2 of the unnormalised transform X_k = sum over n of x_n e^(-2 pi j k n / N); none
 // for an empty signal. May be called from several threads at once.
 std::vector<std::complex<double>> discrete_spectrum(std::span<const double> signal);
+
+// The way back, unnormalised, for several signals side by side: value n of signal i, at n * signals
+// + i, is the sum over k = 0 ... N - 1 of X_k e^(2 pi j k n / N) with X_(N-k) the conjugate of X_k.
+// Made once for a length; may be applied by several threads at once.
+class InverseTransform {
+public:
+    InverseTransform(int length, int signals);  // throws std::bad_alloc
+
+    // Real parts of the bins 0 ... N/2, bin k of signal i at k * signals + i, behind them the
+    // imaginary parts; they are overwritten. Both start on cache lines.
+    void operator()(double* bins, double* values) const;
+
+private:
+    struct Destroy {
+        void operator()(void* plan) const;
+    };
+
+    std::size_t bins_;  // of all signals
+    std::unique_ptr<void, Destroy> plan_;
+};
 
 }  // namespace kavro

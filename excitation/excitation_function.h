@@ -95,6 +95,12 @@ public:
     virtual void value_spatial_batch(float* out, const float* tau, int count) const;
     virtual void value_spatial_batch(float* out, const double* tau, int count) const;
 
+    // V(s), the integral of at(t) e^(-st) over the pulse, at complex frequencies s (1/s). Closed
+    // forms in the pulses of this library; the default is a quadrature that resolves e^(-st) and
+    // some 200 oscillations of a waveform without jumps inside.
+    virtual void transform(std::complex<double>* out, const std::complex<double>* s,
+                           int count) const;
+
     // Whether factors and sums in single precision represent the decomposition. Where they do not,
     // the single-precision methods form the sums in double.
     virtual bool single_precision_suffices() const { return true; }
@@ -137,6 +143,8 @@ private:
     template <class Delay, class Real>
     void write_spatial_tsd(Real* out, const Delay* tau, int count) const;
     void expand();
+    void transform_sampled(std::complex<double>* out, const std::complex<double>* s,
+                           int count) const;
     double weight_of(int k) const;
     double weight_of_value(int k) const;
 

@@ -8,6 +8,7 @@
 
 #include "core/constants.h"
 #include "core/interrupted.h"
+#include "excitation/pulse_integrals.h"
 #include "excitation/waveform_kernels.h"
 
 namespace kavro {
@@ -127,6 +128,22 @@ double HanningPulse::highest_frequency(double tolerance) const {
 
 int HanningPulse::number_of_tsd_terms() const {
     return 6;
+}
+
+void HanningPulse::transform(std::complex<double>* out, const std::complex<double>* s,
+                             int count) const {
+    // The carrier and its two neighbours, a window's frequency apart.
+    constexpr std::complex<double> j(0.0, 1.0);
+    const double carrier = two_pi * f0;
+    const double window = two_pi / w;
+    for (int i = 0; i < count; ++i) {
+        const auto pair = [&](double omega) {
+            return (exponential_integral(j * omega, s[i], w) -
+                    exponential_integral(-j * omega, s[i], w)) /
+                   (2.0 * j);
+        };
+        out[i] = 0.5 * pair(carrier) - 0.25 * (pair(carrier + window) + pair(carrier - window));
+    }
 }
 
 bool HanningPulse::same_waveform(const ExcitationFunction& other) const {

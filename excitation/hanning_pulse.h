@@ -24,6 +24,8 @@ public:
     int number_of_tsd_terms() const override;
     double highest_frequency(double tolerance) const override;
     bool same_waveform(const ExcitationFunction& other) const override;
+    void transform(std::complex<double>* out, const std::complex<double>* s,
+                   int count) const override;
     void spatial_tsd_batch(double* out, const double* tau, int count) const override;
     void spatial_tsd_batch(float* out, const float* tau, int count) const override;
     void spatial_tsd_batch(float* out, const double* tau, int count) const override;

@@ -5,6 +5,7 @@
 
 #include "core/constants.h"
 #include "core/interrupted.h"
+#include "excitation/pulse_integrals.h"
 
 namespace kavro {
 namespace {
@@ -103,6 +104,19 @@ double TCubedPulse::highest_frequency(double tolerance) const {
 
 int TCubedPulse::number_of_tsd_terms() const {
     return 8;
+}
+
+void TCubedPulse::transform(std::complex<double>* out, const std::complex<double>* s,
+                            int count) const {
+    constexpr std::complex<double> j(0.0, 1.0);
+    const double omega = f0 * two_pi;
+    const double scale = w * w * w * w;
+    for (int i = 0; i < count; ++i) {
+        const std::complex<double> decay = s[i] + B;
+        out[i] = scale *
+                 (cubic_moment((decay - j * omega) * w) - cubic_moment((decay + j * omega) * w)) /
+                 (2.0 * j);
+    }
 }
 
 bool TCubedPulse::same_waveform(const ExcitationFunction& other) const {

@@ -27,6 +27,8 @@ public:
     int number_of_tsd_terms() const override;
     double highest_frequency(double tolerance) const override;
     bool same_waveform(const ExcitationFunction& other) const override;
+    void transform(std::complex<double>* out, const std::complex<double>* s,
+                   int count) const override;
     // The exact factors e^(B tau) tau^m and t^m e^(-B t) cancel to (B tau)^-3 of their size and
     // soon leave the range of single precision.
     bool single_precision_suffices() const override { return !exact(); }

@@ -6,6 +6,7 @@
 #include "core/constants.h"
 #include "core/interrupted.h"
 #include "core/simd/vector_math.h"
+#include "excitation/pulse_integrals.h"
 #include "excitation/waveform_kernels.h"
 
 namespace kavro {
@@ -119,6 +120,17 @@ double ToneBurst::highest_frequency(double /* tolerance */) const {
 
 int ToneBurst::number_of_tsd_terms() const {
     return 2;
+}
+
+void ToneBurst::transform(std::complex<double>* out, const std::complex<double>* s,
+                          int count) const {
+    constexpr std::complex<double> j(0.0, 1.0);
+    const double omega = f0 * two_pi;
+    for (int i = 0; i < count; ++i) {
+        out[i] =
+            (exponential_integral(j * omega, s[i], w) - exponential_integral(-j * omega, s[i], w)) /
+            (2.0 * j);
+    }
 }
 
 bool ToneBurst::same_waveform(const ExcitationFunction& other) const {

@@ -249,6 +249,26 @@ TransducerStatus measure(Method method, std::span<Transducer* const> elements,
     return status;
 }
 
+TransducerStatus solve_spectrum(std::span<Transducer* const> elements,
+                                std::span<const double> frequencies) {
+    return guarded([&] {
+        Preparation preparation(Method::fnm_spectral);
+        for (Transducer* const element : elements) {
+            const TransducerStatus status = preparation.add_spectrum(element, frequencies);
+            if (status != status_success) {
+                return status;
+            }
+            if (element->coordinate_grid != elements.front()->coordinate_grid) {
+                return status_failure;
+            }
+        }
+        if (!preparation.shares().empty()) {
+            add_shares(preparation.shares(), *elements.front(), false, nullptr);
+        }
+        return status_success;
+    });
+}
+
 TransducerStatus Transducer::solve_alone(Method method) {
     Transducer* const element = this;
     return drive(method, {&element, 1}, Output::accumulate, nullptr);

@@ -22,6 +22,7 @@ enum class Method {
     impulse_response,
     fnm_transient,
     fnm_transient_behind_source,
+    fnm_spectral,
     fnm_fdtsd,
     fnm_tsd,
     fnm_tsd_behind_source,
@@ -50,6 +51,7 @@ constexpr bool takes_tolerance(Method method) {
         case Method::fnm_cw:
         case Method::fnm_transient:
         case Method::fnm_transient_behind_source:
+        case Method::fnm_spectral:
         case Method::fnm_fdtsd:
         case Method::fnm_tsd:
         case Method::fnm_tsd_behind_source:

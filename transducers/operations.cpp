@@ -50,6 +50,8 @@ const std::array table{
     Operation{"fnm_transient_behind_source", Method::fnm_transient_behind_source, &T::fnm_transient_behind_source, transient,
               pulse_rule, 32, 1, any,
               "the same, behind the face too"},
+    Operation{"fnm_spectral", Method::fnm_spectral, &T::fnm_spectral, transient, pulse_rule, 32, 1, any,
+              "fast nearfield method by frequencies, with losses and dispersion"},
     Operation{"fnm_fdtsd", Method::fnm_fdtsd, &T::fnm_fdtsd, transient, pulse_rule, 32, 1,
               WaveformDemand::sampled,
               "time-space decomposition by frequencies"},

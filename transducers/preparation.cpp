@@ -9,6 +9,8 @@
 #include "transducers/methods/continuous_wave.h"
 #include "transducers/methods/direct_transient.h"
 #include "transducers/methods/jump_waves.h"
+#include "transducers/spectral/power_law.h"
+#include "transducers/spectral/spectrum.h"
 #include "transducers/surface/surface_rows.h"
 
 namespace kavro {
@@ -26,7 +28,9 @@ std::complex<double> edge_prefactor(const Transducer& element, Method method,
     const EdgeScale scale = element.edge_scale(method);
     const std::complex<double> reference = medium._rho_density * medium._soundspeed * scale.factor *
                                            element.complex_weight / scale.divisor;
-    return departures.without_loss_factor ? reference : reference * loss_factor(wave);
+    return departures.without_loss_factor
+               ? reference
+               : reference * loss_factor(wave, two_pi / wavelength_of(medium));
 }
 
 QuadratureRule as_it_stands(const NumericalIntegration& shared) {
@@ -36,6 +40,14 @@ QuadratureRule as_it_stands(const NumericalIntegration& shared) {
         rule.weights.push_back(shared.get_weight(i));
     }
     return rule;
+}
+
+// Losses by a power law have a reference frequency: the medium's own, or the drive's.
+bool has_power_law(const Transducer& element) {
+    const Medium& medium = *element.medium;
+    return PowerLaw::holds_for(medium) &&
+           (medium._dBcmMHz == 0.0 || medium._reference_frequency > 0.0 ||
+            reference_frequency_of(*element.excitation, medium) > 0.0);
 }
 
 }  // namespace
@@ -61,6 +73,10 @@ bool Preparation::has_records(const Transducer& element) const {
     }
     if (is_continuous_wave(method_)) {
         return has_rule && element.has_continuous_wave_outputs();
+    }
+    if (method_ == Method::fnm_spectral && element.medium != nullptr &&
+        element.excitation != nullptr && !has_power_law(element)) {
+        return false;
     }
     const bool has_axis =
         has_scene && element.time_samples != nullptr &&
@@ -94,6 +110,9 @@ TransducerStatus Preparation::add(Transducer* element) {
     WaveParameters wave{};
     if (is_continuous_wave(method_)) {
         wave = wave_of_method(*element, departures);  // it warns, of a silent element, too
+        if (element->exact()) {
+            wave = with_power_law(*element->medium, wave);
+        }
     }
     if (passes_over(*element, departures)) {
         return status_success;
@@ -150,7 +169,7 @@ Wanted Preparation::wanted(Transducer& element, Method method) {
     const RuleInterval interval = element.rule_interval(method);
     if (interval == RuleInterval::none) {
         rule_ = {};
-    } else if (element.exact()) {
+    } else if (element.exact() || method_ == Method::fnm_spectral) {
         const QuadratureRule& standard = *gauss_rule(order);
         rule_ = interval == RuleInterval::half_circle ? standard.mapped(0, pi) : standard;
     } else {
@@ -192,7 +211,7 @@ void Preparation::add_continuous_wave(Transducer& element, const Departures& dep
     }
     const bool rounds = departures.rounds_wave && method_ == Method::fnm_cw_single;
     append(element, continuous_wave_share(element, std::move(edge),
-                                          rounds ? rounded_wave(*element.medium) : wave,
+                                          rounds ? rounded_wave(*element.medium, wave) : wave,
                                           edge_prefactor(element, method_, departures, wave)));
 }
 
@@ -207,7 +226,8 @@ void Preparation::add_single_wave(Transducer& element, const Departures& departu
         append(element, single_excess_share(element, std::move(edge), departures.single_wave, wave,
                                             departures.in_fours, prefactor));
     } else {
-        const WaveParameters used = departures.rounds_wave ? rounded_wave(*element.medium) : wave;
+        const WaveParameters used =
+            departures.rounds_wave ? rounded_wave(*element.medium, wave) : wave;
         const bool damped = method_ != Method::fnm_cw_sse2 || !departures.undamped_edges;
         append(element, single_wave_share(
                             element, std::move(edge),
@@ -232,8 +252,9 @@ void Preparation::add_rayleigh(Transducer& element, const Departures& departures
             element.single_surface(wanted(element, method_));
         const std::complex<double> Q = prefactor(surface->is_half_of_axisymmetric());
         const bool rounds = departures.rounds_wave && !manners.from_middle;
-        append(element, rayleigh_share<float>(element, std::move(surface),
-                                              rounds ? rounded_wave(medium) : wave, manners, Q));
+        append(element,
+               rayleigh_share<float>(element, std::move(surface),
+                                     rounds ? rounded_wave(medium, wave) : wave, manners, Q));
         return;
     }
     std::unique_ptr<SurfaceRows<double>> surface = element.surface(wanted(element, method_));
@@ -259,7 +280,9 @@ void Preparation::add_transient(Transducer& element, const Departures& departure
             add_direct_transient(element, method_, departures);
             break;
         default:
-            if (is_decomposable(element)) {
+            if (method_ == Method::fnm_spectral && element.medium->_dBcmMHz != 0.0) {
+                add_lossy_transient(element);
+            } else if (is_decomposable(element)) {
                 add_decomposition(element, departures);
             } else {
                 add_direct_transient(element,
@@ -273,7 +296,8 @@ void Preparation::add_transient(Transducer& element, const Departures& departure
 
 void Preparation::add_decomposition(Transducer& element, const Departures& departures) {
     require_room_for_a_tile(*element.time_samples);
-    const Wanted wanted = this->wanted(element, method_);
+    const Wanted wanted =
+        this->wanted(element, method_ == Method::fnm_spectral ? Method::fnm_tsd : method_);
     if (method_ != Method::fnm_tsd_low_precision && method_ != Method::fnm_tsd_sse) {
         const Decomposition kind =
             method_ == Method::fnm_fdtsd ? Decomposition::complex : Decomposition::real;
@@ -285,9 +309,8 @@ void Preparation::add_decomposition(Transducer& element, const Departures& depar
     std::unique_ptr<EdgeGenerator<double>> rounded = element.rounded_edge(wanted);
     // Where single precision holds; the exact geometry is in double.
     if (element.exact() && (edge || !rounded)) {
-        append(element,
-               exact_single_decomposition_share(element, element.edge(wanted), departures,
-                                                exact_single_factors_, factors_));
+        append(element, exact_single_decomposition_share(element, element.edge(wanted), departures,
+                                                         exact_single_factors_, factors_));
     } else if (edge) {
         append(element, single_decomposition_share(element, std::move(edge), departures,
                                                    single_factors_, factors_));
@@ -302,6 +325,55 @@ void Preparation::add_direct_transient(Transducer& element, Method method,
                                        const Departures& departures) {
     append(element, direct_transient_share(element, element.edge(wanted(element, method)),
                                            departures.arrival_window));
+}
+
+TransducerStatus Preparation::add_spectrum(Transducer* element,
+                                           std::span<const double> frequencies) {
+    if (element == nullptr) {
+        return status_failure;
+    }
+    if (!element->methods().contains(method_)) {
+        return status_not_implemented;
+    }
+    const Medium* const medium = element->medium;
+    if (!element->has_continuous_wave_records() || !PowerLaw::holds_for(*medium)) {
+        return status_failure;
+    }
+    if (medium->_dBcmMHz > 0.0 && !(medium->_reference_frequency > 0.0) && !(medium->_f0 > 0.0)) {
+        return status_failure;
+    }
+    for (const double frequency : frequencies) {
+        if (!(frequency >= 0.0 && std::isfinite(frequency))) {
+            return status_failure;
+        }
+    }
+    if (element->is_silent() || frequencies.empty()) {
+        return status_success;
+    }
+    element->InitializeRotationMatrix();
+    append(*element,
+           spectrum_share(*element, element->edge(wanted(*element, Method::fnm_transient)),
+                          frequencies, medium->_f0));
+    return status_success;
+}
+
+// Abscissas that are chosen by the tolerance leave far less than half of it; frequencies take half.
+void Preparation::add_lossy_transient(Transducer& element) {
+    constexpr double default_tolerance = 1e-4;
+    const double duration = element.excitation->w;
+    if (!(duration > 0.0 && std::isfinite(duration)) || element.time_samples->ntimes < 1) {
+        return;
+    }
+    double tolerance = element.get_tolerance() > 0.0 ? element.get_tolerance() : default_tolerance;
+    if (demand_) {
+        // Losses of the centre of the spectrum: of what is above it, they leave less.
+        const double centre = reference_frequency_of(*element.excitation, *element.medium);
+        demand_->attenuation = PowerLaw(*element.medium, centre).attenuation(two_pi * centre);
+        tolerance *= 0.5;
+    }
+    append(element,
+           lossy_transient_share(element, element.edge(wanted(element, Method::fnm_transient)),
+                                 pulses_.of(element, tolerance)));
 }
 
 void Preparation::add_rayleigh_transient(Transducer& element, const Departures& departures) {

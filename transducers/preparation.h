@@ -5,11 +5,13 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "transducers/blocks/share.h"
 #include "transducers/decomposition/decomposition.h"
 #include "transducers/shape.h"
+#include "transducers/spectral/lossy_transient.h"
 
 namespace kavro {
 
@@ -36,6 +38,10 @@ public:
     // shared rule is left as the method promises.
     TransducerStatus add(Transducer* element);
 
+    // The same for its spectrum, with a share that reads the frequencies for as long as it is
+    // there.
+    TransducerStatus add_spectrum(Transducer* element, std::span<const double> frequencies);
+
     const Shares& shares() const { return shares_; }
 
     // Memory that all shares take.
@@ -56,6 +62,7 @@ private:
     void add_transient(Transducer& element, const Departures& departures);
     void add_decomposition(Transducer& element, const Departures& departures);
     void add_direct_transient(Transducer& element, Method method, const Departures& departures);
+    void add_lossy_transient(Transducer& element);
     void add_rayleigh_transient(Transducer& element, const Departures& departures);
     void add_impulse_response(const Transducer& element);
     void find_demand(const Transducer& element, const WaveParameters& wave);
@@ -69,6 +76,7 @@ private:
     SharedFactors<float> single_factors_;
     SharedFactors<float, double> exact_single_factors_;
     SharedFactors<double> factors_;
+    SharedPulses pulses_;
     // Of the element at hand.
     QuadratureRule rule_;
     std::optional<QuadratureDemand> demand_;

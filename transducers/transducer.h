@@ -129,6 +129,9 @@ public:
     // read no rule then, which may be null. The other methods, and reference mode, keep the rule,
     // whatever the tolerance. 0, the default, is none. Throws InputError for anything else outside
     // 1e-12 to 0.1. Methods in single precision return status_failure for less than 1e-5.
+    //
+    // fnm_spectral chooses its frequencies by it, too, in reference mode as well; 0 stands for 1e-4
+    // there.
     void set_tolerance(double value);
     double get_tolerance() const { return tolerance_; }
 
@@ -153,6 +156,7 @@ public:
     TransducerStatus fnm_transient_behind_source() {
         return solve_alone(Method::fnm_transient_behind_source);
     }
+    TransducerStatus fnm_spectral() { return solve_alone(Method::fnm_spectral); }
     TransducerStatus fnm_fdtsd() { return solve_alone(Method::fnm_fdtsd); }
     TransducerStatus fnm_tsd() { return solve_alone(Method::fnm_tsd); }
     TransducerStatus fnm_tsd_behind_source() { return solve_alone(Method::fnm_tsd_behind_source); }

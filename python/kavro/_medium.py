@@ -14,9 +14,11 @@ from kavro import _check
 class Medium:
     """A medium; ``dataclasses.replace`` changes it.
 
-    Continuous waves and nonlinear methods count the attenuation, as attenuationdBcmMHz times the
-    frequency in MHz. Linear methods over time are lossless and warn where it is not zero. The
-    exponent and the heat and blood fields are not read by any method.
+    Continuous waves, fnm_spectral and nonlinear methods count the attenuation: in fnm_spectral and
+    in exact continuous waves attenuationdBcmMHz times the frequency in MHz to the power of the
+    exponent, above 0 and at most 2, otherwise times the frequency. The other linear methods over
+    time are lossless and warn where it is not zero. The heat and blood fields are not read by any
+    method.
 
     Parameters
     ----------
@@ -25,9 +27,9 @@ class Medium:
     density : float
         kg/m^3.
     attenuationdBcmMHz : float
-        dB/(cm MHz).
+        dB/(cm MHz^y).
     powerlawexponent : float
-        Exponent of frequency in the attenuation.
+        y, exponent of frequency in the attenuation.
     nonlinearityparameter : float
         beta = 1 + B/(2A).
     specificheat, specificheatofblood : float
@@ -36,6 +38,8 @@ class Medium:
         W/(m K).
     bloodperfusion : float
         kg/(m^3 s).
+    referencefrequency : float, optional
+        Hz: where the phase speed is soundspeed; by default the centre frequency of the waveform.
     """
 
     soundspeed: float
@@ -47,19 +51,23 @@ class Medium:
     specificheatofblood: float = 0.0
     thermalconductivity: float = 0.0
     bloodperfusion: float = 0.0
+    referencefrequency: float | None = None
 
     def __post_init__(self) -> None:
         for name, value in vars(self).items():
+            if name == "referencefrequency" and value is None:
+                continue
             object.__setattr__(self, name, _check.one("Medium", name, value))
 
 
 # Attenuation in dB/cm at 1 MHz, its exponent, B/A, specific heat, thermal conductivity. Tissues,
 # acoustic values: T. L. Szabo, Diagnostic Ultrasound Imaging: Inside Out, appendix B; heat: tissue
 # properties database of the IT'IS Foundation. Water, B/A: R. T. Beyer, J. Acoust. Soc. Am. 32, 719
-# (1960); heat: CRC Handbook of Chemistry and Physics. Its attenuation is left out on purpose: it
-# grows with the square of the frequency.
+# (1960); heat: CRC Handbook of Chemistry and Physics; attenuation: J. M. M. Pinkerton, Proc. Phys.
+# Soc. B 62, 129 (1949). 'water' leaves it out, as most methods over time do.
 _others = {
     "water": (0.0, 2.0, 5.0, 4182.0, 0.598),
+    "lossy water": (0.0022, 2.0, 5.0, 4182.0, 0.598),
     "blood": (0.14, 1.21, 6.0, 3617.0, 0.52),
     "fat": (0.6, 1.0, 10.3, 2348.0, 0.21),
     "liver": (0.45, 1.05, 6.75, 3540.0, 0.52),
@@ -78,16 +86,17 @@ def medium(name: str = "water", **fields: float) -> Medium:
 
     Parameters
     ----------
-    name : {'water', 'blood', 'fat', 'liver', 'muscle'}
+    name : {'water', 'lossy water', 'blood', 'fat', 'liver', 'muscle'}
     **fields : float
-        Fields of `Medium`; for water also temperature, 0 to 95 degrees Celsius (default 20).
+        Fields of `Medium`; for water also temperature, 0 to 95 degrees Celsius (default 20), which
+        sets soundspeed and density: the attenuation of lossy water is that at 20 degrees.
 
     Examples
     --------
     >>> lossless_liver = kavro.medium("liver", attenuationdBcmMHz=0)
     """
     name = _check.choice("medium", "name", name, tuple(_others))
-    if name == "water":
+    if name in ("water", "lossy water"):
         speed, density = _water(fields.pop("temperature", 20.0))
     else:
         speed, density = _speed_and_density[name]

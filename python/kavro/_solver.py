@@ -36,6 +36,7 @@ MethodName = Literal[
     "impulse_response",
     "fnm_transient",
     "fnm_transient_behind_source",
+    "fnm_spectral",
     "fnm_fdtsd",
     "fnm_tsd",
     "fnm_tsd_behind_source",

@@ -114,6 +114,24 @@ TEST(SolveErrors, name_method_shape_and_element_before_any_work) {
     }
 }
 
+// Where losses count by a power law, it must be one; elsewhere nobody asks.
+TEST(SolveErrors, of_power_laws) {
+    for (const char* method : {"fnm_spectral", "fnm_cw"}) {
+        Call call(method);
+        call.set("medium.attenuationdBcmMHz = 0.5, medium.powerlawexponent = 1.1");
+        call.set("medium.referencefrequency = 2e6");
+        EXPECT_EQ(run(call).error, std::nullopt) << method;
+        EXPECT_TRUE(run(call).warnings.empty()) << method;
+        expect_errors(call, R"(
+medium.powerlawexponent    | 0, -1, 2.5            | Medium field '@' must be above 0 and at most 2 where the medium attenuates, but holds #.
+medium.referencefrequency  | 0, -1, NaN, Inf       | Medium field '@' must be finite and positive, but holds #.
+medium.attenuationdBcmMHz  | -1                    | Medium field '@' must be finite and at least 0, but holds #.
+)");
+        call.set("medium.attenuationdBcmMHz = 0, medium.powerlawexponent = 0");
+        EXPECT_EQ(run(call).error, std::nullopt) << method;
+    }
+}
+
 // Numbers that make no sense are named, wherever they are, instead of ending in a field of NaN.
 TEST(SolveErrors, of_senseless_numbers) {
     Call call("fnm_tsd");

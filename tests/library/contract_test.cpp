@@ -424,8 +424,8 @@ TEST(Contract, APartOfALongSeriesIsTheSeries) {
 // ---- the tables
 
 const std::set<std::string> of_every_shape = {
-    "fnm_cw",        "rayleigh_cw", "impulse_begin_and_end_times",
-    "fnm_transient", "fnm_fdtsd",   "fnm_tsd"};
+    "fnm_cw",    "rayleigh_cw", "impulse_begin_and_end_times", "fnm_transient", "fnm_spectral",
+    "fnm_fdtsd", "fnm_tsd"};
 
 const std::map<std::string, std::set<std::string>> offered_besides = {
     {"circ",
@@ -464,7 +464,7 @@ TEST(Contract, WhatIsNotOfferedTouchesNothing) {
 }
 
 TEST(Contract, TablesFindByNameAndAgreeWithThemselves) {
-    EXPECT_EQ(kavro::operations().size(), 22u);
+    EXPECT_EQ(kavro::operations().size(), 23u);
     for (const Operation& operation : kavro::operations()) {
         EXPECT_EQ(kavro::operation_of(operation.name), &operation);
         EXPECT_EQ(operation.default_ndiv % operation.ndiv_multiple, 0) << operation.name;

@@ -103,7 +103,7 @@ TEST(Measures, OfSilence) {
 }
 
 TEST(Array, ElementsMayHaveOutputsOfTheirOwn) {
-    for (const char* name : {"fnm_tsd", "fnm_transient", "fnm_cw"}) {
+    for (const char* name : {"fnm_tsd", "fnm_transient", "fnm_spectral", "fnm_cw"}) {
         const kavro::Operation& operation = operation_named(name);
         const Source first{.amplitude = 2.0, .exact = true};
         const Source second{.shape = "rect", .exact = true};

@@ -93,6 +93,11 @@ Tank tank_for(const Operation& operation, const std::vector<Source>& sources) {
         return tank;
     }
     tank.waveform = sampled(noise(16, 21), 1e-7, 1.6e-6, 0.0);
+    if (std::string_view(operation.name) == "fnm_spectral") {
+        tank.waveform =
+            std::make_shared<kavro::HanningPulse>(1e6, 3e-6, 0.0);  // of few frequencies
+        tank.medium._b = 1.2;
+    }
     tank.set_axis(1.0 / 32e6, 0.0, 300);
     tank.set_points({{0, 0, 5e-3},
                      {1e-3, -1e-3, 4e-3},

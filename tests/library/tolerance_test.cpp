@@ -156,9 +156,10 @@ TEST(Tolerance, IsKeptOverTime) {
             tank.set_axis(0.13 * us, 0.0, static_cast<int>(std::min(end / us, 500.0) / 0.13));
             const Values true_field = measured(with_rule(tank, 1500), operation_named("fnm_tsd"));
             tank.sources[0].tolerance = 3e-3;
-            for (const char* operation : {"fnm_tsd", "fnm_transient"}) {
-                SCOPED_TRACE(testing::Message() << shape.name << " of " << source.sizes[0]
-                                                << " m, duration " << waveform->w);
+            const auto expect_kept = [&](const char* operation, const Values& true_field) {
+                SCOPED_TRACE(testing::Message()
+                             << operation << " of a " << shape.name << " of " << source.sizes[0]
+                             << " m, duration " << waveform->w);
                 Values field;
                 const QuadratureReport report = report_of(tank, operation, &field);
                 EXPECT_EQ(report.unreached, 0);
@@ -169,7 +170,13 @@ TEST(Tolerance, IsKeptOverTime) {
                               3e-3 * peak_of(expected))
                         << p;
                 }
-            }
+            };
+            expect_kept("fnm_tsd", true_field);
+            expect_kept("fnm_transient", true_field);
+            tank.medium._dBcmMHz = 0.5;
+            tank.medium._b = 1.1;
+            expect_kept("fnm_spectral",
+                        measured(with_rule(tank, 600), operation_named("fnm_spectral")));
         }
     }
 }
@@ -179,7 +186,8 @@ class ToleranceOfAPoint : public Variants {};
 
 TEST_F(ToleranceOfAPoint, DependsOnNothingElse) {
     Scenes scenes;
-    for (const char* operation : {"fnm_cw", "fnm_cw_sse", "fnm_tsd", "fnm_tsd_sse", "fnm_fdtsd"}) {
+    for (const char* operation :
+         {"fnm_cw", "fnm_cw_sse", "fnm_tsd", "fnm_tsd_sse", "fnm_fdtsd", "fnm_spectral"}) {
         for (const kavro::Shape& shape : kavro::shapes()) {
             if (!implements(operation_named(operation), shape)) {
                 continue;

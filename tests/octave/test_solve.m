@@ -164,14 +164,14 @@
 
 %!test  % the table of methods, as a structure and in print
 %! table = kavro.methods();
-%! assert(size(table), [1 22]);
+%! assert(size(table), [1 23]);
 %! one = kavro.methods('fnm_tsd_sse');
 %! assert(one.shapes, {'circ'});
 %! assert(one.options, {'time', 'excitation', 'tolerance', 'ndiv', 'measure', ...
 %!                       'per_element', 'threads', 'exact', 'progress'});
 %! assert([one.ndiv one.ndiv_multiple], [32 4]);
 %! lines = strsplit(evalc('kavro.methods();'), "\n");
-%! assert(numel(lines), 24);
+%! assert(numel(lines), 25);
 %! assert(regexp(lines{1}, '^ +disc  ring  rectangle  shell  shell ring  polygon$'), 1);
 %! assert(! isempty(strfind(evalc('kavro.methods(''fnm_tsd'');'), 'options  time, excitation')));
 %! fail('kavro.methods(''fnm'')', '''name'' must be one of ''farfield_cw''');

@@ -82,7 +82,7 @@
 %! fields = {'attenuationdBcmMHz', 'bloodperfusion', 'density', 'nonlinearityparameter', ...
 %!           'powerlawexponent', 'soundspeed', 'specificheat', 'specificheatofblood', ...
 %!           'thermalconductivity'};
-%! for name = {'water', 'blood', 'fat', 'liver', 'muscle'}
+%! for name = {'water', 'lossy water', 'blood', 'fat', 'liver', 'muscle'}
 %!   m = kavro.set_medium(name{1});
 %!   assert(sort(fieldnames(m))', fields);
 %!   assert(m.soundspeed > 1400 && m.soundspeed < 1600 && m.density > 900 && m.density < 1100);
@@ -92,11 +92,14 @@
 %! assert(class(m.soundspeed), 'double');
 %! m = kavro.set_medium('temperature', 37, 'soundspeed', 1500);
 %! assert([m.soundspeed m.density], [1500 993.33], 0.01);
+%! m = kavro.set_medium('lossy water', 'temperature', 37, 'referencefrequency', 2e6);
+%! assert([m.attenuationdBcmMHz m.referencefrequency m.density], [0.0022 2e6 993.33], 0.01);
 
 %!test  % faults of media
 %! says(@() kavro.set_medium('watr'), '''name''', '''liver''', '''watr''');
 %! says(@() kavro.set_medium('sound', 3), '''soundspeed''', '''sound''');
 %! says(@() kavro.set_medium('soundspeed', -3), '''soundspeed''', 'positive', '-3');
+%! says(@() kavro.set_medium('referencefrequency', 0), '''referencefrequency''', 'positive');
 %! says(@() kavro.set_medium('density', 'x'), '''density''', '''x''');
 %! says(@() kavro.set_medium('temperature', 120), '''temperature''', '0 to 95', '120');
 %! says(@() kavro.set_medium('fat', 'temperature', 20), '''temperature''');

@@ -45,7 +45,7 @@ discs = focused(kavro.linear_array(5, 1e-3, 0.4e-3));
 discs = kavro.set_amplitudes(discs, [1 2 -1 0.5 1]);
 put_elements(file, discs);
 
-for name = {'water', 'blood', 'fat', 'liver', 'muscle'}
+for name = {'water', 'lossy water', 'blood', 'fat', 'liver', 'muscle'}
   m = kavro.set_medium(name{1});
   put(file, cellfun(@(f) m.(f), fieldnames(m)));
 end
@@ -70,6 +70,9 @@ list = kavro.set_coordinate_grid([1e-3 2e-3 10e-3; 0 0 20e-3; -3e-3 0 7e-3]);
 put(file, kavro.solve('fnm_cw', kavro.set_phases(mixed, 0.1), list, kavro.set_medium('liver'), 'f0', 1e6));
 plane = kavro.set_coordinate_grid([1e-3 0 5e-3], 0, 5e-3, 0, 0, 5e-3, 30e-3);
 march = struct('extent', 4, 'points_per_radius', 20, 'growth', 0.02, 'harmonics', 2);
+lossy = kavro.set_medium('lossy water', 'referencefrequency', 2e6);
+pulse = kavro.set_excitation_function('hanning pulse', 1e6, 3e-6);
+put(file, kavro.solve('fnm_spectral', discs, list, lossy, 'time', times, 'excitation', pulse));
 put(file, kavro.solve('kzk_cw', kavro.disc(4e-3), plane, water, 'f0', 1e6, 'kzk', march));
 times = kavro.fit_time_samples(discs, grid, water, sampled, 70e-9);
 put(file, [times.deltat, times.tmin, times.tmax]);

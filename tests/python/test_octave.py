@@ -93,8 +93,8 @@ def test_same_numbers_as_in_octave(octave):
         )
     ]
 
-    for name in ("water", "blood", "fat", "liver", "muscle"):
-        theirs, ours = octave.take(dataclasses.astuple(kavro.medium(name)))
+    for name in ("water", "lossy water", "blood", "fat", "liver", "muscle"):
+        theirs, ours = octave.take(dataclasses.astuple(kavro.medium(name))[:9])
         assert np.array_equal(theirs, ours), name
     warm = kavro.water(37)
     assert np.array_equal(*octave.take([warm.soundspeed, warm.density]))
@@ -107,6 +107,8 @@ def test_same_numbers_as_in_octave(octave):
     list_ = kavro.Points([[1e-3, 2e-3, 10e-3], [0, 0, 20e-3], [-3e-3, 0, 7e-3]])
     plane = kavro.Grid(x=(0, 5e-3, 1e-3), z=(5e-3, 30e-3, 5e-3))
     march = {"extent": 4, "points_per_radius": 20, "growth": 0.02, "harmonics": 2}
+
+    lossy = kavro.medium("lossy water", referencefrequency=2e6)
 
     def run(method, elements, grid=grid, medium=water, **options):
         return kavro.solve(method, elements, grid, medium, **options)
@@ -121,6 +123,7 @@ def test_same_numbers_as_in_octave(octave):
         "arrivals": run("impulse_begin_and_end_times", mixed),
         "transient_pressure": kavro.transient_pressure(discs, grid, water, times, 12, pulse),
         "list": run("fnm_cw", mixed.replace(phase=0.1), list_, kavro.medium("liver"), f0=1e6),
+        "fnm_spectral": run("fnm_spectral", discs, list_, lossy, time=times, excitation=pulse),
         "kzk_cw": run("kzk_cw", kavro.disc(4e-3), plane, f0=1e6, kzk=march),
     }.items():
         theirs, bits = octave.take(ours)

@@ -285,7 +285,7 @@ def test_makers_refuse_what_overlaps_or_has_no_shape():
         (lambda: kavro.spherical_shell(2, 1), "at least the radius of the rim, 2 m"),
         (lambda: kavro.ring(2, 1), "larger than inner_radius, 2 m"),
         (lambda: kavro.sampled([0], 1), "two or more real numbers"),
-        (lambda: kavro.medium("steel"), "one of 'water', 'blood'"),
+        (lambda: kavro.medium("steel"), "one of 'water', 'lossy water'"),
     ):
         with pytest.raises(kavro.InputError) as raised:
             call()

@@ -4,42 +4,48 @@ function medium = set_medium(varargin)
 %   medium = kavro.set_medium()
 %   medium = kavro.set_medium(name)
 %   medium = kavro.set_medium('water', 'temperature', T)
+%   medium = kavro.set_medium('lossy water', 'temperature', T)
 %   medium = kavro.set_medium(..., field, value, ...)
 %
 %   Without a name the medium is water at 20 degrees Celsius. A field given by name and value
 %   takes the place of the named medium's own.
 %
-%     name      soundspeed  density  attenuation   exponent  beta
-%               m/s         kg/m^3   dB/cm at 1 MHz
-%     'water'   1482.4      998.2    0             2         3.5
-%     'blood'   1584        1060     0.14          1.21      4.0
-%     'fat'     1430        928      0.6           1         6.15
-%     'liver'   1578        1050     0.45          1.05      4.38
-%     'muscle'  1580        1041     0.57          1         4.72
+%     name           soundspeed  density  attenuation   exponent  beta
+%                    m/s         kg/m^3   dB/cm at 1 MHz
+%     'water'        1482.4      998.2    0             2         3.5
+%     'lossy water'  1482.4      998.2    0.0022        2         3.5
+%     'blood'        1584        1060     0.14          1.21      4.0
+%     'fat'          1430        928      0.6           1         6.15
+%     'liver'        1578        1050     0.45          1.05      4.38
+%     'muscle'       1580        1041     0.57          1         4.72
 %
 %   Fields of the result, all scalars
 %     soundspeed             m/s, positive
 %     density                kg/m^3, positive
-%     attenuationdBcmMHz     dB/(cm MHz), zero or positive
-%     powerlawexponent       exponent of frequency in the attenuation, zero or positive
+%     attenuationdBcmMHz     dB/(cm MHz^y), zero or positive
+%     powerlawexponent       y, exponent of frequency in the attenuation, zero or positive
 %     nonlinearityparameter  beta = 1 + B/(2A), no unit
 %     specificheat           J/(kg K), of the medium
 %     specificheatofblood    J/(kg K)
 %     thermalconductivity    W/(m K)
 %     bloodperfusion         kg/(m^3 s); 0 in every named medium
+%     referencefrequency     Hz, positive: where the phase speed is soundspeed. Only where it is
+%                            given; by default that is the waveform's centre frequency
 %
 %   The attenuation a = attenuationdBcmMHz counts in dB/cm, at a frequency of f MHz, as
-%     a * f                  in continuous waves but kzk_cw
+%     a * f^y                in fnm_spectral and exact continuous waves, 0 < y <= 2
+%     a * f                  in continuous waves that are not exact
 %     a * f0 * (f / f0)^2    in kzk_cw and kzk_transient, driven at f0: harmonic n has n^2 times
 %                            the losses of the fundamental
-%     0                      in linear methods over time, which warn when it is not zero
-%   That of water is therefore 0 here; measured, it is 0.0022 dB/cm at 1 MHz and grows with the
-%   square of the frequency, so for a frequency f0 in Hz the value 0.0022e-6 * f0 gives the right
-%   loss. The nonlinear methods read the nonlinearity parameter. The exponent and the heat and
+%     0                      in the other linear methods over time, which warn when it is not zero
+%   That of 'water' is therefore 0; 'lossy water' has what is measured, for fnm_spectral and exact
+%   continuous waves. For a nonlinear method at f0 (Hz), give 'water' the attenuation
+%   0.0022e-6 * f0. The nonlinear methods read the nonlinearity parameter. The heat and
 %   blood fields must be present, but no method reads them.
 %
 %   Argument
-%     T  temperature of water in degrees Celsius, 0 to 95; sets soundspeed and density
+%     T  temperature of water in degrees Celsius, 0 to 95; sets soundspeed and density. The
+%        attenuation of lossy water is that at 20 degrees
 %
 %   Sources
 %     Water, sound speed: W. Marczak, J. Acoust. Soc. Am. 102, 2776 (1997). Density: G. S.
@@ -56,16 +62,16 @@ function medium = set_medium(varargin)
 %   See also kavro.focus_delays, kavro.transient_pressure, kavro.solve
 
 me = 'set_medium';
-names = {'water', 'blood', 'fat', 'liver', 'muscle'};
+names = {'water', 'lossy water', 'blood', 'fat', 'liver', 'muscle'};
 name = 'water';
 if mod(nargin, 2) == 1
     name = kavro.internal.choose(me, 'name', varargin{1}, names);
     varargin(1) = [];
 end
 medium = named_medium(name);
-fields = fieldnames(medium);
+fields = [fieldnames(medium); {'referencefrequency'}];
 options = cell2struct(cell(numel(fields), 1), fields);
-if strcmp(name, 'water')
+if any(strcmp(name, {'water', 'lossy water'}))
     options.temperature = 20;
     options = kavro.internal.parse_options(me, options, varargin);
     medium = set_water_temperature(me, medium, options.temperature);
@@ -82,7 +88,7 @@ end
 
 function value = checked_field(me, field, value)
 rules = {'not negative', 'positive'};
-rule = rules{1 + any(strcmp(field, {'soundspeed', 'density'}))};
+rule = rules{1 + any(strcmp(field, {'soundspeed', 'density', 'referencefrequency'}))};
 value = kavro.internal.real_number(me, field, value, rule, '');
 end
 
@@ -91,6 +97,8 @@ function medium = named_medium(name)
 switch name
     case 'water'
         v = [0, 0, 0, 2, 5.0, 4182, 0.598];  % speed and density follow from the temperature
+    case 'lossy water'
+        v = [0, 0, 0.0022, 2, 5.0, 4182, 0.598];
     case 'blood'
         v = [1584, 1060, 0.14, 1.21, 6, 3617, 0.52];
     case 'fat'

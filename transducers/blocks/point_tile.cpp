@@ -64,8 +64,9 @@ void PointTile::place(const Transducer& element, int block,
     }
 }
 
-void PointTile::add(int block, int lane, const std::complex<double>& pressure) {
-    const int i = first_of(block) + lane;
+void PointTile::add(int block, int lane, const std::complex<double>& pressure, std::size_t layer) {
+    const std::size_t i = layer * static_cast<std::size_t>(grid_.npoints) +
+                          static_cast<std::size_t>(first_of(block) + lane);
     real_[i] += pressure.real();
     imaginary_[i] += pressure.imag();
 }

@@ -61,7 +61,7 @@ public:
 
     // ---- outputs
     const TimeSamples& times() const { return *times_; }
-    void add(int block, int lane, const std::complex<double>& pressure);
+    void add(int block, int lane, const std::complex<double>& pressure, std::size_t layer = 0);
 
     // Entry (j, p) of the rows, sample j of point p, at j * width() + p. Only loaded ones hold
     // anything.

@@ -27,6 +27,7 @@ public:
                                        Method::rayleigh_cw_apodized,
                                        Method::rayleigh_cw_sse,
                                        Method::fnm_transient,
+                                       Method::fnm_spectral,
                                        Method::fnm_fdtsd,
                                        Method::fnm_tsd,
                                        Method::fnm_tsd_sse,

@@ -1,6 +1,7 @@
 #include "transducers/methods/wave_parameters.h"
 
 #include "core/console.h"
+#include "transducers/spectral/power_law.h"
 
 namespace kavro {
 namespace {
@@ -32,9 +33,22 @@ WaveParameters wave_with_default_speed(const Medium& medium) {
     return {medium._f0 * two_pi / speed, attenuation_of(medium)};
 }
 
-WaveParameters rounded_wave(const Medium& medium) {
-    const auto wavelength = static_cast<float>(wavelength_of(medium));
-    const auto attenuation = static_cast<float>(attenuation_of(medium));
+WaveParameters with_power_law(const Medium& medium, const WaveParameters& wave) {
+    const bool is_linear =
+        (medium._b == 0.0 || medium._b == 1.0) && medium._reference_frequency == 0.0;
+    if (wave.attenuation == 0.0 || is_linear || !PowerLaw::holds_for(medium)) {
+        return wave;
+    }
+    const PowerLaw law(medium, medium._f0);
+    const std::complex<double> excess = law.excess({0.0, two_pi * medium._f0});
+    return {wave.wavenumber + excess.imag(), law.attenuation(two_pi * medium._f0)};
+}
+
+WaveParameters rounded_wave(const Medium& medium, const WaveParameters& wave) {
+    const double lossless = wavelength_of(medium);
+    const bool is_dispersed = wave.wavenumber != two_pi / lossless;
+    const auto wavelength = static_cast<float>(is_dispersed ? two_pi / wave.wavenumber : lossless);
+    const auto attenuation = static_cast<float>(wave.attenuation);
     return {static_cast<double>(6.2831855f / wavelength), static_cast<double>(attenuation)};
 }
 

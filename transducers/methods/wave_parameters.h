@@ -34,19 +34,24 @@ WaveParameters wave_with_default_frequency(const Medium& medium);
 // The medium's wave; without a speed of sound, with 1500 m/s, and warns.
 WaveParameters wave_with_default_speed(const Medium& medium);
 
-// The medium's wave with all quantities, 2 pi and the wavelength among them, rounded to single
+// A wave of the medium with all quantities, 2 pi and the wavelength among them, rounded to single
 // precision.
-WaveParameters rounded_wave(const Medium& medium);
+WaveParameters rounded_wave(const Medium& medium, const WaveParameters& wave);
+
+// The wave of a medium whose losses follow a power law, the exponent of which is not 1 or whose
+// speed of sound is that at another frequency: the given one, for all that it lacks, and its
+// wavenumber and attenuation by the law. Any other wave as it is.
+WaveParameters with_power_law(const Medium& medium, const WaveParameters& wave);
 
 // The factor by which the rim form of the Rayleigh integral of a lossy medium differs from that of
-// a lossless one, jk / (alpha + jk): the exact fast-nearfield pressure carries it, the reference
-// one does not.
-inline std::complex<double> loss_factor(const WaveParameters& wave) {
+// a lossless one of the wavenumber omega / c, j omega / c over (alpha + jk): the exact
+// fast-nearfield pressure carries it, the reference one does not.
+inline std::complex<double> loss_factor(const WaveParameters& wave, double lossless_wavenumber) {
     if (wave.attenuation == 0.0) {
         return 1.0;
     }
-    const std::complex<double> jk(0.0, wave.wavenumber);
-    return jk / (wave.attenuation + jk);
+    return std::complex<double>(0.0, lossless_wavenumber) /
+           std::complex<double>(wave.attenuation, wave.wavenumber);
 }
 
 }  // namespace kavro

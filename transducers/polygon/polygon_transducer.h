@@ -40,6 +40,7 @@ public:
     static constexpr MethodSet offered{Method::fnm_cw,
                                        Method::rayleigh_cw,
                                        Method::fnm_transient,
+                                       Method::fnm_spectral,
                                        Method::fnm_fdtsd,
                                        Method::fnm_tsd,
                                        Method::fnm_tsd_low_precision,

@@ -26,21 +26,15 @@ public:
     void debug(int level) const override;
     void mex_debug(int level) const override;
 
-    static constexpr MethodSet offered{Method::farfield_cw,
-                                       Method::farfield_cw_lossless,
-                                       Method::fnm_cw,
-                                       Method::fnm_cw_single,
-                                       Method::fnm_cw_sse,
-                                       Method::fnm_cw_sse2,
-                                       Method::radiator_cw,
-                                       Method::rayleigh_cw,
-                                       Method::rayleigh_cw_sse,
-                                       Method::impulse_begin_and_end_times,
-                                       Method::impulse_response,
-                                       Method::fnm_transient,
-                                       Method::fnm_fdtsd,
-                                       Method::fnm_tsd,
-                                       Method::fnm_tsd_low_precision};
+    static constexpr MethodSet offered{
+        Method::farfield_cw,      Method::farfield_cw_lossless,
+        Method::fnm_cw,           Method::fnm_cw_single,
+        Method::fnm_cw_sse,       Method::fnm_cw_sse2,
+        Method::radiator_cw,      Method::rayleigh_cw,
+        Method::rayleigh_cw_sse,  Method::impulse_begin_and_end_times,
+        Method::impulse_response, Method::fnm_transient,
+        Method::fnm_spectral,     Method::fnm_fdtsd,
+        Method::fnm_tsd,          Method::fnm_tsd_low_precision};
 
     MethodSet methods() const override { return offered; }
     Departures departures() const override;

@@ -28,6 +28,7 @@ public:
                                        Method::impulse_response,
                                        Method::fnm_transient,
                                        Method::fnm_transient_behind_source,
+                                       Method::fnm_spectral,
                                        Method::fnm_fdtsd,
                                        Method::fnm_tsd,
                                        Method::fnm_tsd_behind_source,

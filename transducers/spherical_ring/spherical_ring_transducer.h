@@ -24,9 +24,9 @@ public:
     void mex_debug(int level) const override;
 
     static constexpr MethodSet offered{
-        Method::fnm_cw,           Method::rayleigh_cw,          Method::impulse_begin_and_end_times,
-        Method::impulse_response, Method::fnm_transient,        Method::fnm_fdtsd,
-        Method::fnm_tsd,          Method::fnm_tsd_low_precision};
+        Method::fnm_cw,           Method::rayleigh_cw,   Method::impulse_begin_and_end_times,
+        Method::impulse_response, Method::fnm_transient, Method::fnm_spectral,
+        Method::fnm_fdtsd,        Method::fnm_tsd,       Method::fnm_tsd_low_precision};
 
     MethodSet methods() const override { return offered; }
     SphericalCap cap() const override { return {geometric_focus, outer_radius, inner_radius}; }
