@@ -8,6 +8,7 @@
 #include "core/input_error.h"
 #include "core/interrupted.h"
 #include "core/version.h"
+#include "door/march.h"
 #include "door/methods.h"
 #include "door/options.h"
 #include "door/read.h"
@@ -64,14 +65,18 @@ void after_fork_in_child() {
 }
 
 // The answer, and where it is asked for a report of what was done.
-py::tuple answer(Call& call, const py::list& arguments, bool report) {
+std::vector<const Value*> values_of(Call& call, const py::list& arguments) {
     call.given.reserve(arguments.size());
     std::vector<const Value*> values;
     for (const auto& argument : arguments) {
         call.given.push_back(argument_from(py::reinterpret_borrow<py::object>(argument)));
         values.push_back(&call.given.back());
     }
-    read(call.request, call.console, values);
+    return values;
+}
+
+py::tuple answer(Call& call, const py::list& arguments, bool report) {
+    read(call.request, call.console, values_of(call, arguments));
     Threads::limit(call.request);
     call.result = new_result(call.request);
     {
@@ -95,6 +100,13 @@ py::tuple solve_for_python(const py::list& arguments, const py::object& out, boo
         call.console.rethrow();
         throw;
     }
+}
+
+std::string table_of_march_for_python(const py::list& arguments) {
+    const Turn turn;
+    Call call{py::none()};
+    read(call.request, call.console, values_of(call, arguments));
+    return table_of_march(call.request);
 }
 
 void translate(std::exception_ptr thrown) {
@@ -130,5 +142,6 @@ PYBIND11_MODULE(_kavro, module) {
     module.attr("__version__") = KAVRO_VERSION;
     module.def("solve", &kavro::solve_for_python, "arguments"_a, "out"_a, "report"_a);
     module.def("table_of_methods", &kavro::table_of_methods);
+    module.def("table_of_march", &kavro::table_of_march_for_python, "arguments"_a);
     module.def("after_fork_in_child", &kavro::after_fork_in_child);
 }
