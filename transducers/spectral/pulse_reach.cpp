@@ -126,14 +126,16 @@ PulseReach::PulseReach(const ExcitationFunction& waveform, const PowerLaw& law, 
     }
 }
 
+std::size_t PulseReach::rung(double step) {
+    return step > lowest ? static_cast<std::size_t>(std::fmin(step - lowest, count - 1.0)) : 0;
+}
+
 std::size_t PulseReach::below(double path) {
-    const double step = std::floor(2.0 * std::log2(path)) - lowest;
-    return static_cast<std::size_t>(std::clamp(step, 0.0, count - 1.0));
+    return rung(std::floor(2.0 * std::log2(path)));
 }
 
 std::size_t PulseReach::above(double path) {
-    const double step = std::ceil(2.0 * std::log2(path)) - lowest;
-    return static_cast<std::size_t>(std::clamp(step, 0.0, count - 1.0));
+    return rung(std::ceil(2.0 * std::log2(path)));
 }
 
 }  // namespace kavro

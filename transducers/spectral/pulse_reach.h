@@ -30,6 +30,9 @@ public:
     double late(double farthest) const { return steps_[above(farthest)].late; }
 
 private:
+    // Of a step in half octaves; the first for a path that is none, of a point behind a face.
+    static std::size_t rung(double step);
+
     static constexpr int lowest = -40;  // half octaves from 1 m
     static constexpr int count = 81;
 
