@@ -197,6 +197,22 @@ std::vector<MeasureOutput> measure_outputs(const SolveRequest& request, const So
     return outputs;
 }
 
+// Adds the report of element i to that of those before, in whose counts a point counts for each.
+void add(const QuadratureReport& own, std::size_t i, QuadratureReport& all) {
+    if (own.fewest > 0) {
+        all.fewest = all.fewest > 0 ? std::min(all.fewest, own.fewest) : own.fewest;
+    }
+    all.most = std::max(all.most, own.most);
+    all.mean += (own.mean - all.mean) / static_cast<double>(i + 1);
+    all.points += own.points;
+    all.unreached += own.unreached;
+    if (own.worst_error > all.worst_error) {
+        all.worst_error = own.worst_error;
+        all.worst_point = own.worst_point;
+        all.reason = own.reason;
+    }
+}
+
 TransducerStatus solve_measures(SolveRequest& request, SolveResult& result) {
     const std::vector<Transducer*> elements = request.transducers();
     const Method method = request.operation->method;
@@ -207,8 +223,10 @@ TransducerStatus solve_measures(SolveRequest& request, SolveResult& result) {
     for (std::size_t i = 0; i < elements.size(); ++i) {
         const console::ProgressPart part(static_cast<double>(i) / all,
                                          static_cast<double>(i + 1) / all);
-        const TransducerStatus status = measure(
-            method, {&elements[i], 1}, measure_outputs(request, result, i), &result.quadrature);
+        QuadratureReport own;
+        const TransducerStatus status =
+            measure(method, {&elements[i], 1}, measure_outputs(request, result, i), &own);
+        add(own, i, result.quadrature);
         if (status != status_success) {
             return status;
         }

@@ -23,6 +23,8 @@ namespace {
 // Memory for what elements keep that are solved together; larger arrays are solved in parts.
 constexpr std::size_t most_memory = std::size_t{32} << 20;
 
+constexpr int steps_of_element = 1000;  // of its preparation, a few microseconds
+
 bool adds(Method method) {
     return method != Method::impulse_begin_and_end_times && method != Method::kzk_transient &&
            method != Method::kzk_cw;
@@ -63,7 +65,6 @@ void add_shares(const Shares& shares, const Transducer& first, bool output_is_ze
 
 TransducerStatus solve_together(Method method, std::span<Transducer* const> elements, Output output,
                                 QuadratureTally* tally) {
-    constexpr int steps_of_element = 1000;  // of its preparation, a few microseconds
     InterruptCheck check;
     bool output_is_zero = output == Output::all_zero;
     const auto all = static_cast<double>(elements.size());
@@ -115,7 +116,9 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
 TransducerStatus measure_together(Method method, std::span<Transducer* const> elements,
                                   std::span<const MeasureOutput> outputs, QuadratureTally* tally) {
     Preparation preparation(method, Destination::measures);
+    InterruptCheck check;
     for (Transducer* const element : elements) {
+        check.spend(steps_of_element);
         const TransducerStatus status = preparation.add(element);
         if (status != status_success) {
             return status;

@@ -98,6 +98,8 @@
 %! assert(report.abscissas(1) >= 2 && issorted(report.abscissas) && report.points > 0);
 %! [~, finer] = f();
 %! assert(finer.tolerance, 1e-3);
+%! [~, each] = f('per_element', true, 'measure', 'peak');
+%! assert(each.abscissas([1 3]), finer.abscissas([1 3]));
 %! assert(finer.abscissas(2) > report.abscissas(2));
 %! [~, counted] = f('ndiv', 7);
 %! assert({counted.tolerance, counted.abscissas}, {NaN, [7 7 7]});

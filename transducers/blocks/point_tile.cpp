@@ -50,7 +50,7 @@ void PointTile::turn_to(const Transducer& element) {
 
 void PointTile::finish() {
     if (measures_ != nullptr) {
-        measures_->write(rows_.data(), static_cast<std::size_t>(width_), loaded_, first_, count_);
+        measures_->write(rows(), static_cast<std::size_t>(width_), loaded_, first_, count_);
     } else {
         write_rows();
     }
