@@ -34,13 +34,6 @@ namespace kavro {
 // port asks to stop. They report progress to the port. Results are the same to the last bit for any
 // number of threads and any width of vectors, and however chunks are shared out.
 
-struct Scatterers {
-    std::span<const Scatterer> all;  // places in the global frame; the amplitude is sigma (m)
-    // The strength at the frequency f is sigma (f / reference_frequency)^exponent: 2 of Rayleigh's.
-    double exponent = 0.0;
-    double reference_frequency = 0.0;  // Hz; above 0 where the exponent is not 0
-};
-
 // Elements of any shapes that offer fnm_spectral, exact whatever their mode. Of their records only
 // place, shape and medium are read, and of senders amplitude (or weight) and delay; all media are
 // one and the same. Rotation matrices are set.
@@ -67,6 +60,10 @@ struct EchoScene {
     EchoElements transmitters;
     EchoElements receivers{};  // without elements: the transmitters listen
     EchoEvents events{};
+    // The strength sigma of a scatterer (m, its amplitude) counts at reference_frequency (Hz), that
+    // at f is sigma (f / reference_frequency)^exponent: an exponent of 2 is Rayleigh's. 0: of all.
+    double exponent = 0.0;
+    double reference_frequency = 0.0;
     // The quadrature's error of each transfer function stays below this share of the element's
     // field at the scatterer, and what is left out of the band below this share of the echo.
     double tolerance = 1e-3;
@@ -91,6 +88,9 @@ struct EchoSignal {
 struct EchoExtent {
     double nearest = std::numeric_limits<double>::infinity();  // both ways, m
     double farthest = 0.0;
+    // One way, m: the longest to any point of a face, and the largest difference within a face.
+    double longest_way = 0.0;
+    double spread = 0.0;
     // Of an impulse over both ways, with the delays of the elements or of the events, s.
     double earliest = std::numeric_limits<double>::infinity();
     double latest = -std::numeric_limits<double>::infinity();
@@ -137,7 +137,7 @@ public:
     // At frequencies (Hz, not negative), without excitation and responses (E = 1) and with the
     // elements' complex weights. Evenly spaced, ascending frequencies take a fraction of the time
     // of others.
-    EchoPlan(const EchoScene& scene, std::span<const double> frequencies);
+    EchoPlan(const EchoScene& scene, std::span<const double> frequencies, const EchoExtent& extent);
     ~EchoPlan();
     EchoPlan(EchoPlan&& other) noexcept;
     EchoPlan& operator=(EchoPlan&& other) noexcept;
@@ -147,7 +147,7 @@ public:
     std::size_t sum_size() const;
 
     // Writes the sum over one chunk, of at most echo_chunk scatterers, which begins from zero.
-    void sum_chunk(const Scatterers& chunk, std::span<std::complex<double>> sum) const;
+    void sum_chunk(std::span<const Scatterer> chunk, std::span<std::complex<double>> sum) const;
 
     // Writes (Pa) sample t of receiver m in event j to t + ntimes * (m + receivers * j).
     void signals(std::span<const std::complex<double>> total, double* out) const;
@@ -168,10 +168,10 @@ private:
 // All at once: ntimes x receivers x events values, or receivers x events x frequencies. The report,
 // if one is wanted, is written.
 std::vector<double> pulse_echo(const EchoScene& scene, const EchoSignal& signal,
-                               const Scatterers& scatterers, EchoReport* report = nullptr);
+                               std::span<const Scatterer> scatterers, EchoReport* report = nullptr);
 std::vector<std::complex<double>> pulse_echo(const EchoScene& scene,
                                              std::span<const double> frequencies,
-                                             const Scatterers& scatterers,
+                                             std::span<const Scatterer> scatterers,
                                              EchoReport* report = nullptr);
 
 }  // namespace kavro
