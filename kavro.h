@@ -30,6 +30,7 @@
 #include "transducers/output.h"
 #include "transducers/polygon/polygon_transducer.h"
 #include "transducers/rectangular/rectangular_transducer.h"
+#include "transducers/pulse_echo.h"
 #include "transducers/quadrature_report.h"
 #include "transducers/ring/ring_transducer.h"
 #include "transducers/scatterer.h"
