@@ -16,6 +16,10 @@
 
 namespace kavro {
 
+namespace echo {
+struct Plan;
+}
+
 // An element sends with the normal velocity v_n; a scatterer of the strength sigma (m) at x answers
 // the pressure p there with sigma p(t - r/c) / r; a channel that listens hears the mean over the
 // faces of its elements of the pressure on them, which their rigid baffle doubles (Pa):
@@ -161,8 +165,7 @@ public:
     const EchoReport& report() const;
 
 private:
-    struct Parts;
-    std::unique_ptr<Parts> parts_;
+    std::unique_ptr<echo::Plan> parts_;
 };
 
 // All at once: ntimes x receivers x events values, or receivers x events x frequencies. The report,
