@@ -20,7 +20,8 @@ function elements = set_channels(elements, channels)
 %     elements = kavro.planar_array([64 3], [0.3e-3 2e-3], [0.27e-3 1.9e-3]);
 %     elements = kavro.set_channels(elements, [1:64, 65:128, 1:64]);
 %
-%   See also kavro.set_delays, kavro.rectangular_piston
+%   See also kavro.set_delays, kavro.rectangular_piston, kavro.plane_wave_events,
+%   kavro.focused_events, kavro.synthetic_aperture_events
 
 me = 'set_channels';
 kavro.internal.check_count(me, nargin, 2, 'elements, channels');
