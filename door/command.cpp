@@ -9,6 +9,7 @@
 #include "door/call_threads.h"
 #include "door/march.h"
 #include "door/methods.h"
+#include "door/pulse_echo.h"
 #include "door/solve.h"
 #include "door/values.h"
 
@@ -23,6 +24,7 @@ struct NamedCommand {
 constexpr std::array commands{
     NamedCommand{"kzk_parameters", new_kzk_parameters},
     NamedCommand{"methods", new_methods},
+    NamedCommand{"pulse_echo", new_pulse_echo},
 };
 
 std::unique_ptr<Command> command_named(const std::string& name) {

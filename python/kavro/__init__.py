@@ -15,6 +15,7 @@ from kavro._arrays import (
     planar_array,
     ring_array,
 )
+from kavro._echo import EchoReport, pulse_echo
 from kavro._elements import (
     Elements,
     disc,
@@ -31,6 +32,7 @@ from kavro._events import (
     plane_wave_events,
     synthetic_aperture_events,
 )
+from kavro._files import write_hdf5, write_uff
 from kavro._focusing import focus_delays
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
@@ -76,6 +78,7 @@ if hasattr(_os, "register_at_fork"):
 
 __all__ = [
     "BeamWidth",
+    "EchoReport",
     "Elements",
     "Events",
     "FieldIndices",
@@ -114,6 +117,7 @@ __all__ = [
     "plane_wave_events",
     "polygon",
     "pressure",
+    "pulse_echo",
     "rectangular_piston",
     "ring",
     "ring_array",
@@ -132,4 +136,6 @@ __all__ = [
     "transient_pressure",
     "water",
     "waveform",
+    "write_hdf5",
+    "write_uff",
 ]
