@@ -24,14 +24,14 @@ struct Plan;
 // the pressure p there with sigma p(t - r/c) / r; a channel that listens hears the mean over the
 // faces of its elements of the pressure on them, which their rigid baffle doubles (Pa):
 //
-//     S(omega) = 4 pi E / (j omega rho A) * sum over scatterers of sigma P(x) * sum over m of
-//     H_m(x), P(x) = sum over n of v_n e^(-j omega T_n) H_n(x),
+//     S(omega) = 4 pi E / (j omega rho A) * sum over scatterers of sigma P(x) H_in(x),
+//     P(x) = sum over senders n of v_n e^(-j omega T_n) H_n(x),
 //
 // with H the transfer functions of fnm_spectral (pressure per normal velocity, losses and
-// dispersion on both ways), A the areas of all faces of the channel, and E the spectra of the
-// excitation and of the responses, plain Fourier integrals over their duration. Exact in the near
-// field; echoes of echoes, and echoes off the faces, are left out. Nothing is shifted: t = 0 is
-// that of the delays, and an undelayed pulse begins then.
+// dispersion on both ways), H_in the sum and A the area of all faces of the channel that listens,
+// and E the spectra of the excitation and of the responses, plain Fourier integrals over their
+// duration. Exact in the near field; echoes of echoes, and echoes off the faces, are left out.
+// Nothing is shifted: t = 0 is that of the delays, and an undelayed pulse begins then.
 //
 // All functions throw InputError for what makes no sense, with field, expectation and value;
 // MemoryError, before any is taken, where memory does not suffice; Interrupted where the console

@@ -60,7 +60,7 @@ public:
         blocks_ = std::clamp<std::size_t>(rooms_.size() / blocks_of_lanes, 1,
                                           (chunk.size() + product_block - 1) / product_block);
         const std::size_t count = blocks_ * product_block;
-        node_size_ = static_cast<std::size_t>(lines_.nodes()) * lanes;
+        node_size_ = static_cast<std::size_t>(lines_.most_nodes()) * lanes;
         const std::size_t at_once =
             std::min(slab * slabs_at_a_time, static_cast<std::size_t>(lines_.count()));
         listener_stride_ = panels_of(plan.receivers()) * blocks_ * panel;
@@ -71,6 +71,7 @@ public:
         const std::size_t of_sums = 2 * plan.frequencies() * wiring_.rows() * width_;
         require_memory(of_nodes + of_panels + of_sums, sizeof(double), "transfer functions");
         nodes_.resize(of_nodes);
+        layouts_.resize(count / lanes * plan.faces.size());
         listeners_.resize(2 * at_once * listener_stride_);
         senders_.resize(2 * at_once * sender_stride_);
         sums_.resize(of_sums);
@@ -166,10 +167,11 @@ private:
             const std::size_t begin = i / lane_blocks * faces_at_a_time;
             for (std::size_t f = begin; f < std::min(begin + faces_at_a_time, faces); ++f) {
                 double* const nodes = nodes_.data() + nodes_at(block, f);
-                sum_at_nodes(plan_.faces[f], points_[block], lines_, room.nodes, nodes,
-                             nodes + node_size_, nodes + 2 * node_size_);
+                layouts_[block * faces + f] =
+                    &sum_at_nodes(plan_.faces[f], points_[block], lines_, room.nodes, nodes,
+                                  nodes + node_size_, nodes + 2 * node_size_);
                 member.spend(std::int64_t{block_lanes} * room.nodes.samples.count *
-                             (lines_.nodes() + 8) / 4);
+                             (layouts_[block * faces + f]->nodes() + 8) / 4);
             }
         });
     }
@@ -251,7 +253,8 @@ private:
     void add(std::size_t lane_block, std::size_t face, std::size_t begin, std::size_t end,
              const std::complex<double>* factors, const Row& row, Team::Member& member) const {
         const double* const nodes = nodes_.data() + nodes_at(lane_block, face);
-        add_transfer(lines_, {nodes, nodes + node_size_, nodes + 2 * node_size_},
+        const NodeLayout& layout = *layouts_[lane_block * plan_.faces.size() + face];
+        add_transfer(lines_, {layout, nodes, nodes + node_size_, nodes + 2 * node_size_},
                      static_cast<int>(begin), static_cast<int>(end), factors, row);
         member.spend(static_cast<std::int64_t>((end - begin) * lanes));
     }
@@ -288,6 +291,7 @@ private:
     std::vector<Room> rooms_;
     std::size_t width_, blocks_, node_size_, listener_stride_, sender_stride_;
     AlignedVector<double> nodes_, listeners_, senders_, sums_;
+    std::vector<const NodeLayout*> layouts_;
     AlignedVector<double> scale_;
     std::vector<Lanes<CartesianCoordinate>> points_;
 };

@@ -15,6 +15,9 @@ constexpr double most_frequencies = 1 << 14;
 constexpr double most_of_centre = 40.0;
 constexpr double longest_transform = 1 << 22;
 
+// The sum of what is beyond the band, magnitudes all, exceeds the error several times.
+constexpr double part_left_out = 2.0;
+
 // The next product of 2, 3 and 5: lengths of fast transforms.
 std::int64_t fast_length(double least) {
     std::int64_t best = 4;
@@ -37,7 +40,7 @@ std::int64_t fast_length(double least) {
 
 TimeFrame::TimeFrame(const EchoPulse& pulse, const PowerLaw& law, const TimeSamples& times,
                      const EchoExtent& extent, double tolerance) {
-    const PulseReach reach(pulse, law, 0.5 * tolerance);
+    const PulseReach reach(pulse, law, part_left_out * tolerance);
     full_band = reach.band(0.0);
     if (!(extent.earliest <= extent.latest) || times.ntimes <= 0) {
         return;

@@ -1,14 +1,12 @@
-// The frequencies of an echo, and the fewer ones at which an element's own delays are resolved.
+// The frequencies of an echo, and what a wave's way makes of them.
 #pragma once
 
 #include <complex>
 #include <cstddef>
-#include <cstdint>
 #include <span>
 #include <vector>
 
-#include "transducers/spectral/comb.h"
-#include "transducers/spectral/power_law.h"
+#include "transducers/echo/node_layout.h"
 
 namespace kavro::echo {
 
@@ -18,11 +16,8 @@ struct DelayReach {
     double spread;   // of waves of one element at one point, from the middle one
 };
 
-// With the wave of the middle delay tau taken out, the transfer function of a small element, as a
-// function of the complex s + mu (mu as of Comb), is smooth: it is summed at nodes on the imaginary
-// axis, some frequencies apart, and interpolated to where losses and damping have it. The factor
-// e^(-(s + mu) tau) of each frequency follows from that of the one before; at the beginning of a
-// slab it is formed anew.
+// The factor e^(-(s + mu) tau) of the middle delay tau at each frequency follows from that of the
+// one before; at the beginning of a slab it is formed anew.
 class Lines {
 public:
     // s_q = first + j q step.
@@ -30,60 +25,35 @@ public:
           const DelayReach& reach, double tolerance);
     // Of any frequencies (rad/s).
     Lines(const PowerLaw& law, double speed, std::span<const double> omegas,
-          const DelayReach& reach);
+          const DelayReach& reach, double tolerance);
 
-    int count() const { return static_cast<int>(s_.size()); }
-    std::complex<double> s(int q) const { return s_[static_cast<std::size_t>(q)]; }
-    std::complex<double> mu(int q) const { return mu_[static_cast<std::size_t>(q)]; }
+    int count() const { return frequencies_.count(); }
+    std::complex<double> s(int q) const { return frequencies_.s[static_cast<std::size_t>(q)]; }
+    std::complex<double> mu(int q) const { return frequencies_.mu[static_cast<std::size_t>(q)]; }
 
-    // ---- nodes: first the mirrored ones, conjugates of those at positive frequencies
-    struct NodeRun {
-        Comb comb;
-        int count;
-    };
-    const std::vector<NodeRun>& node_runs() const { return node_runs_; }
-    int mirrored() const { return mirrored_; }
-    int nodes() const { return nodes_; }
-    double highest_node() const { return highest_node_; }  // rad/s
-    // Whether delays must keep within the spread, as those of waves do that arrive.
-    bool interpolates() const { return taps_ > 1; }
-    double spread() const { return spread_; }
-
-    // ---- from nodes to frequencies
-    int taps() const { return taps_; }
-    int first_node(int q) const { return first_node_[static_cast<std::size_t>(q)]; }
-    bool has_real_weights() const { return has_real_weights_; }
-    const std::complex<double>* weights(int q) const {
-        return weights_.data() + static_cast<std::size_t>(q) * static_cast<std::size_t>(taps_);
-    }
+    // Layouts of nodes for smaller and smaller spreads, as points farther off have; the first one
+    // serves all.
+    const std::vector<NodeLayout>& layouts() const { return layouts_; }
+    std::size_t layout_for(double spread) const;
+    int most_nodes() const;
+    double highest_node() const;  // rad/s
 
     static constexpr int slab = 32;
     struct Slab {
         bool exact;  // every factor for itself
-        bool bent;   // the rest counts to the third order
+        bool bent;   // what the chord leaves counts to the third order
         std::complex<double> rate;
     };
     const Slab& slab_of(int q) const { return slabs_[static_cast<std::size_t>(q / slab)]; }
     std::complex<double> rest(int q) const { return rest_[static_cast<std::size_t>(q)]; }
 
 private:
-    struct Spacing;
-    void choose_nodes(const PowerLaw& law, double speed, double step, double tolerance);
-    void place_nodes(const Spacing& spacing, double step);
-    double error_of(const Spacing& spacing, double step) const;
-    int start_of(const Spacing& spacing, int q) const;
-    std::complex<double> position_of(const Spacing& spacing, double step, int q) const;
-    void choose_slabs(const PowerLaw& law, double speed, double step, double longest,
-                      double tolerance);
+    void choose_slabs(const PowerLaw& law, double speed, double longest, double tolerance);
 
-    std::vector<std::complex<double>> s_, mu_, rest_;
-    std::vector<NodeRun> node_runs_;
-    int mirrored_ = 0, nodes_ = 0, taps_ = 1;
-    double highest_node_ = 0.0, spread_ = 0.0;
-    std::vector<int> first_node_;
-    bool has_real_weights_ = true;
-    std::vector<std::complex<double>> weights_;
+    Frequencies frequencies_;
+    std::vector<NodeLayout> layouts_;
     std::vector<Slab> slabs_;
+    std::vector<std::complex<double>> rest_;
 };
 
 }  // namespace kavro::echo

@@ -49,12 +49,14 @@ void gather(const EdgeGenerator<double>& edge, double spread, const double* midd
 
 }  // namespace
 
-void sum_at_nodes(const Face& face, const Lanes<CartesianCoordinate>& points, const Lines& lines,
-                  NodeRoom& room, double* re, double* im, double* middle) {
+const NodeLayout& sum_at_nodes(const Face& face, const Lanes<CartesianCoordinate>& points,
+                               const Lines& lines, NodeRoom& room, double* re, double* im,
+                               double* middle) {
     const Transducer& element = *face.element;
     const double speed = element.medium->_soundspeed;
     EdgeBlock<double>& block = room.block;
     block.resize(face.edge->size());
+    double widest = 0.0;
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
         const CartesianCoordinate local = element.rotateTranslate(points[lane]);
         block.x[lane] = local.x;
@@ -62,17 +64,19 @@ void sum_at_nodes(const Face& face, const Lanes<CartesianCoordinate>& points, co
         block.z[lane] = local.z;
         const ApertureDistances reach = element.distances(local);
         middle[lane] = 0.5 * (reach.nearest + reach.farthest) / speed;
+        widest = std::fmax(widest, 0.5 * (reach.farthest - reach.nearest) / speed);
     }
-    const double spread = lines.interpolates() ? lines.spread() * (1.0 + 1e-9)
-                                               : std::numeric_limits<double>::infinity();
+    const NodeLayout& layout = lines.layouts()[lines.layout_for(widest)];
+    const double spread = layout.interpolates() ? layout.spread() * (1.0 + 1e-9)
+                                                : std::numeric_limits<double>::infinity();
     gather(*face.edge, spread, middle, block, room.samples);
 
-    const auto nodes = static_cast<std::size_t>(lines.nodes()) * block_lanes;
-    const auto mirrored = static_cast<std::size_t>(lines.mirrored()) * block_lanes;
+    const auto nodes = static_cast<std::size_t>(layout.nodes()) * block_lanes;
+    const auto mirrored = static_cast<std::size_t>(layout.mirrored()) * block_lanes;
     std::fill(re, re + nodes, 0.0);
     std::fill(im, im + nodes, 0.0);
     std::size_t at = mirrored;
-    for (const Lines::NodeRun& run : lines.node_runs()) {
+    for (const NodeLayout::Run& run : layout.runs()) {
         room.points.wanted.fill(run.count);
         add_spectrum(run.comb, room.samples, room.points, {0, re + at, im + at});
         at += static_cast<std::size_t>(run.count) * block_lanes;
@@ -83,6 +87,7 @@ void sum_at_nodes(const Face& face, const Lanes<CartesianCoordinate>& points, co
             im[k + lane] = -im[2 * mirrored - k + lane];
         }
     }
+    return layout;
 }
 
 }  // namespace kavro::echo

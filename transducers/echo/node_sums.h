@@ -25,8 +25,10 @@ struct NodeRoom {
 };
 
 // Of the points, sum over i of g_i e^(-(s + mu)(tau_i - tau)) at each node: entry (node, lane) at
-// node * block_lanes + lane; tau, the middle delay, into `middle`.
-void sum_at_nodes(const Face& face, const Lanes<CartesianCoordinate>& points, const Lines& lines,
-                  NodeRoom& room, double* re, double* im, double* middle);
+// node * block_lanes + lane; tau, the middle delay, into `middle`. Returns the layout of the nodes,
+// the sparsest one that serves all points.
+const NodeLayout& sum_at_nodes(const Face& face, const Lanes<CartesianCoordinate>& points,
+                               const Lines& lines, NodeRoom& room, double* re, double* im,
+                               double* middle);
 
 }  // namespace kavro::echo

@@ -59,10 +59,14 @@ echo::Plan::Plan(const EchoScene& scene, bool is_continuous_wave)
       speed(medium_of(scene)._soundspeed),
       density(medium_of(scene)._rho_density),
       law(medium_of(scene), 0.0),
-      lines(law, speed, {}, {}) {}
+      lines(law, speed, 0.0, 0.0, 0, {}, scene.tolerance) {}
+
+void echo::Plan::require_room(std::size_t count) const {
+    require_memory(count * wiring.rows() * receivers(), 4 * sizeof(std::complex<double>),
+                   "spectra of echoes");
+}
 
 void echo::Plan::prepare(double wavenumber, double highest, double tolerance) {
-    require_memory(sum_size(), 4 * sizeof(std::complex<double>), "spectra of echoes");
     demand_ = {tolerance, wavenumber, std::fmax(wavenumber, highest), 0.0, false, 0.0, {}, {}};
     for (Transducer* const element : wiring.faces) {
         element->InitializeRotationMatrix();
@@ -114,6 +118,7 @@ EchoPlan::EchoPlan(const EchoScene& scene, const EchoSignal& signal, const EchoE
     const echo::EchoPulse pulse(signal, scene.exponent, scene.reference_frequency);
     const echo::TimeFrame& frame =
         parts.frame.emplace(pulse, parts.law, signal.times, extent, scene.tolerance);
+    parts.require_room(static_cast<std::size_t>(frame.frequencies));
     parts.lines = echo::Lines(parts.law, parts.speed, frame.damping,
                               frame.frequencies > 0 ? two_pi / frame.period : 0.0,
                               frame.frequencies, reach_of(extent, parts.speed), scene.tolerance);
@@ -152,13 +157,14 @@ EchoPlan::EchoPlan(const EchoScene& scene, std::span<const double> frequencies,
         omegas.push_back(two_pi * frequency);
         lowest = frequency > 0.0 ? std::fmin(lowest, omegas.back()) : lowest;
     }
+    parts.require_room(frequencies.size());
     const echo::DelayReach reach = reach_of(extent, parts.speed);
     if (is_evenly_spaced(frequencies)) {
         const double step = (omegas.back() - omegas[0]) / static_cast<double>(omegas.size() - 1);
         parts.lines = echo::Lines(parts.law, parts.speed, {0.0, omegas[0]}, step,
                                   static_cast<int>(omegas.size()), reach, scene.tolerance);
     } else {
-        parts.lines = echo::Lines(parts.law, parts.speed, omegas, reach);
+        parts.lines = echo::Lines(parts.law, parts.speed, omegas, reach, scene.tolerance);
     }
     parts.prepare((std::isfinite(lowest) ? lowest : 1.0) / parts.speed,
                   parts.lines.highest_node() / parts.speed, scene.tolerance);

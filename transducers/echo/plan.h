@@ -19,6 +19,9 @@ namespace kavro::echo {
 struct Plan {
     Plan(const EchoScene& scene, bool is_continuous_wave);
 
+    // Throws MemoryError where so many frequencies need more memory than is left.
+    void require_room(std::size_t frequencies) const;
+
     // Once lines are known: elements, weights, and what all of a frequency is multiplied with.
     void prepare(double wavenumber, double highest, double tolerance);
 

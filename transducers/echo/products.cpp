@@ -30,38 +30,80 @@ constexpr std::size_t width = vectors * lanes;
 
 // Senders, entry (scatterer, part, row) of each panel.
 void PackSenders(const Panels& senders, const double* scale, double* out) {
+    const hn::CappedTag<double, panel_rows> d;
     const std::size_t panels = (senders.rows + panel_rows - 1) / panel_rows;
-    const double* re = senders.re;
-    const double* im = senders.im;
-    for (std::size_t s = 0; s < panels * product_block; ++s, re += panel_rows, im += panel_rows) {
-        const double by = scale != nullptr ? scale[s % product_block] : 1.0;
-        for (std::size_t row = 0; row < panel_rows; ++row) {
-            const double x = by * re[row];
-            const double y = by * im[row];
-            out[row] = x;
-            out[panel_rows + row] = y;
-            out[2 * panel_rows + row] = x + y;
+    for (std::size_t s = 0; s < panels * product_block; ++s) {
+        const auto by = hn::Set(d, scale != nullptr ? scale[s % product_block] : 1.0);
+        for (std::size_t row = 0; row < panel_rows; row += hn::Lanes(d)) {
+            const auto x = hn::Mul(by, hn::Load(d, senders.re + s * panel_rows + row));
+            const auto y = hn::Mul(by, hn::Load(d, senders.im + s * panel_rows + row));
+            double* const to = out + s * parts * panel_rows + row;
+            hn::Store(x, d, to);
+            hn::Store(y, d, to + panel_rows);
+            hn::Store(hn::Add(x, y), d, to + 2 * panel_rows);
         }
-        out += parts * panel_rows;
     }
 }
 
 // Listeners from `first` on, entry (scatterer, part, lane).
 void PackListeners(const Panels& listeners, std::size_t first, double* out) {
     constexpr std::size_t step = std::min(width, panel_rows);
+    const hn::CappedTag<double, step> d;
+    const std::size_t present = (listeners.rows + panel_rows - 1) / panel_rows * panel_rows;
     for (std::size_t lane = 0; lane < width; lane += step) {
         const std::size_t row = first + lane;
-        const bool is_there = row < (listeners.rows + panel_rows - 1) / panel_rows * panel_rows;
+        if (row >= present) {
+            for (std::size_t s = 0; s < parts * product_block; ++s) {
+                hn::Store(hn::Zero(d), d, out + s * width + lane);
+            }
+            continue;
+        }
         const std::size_t at = row / panel_rows * product_block * panel_rows + row % panel_rows;
         for (std::size_t s = 0; s < product_block; ++s) {
             double* const to = out + s * parts * width + lane;
-            for (std::size_t i = 0; i < step; ++i) {
-                const std::size_t from = at + s * panel_rows + i;
-                const double x = is_there ? listeners.re[from] : 0.0;
-                const double y = is_there ? listeners.im[from] : 0.0;
-                to[i] = x;
-                to[width + i] = y;
-                to[2 * width + i] = x + y;
+            const auto x = hn::Load(d, listeners.re + at + s * panel_rows);
+            const auto y = hn::Load(d, listeners.im + at + s * panel_rows);
+            hn::Store(x, d, to);
+            hn::Store(y, d, to + width);
+            hn::Store(hn::Add(x, y), d, to + 2 * width);
+        }
+    }
+}
+
+// Few senders, one panel of them at most: as they stand, some panels of listeners at a time.
+template <std::size_t rows>
+void AddFew(const Panels& senders, const Panels& listeners, const Sums& sums, std::size_t stride) {
+    const hn::CappedTag<double, panel_rows> d;
+    using Few = hn::Vec<decltype(d)>;
+    constexpr std::size_t step = hn::MaxLanes(d);
+    const std::size_t panels = (listeners.rows + panel_rows - 1) / panel_rows;
+    for (std::size_t panel = 0; panel < panels; ++panel) {
+        for (std::size_t lane = 0; lane < panel_rows; lane += step) {
+            const double* re = listeners.re + panel * product_block * panel_rows + lane;
+            const double* im = listeners.im + panel * product_block * panel_rows + lane;
+            Few sum_re[rows][2], sum_im[rows][2];
+            for (std::size_t r = 0; r < rows; ++r) {
+                sum_re[r][0] = sum_re[r][1] = sum_im[r][0] = sum_im[r][1] = hn::Zero(d);
+            }
+            for (std::size_t s = 0; s < product_block * panel_rows; s += panel_rows) {
+                const auto x = hn::Load(d, re + s);
+                const auto y = hn::Load(d, im + s);
+                for (std::size_t r = 0; r < rows; ++r) {
+                    const auto a = hn::Set(d, senders.re[s + r]);
+                    const auto b = hn::Set(d, senders.im[s + r]);
+                    sum_re[r][0] = hn::Add(sum_re[r][0], hn::Mul(a, x));
+                    sum_re[r][1] = hn::Add(sum_re[r][1], hn::Mul(b, y));
+                    sum_im[r][0] = hn::Add(sum_im[r][0], hn::Mul(a, y));
+                    sum_im[r][1] = hn::Add(sum_im[r][1], hn::Mul(b, x));
+                }
+            }
+            for (std::size_t r = 0; r < rows; ++r) {
+                double* const to_re = sums.re + r * stride + panel * panel_rows + lane;
+                double* const to_im = sums.im + r * stride + panel * panel_rows + lane;
+                hn::Store(hn::Add(hn::Load(d, to_re), hn::Sub(sum_re[r][0], sum_re[r][1])), d,
+                          to_re);
+                hn::Store(hn::Add(hn::Load(d, to_im), hn::Add(sum_im[r][0], sum_im[r][1])), d,
+                          to_im);
             }
         }
     }
@@ -106,11 +148,15 @@ void AddTile(const double* a, const double* b, std::size_t stride, double* re, d
 
 void AddProducts(const Panels& senders, const Panels& listeners, const double* scale,
                  bool is_symmetric, ProductRoom& room, const Sums& sums) {
+    const std::size_t stride = padded_width(listeners.rows);
+    if (!is_symmetric && senders.rows <= 2) {
+        (senders.rows == 1 ? AddFew<1> : AddFew<2>)(senders, listeners, sums, stride);
+        return;
+    }
     const std::size_t panels = (senders.rows + panel_rows - 1) / panel_rows;
     room.senders.resize(panels * product_block * panel_rows * parts);
     room.listeners.resize(product_block * width * parts);
     PackSenders(senders, scale, room.senders.data());
-    const std::size_t stride = padded_width(listeners.rows);
     for (std::size_t first = 0; first < listeners.rows; first += width) {
         PackListeners(listeners, first, room.listeners.data());
         // Above the diagonal and about it.

@@ -60,16 +60,16 @@ HWY_INLINE ComplexVec Bend(std::complex<double> rest, Vec tau) {
 }
 
 // Between the nodes, of a vector of lanes.
-template <bool has_real_weights>
-HWY_INLINE ComplexVec Interpolated(const Lines& lines, const NodeValues& nodes, int q,
-                                   std::size_t lane) {
+template <int taps, bool has_real_weights>
+HWY_INLINE ComplexVec Interpolated(const NodeValues& nodes, int q, std::size_t lane) {
     const Tag d;
-    const std::complex<double>* weights = lines.weights(q);
-    const std::size_t begin = static_cast<std::size_t>(lines.first_node(q)) * block_lanes + lane;
+    const std::complex<double>* weights = nodes.layout.weights(q);
+    const std::size_t begin =
+        static_cast<std::size_t>(nodes.layout.first_node(q)) * block_lanes + lane;
     const double* re = nodes.re + begin;
     const double* im = nodes.im + begin;
     ComplexVec sum = {hn::Zero(d), hn::Zero(d)};
-    for (int k = 0; k < lines.taps(); ++k) {
+    for (int k = 0; k < taps; ++k) {
         const ComplexVec node = {hn::Load(d, re), hn::Load(d, im)};
         ComplexVec part;
         if constexpr (has_real_weights) {
@@ -91,7 +91,7 @@ HWY_INLINE void Add(ComplexVec value, const Row& row, std::size_t at) {
     hn::Store(hn::Add(hn::Load(d, row.im + at), value.im), d, row.im + at);
 }
 
-template <bool has_real_weights>
+template <int taps, bool has_real_weights>
 void AddTransferBy(const Lines& lines, const NodeValues& nodes, int first, int last,
                    const std::complex<double>* factors, const Row& row) {
     const Tag d;
@@ -124,7 +124,7 @@ void AddTransferBy(const Lines& lines, const NodeValues& nodes, int first, int l
                     factor = Product(factor, Bend(lines.rest(q), tau));
                 }
                 ComplexVec value =
-                    Product(factor, Interpolated<has_real_weights>(lines, nodes, q, lane));
+                    Product(factor, Interpolated<taps, has_real_weights>(nodes, q, lane));
                 if (factors != nullptr) {
                     value = Product(Number(factors[q - first]), value);
                 }
@@ -135,12 +135,31 @@ void AddTransferBy(const Lines& lines, const NodeValues& nodes, int first, int l
     }
 }
 
+template <int taps>
+void AddTransferOf(const Lines& lines, const NodeValues& nodes, int first, int last,
+                   const std::complex<double>* factors, const Row& row) {
+    if (nodes.layout.has_real_weights()) {
+        AddTransferBy<taps, true>(lines, nodes, first, last, factors, row);
+    } else {
+        AddTransferBy<taps, false>(lines, nodes, first, last, factors, row);
+    }
+}
+
 void AddTransfer(const Lines& lines, const NodeValues& nodes, int first, int last,
                  const std::complex<double>* factors, const Row& row) {
-    if (lines.has_real_weights()) {
-        AddTransferBy<true>(lines, nodes, first, last, factors, row);
-    } else {
-        AddTransferBy<false>(lines, nodes, first, last, factors, row);
+    switch (nodes.layout.taps()) {
+        case 1:
+            return AddTransferOf<1>(lines, nodes, first, last, factors, row);
+        case 4:
+            return AddTransferOf<4>(lines, nodes, first, last, factors, row);
+        case 6:
+            return AddTransferOf<6>(lines, nodes, first, last, factors, row);
+        case 8:
+            return AddTransferOf<8>(lines, nodes, first, last, factors, row);
+        case 10:
+            return AddTransferOf<10>(lines, nodes, first, last, factors, row);
+        default:
+            return AddTransferOf<NodeLayout::most_taps>(lines, nodes, first, last, factors, row);
     }
 }
 

@@ -17,6 +17,7 @@ struct Row {
 
 // Of an element at a block of scatterers, see node_sums.h.
 struct NodeValues {
+    const NodeLayout& layout;
     const double* re;
     const double* im;
     const double* middle;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <map>
 #include <string>
 
@@ -20,14 +21,12 @@ std::size_t EchoElements::channel_count() const {
 namespace echo {
 namespace {
 
+constexpr std::int32_t most_channels = 1 << 16;
+
 std::string shown(double value) {
-    std::string text = std::to_string(value);
-    if (std::isfinite(value)) {
-        char digits[32];
-        std::snprintf(digits, sizeof digits, "%g", value);
-        text = digits;
-    }
-    return text;
+    char digits[32];
+    std::snprintf(digits, sizeof digits, "%g", value);
+    return digits;
 }
 
 void check_elements(const EchoElements& elements, const char* name, const Medium* medium) {
@@ -38,11 +37,12 @@ void check_elements(const EchoElements& elements, const char* name, const Medium
                              std::to_string(elements.elements.size()) + ", not " +
                              std::to_string(elements.channels.size()) + ".");
         }
-        const std::int32_t least =
-            *std::min_element(elements.channels.begin(), elements.channels.end());
-        if (least < 0) {
-            throw InputError("A channel of the " + field + " must not be negative, as " +
-                             std::to_string(least) + " is.");
+        for (const std::int32_t channel : elements.channels) {
+            if (channel < 0 || channel >= most_channels) {
+                throw InputError("A channel of the " + field + " must be from 0 to " +
+                                 std::to_string(most_channels - 1) + ", not " +
+                                 std::to_string(channel) + ".");
+            }
         }
     }
     for (std::size_t i = 0; i < elements.elements.size(); ++i) {
