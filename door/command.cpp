@@ -22,6 +22,9 @@ struct NamedCommand {
 };
 
 constexpr std::array commands{
+    NamedCommand{"echo_extent", new_echo_extent},
+    NamedCommand{"echo_signals", new_echo_signals},
+    NamedCommand{"echo_sum", new_echo_sum},
     NamedCommand{"kzk_parameters", new_kzk_parameters},
     NamedCommand{"methods", new_methods},
     NamedCommand{"pulse_echo", new_pulse_echo},

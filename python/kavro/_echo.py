@@ -153,15 +153,24 @@ def pulse_echo(
     }
     with _shown(progress) as told:
         options["progress"] = told
-        arguments: list[object] = [elements, scatterers, medium]
-        for name, value in options.items():
-            if value is not None:
-                arguments += [name, value]
-        rf, done = _kavro.call(["pulse_echo", *map(_lowered, arguments)], out)
-    return (rf, _report_from(done)) if report else rf
+        rf, done = _kavro.call(
+            ["pulse_echo", *arguments_of(elements, scatterers, medium, options)], out
+        )
+    return (rf, report_from(done)) if report else rf
 
 
-def _report_from(done: dict[str, Any]) -> EchoReport:
+def arguments_of(
+    elements: Elements, scatterers: Scatterers, medium: Medium, options: dict[str, object]
+) -> list[object]:
+    """As the compiled part takes them, of the options those that are given."""
+    arguments: list[object] = [elements, scatterers, medium]
+    for name, value in options.items():
+        if value is not None:
+            arguments += [name, value]
+    return [_lowered(argument) for argument in arguments]
+
+
+def report_from(done: dict[str, Any]) -> EchoReport:
     numbers = {name: field.ravel().tolist() for name, field in done.items()}
     count, first, last = numbers["frequencies"]
     of_any = (done["firing_times"], (int(count), first, last), int(*numbers["scatterers"]))

@@ -11,12 +11,13 @@ from numpy.typing import NDArray
 import kavro
 from kavro import _check
 from kavro._check import Floats
+from kavro._echo_parts import pulse_echo
 from kavro._elements import Elements
 from kavro._medium import Medium
 from kavro._scene import Grid, Points, grid_axes, mesh, time_axis
 from kavro._solver import MethodName, methods
 
-__all__ = ["solve"]
+__all__ = ["pulse_echo", "solve"]
 
 
 def solve(

@@ -101,6 +101,25 @@ def test_scatterers_come_in_chunks():
     ).any()
 
 
+def test_parts_on_other_machines_make_the_same_bits():
+    distributed = pytest.importorskip("kavro.distributed", reason="dask is not installed")
+    random = np.random.default_rng(6)
+    n = 2 * 16384 + 7
+    places = random.uniform((-2e-3, -1e-3, 6e-3), (2e-3, 1e-3, 8e-3), (n, 3))
+    many = kavro.Scatterers(places, random.standard_normal(n))
+    few = kavro.Scatterers(places[:5], 1e-4, exponent=1, reference_frequency=1e6)
+    scene = {"time": kavro.Times(8e-6, 12e-6, 50e-9), "excitation": PULSE, "delays": [[0], [1e-6]]}
+    for cloud, options in ((many, {"f0": 1e6}), (few, scene)):
+        arguments = kavro.disc(0.3e-3), cloud, WATER
+        whole, report = kavro.pulse_echo(*arguments, report=True, **options)
+        rf, later = distributed.pulse_echo(*arguments, report=True, blocks=2, **options)
+        assert rf.shape == whole.shape and rf.dtype == whole.dtype
+        assert np.array_equal(rf.compute(), whole)
+        assert repr(later.compute()) == repr(report)
+    with pytest.raises(kavro.InputError, match="n x 1, but is 1 x 2"):
+        distributed.pulse_echo(*arguments, **{**scene, "delays": [[0, 0]]})
+
+
 def test_every_wire_is_a_bright_dot_at_its_place():
     # So low a probe has no near field across, whose longer paths would move the dots away.
     array = kavro.linear_array(32, 0.3e-3, width=0.27e-3, height=0.5e-3)
