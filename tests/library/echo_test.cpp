@@ -40,7 +40,7 @@ struct GoldenEcho {
     std::vector<Scatterer> scatterers;
     Waveform waveform;
     Values at, re, im;
-    double allowed;
+    double allowed, tolerance;
 
     explicit GoldenEcho(const std::vector<std::string>& column) : id(column[0]) {
         const Values v = numbers({column[5], column[6], column[7], column[8], column[9]});
@@ -65,6 +65,7 @@ struct GoldenEcho {
         at = numbers(parts_of(column[11], ';'));
         re = numbers(parts_of(column[12], ';'));
         im = numbers(parts_of(column[13], ';'));
+        tolerance = v[2] == 0.0 && waveform ? 1e-6 : 1e-9;  // without losses bands are wide
         allowed = std::fmax(1e-8, 10.0 * std::stod(column[15])) * std::stod(column[14]);
     }
 };
@@ -387,16 +388,20 @@ TEST(Echo, RefusesWhatMakesNoSense) {
            "spectra of echoes");
 }
 
-TEST(Echo, HearsAnInterrupt) {
+TEST_F(EchoBits, HearAnInterrupt) {
+    kavro::set_thread_count(1);
     const Probe probe = mixed_probe();
     const Values frequencies = evenly(0.5e6, 0.02e6, 100);
-    bool asked = false;
-    const kavro::console::Connection connection(
-        {.progress = [&](double share) { asked = asked || share > 0.3; },
-         .interrupted = [&] { return asked; }});
+    double last = 0.0;
+    const kavro::console::Connection connection({.progress =
+                                                     [&](double share) {
+                                                         EXPECT_GE(share, last);
+                                                         last = share;
+                                                     },
+                                                 .interrupted = [&] { return last > 0.3; }});
     EXPECT_THROW(pulse_echo({.transmitters = probe.all()}, frequencies, strewn(400, 5)),
                  kavro::Interrupted);
-    EXPECT_TRUE(asked);
+    EXPECT_LT(last, 0.4);
 }
 
 }  // namespace

@@ -111,7 +111,9 @@ public:
 private:
     using Work = std::function<void(std::size_t index, Room& room, Team::Member& member)>;
 
-    void share_out(std::size_t count, const Work& work) {
+    // Progress goes from `begin` to `end` of the blocks'.
+    void share_out(double begin, double end, std::size_t count, const Work& work) {
+        const console::ProgressPart part(begin, end);
         std::atomic<std::size_t> next{0};
         work_in_tiles(static_cast<int>(count), 1, [&](Team::Member& member) {
             Room& room = rooms_[next++];
@@ -129,28 +131,27 @@ private:
     }
 
     void add_blocks(std::size_t blocks) {
-        {
-            const console::ProgressPart part(0.0, 0.5);
-            find_nodes(blocks * product_block / lanes);
-        }
+        find_nodes(blocks * product_block / lanes);
         const std::size_t all = plan_.frequencies();
         const std::size_t step = slab * slabs_at_a_time;
         for (std::size_t first = 0; first < all; first += step) {
             const std::size_t last = std::min(first + step, all);
-            const auto share = [&](std::size_t q) {
-                return 0.5 + 0.5 * static_cast<double>(q) / static_cast<double>(all);
-            };
-            const console::ProgressPart part(share(first), share(last));
+            const auto share = [&](double q) { return 0.5 + 0.5 * q / static_cast<double>(all); };
+            const double begin = share(static_cast<double>(first));
+            const double middle = share(0.5 * static_cast<double>(first + last));
+            const double end = share(static_cast<double>(last));
             const std::size_t lane_blocks = blocks * product_block / lanes;
             const std::size_t slabs = (last - first + slab - 1) / slab;
-            share_out(lane_blocks * slabs, [&](std::size_t i, Room& room, Team::Member& member) {
-                const std::size_t begin = first + i / lane_blocks * slab;
-                fill_panels(i % lane_blocks, first, begin, std::min(begin + slab, last), room,
-                            member);
-            });
-            share_out(last - first, [&](std::size_t i, Room& room, Team::Member& member) {
-                multiply(blocks, first, first + i, room, member);
-            });
+            share_out(begin, middle, lane_blocks * slabs,
+                      [&](std::size_t i, Room& room, Team::Member& member) {
+                          const std::size_t from = first + i / lane_blocks * slab;
+                          fill_panels(i % lane_blocks, first, from, std::min(from + slab, last),
+                                      room, member);
+                      });
+            share_out(middle, end, last - first,
+                      [&](std::size_t i, Room& room, Team::Member& member) {
+                          multiply(blocks, first, first + i, room, member);
+                      });
         }
     }
 
@@ -162,18 +163,19 @@ private:
     void find_nodes(std::size_t lane_blocks) {
         const std::size_t faces = plan_.faces.size();
         const std::size_t groups = (faces + faces_at_a_time - 1) / faces_at_a_time;
-        share_out(lane_blocks * groups, [&](std::size_t i, Room& room, Team::Member& member) {
-            const std::size_t block = i % lane_blocks;
-            const std::size_t begin = i / lane_blocks * faces_at_a_time;
-            for (std::size_t f = begin; f < std::min(begin + faces_at_a_time, faces); ++f) {
-                double* const nodes = nodes_.data() + nodes_at(block, f);
-                layouts_[block * faces + f] =
-                    &sum_at_nodes(plan_.faces[f], points_[block], lines_, room.nodes, nodes,
-                                  nodes + node_size_, nodes + 2 * node_size_);
-                member.spend(std::int64_t{block_lanes} * room.nodes.samples.count *
-                             (layouts_[block * faces + f]->nodes() + 8) / 4);
-            }
-        });
+        share_out(
+            0.0, 0.5, lane_blocks * groups, [&](std::size_t i, Room& room, Team::Member& member) {
+                const std::size_t block = i % lane_blocks;
+                const std::size_t begin = i / lane_blocks * faces_at_a_time;
+                for (std::size_t f = begin; f < std::min(begin + faces_at_a_time, faces); ++f) {
+                    double* const nodes = nodes_.data() + nodes_at(block, f);
+                    layouts_[block * faces + f] =
+                        &sum_at_nodes(plan_.faces[f], points_[block], lines_, room.nodes, nodes,
+                                      nodes + node_size_, nodes + 2 * node_size_);
+                    member.spend(std::int64_t{block_lanes} * room.nodes.samples.count *
+                                 (layouts_[block * faces + f]->nodes() + 8) / 4);
+                }
+            });
     }
 
     // Frequencies begin <= q < end of a slab, of the panels that begin with `first`.

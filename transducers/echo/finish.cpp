@@ -143,8 +143,18 @@ private:
     AlignedVector<double> bins_, values_;
 };
 
+// Shares of a whole call that its extents and its sums have been done at.
+constexpr double extents_done = 0.02;
+constexpr double sums_done = 0.98;
+
+EchoExtent extent_of(const EchoScene& scene, std::span<const Scatterer> scatterers) {
+    const console::ProgressPart part(0.0, extents_done);
+    return echo_extent(scene, scatterers);
+}
+
 // The sum of all chunks.
 std::vector<Complex> total_of(const EchoPlan& plan, std::span<const Scatterer> scatterers) {
+    const console::ProgressPart whole(extents_done, sums_done);
     std::vector<Complex> total(plan.sum_size()), sum(total.size());
     const auto all = static_cast<double>(scatterers.size());
     for (std::size_t first = 0; first < scatterers.size(); first += echo_chunk) {
@@ -230,19 +240,21 @@ void EchoPlan::spectrum(std::span<const Complex> total, Complex* out) const {
 
 std::vector<double> pulse_echo(const EchoScene& scene, const EchoSignal& signal,
                                std::span<const Scatterer> scatterers, EchoReport* report) {
-    const EchoPlan plan(scene, signal, echo_extent(scene, scatterers));
+    const EchoPlan plan(scene, signal, extent_of(scene, scatterers));
     tell(plan, scatterers.size(), report);
     const std::size_t size =
         static_cast<std::size_t>(signal.times.ntimes) * plan.receivers() * plan.events();
     require_memory(size, sizeof(double), "samples of echoes");
     std::vector<double> out(size);
-    plan.signals(total_of(plan, scatterers), out.data());
+    const std::vector<Complex> total = total_of(plan, scatterers);
+    const console::ProgressPart part(sums_done, 1.0);
+    plan.signals(total, out.data());
     return out;
 }
 
 std::vector<Complex> pulse_echo(const EchoScene& scene, std::span<const double> frequencies,
                                 std::span<const Scatterer> scatterers, EchoReport* report) {
-    const EchoPlan plan(scene, frequencies, echo_extent(scene, scatterers));
+    const EchoPlan plan(scene, frequencies, extent_of(scene, scatterers));
     tell(plan, scatterers.size(), report);
     std::vector<Complex> out(frequencies.size() * plan.receivers() * plan.events());
     plan.spectrum(total_of(plan, scatterers), out.data());

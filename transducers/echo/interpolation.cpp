@@ -3,6 +3,7 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <utility>
 
 #include "core/constants.h"
 
@@ -61,33 +62,44 @@ std::vector<Complex> solved(std::vector<Row> rows, std::size_t columns) {
 // Least squares at Chebyshev's points, which keeps the largest error close to the least. Of theta
 // and -theta together, half the sum and half the difference are real equations for the real parts
 // of the weights, and for the imaginary ones.
-NodeWeights weights_at(Complex x, int taps, double most) {
+std::vector<Complex> weights_at(Complex x, int taps, double most) {
     const auto n = static_cast<std::size_t>(taps);
     const std::size_t points = 2 * n;
     std::vector<Row> rows;
+    rows.reserve(2 * points);
     for (std::size_t i = 0; i < points; ++i) {
-        const double theta = most * std::cos(pi / 4.0 * static_cast<double>(2 * i + 1) /
-                                             static_cast<double>(points));
+        const double angle =
+            pi / 4.0 * static_cast<double>(2 * i + 1) / static_cast<double>(points);
+        const double theta = most * std::cos(angle);
         Row even{std::vector<double>(n), std::cosh(theta * x.imag())};
         Row odd{std::vector<double>(n), {0.0, std::sinh(theta * x.imag())}};
-        for (std::size_t k = 0; k < n; ++k) {
-            even.of[k] = std::cos(theta * (static_cast<double>(k) - x.real()));
-            odd.of[k] = std::sin(theta * (static_cast<double>(k) - x.real()));
+        const Complex turn = std::polar(1.0, theta);
+        Complex wave = std::polar(1.0, -theta * x.real());
+        for (std::size_t k = 0; k < n; ++k, wave *= turn) {
+            even.of[k] = wave.real();
+            odd.of[k] = wave.imag();
         }
-        rows.push_back(even);
-        rows.push_back(odd);
+        rows.push_back(std::move(even));
+        rows.push_back(std::move(odd));
     }
-    NodeWeights found{solved(rows, n), 0.0};
-    const auto checks = static_cast<int>(4 * n);
+    return solved(std::move(rows), n);
+}
+
+double error_of(const std::vector<Complex>& weights, Complex x, double most) {
+    const auto checks = static_cast<int>(3 * weights.size());
+    double error = 0.0;
     for (int i = -checks; i <= checks; ++i) {
         const double theta = most * i / checks;
+        const Complex turn = std::polar(1.0, theta);
+        Complex wave = std::polar(1.0, -theta * x.real());
         Complex off = -std::exp(-theta * x.imag());
-        for (std::size_t k = 0; k < n; ++k) {
-            off += found.weights[k] * std::polar(1.0, theta * (static_cast<double>(k) - x.real()));
+        for (const Complex& weight : weights) {
+            off += weight * wave;
+            wave *= turn;
         }
-        found.error = std::fmax(found.error, std::abs(off));
+        error = std::fmax(error, std::abs(off));
     }
-    return found;
+    return error;
 }
 
 }  // namespace kavro::echo

@@ -8,10 +8,10 @@ namespace kavro::echo {
 
 // Weights of equidistant nodes k = 0 ... taps - 1 for the value at x (in steps of the nodes, and
 // with losses complex), of waves e^(j theta k) with |theta| <= most.
-struct NodeWeights {
-    std::vector<std::complex<double>> weights;
-    double error;  // the largest, of a magnitude of 1
-};
-NodeWeights weights_at(std::complex<double> x, int taps, double most);
+std::vector<std::complex<double>> weights_at(std::complex<double> x, int taps, double most);
+
+// The largest error of such a wave's value, of a magnitude of 1.
+double error_of(const std::vector<std::complex<double>>& weights, std::complex<double> x,
+                double most);
 
 }  // namespace kavro::echo

@@ -55,7 +55,8 @@ struct NodeLayout::Spacing {
         const int apart = std::max(1, all.count() / 12 / stride * stride + stride / 2);
         for (int q = 0; q < all.count() && largest < 1.0; q += apart) {
             for (const int at : {q, all.count() - 1 - q}) {
-                largest = std::fmax(largest, weights_at(position(all, at), taps, most).error);
+                const std::complex<double> x = position(all, at);
+                largest = std::fmax(largest, error_of(weights_at(x, taps, most), x, most));
             }
         }
         return largest;
@@ -112,14 +113,15 @@ void NodeLayout::place(const Frequencies& frequencies, const Spacing& spacing) {
     const double apart = frequencies.step * spacing.stride;
     taps_ = spacing.taps;
     // Without losses and damping, those of the same place between nodes.
-    std::vector<NodeWeights> known(static_cast<std::size_t>(spacing.stride));
+    std::vector<std::vector<std::complex<double>>> known(static_cast<std::size_t>(spacing.stride));
     for (int q = 0; q < frequencies.count(); ++q) {
         const std::complex<double> position = spacing.position(frequencies, q);
         const bool is_inner = position.imag() == 0.0 && position.real() >= taps_ / 2 - 1 &&
                               position.real() < taps_ / 2;
-        NodeWeights at;
-        NodeWeights& former = known[static_cast<std::size_t>(q % spacing.stride)];
-        if (is_inner && !former.weights.empty()) {
+        std::vector<std::complex<double>> at;
+        std::vector<std::complex<double>>& former =
+            known[static_cast<std::size_t>(q % spacing.stride)];
+        if (is_inner && !former.empty()) {
             at = former;
         } else {
             check.spend(steps_of_weights);
@@ -128,7 +130,7 @@ void NodeLayout::place(const Frequencies& frequencies, const Spacing& spacing) {
         if (is_inner) {
             former = at;
         }
-        for (const std::complex<double>& weight : at.weights) {
+        for (const std::complex<double>& weight : at) {
             has_real_weights_ = has_real_weights_ && weight.imag() == 0.0;
             weights_.push_back(weight);
         }
