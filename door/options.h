@@ -56,6 +56,7 @@ public:
 
     // These throw InputError where the value is not what it must be.
     std::optional<double> frequency(Option option) const;  // positive
+    std::vector<double> frequencies(Option option) const;  // of an option that is given: likewise
     std::optional<int> count(Option option) const;         // a whole number of at least 1
     std::optional<bool> yes_or_no(Option option,
                                   const std::string& expected = "true or false") const;
