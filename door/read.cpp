@@ -131,8 +131,7 @@ void warn_of_delays_without_phases(const SolveRequest& request) {
 }
 
 void read_frequency(SolveRequest& request, const SolveOptions& options, const Value* medium) {
-    if (request.operation->kind == Kind::continuous_wave && options.given(Option::f0) &&
-        (!is_numeric(options.value(Option::f0)) || is_list(options.value(Option::f0)))) {
+    if (request.operation->kind == Kind::continuous_wave && options.given(Option::f0)) {
         read_frequencies(request, options);
         return;
     }

@@ -1,13 +1,19 @@
 #include "door/spectrum.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "door/choice.h"
 
 namespace kavro {
 
 void read_frequencies(SolveRequest& request, const SolveOptions& options) {
-    request.frequencies = options.frequencies(Option::f0);
+    const std::vector<double> given = options.frequencies(Option::f0);
+    if (!is_list(options.value(Option::f0))) {
+        request.medium._f0 = given.front();
+        return;
+    }
+    request.frequencies = given;
     const auto [least, most] =
         std::minmax_element(request.frequencies.begin(), request.frequencies.end());
     Medium& medium = request.medium;

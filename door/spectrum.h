@@ -6,8 +6,9 @@
 
 namespace kavro {
 
-// Reads the list of the option 'f0'. What losses by a power law leave open, the frequency at which
-// the speed of sound is the medium's, becomes the middle of the band: one medium for all of them.
+// Reads the option 'f0', a frequency or a list. With a list, what losses by a power law leave open,
+// the frequency at which the speed of sound is the medium's, becomes the middle of the band: one
+// medium for all of them.
 void read_frequencies(SolveRequest& request, const SolveOptions& options);
 
 // Whether the frequencies are solved together, as a comb of exact transfer functions; otherwise one

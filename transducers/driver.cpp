@@ -296,9 +296,9 @@ TransducerStatus solve_spectrum(std::span<Transducer* const> elements,
             tally.begin(*elements.front()->coordinate_grid);
         }
         for (const Band& band : bands) {
-            const double before = std::exchange(
-                done, done + static_cast<double>(band.frequencies.size()) /
-                                 static_cast<double>(frequencies.size()));
+            const double before =
+                std::exchange(done, done + static_cast<double>(band.frequencies.size()) /
+                                               static_cast<double>(frequencies.size()));
             const console::ProgressPart part(before, done);
             add_band(elements, band, report != nullptr ? &tally : nullptr);
         }

@@ -43,8 +43,8 @@ QuadratureRule as_it_stands(const NumericalIntegration& shared) {
     return rule;
 }
 
-// The field's magnitude is least where it follows the wavenumber at the lowest frequency, and at the
-// highest where it follows the inverse root, as edge waves do; phases turn most at the highest.
+// The field's magnitude is least where it follows the wavenumber at the lowest frequency, and at
+// the highest where it follows the inverse root, as edge waves do; phases turn most at the highest.
 QuadratureDemand demand_of(const Band& band, const Transducer& element) {
     const Medium& medium = *element.medium;
     const PowerLaw law(medium, medium._f0);
@@ -57,9 +57,9 @@ QuadratureDemand demand_of(const Band& band, const Transducer& element) {
     const double highest = wavenumber_at(*most);
     // Next to frequency 0 there is nothing to be accurate about.
     const double lowest = std::fmax(wavenumber_at(*least), 1e-2 * highest);
-    QuadratureDemand demand = demand_of(
-        WaveParameters{lowest, law.attenuation(two_pi * *most)},
-        highest > 0.0 ? element.get_tolerance() * std::sqrt(lowest / highest) : 1.0);
+    QuadratureDemand demand =
+        demand_of(WaveParameters{lowest, law.attenuation(two_pi * *most)},
+                  highest > 0.0 ? element.get_tolerance() * std::sqrt(lowest / highest) : 1.0);
     demand.highest_wavenumber = highest;
     return demand;
 }

@@ -185,12 +185,26 @@ Complex literal_gamma(const kavro::Medium& medium, Complex s) {
            A * tangent * std::pow(reference, y - 1.0) * s;
 }
 
-// The pressure of a disc in a lossy medium over a period T, by sums over its face, over frequencies
-// and over the waveform's samples.
-Values literal_transient(const Tank& tank, double T, int frequencies) {
+// Over the face of a disc: of e^(-gamma R) / R.
+Complex literal_face(const Tank& tank, Complex gamma, int around) {
     const double a = tank.sources[0].sizes[0];
     const kavro::CartesianCoordinate p = tank.points()[0];
     const kavro::NumericalIntegration& rule = tank.rule;  // on [-1, 1]
+    Complex face = 0.0;
+    for (std::size_t m = 0; m < rule.abscissas.size(); ++m) {
+        const double r = a * (rule.abscissas[m] + 1.0) / 2.0;
+        for (int n = 0; n < around; ++n) {
+            const double phi = two_pi * n / around;
+            const double R = std::hypot(p.x - r * std::cos(phi), p.y - r * std::sin(phi), p.z);
+            face += rule.weights[m] * a / 2.0 * r * two_pi / around * std::exp(-gamma * R) / R;
+        }
+    }
+    return face;
+}
+
+// The pressure of a disc in a lossy medium over a period T, by sums over its face, over frequencies
+// and over the waveform's samples.
+Values literal_transient(const Tank& tank, double T, int frequencies) {
     const double eta = 3.0 / T;
     constexpr int steps = 4000;
     const double dt = tank.waveform->w / steps;
@@ -202,16 +216,7 @@ Values literal_transient(const Tank& tank, double T, int frequencies) {
         for (int i = 1; i < steps; ++i) {
             V += tank.waveform->at(i * dt) * std::exp(-s * (i * dt)) * dt;
         }
-        Complex face = 0.0;
-        for (std::size_t m = 0; m < rule.abscissas.size(); ++m) {
-            const double r = a * (rule.abscissas[m] + 1.0) / 2.0;
-            for (std::size_t n = 0; n < 64; ++n) {
-                const double phi = two_pi * static_cast<double>(n) / 64.0;
-                const double R = std::hypot(p.x - r * std::cos(phi), p.y - r * std::sin(phi), p.z);
-                face += rule.weights[m] * a / 2.0 * r * two_pi / 64.0 * std::exp(-gamma * R) / R;
-            }
-        }
-        const Complex P = tank.medium._rho_density * s / two_pi * face * V;
+        const Complex P = tank.medium._rho_density * s / two_pi * literal_face(tank, gamma, 64) * V;
         for (std::size_t i = 0; i < pressure.size(); ++i) {
             pressure[i] +=
                 (q == 0 ? 1.0 : 2.0) / T * (P * std::exp(s * tank.times.times[i])).real();
@@ -379,6 +384,41 @@ TEST(Spectral, SpectraAreContinuousWavesAtEachFrequency) {
                 const double near = 1e-9 * peak_of(wave);
                 EXPECT_LE(std::abs(found[f * n + i] - expected), near) << "point " << i;
                 EXPECT_LE(std::abs(alone[i] - expected), near) << "point " << i;
+            }
+        }
+    }
+}
+
+// Octaves of a comb and more frequencies than one band holds; elements without a rule.
+TEST(Spectral, SpectraKeepATolerance) {
+    Tank tank = disc_in(0.5, 1.3);
+    tank.set_order(96);
+    Values comb;
+    for (int f = 1; f <= 5000; ++f) {
+        comb.push_back(1.6e3 * f);
+    }
+    for (const double x : {1e-3, 3.9e-3, 15e-3}) {
+        tank.set_points({{x, 0, 16e-3}});
+        for (const double tolerance : {1e-2, 1e-4, 1e-6}) {
+            Measurement measurement(tank, operation_named("fnm_cw"));
+            Values re(comb.size()), im(comb.size());
+            kavro::Transducer& element = *measurement.owned[0];
+            element.set_complex_pressure_pointers(re.data(), im.data());
+            element.set_tolerance(tolerance);
+            element.set_integral_pointer(nullptr);
+            kavro::QuadratureReport report;
+            ASSERT_EQ(kavro::solve_spectrum(measurement.elements(), comb, &report),
+                      kavro::status_success);
+            EXPECT_EQ(report.points, 1);
+            EXPECT_EQ(report.unreached, 0);
+            EXPECT_LT(report.fewest, report.most);
+            for (std::size_t f = 99; f < comb.size(); f += 700) {
+                const Complex s = j * (two_pi * comb[f]);
+                const Complex expected = tank.medium._rho_density * s / two_pi *
+                                         literal_face(tank, literal_gamma(tank.medium, s), 256);
+                EXPECT_LE(std::abs(Complex(re[f], im[f]) - expected),
+                          tolerance * std::abs(expected))
+                    << x << " " << tolerance << " " << comb[f];
             }
         }
     }
