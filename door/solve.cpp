@@ -45,7 +45,9 @@ void warn_of_missed_tolerance(const SolveRequest& request, const QuadratureRepor
                    short_text(report.worst_error) + " of an element's field, at [" +
                    short_text(worst.x) + " " + short_text(worst.y) + " " + short_text(worst.z) +
                    "] m. " + text_of(report.reason) +
-                   " Take a larger tolerance, or give more abscissas by 'ndiv'.\n")
+                   (report.reason == Shortfall::band
+                        ? " Take a larger tolerance, or a lossless method.\n"
+                        : " Take a larger tolerance, or give more abscissas by 'ndiv'.\n"))
                       .c_str());
 }
 
