@@ -325,7 +325,8 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
         }
     } else if (names_none && operation.method == Method::fnm_tsd && request.tolerance > 0.0) {
         request.attach();
-        request.operation = &in_fitting_precision(request);
+        request.operation = goes_by_frequencies(request) ? operation_of("fnm_spectral")
+                                                         : &in_fitting_precision(request);
     }
 }
 

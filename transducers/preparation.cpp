@@ -302,7 +302,7 @@ void Preparation::add_transient(Transducer& element, const Departures& departure
             add_direct_transient(element, method_, departures);
             break;
         default:
-            if (method_ == Method::fnm_spectral && element.medium->_dBcmMHz != 0.0) {
+            if (goes_by_frequencies(element)) {
                 add_lossy_transient(element);
             } else if (is_decomposable(element)) {
                 add_decomposition(element, departures);
@@ -391,19 +391,35 @@ TransducerStatus Preparation::add_spectrum(Transducer& element, const Band& band
     return status_success;
 }
 
-// Abscissas that are chosen by the tolerance leave far less than half of it; frequencies take half.
-void Preparation::add_lossy_transient(Transducer& element) {
-    constexpr double default_tolerance = 1e-4;
+bool Preparation::has_pulse(const Transducer& element) const {
     const double duration = element.excitation->w;
-    if (!(duration > 0.0 && std::isfinite(duration)) || element.time_samples->ntimes < 1) {
+    return duration > 0.0 && std::isfinite(duration) && element.time_samples->ntimes > 0;
+}
+
+// Abscissas that are chosen by the tolerance leave far less than half of it; frequencies take half.
+double Preparation::tolerance_of_frequencies(const Transducer& element) const {
+    constexpr double default_tolerance = 1e-4;
+    const double own = element.get_tolerance() > 0.0 ? element.get_tolerance() : default_tolerance;
+    return demand_ ? 0.5 * own : own;
+}
+
+bool Preparation::goes_by_frequencies(const Transducer& element) {
+    if (method_ != Method::fnm_spectral || element.medium->_dBcmMHz != 0.0) {
+        return method_ == Method::fnm_spectral;
+    }
+    return demand_ && has_pulse(element) &&
+           is_faster_by_frequencies(element, tolerance_of_frequencies(element), pulses_);
+}
+
+void Preparation::add_lossy_transient(Transducer& element) {
+    if (!has_pulse(element)) {
         return;
     }
-    double tolerance = element.get_tolerance() > 0.0 ? element.get_tolerance() : default_tolerance;
+    const double tolerance = tolerance_of_frequencies(element);
     if (demand_) {
         // Losses of the centre of the spectrum: of what is above it, they leave less.
         const double centre = reference_frequency_of(*element.excitation, *element.medium);
         demand_->attenuation = PowerLaw(*element.medium, centre).attenuation(two_pi * centre);
-        tolerance *= 0.5;
     }
     append(element,
            lossy_transient_share(element, element.edge(wanted(element, Method::fnm_transient)),

@@ -65,6 +65,9 @@ private:
     void add_transient(Transducer& element, const Departures& departures);
     void add_decomposition(Transducer& element, const Departures& departures);
     void add_direct_transient(Transducer& element, Method method, const Departures& departures);
+    bool has_pulse(const Transducer& element) const;
+    double tolerance_of_frequencies(const Transducer& element) const;
+    bool goes_by_frequencies(const Transducer& element);
     void add_lossy_transient(Transducer& element);
     void add_rayleigh_transient(Transducer& element, const Departures& departures);
     void add_impulse_response(const Transducer& element);

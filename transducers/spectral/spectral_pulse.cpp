@@ -87,6 +87,10 @@ PulseStay SpectralPulse::stay(double nearest, double farthest, double time_delay
     return stay;
 }
 
+double SpectralPulse::frequencies(double spread) const {
+    return reach_.band(0.0) * (spread + 1.5 * waveform_.w) / two_pi;
+}
+
 double SpectralPulse::missed(const PulseStay& stay, double nearest, double gain) const {
     if (stay.frequencies < most_frequencies) {
         return 0.0;
