@@ -246,7 +246,7 @@ def pressure(
     With `f0` the field is a continuous wave, with `time` and `excitation` a wave over time. The
     method and its precision follow from what is asked: the fast nearfield method, over time in single
     precision where its rounding stays well below the tolerance at all points of the grid, and by
-    frequencies in a medium with losses. In a continuous wave a delay T counts as the phase -2 pi f0 T,
+    frequencies in a medium with losses or for a long sampled waveform. In a continuous wave a delay T counts as the phase -2 pi f0 T,
     at each of several frequencies f0.
 
     Parameters

@@ -9,7 +9,7 @@ function [p, report] = pressure(elements, grid, medium, varargin)
 %   'excitation' a wave over time. The method and its precision follow from what is asked:
 %   continuous waves and waves over time go by the fast nearfield method, over time in single
 %   precision where its rounding stays well below the tolerance, and by frequencies in a medium
-%   with losses. The choice is one for all points of a call: where you split a grid, name a
+%   with losses or for a long sampled waveform. The choice is one for all points of a call: where you split a grid, name a
 %   method. kavro.solve computes by a method of your choice.
 %
 %   Arguments
