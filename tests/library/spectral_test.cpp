@@ -432,6 +432,7 @@ TEST(Spectral, SpectraKeepATolerance) {
 TEST_F(Variants, OfSpectraDoNotDiffer) {
     Tank tank = disc_in(0.5, 1.3);
     tank.sources.push_back({.shape = "rect", .center = {1e-3, 0, 0}, .exact = true});
+    tank.sources[0].tolerance = 1e-5;
     std::vector<kavro::CartesianCoordinate> points;
     for (const double x : noise(90, 7)) {
         points.emplace_back(5e-3 * x, 1e-3, 6e-3);
