@@ -15,8 +15,10 @@ constexpr double most_frequencies = 1 << 14;
 constexpr double most_of_centre = 40.0;
 constexpr double longest_transform = 1 << 22;
 
-// The sum of what is beyond the band, magnitudes all, exceeds the error several times.
-constexpr double part_left_out = 2.0;
+// Of the tolerance, for the sum of all magnitudes beyond the band. Without losses that exceeds the
+// error several times, as the waveform's ends alternate.
+constexpr double part_left_out = 0.5;
+constexpr double part_without_losses = 2.0;
 
 // The next product of 2, 3 and 5: lengths of fast transforms.
 std::int64_t fast_length(double least) {
@@ -40,12 +42,13 @@ std::int64_t fast_length(double least) {
 
 TimeFrame::TimeFrame(const EchoPulse& pulse, const PowerLaw& law, const TimeSamples& times,
                      const EchoExtent& extent, double tolerance) {
-    const PulseReach reach(pulse, law, part_left_out * tolerance);
+    const bool has_losses = law.slope() != 0.0;
+    const PulseReach reach(pulse, law,
+                           (has_losses ? part_left_out : part_without_losses) * tolerance);
     full_band = reach.band(0.0);
     if (!(extent.earliest <= extent.latest) || times.ntimes <= 0) {
         return;
     }
-    const bool has_losses = law.slope() != 0.0;
     const double guard = has_losses ? 0.25 * pulse.w : 0.0;
     begin = extent.earliest - reach.early(extent.farthest) * (has_losses ? 1.0 : 0.0) - guard;
     end = extent.latest + pulse.w + reach.late(extent.farthest) * (has_losses ? 1.0 : 0.0) + guard;
