@@ -88,6 +88,19 @@ f0 | [1e6 -1] | The option '@' must be one positive number (Hz) or a vector of t
                  "exclude each other.");
 }
 
+TEST(Echoes, in_parts_need_what_joins_them) {
+    const Value extent = row({0.02, 1e-5, 0.03, 0.015, 1e-4, 2e-5});
+    expect_error({text("echo_sum")}, "This function needs the extent of all scatterers.");
+    expect_error({text("echo_signals"), extent},
+                 "This function needs the extent of all scatterers and their sum.");
+    expect_error({text("echo_sum"), row({1.0})},
+                 "The extent must hold 6 numbers, but is one number.");
+    std::vector<Value> arguments = spectrum().all();
+    arguments.front() = text("echo_signals");
+    arguments.insert(arguments.begin() + 1, {extent, row({1.0, 2.0})});
+    expect_error(arguments, "The sum of all chunks must have 6 numbers, not 1.");
+}
+
 TEST(Echoes, say_how_many_values_are_too_many) {
     const Value silence = numbers(std::vector<double>(1000, 0.0), {500, 2});
     expect_error(echo().with("delays", silence).set("time.tmax = 1").set("time.deltat = 4e-7"),
