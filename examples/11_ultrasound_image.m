@@ -49,8 +49,8 @@ fprintf('%d scatterers, %d events, %d channels: %.1f s, %d frequencies\n', repor
         size(rf, 3), size(rf, 2), toc(started), report.frequencies(1));
 
 % The image, and where the wires are in it.
-x = -10e-3:0.15e-3:10e-3;
-z = 10e-3:0.1e-3:35e-3;
+x = -10e-3:0.2e-3:10e-3;
+z = 10e-3:0.125e-3:35e-3;
 started = tic();
 image = abs(delay_and_sum(rf, report, f0, events, positions, c, x, z));
 fprintf('%d x %d pixels in %.1f s\n', numel(x), numel(z), toc(started));

@@ -89,7 +89,7 @@ print(
 )
 
 # The image, and where the wires are in it.
-x, z = np.arange(-10e-3, 10e-3, 0.15e-3), np.arange(10e-3, 35.05e-3, 0.1e-3)
+x, z = np.linspace(-10e-3, 10e-3, 101), np.linspace(10e-3, 35e-3, 201)
 started = time.perf_counter()
 image = np.abs(delay_and_sum(rf, report, f0, events, probe.center, c, x, z))
 print(f"{len(x)} x {len(z)} pixels in {time.perf_counter() - started:.1f} s")
