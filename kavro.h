@@ -20,6 +20,7 @@
 #include "excitation/hanning_pulse.h"
 #include "excitation/t_cubed_pulse.h"
 #include "excitation/tone_burst.h"
+#include "thermal/bioheat.h"
 #include "transducers/array.h"
 #include "transducers/circular/circular_transducer.h"
 #include "transducers/circular/piston_apodization.h"

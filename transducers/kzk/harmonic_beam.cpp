@@ -12,13 +12,13 @@
 #include "core/constants.h"
 #include "core/counts.h"
 #include "core/interrupted.h"
+#include "core/parts.h"
 #include "core/threads.h"
 #include "core/zeros.h"
 #include "transducers/kzk/beam_grid.h"
 #include "transducers/kzk/frame.h"
 #include "transducers/kzk/harmonic_diffraction.h"
 #include "transducers/kzk/harmonic_kernels.h"
-#include "transducers/kzk/parts.h"
 
 namespace kavro::kzk {
 namespace {

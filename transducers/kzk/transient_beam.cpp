@@ -14,11 +14,11 @@
 #include "core/counts.h"
 #include "core/flush_denormals.h"
 #include "core/interrupted.h"
+#include "core/parts.h"
 #include "core/threads.h"
 #include "core/zeros.h"
 #include "transducers/kzk/beam_time.h"
 #include "transducers/kzk/column_steps.h"
-#include "transducers/kzk/parts.h"
 #include "transducers/kzk/pieces.h"
 #include "transducers/kzk/radial_step.h"
 
