@@ -120,7 +120,7 @@ private:
         }
         for (std::size_t j = 0; j < rows_; ++j) {
             check_.spend(8);
-            field_.re[j * stride_] = grid_.face(j);
+            field_.re[j * stride_] = grid_.face(j, shape_.hole);
         }
         slope_ = shape_.curvature;
     }

@@ -155,9 +155,9 @@ private:
             check_.spend(steps_of_value);
             const double t = tau[i] / (two_pi * drive.f0);
             const double value = t >= 0.0 && t <= drive.w ? drive.at(t) : 0.0;
-            for (std::size_t j = 0; value != 0.0 && grid_.face(j) > 0.0; ++j) {
+            for (std::size_t j = 0; value != 0.0 && grid_.face(j, 0.0) > 0.0; ++j) {
                 check_.spend(8);
-                at(i, j) = static_cast<float>(value * grid_.face(j));
+                at(i, j) = static_cast<float>(value * grid_.face(j, shape_.hole));
             }
         }
     }
