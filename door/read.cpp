@@ -70,7 +70,7 @@ double tolerance_from(const Operation& operation, const SolveOptions& options) {
 }
 
 // The option's value, without which the operation cannot do.
-const Value* needed(const SolveRequest& request, const SolveOptions& options, Option option,
+const Value* needed(const SolveRequest& request, const SolveOptions& options, Option::Place option,
                     const std::string& described) {
     if (!options.given(option)) {
         request.lack("the option " + described);
@@ -80,13 +80,7 @@ const Value* needed(const SolveRequest& request, const SolveOptions& options, Op
 
 void read_manners(SolveRequest& request, CallConsole& console, const SolveOptions& options) {
     request.threads = options.count(Option::threads).value_or(0);
-    const Value* progress = options.value(Option::progress);
-    if (progress != nullptr && is_function(progress)) {
-        console.hand_progress_to(progress);
-    } else if (const auto on = options.yes_or_no(
-                   Option::progress, std::string("true, false or a ") + host_words.function)) {
-        console.show_progress_line(*on);
-    }
+    options.read_progress(console, Option::progress);
 }
 
 void check_that_shapes_have_it(const SolveRequest& request) {

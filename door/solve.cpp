@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <initializer_list>
 #include <limits>
 #include <new>
@@ -11,9 +10,10 @@
 #include "core/console.h"
 #include "core/counts.h"
 #include "core/input_error.h"
-#include "core/threads.h"
 #include "door/advised.h"
+#include "door/call_threads.h"
 #include "door/march.h"
+#include "door/values.h"
 
 namespace kavro {
 namespace {
@@ -26,43 +26,6 @@ bool is_march(Kind kind) {
 
 bool is_complex(Kind kind) {
     return kind == Kind::continuous_wave || kind == Kind::kzk_cw;
-}
-
-// The threads that a call asks for, while its solver runs: then those of the call around it again.
-// 0 stands for what KAVRO_THREADS says. (The host's OpenMP runtime has read its own variables when
-// it was loaded.)
-class CallThreads {
-public:
-    explicit CallThreads(int n) : former_(asked_) {
-        const char* setting = std::getenv("KAVRO_THREADS");
-        ask(n == 0 && setting != nullptr ? count_of(setting) : n);
-    }
-    ~CallThreads() { ask(former_); }
-    CallThreads(const CallThreads&) = delete;
-    CallThreads& operator=(const CallThreads&) = delete;
-
-private:
-    static int count_of(const char* setting) {
-        constexpr long most = std::numeric_limits<int>::max();
-        return static_cast<int>(std::clamp(std::strtol(setting, nullptr, 10), 0L, most));
-    }
-
-    static void ask(int n) {
-        asked_ = n;
-        set_thread_count(n);
-    }
-
-    static inline int asked_ = 0;
-    int former_;
-};
-
-void warn_of_too_many_threads() {
-    if (threads_asked_for() > thread_limit()) {
-        console::warn((std::to_string(threads_asked_for()) + " threads were asked for, " +
-                       std::to_string(thread_limit()) +
-                       " are used: four for each processor. More would gain nothing.\n")
-                          .c_str());
-    }
 }
 
 std::string short_text(double number) {
@@ -359,32 +322,27 @@ SolveResult new_result(const SolveRequest& request) {
 
 Result* new_report(const SolveRequest& request, const SolveResult& result) {
     Result* report = new_record();
-    const auto add_numbers = [report](const char* name, std::initializer_list<double> values) {
-        const int extents[] = {1, static_cast<int>(values.size())};
-        Result* numbers = new_zeros(extents, false);
-        std::copy(values.begin(), values.end(), real_parts(numbers));
-        add_field(report, name, numbers);
-    };
     constexpr double none = std::numeric_limits<double>::quiet_NaN();
     const QuadratureReport& quadrature = result.quadrature;
     add_field(report, "method", new_text(request.operation->name));
     if (request.tolerance > 0.0) {
-        add_numbers("tolerance", {request.tolerance});
-        add_numbers("abscissas", {static_cast<double>(quadrature.fewest), quadrature.mean,
-                                  static_cast<double>(quadrature.most)});
+        add_numbers(report, "tolerance", {request.tolerance});
+        add_numbers(report, "abscissas",
+                    {static_cast<double>(quadrature.fewest), quadrature.mean,
+                     static_cast<double>(quadrature.most)});
     } else {
         const double n = request.rule.get_npoints();
-        add_numbers("tolerance", {none});
-        add_numbers("abscissas", {n, n, n});
+        add_numbers(report, "tolerance", {none});
+        add_numbers(report, "abscissas", {n, n, n});
     }
     const bool missed = quadrature.worst_point >= 0;
     const CartesianCoordinate worst =
         missed ? request.points.spatial_index_value(quadrature.worst_point)
                : CartesianCoordinate(none, none, none);
-    add_numbers("points", {static_cast<double>(quadrature.points)});
-    add_numbers("unreached", {static_cast<double>(quadrature.unreached)});
-    add_numbers("worst_error", {quadrature.worst_error});
-    add_numbers("worst_point", {worst.x, worst.y, worst.z});
+    add_numbers(report, "points", {static_cast<double>(quadrature.points)});
+    add_numbers(report, "unreached", {static_cast<double>(quadrature.unreached)});
+    add_numbers(report, "worst_error", {quadrature.worst_error});
+    add_numbers(report, "worst_point", {worst.x, worst.y, worst.z});
     add_field(report, "reason", new_text(text_of(quadrature.reason)));
     return report;
 }
@@ -392,7 +350,6 @@ Result* new_report(const SolveRequest& request, const SolveResult& result) {
 void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
     console.hold_warnings();
     const CallThreads threads(request.threads);
-    warn_of_too_many_threads();
     request.attach();
     if (is_march(result.kind)) {
         // A march prints its nonlinearity, and a disc's its shock: neither is of use here.
@@ -407,12 +364,13 @@ void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
     result.warnings = console.release_warnings();
 }
 
-void finish(CallConsole& console, const SolveResult& result) {
-    for (const std::string& warning : result.warnings) {
+void finish(CallConsole& console, const std::vector<std::string>& warnings,
+            TransducerStatus status) {
+    for (const std::string& warning : warnings) {
         host_warn(warning.c_str());
     }
-    console.end_progress(result.status == status_success);
-    check_status(result.status);
+    console.end_progress(status == status_success);
+    check_status(status);
 }
 
 }  // namespace kavro

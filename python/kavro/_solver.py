@@ -323,15 +323,12 @@ def kzk_parameters(
         choice["harmonics"] = harmonics
         arguments = ["kzk_cw", *arguments, "f0", f0]
     arguments += ["kzk", choice]
-    kzk: dict[str, float] = {}
-    cost: dict[str, float] = {}
-    for line in _kavro.table_of_march([_lowered(argument) for argument in arguments]).splitlines():
-        name, number = line.split("\t")
-        if name.startswith("cost."):
-            cost[name.removeprefix("cost.")] = float(number)
-        else:
-            kzk[name] = float(number)
-    return kzk, cost
+    kzk, cost = _kavro.call(["kzk_parameters", *map(_lowered, arguments)])
+    return _numbers(kzk), _numbers(cost)
+
+
+def _numbers(record: dict[str, Any]) -> dict[str, float]:
+    return {name: float(number.item()) for name, number in record.items()}
 
 
 def _usual_planes(element: Elements, medium: Medium, f0: float) -> Grid:
@@ -434,7 +431,7 @@ class Method:
 def methods() -> dict[str, Method]:
     """The methods of `solve` by name, as the library tells."""
     table = {}
-    for line in _kavro.table_of_methods().splitlines():
+    for line in _kavro.call(["methods"])[0].splitlines():
         kind, name, *cells = line.split("\t")
         if kind == "method":
             shapes, options, ndiv, multiple, summary = cells
