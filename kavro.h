@@ -32,6 +32,7 @@
 #include "transducers/polygon/polygon_transducer.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 #include "transducers/quadrature_report.h"
+#include "transducers/random_places.h"
 #include "transducers/ring/ring_transducer.h"
 #include "transducers/scatterer.h"
 #include "transducers/shapes.h"

@@ -77,10 +77,15 @@ const Operation& in_fitting_precision(const SolveRequest& request) {
 }
 
 void turn_delays_into_phases(SolveRequest& request) {
+    const bool phases = std::any_of(
+        request.elements.begin(), request.elements.end(),
+        [](const RequestedElement& element) { return element.transducer->get_phase() != 0.0; });
+    if (phases) {
+        return;
+    }
     for (const RequestedElement& element : request.elements) {
         Transducer& transducer = *element.transducer;
-        transducer.set_phase(transducer.get_phase() -
-                             two_pi * request.medium._f0 * transducer.get_time_delay());
+        transducer.set_phase(-two_pi * request.medium._f0 * transducer.get_time_delay());
     }
 }
 

@@ -17,7 +17,7 @@ const Operation& operation_asked_for(std::span<const Value* const> options, cons
 // stays well below the tolerance at every point, and every shape offers it.
 const Operation& in_fitting_precision(const SolveRequest& request);
 
-// A continuous wave reads phases only: a delay T becomes the phase -2 pi f0 T.
+// A continuous wave reads phases only: where all are 0, a delay T becomes the phase -2 pi f0 T.
 void turn_delays_into_phases(SolveRequest& request);
 
 }  // namespace kavro

@@ -13,7 +13,9 @@ from kavro._arrays import (
     convex_array,
     linear_array,
     planar_array,
+    random_array,
     ring_array,
+    window,
 )
 from kavro._elements import (
     Elements,
@@ -25,7 +27,8 @@ from kavro._elements import (
     spherical_shell,
 )
 from kavro._errors import InputError
-from kavro._focusing import focus_delays
+from kavro._focusing import focus, focus_delays
+from kavro._heat import WallName, bioheat, heat_rate, thermal_dose
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
 from kavro._medium import Medium, medium, water
@@ -73,18 +76,22 @@ __all__ = [
     "Sampled",
     "SolveReport",
     "Times",
+    "WallName",
     "__version__",
     "annular_array",
     "beam_width",
+    "bioheat",
     "bowl_array",
     "concentric_rings",
     "convex_array",
     "disc",
     "field_indices",
     "fit_time_samples",
+    "focus",
     "focus_delays",
     "grid_axes",
     "hanning_pulse",
+    "heat_rate",
     "join_field",
     "kzk_parameters",
     "linear_array",
@@ -93,6 +100,7 @@ __all__ = [
     "planar_array",
     "pressure",
     "polygon",
+    "random_array",
     "rectangular_piston",
     "ring",
     "ring_array",
@@ -102,6 +110,7 @@ __all__ = [
     "spherical_shell",
     "split_grid",
     "t_cubed_pulse",
+    "thermal_dose",
     "threads",
     "time_axis",
     "to_xarray",
@@ -109,4 +118,5 @@ __all__ = [
     "transient_pressure",
     "water",
     "waveform",
+    "window",
 ]
