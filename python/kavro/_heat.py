@@ -28,10 +28,10 @@ def heat_rate(
 ) -> Floats:
     """Heat that a continuous wave leaves in the medium.
 
-    ``2 alpha |p|^2 / (2 density soundspeed)``, for a plane wave's relation of pressure and intensity:
-    good in beams, a few per cent off where waves cross at large angles. All that is attenuated counts
-    as absorbed. The harmonics of a nonlinear wave each heat by themselves (W. L. Nyborg, Phys. Med.
-    Biol. 26, 785, 1981).
+    ``2 alpha |p|^2 / (2 density soundspeed)``: of a plane wave twice alpha times its intensity, and of
+    waves that cross what they lose together at each point. All that is attenuated counts as absorbed.
+    The harmonics of a nonlinear wave each heat by themselves (W. L. Nyborg, J. Acoust. Soc. Am. 70,
+    310, 1981).
 
     Parameters
     ----------

@@ -5,9 +5,9 @@ function Q = heat_rate(p, medium, f0, varargin)
 %   Q = kavro.heat_rate(p, medium, f0, 'harmonics', N)
 %   Q = kavro.heat_rate(..., 'law', 'march')
 %
-%   Q = 2 alpha |p|^2 / (2 density soundspeed), for a plane wave's relation of pressure and
-%   intensity: good in beams, a few per cent off where waves cross at large angles. All that is
-%   attenuated counts as absorbed. The harmonics of a nonlinear wave each heat by themselves.
+%   Q = 2 alpha |p|^2 / (2 density soundspeed): of a plane wave twice alpha times its intensity,
+%   and of waves that cross what they lose together at each point. All that is attenuated counts as
+%   absorbed. The harmonics of a nonlinear wave each heat by themselves.
 %
 %   Arguments
 %     p            complex pressure of a continuous wave, or its magnitude, in Pa, any size
@@ -27,7 +27,7 @@ function Q = heat_rate(p, medium, f0, varargin)
 %     Q            heat rate in W/m^3, of the size of p, less the harmonics
 %
 %   Source
-%     W. L. Nyborg, Phys. Med. Biol. 26, 785 (1981).
+%     W. L. Nyborg, J. Acoust. Soc. Am. 70, 310 (1981).
 %
 %   Example
 %     liver = kavro.set_medium('liver');
