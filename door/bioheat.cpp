@@ -47,6 +47,9 @@ public:
         heat_.emplace(field(arguments[0], "heat rate"));
         check_grid(arguments[1]);
         read_grid(grid_, arguments[1]);
+        if (!grid_.regular) {
+            throw InputError("bioheat: the grid must be a regular one.");
+        }
         check_medium(arguments[2]);
         medium_ = medium_from(arguments[2]);
         read_instants(arguments[3]);

@@ -146,6 +146,7 @@ def bioheat(
     >>> T = kavro.bioheat(heat, grid, liver, range(21), switching=[(0, 1), (10, 0)])
     """
     me = "bioheat"
+    _check.require(isinstance(grid, Grid), me, "grid", "a Grid", grid)
     heat = _field(me, "Q", Q, grid)
     instants = (
         times
