@@ -6,7 +6,7 @@ import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from kavro import _check
-from kavro._channels import Wiring, middles
+from kavro._channels import Wiring, channels, middles
 from kavro._check import Floats
 from kavro._elements import Elements
 from kavro._medium import Medium
@@ -61,13 +61,13 @@ def focus(
     wave has the wanted pressures there: the pseudo-inverse of the matrix that takes the elements'
     drives to the pressures at the points, each entry the field of one element by the fast nearfield
     method (E. S. Ebbini, C. A. Cain, IEEE Trans. Ultrason. Ferroelectr. Freq. Control 36, 540, 1989).
-    Delays become 0, for no delays make several foci.
+    Delays become 0, for no delays make several foci. Elements of one channel are driven alike.
 
     Parameters
     ----------
     elements : Elements
     point : three numbers, or (m, 3)
-        The focus in m, or the foci, as many as the elements at most.
+        The focus in m, or the foci, as many as the channels at most.
     medium : Medium
     f0 : float
         Frequency in Hz.
@@ -90,11 +90,10 @@ def focus(
         delays = focus_delays(elements, np.ravel(np.asarray(point)), medium)
         phases = np.angle(np.exp(-2j * np.pi * f0 * delays))
         return elements.replace(time_delay=delays, phase=phases)
-    expected = (
-        f"a focus, x, y, z, or m x 3 foci (m), as many as the {len(elements)} elements at most"
-    )
+    channel, count = channels(elements)
+    expected = f"a focus, x, y, z, or m x 3 foci (m), as many as the {count} channels at most"
     foci = _check.finite(me, "point", point, expected, (None, 3))
-    _check.require(len(foci) <= len(elements), me, "point", expected, point)
+    _check.require(len(foci) <= count, me, "point", expected, point)
     wanted = np.ones(len(foci), dtype=complex)
     if pressures is not None:
         wanted = np.asarray(pressures)
@@ -103,7 +102,8 @@ def focus(
         expected = f"{len(foci)} pressures that are not zero (Pa)"
         _check.require(fits, me, "pressures", expected, pressures)
     plain = elements.replace(amplitude=1.0, phase=0.0, time_delay=0.0)
-    H = solve("fnm_cw", plain, Points(foci), medium, f0=f0, per_element=True)
+    alone = solve("fnm_cw", plain, Points(foci), medium, f0=f0, per_element=True)
+    H = alone @ (channel[:, None] == np.arange(count))
     inverse = np.linalg.pinv(H)
     drives = inverse @ wanted
     amplitudes = np.abs(elements.amplitude)
@@ -111,7 +111,8 @@ def focus(
         drives = amplitudes.mean() * _turned_alike(H, inverse, drives, np.abs(wanted))
     elif pressures is None:
         drives = drives * (amplitudes.max() / np.abs(drives).max())
-    return elements.replace(amplitude=np.abs(drives), phase=np.angle(drives), time_delay=0.0)
+    each = drives[channel]
+    return elements.replace(amplitude=np.abs(each), phase=np.angle(each), time_delay=0.0)
 
 
 def _turned_alike(

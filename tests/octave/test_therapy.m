@@ -99,6 +99,10 @@
 %! alike = drive();
 %! assert(max([alike.amplitude]), 1, 1e-12);
 %! assert(abs(there(alike, points)) ./ mean(abs(there(alike, points))), ones(3, 1), 1e-9);
+%! pairs = kavro.set_channels(array, kron(1:20, [1 1]));
+%! wired = kavro.focus(pairs, points, medium, 'f0', 1.5e6, 'pressures', wanted);
+%! assert(there(wired, points), wanted, 1e-3);
+%! assert([wired(1:2:end).phase], [wired(2:2:end).phase]);
 %! uniform = drive('uniform', true, 'pressures', wanted);
 %! assert([uniform.amplitude], ones(1, 40), 1e-12);
 %! p = abs(there(uniform, points));

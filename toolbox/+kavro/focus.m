@@ -10,12 +10,13 @@ function elements = focus(elements, point, medium, varargin)
 %   At several points, amplitudes and phases become those of the least total drive whose
 %   continuous wave has the wanted pressures there: the pseudo-inverse of the matrix that takes the
 %   elements' drives to the pressures at the points, each entry the field of one element by the
-%   fast nearfield method. Delays become 0, for no delays make several foci.
+%   fast nearfield method. Delays become 0, for no delays make several foci. Elements of one channel
+%   are driven alike.
 %
 %   Arguments
 %     elements     structure array of n elements
 %     point        the focus in m, three numbers x, y, z
-%     points       m x 3 foci in m, 2 <= m <= n
+%     points       m x 3 foci in m, at least two and at most as many as channels
 %     medium       made by kavro.set_medium
 %
 %   Options
@@ -56,11 +57,12 @@ if numel(point) == 3
     return
 end
 m = size(point, 1);
+channel = kavro.internal.channels(elements);
 ok = kavro.internal.is_numbers(point) && ismatrix(point) && size(point, 2) == 3 ...
-     && m <= numel(elements);
+     && m <= max(channel);
 kavro.internal.check(ok, me, 'point', point, ...
-    sprintf('a focus, x, y, z, or m x 3 foci (m), as many as the %d elements at most', ...
-            numel(elements)));
+    sprintf('a focus, x, y, z, or m x 3 foci (m), as many as the %d channels at most', ...
+            max(channel)));
 wanted = ones(m, 1);
 if ~isempty(options.pressures)
     ok = isnumeric(options.pressures) && numel(options.pressures) == m ...
@@ -70,7 +72,7 @@ if ~isempty(options.pressures)
     wanted = double(options.pressures(:));
 end
 amplitudes = [elements.amplitude];
-H = transfer(elements, double(point), medium, f0);
+H = transfer(elements, channel, double(point), medium, f0);
 inverse = pinv(H);
 drives = inverse * wanted;
 ok = isscalar(options.uniform) && any(options.uniform == [0 1]);
@@ -80,18 +82,18 @@ if options.uniform
 elseif isempty(options.pressures)
     drives = drives * (max(abs(amplitudes)) / max(abs(drives)));
 end
-elements = kavro.set_amplitudes(elements, abs(drives));
-elements = kavro.set_phases(elements, angle(drives));
+elements = kavro.set_amplitudes(elements, abs(drives(channel)));
+elements = kavro.set_phases(elements, angle(drives(channel)));
 elements = kavro.set_delays(elements, 0);
 end
 
-% Pressures at the points of elements of amplitude 1, an element each column.
-function H = transfer(elements, points, medium, f0)
+% Pressures at the points of channels of amplitude 1, a channel each column.
+function H = transfer(elements, channel, points, medium, f0)
 elements = kavro.set_phases(kavro.set_amplitudes(elements, 1), 0);
 elements = kavro.set_delays(elements, 0);
 grid = kavro.set_coordinate_grid(points);
 H = kavro.solve('fnm_cw', elements, grid, medium, 'f0', f0, 'per_element', true);
-H = reshape(H, size(points, 1), numel(elements));
+H = reshape(H, size(points, 1), numel(elements)) * full(sparse(1:numel(channel), channel, 1));
 end
 
 % Drives of magnitude 1 by turns: phases that the wanted pressures ask for, and pressures whose
