@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "core/counts.h"
 #include "core/input_error.h"
 #include "door/options.h"
 #include "door/values.h"
@@ -33,30 +34,39 @@ public:
         if (!count) {
             throw InputError("random_array: the number of elements must be a whole number.");
         }
-        RandomAperture aperture;
-        aperture.radius = length(arguments[1], "the aperture's radius");
-        aperture.element_radius = length(arguments[2], "the elements' radius");
+        count_ = *count;
+        aperture_.radius = length(arguments[1], "the aperture's radius");
+        aperture_.element_radius = length(arguments[2], "the elements' radius");
         // Infinite, a bowl is flat.
-        aperture.rad_curvature =
+        aperture_.rad_curvature =
             options.given(Option::rad_curvature)
                 ? length(options.value(Option::rad_curvature), "the radius of curvature")
                 : std::numeric_limits<double>::infinity();
-        aperture.minimum_gap = options.number(Option::minimum_gap).value_or(0.0);
-        aperture.hole_radius = options.number(Option::hole_radius).value_or(0.0);
+        aperture_.minimum_gap = options.number(Option::minimum_gap).value_or(0.0);
+        aperture_.hole_radius = options.number(Option::hole_radius).value_or(0.0);
         const double seed = options.number(Option::seed).value_or(0.0);
         constexpr double most = 9007199254740992.0;  // 2^53
         if (!(seed >= 0.0 && seed < most &&
               seed == static_cast<double>(static_cast<std::uint64_t>(seed)))) {
             options.refuse(Option::seed, "a whole number, 0 or more");
         }
-        const auto places = random_places(*count, aperture, static_cast<std::uint64_t>(seed));
-        result_ = new_zeros(std::array{*count, 3}, false);
-        double* to = real_parts(result_);
+        seed_ = static_cast<std::uint64_t>(seed);
+        const std::array<std::int32_t, 2> extents{count_, 3};
+        constexpr const char* what = "output values";
+        const auto values = static_cast<std::size_t>(checked_product(extents, what));
+        require_memory(values, 2 * sizeof(double), what);
+        result_ = new_zeros(extents, false);
+        centers_ = real_parts(result_);
+    }
+
+    TransducerStatus run() override {
+        const auto places = random_places(count_, aperture_, seed_);
         for (std::size_t i = 0; i < places.size(); ++i) {
-            to[i] = places[i].x;
-            to[i + places.size()] = places[i].y;
-            to[i + 2 * places.size()] = places[i].z;
+            centers_[i] = places[i].x;
+            centers_[i + places.size()] = places[i].y;
+            centers_[i + 2 * places.size()] = places[i].z;
         }
+        return status_success;
     }
 
     std::vector<Result*> results() override { return {result_}; }
@@ -71,7 +81,11 @@ private:
         return *number;
     }
 
+    int count_ = 0;
+    RandomAperture aperture_;
+    std::uint64_t seed_ = 0;
     Result* result_ = nullptr;
+    double* centers_ = nullptr;
 };
 
 }  // namespace

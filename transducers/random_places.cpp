@@ -91,6 +91,13 @@ std::vector<CartesianCoordinate> random_places(int count, const RandomAperture& 
           "at least that of the aperture, " + shown(aperture.radius) + " m",
           aperture.rad_curvature);
 
+    const double R = aperture.rad_curvature;
+    const double level =
+        std::isinf(R) ? 0.5 : 1.0 / (1.0 + std::sqrt(1.0 - std::pow(aperture.radius / R, 2)));
+    const double most = std::floor(2.0 * level * std::pow(aperture.radius / a, 2));
+    check(count <= most, "the number of elements",
+          "at most " + shown(most) + ", which would cover the aperture", count);
+
     Places places(aperture, seed);
     InterruptCheck interrupts;
     const double apart = 2.0 * a + aperture.minimum_gap;

@@ -8,24 +8,18 @@ import kavro
 LIVER = kavro.medium("liver")
 
 
-def test_heat_rate_is_what_the_wave_loses():
-    grid = kavro.Grid(z=(60e-3, 100e-3, 1e-3))
-    liver = kavro.medium("liver", nonlinearityparameter=0)
-    lossless = kavro.medium("liver", nonlinearityparameter=0, attenuationdBcmMHz=0)
-    for method, law in (("fnm_cw", "power"), ("kzk_cw", "march")):
-        p, q = (
-            kavro.solve(method, kavro.disc(2e-3), grid, medium, f0=2e6).ravel()
-            for medium in (liver, lossless)
-        )
-        alpha = -np.log(abs(p[-1] / q[-1]) / abs(p[0] / q[0])) / 40e-3
-        expected = 2 * alpha * abs(p) ** 2 / (2 * 1050 * 1578)
-        heat = kavro.heat_rate(p, liver, 2e6, law=law)
-        assert np.allclose(heat, expected, rtol=0, atol=2e-3 * expected.max())
-    three = np.stack([p, p / 2, p / 3], axis=-1)
-    each = sum(kavro.heat_rate(three[:, n - 1], liver, n * 1e6) for n in (1, 2, 3))
-    assert np.allclose(kavro.heat_rate(three, liver, 1e6, harmonics=3), each, rtol=1e-13)
+def test_heat_rate_of_harmonics():
+    p = np.array([[3e5, 1e5j, -2e4], [1e4, 2e3, 0]])
+    nepers = 0.45 * np.arange(1, 4) ** 1.05 * 100 / 8.685889638
+    expected = abs(p) ** 2 @ nepers / (1050 * 1578)
+    assert np.allclose(kavro.heat_rate(p, LIVER, 1e6, harmonics=3), expected, rtol=1e-9)
+    assert np.allclose(
+        kavro.heat_rate(p[:, 1], LIVER, 2e6, law="march"),
+        abs(p[:, 1]) ** 2 * 2 * nepers[0] / (1050 * 1578),
+        rtol=1e-9,
+    )
     with pytest.raises(kavro.InputError, match="of 2 harmonics along its last dimension"):
-        kavro.heat_rate(three, liver, 1e6, harmonics=2)
+        kavro.heat_rate(p, LIVER, 1e6, harmonics=2)
 
 
 def test_temperature_between_walls_and_switched_heat():
@@ -57,9 +51,6 @@ def test_minutes_at_43_degrees():
     line = np.interp(fine, t, T)
     rate = 2 ** ((line - 43) * (1 + (line < 43)))
     assert np.isclose(kavro.thermal_dose(T, t), np.trapz(rate, fine) / 60, rtol=0, atol=1e-7)
-    rate[line < 39] = 0
-    above = kavro.thermal_dose(T, t, threshold=39)
-    assert np.isclose(above, np.trapz(rate, fine) / 60, rtol=0, atol=1e-5)
 
 
 def test_random_places_are_those_of_the_toolbox():
@@ -92,9 +83,6 @@ def test_focus_at_one_point_and_at_several():
         there(by_delays)
     wanted = np.array([1e5, 2e5j, -3e5])
     assert np.allclose(there(kavro.focus(array, points, LIVER, f0=1.5e6, pressures=wanted)), wanted)
-    pairs = array.replace(channel=np.arange(40) // 2)
-    wired = kavro.focus(pairs, points, LIVER, f0=1.5e6, pressures=wanted)
-    assert np.allclose(there(wired), wanted) and np.array_equal(wired.phase[::2], wired.phase[1::2])
     uniform = kavro.focus(array, points, LIVER, f0=1.5e6, uniform=True)
     p = abs(there(uniform))
     assert np.allclose(p / p.mean(), 1, atol=1e-3) and np.allclose(uniform.amplitude, 1)

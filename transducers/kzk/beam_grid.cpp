@@ -47,7 +47,7 @@ double BeamGrid::face(std::size_t column, double hole) const {
     const auto share_within = [&](double rim) {
         return std::clamp((rim * rim - inner * inner) / (outer * outer - inner * inner), 0.0, 1.0);
     };
-    return share_within(1.0) - share_within(hole);
+    return std::max(share_within(1.0) - share_within(hole), 0.0);
 }
 
 BeamGrid::Place BeamGrid::place(double radius) const {
