@@ -7,6 +7,7 @@
 
 #include "core/input_error.h"
 #include "door/call_threads.h"
+#include "door/chosen_method.h"
 #include "door/march.h"
 #include "door/methods.h"
 #include "door/solve.h"
@@ -21,6 +22,7 @@ struct NamedCommand {
 };
 
 constexpr std::array commands{
+    NamedCommand{"chosen_method", new_chosen_method},
     NamedCommand{"kzk_parameters", new_kzk_parameters},
     NamedCommand{"methods", new_methods},
 };
