@@ -8,11 +8,13 @@ import sys
 from collections.abc import Iterator
 from contextlib import contextmanager
 from dataclasses import dataclass, replace
+from operator import itemgetter
 from typing import Any
 
 import dask
 import dask.array as da
 import numpy as np
+from dask.highlevelgraph import HighLevelGraph
 from numpy.typing import NDArray
 
 import kavro
@@ -112,7 +114,6 @@ def _in_blocks(
         expected = f"left out, because nothing is computed yet: {instead}"
         _check.require(options.pop(name, None) is None, me, name, expected, "given")
     _check.require(isinstance(grid, (Grid, Points)), me, "grid", "a Grid or Points", grid)
-    listed = isinstance(grid, Points)
     # The choice reads no more of a grid than its limits, and all its points may not have room here.
     limits = grid if isinstance(grid, Points) else Points(list(zip(*(grid.x, grid.y, grid.z)))[:2])
     chosen = chosen_method(method, elements, limits, medium, options)
@@ -130,32 +131,29 @@ def _in_blocks(
         inner += (len(names),)
     kind = np.dtype(np.float64 if over_time else np.complex128)
 
-    axes = grid_axes(grid)
-    cut = (0, 0, 0) if listed else (0, 1, 2)  # which axis of the field each of them goes along
-    extents = tuple(len(axis) for axis in axes[: len(set(cut))])
+    axes = grid_axes(grid) if isinstance(grid, Grid) else None
+    extents = tuple(map(len, axes or (limits.coordinates,)))
     chunks = _chunks(me, extents, kind.itemsize * math.prod(inner), blocks)
+    scene = _Scene(method, elements, medium, options, axes, inner, kind.itemsize, report)
+    once = dask.delayed(scene, traverse=False)  # goes to each worker once
+    name = f"{me}-{once.key}"
+    tasks = {}
+    for index in np.ndindex(*map(len, chunks)):
+        begins = [i * sizes[0] for i, sizes in zip(index, chunks)]
+        cut = tuple(slice(begin, begin + n[0]) for begin, n in zip(begins, chunks))
+        part = cut if axes else limits.coordinates[cut]
+        tasks[(name, *index, *(0 for _ in inner))] = (_solved, part, once.key)
+    graph = HighLevelGraph.from_collections(name, tasks, [once])
     ndim = len(extents) + len(inner)
-    scene = _Scene(method, elements, medium, options, listed, inner, kind.itemsize)
-    solved = da.blockwise(
-        _solved,
-        range(ndim),
-        *(
-            part
-            for i, x in zip(cut, axes)
-            for part in (da.from_array(x, chunks=(chunks[i],)), (i,))
-        ),
-        scene=dask.delayed(scene, traverse=False),  # goes to each worker once
-        new_axes={len(extents) + i: n for i, n in enumerate(inner)},
-        align_arrays=False,
-        dtype=object,
-        meta=np.empty((0,) * ndim, object),
-    )
-    field = solved.map_blocks(_field, dtype=kind, meta=np.empty((0,) * ndim, kind))
+    all_chunks = (*chunks, *((n,) for n in inner))
+    empty = np.empty((0,) * ndim, kind)
+    solved = da.Array(graph, name, all_chunks, meta=empty)
+    field = solved
+    if report:
+        field = solved.map_blocks(itemgetter(0), dtype=kind, meta=empty)
+        told = solved.map_blocks(itemgetter(1), dtype=object, meta=empty)
     p: Any = {name: field[..., i] for i, name in enumerate(names)} if names else field
-    if not report:
-        return p
-    reports = solved.map_blocks(_report, dtype=object, meta=solved._meta)
-    return p, dask.delayed(_joined)(list(reports.to_delayed().ravel()))
+    return (p, dask.delayed(_joined)(list(told.to_delayed().ravel()))) if report else p
 
 
 def _chunks(
@@ -188,31 +186,37 @@ class _Scene:
     elements: Elements
     medium: Medium
     options: dict[str, Any]
-    listed: bool
+    axes: tuple[Floats, Floats, Floats] | None  # of a Grid
     inner: tuple[int, ...]
     itemsize: int
+    report: bool
 
 
-def _solved(x: Floats, y: Floats, z: Floats, scene: _Scene) -> tuple[NDArray[Any], SolveReport]:
-    """The field of a block. A shorter regular grid would round its samples in another way, so each
-    block is a list of points."""
-    points = np.stack([x, y, z], axis=1) if scene.listed else mesh(x, y, z)
+def _solved(part: Any, scene: _Scene) -> Any:
+    """The field of some rows of points, or where a Grid's axes are sliced. A shorter regular grid
+    would round its samples in another way, so each block is a list of points."""
+    if scene.axes is None:
+        points, sizes = part, (len(part),)
+    else:
+        axes = [axis[cut] for axis, cut in zip(scene.axes, part)]
+        points, sizes = mesh(*axes), tuple(map(len, axes))
     ends = " to ".join(f"[{x:.6g} {y:.6g} {z:.6g}]" for x, y, z in (*points[:1], *points[-1:]))
     what = f"Block of {len(points)} points from {ends} m"
     solve: Any = kavro.solve
     with _task(what, scene.itemsize * len(points) * math.prod(scene.inner)) as threads:
-        field, report = solve(
+        solved = solve(
             scene.method,
             scene.elements,
             Points(points),
             scene.medium,
-            report=True,
+            report=scene.report,
             **{"threads": threads, **scene.options},
         )
+    field, report = solved if scene.report else (solved, None)
     if isinstance(field, dict):
         field = np.stack(list(field.values()), axis=-1)
-    sizes = (len(x),) if scene.listed else (len(x), len(y), len(z))
-    return field.reshape(*sizes, *scene.inner, order="F"), report
+    field = field.reshape(*sizes, *scene.inner, order="F")
+    return (field, report) if scene.report else field
 
 
 @contextmanager
@@ -247,14 +251,6 @@ def _worker() -> Any:
         return get_worker()
     except ValueError:
         return None
-
-
-def _field(solved: tuple[NDArray[Any], SolveReport]) -> NDArray[Any]:
-    return solved[0]
-
-
-def _report(solved: tuple[NDArray[Any], SolveReport]) -> SolveReport:
-    return solved[1]
 
 
 def _joined(reports: list[SolveReport]) -> SolveReport:
