@@ -196,7 +196,7 @@ def _solved(part: Any, scene: _Scene) -> Any:
     """The field of some rows of points, or where a Grid's axes are sliced. A shorter regular grid
     would round its samples in another way, so each block is a list of points."""
     if scene.axes is None:
-        points, sizes = part, (len(part),)
+        points, sizes = part, part.shape[:1]
     else:
         axes = [axis[cut] for axis, cut in zip(scene.axes, part)]
         points, sizes = mesh(*axes), tuple(map(len, axes))
