@@ -309,5 +309,15 @@ def test_xarray():
     at = field.sel(x=1e-3, y=0, z=10e-3, method="nearest")
     assert np.array_equal(at, tsd()[3, 0, 1])
     assert kavro.to_xarray(cw(grid=POINTS), POINTS).z.values.tolist() == [5e-3, 9e-3, 20e-3]
+    for each, times, dims in (
+        (tsd(per_element=True), TIMES, ("x", "y", "z", "time", "element")),
+        (cw(per_element=True), None, ("x", "y", "z", "element")),
+        (tsd(grid=POINTS, per_element=True, measure="peak"), None, ("point", "element")),
+    ):
+        grid = POINTS if "point" in dims else GRID
+        field = kavro.to_xarray(each, grid, times)
+        assert field.dims == dims and field.element.values.tolist() == [0, 1]
+    march = kavro.to_xarray(np.zeros((5, 4, 3)), dataclasses.replace(GRID, y=0))
+    assert march.dims == ("x", "z", "harmonic") and march.harmonic.values.tolist() == [1, 2, 3]
     with pytest.raises(kavro.InputError, match="'p' must be an array of the shape"):
         kavro.to_xarray(tsd(), GRID, kavro.Times(0, 1, 1))
