@@ -130,6 +130,9 @@ def test_pressure_chooses_by_what_is_asked():
     np.testing.assert_allclose(peak, expected, atol=2e-3 * expected.max())
     with pytest.raises(kavro.InputError, match="'f0'"):
         kavro.pressure(PAIR, GRID, WATER)
+    # Single precision would be accurate enough, but keeps no such tolerance.
+    near, fine = kavro.Points([[0, 0, 1e-5]]), {**over_time, "tolerance": 7e-6, "report": True}
+    assert kavro.pressure(kavro.disc(3e-4), near, WATER, **fine)[1].method == "fnm_tsd"
 
 
 NUMBERS = st.sampled_from(("i1", "u2", ">i4", "u8", "f2", "f4", ">f8", "f8", "g")).flatmap(
