@@ -68,7 +68,8 @@ const Operation& operation_asked_for(std::span<const Value* const> options, cons
 const Operation& in_fitting_precision(const SolveRequest& request) {
     constexpr double share_of_tolerance = 0.25;
     const Operation& single = *operation_of("fnm_tsd_low_precision");
-    const bool fits = std::all_of(request.elements.begin(), request.elements.end(),
+    const bool fits = request.tolerance >= least_tolerance_of_single &&
+                      std::all_of(request.elements.begin(), request.elements.end(),
                                   [&](const RequestedElement& element) {
                                       return implements(single, *element.shape) &&
                                              rounding_of_single(request, *element.transducer) <

@@ -13,6 +13,9 @@ namespace kavro {
 // double precision so far. Throws InputError where the options ask for both or for neither.
 const Operation& operation_asked_for(std::span<const Value* const> options, const Value* medium);
 
+// What methods in single precision can keep.
+inline constexpr double least_tolerance_of_single = 1e-5;
+
 // Of a request that is read, over time and with a tolerance: single precision where its rounding
 // stays well below the tolerance at every point, and every shape offers it.
 const Operation& in_fitting_precision(const SolveRequest& request);

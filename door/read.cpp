@@ -52,7 +52,6 @@ constexpr double default_tolerance = 1e-3;
 
 double tolerance_from(const Operation& operation, const SolveOptions& options) {
     constexpr double least = 1e-12;
-    constexpr double least_of_single = 1e-5;
     constexpr double most = 0.1;
     if (options.given(Option::ndiv)) {
         throw InputError(
@@ -61,7 +60,8 @@ double tolerance_from(const Operation& operation, const SolveOptions& options) {
     }
     const bool single = is_single(operation.method);
     const std::optional<double> tolerance = single_number(options.value(Option::tolerance));
-    if (!tolerance || !(*tolerance >= (single ? least_of_single : least) && *tolerance <= most)) {
+    if (!tolerance ||
+        !(*tolerance >= (single ? least_tolerance_of_single : least) && *tolerance <= most)) {
         options.refuse(Option::tolerance, std::string("one number from ") +
                                               (single ? "1e-5 (in single precision)" : "1e-12") +
                                               " to 0.1" +

@@ -222,11 +222,9 @@ def solve(
     >>> p = kavro.solve("fnm_cw", disc, grid, kavro.water(), f0=1e6)
     """
     with _shown(progress) as shown:
-        arguments: list[object] = [method, elements, grid, medium]
-        for name, value in {**options, "measure": measure, "progress": shown}.items():
-            if value is not None:
-                arguments += [name, value]
-        field, done = _kavro.solve([_lowered(argument) for argument in arguments], out, report)
+        options = {**options, "measure": measure, "progress": shown}
+        arguments = _arguments(method, elements, grid, medium, options)
+        field, done = _kavro.solve(arguments, out, report)
     return field if done is None else (field, _report_from(done))
 
 
@@ -473,6 +471,23 @@ def threads(count: int | None | EllipsisType = ...) -> int | None:
     elif count is not ...:
         os.environ["KAVRO_THREADS"] = str(_check.whole("threads", "count", count, 1))
     return before
+
+
+def chosen_method(
+    method: str, elements: Elements, grid: Grid | Points, medium: Medium, options: dict[str, Any]
+) -> str:
+    """Check the arguments of `solve`, and tell by which method 'auto' would compute."""
+    name: str = _kavro.call(
+        ["chosen_method", *_arguments(method, elements, grid, medium, options)]
+    )[0]
+    return name
+
+
+def _arguments(
+    method: str, elements: object, grid: object, medium: object, options: dict[str, Any]
+) -> list[object]:
+    given = [entry for item in options.items() if item[1] is not None for entry in item]
+    return [_lowered(argument) for argument in (method, elements, grid, medium, *given)]
 
 
 def _lowered(value: object) -> object:
