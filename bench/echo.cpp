@@ -156,8 +156,8 @@ public:
             }
         });
         const double values = static_cast<double>(order.size() * elements_.size() * frequencies);
-        std::printf("  transfer functions: %.2f s, %.2f ns a value, %.0f samples, %d nodes", time,
-                    time / values * 1e9, samples / blocks, lines.nodes());
+        std::printf("  transfer functions: %.2f s, %.2f ns a value, %.0f samples, %.0f nodes", time,
+                    time / values * 1e9, samples / blocks, node_count / blocks);
         if (literal) {
             literal_time = least(1, [&] {
                 for (int turn = 0; turn < 20; ++turn) {

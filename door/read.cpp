@@ -52,7 +52,6 @@ constexpr double default_tolerance = 1e-3;
 
 double tolerance_from(const Operation& operation, const SolveOptions& options) {
     constexpr double least = 1e-12;
-    constexpr double least_of_single = 1e-5;
     constexpr double most = 0.1;
     if (options.given(Option::ndiv)) {
         throw InputError(
@@ -61,7 +60,8 @@ double tolerance_from(const Operation& operation, const SolveOptions& options) {
     }
     const bool single = is_single(operation.method);
     const std::optional<double> tolerance = single_number(options.value(Option::tolerance));
-    if (!tolerance || !(*tolerance >= (single ? least_of_single : least) && *tolerance <= most)) {
+    if (!tolerance ||
+        !(*tolerance >= (single ? least_tolerance_of_single : least) && *tolerance <= most)) {
         options.refuse(Option::tolerance, std::string("one number from ") +
                                               (single ? "1e-5 (in single precision)" : "1e-12") +
                                               " to 0.1" +
@@ -310,8 +310,8 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     }
     read_options(request, options);
     if (names_none && operation.kind == Kind::continuous_wave) {
-        request.delays_count = true;
-        if (request.frequencies.empty()) {
+        request.delays_count = delays_stand_for_phases(request);
+        if (request.delays_count && request.frequencies.empty()) {
             turn_delays_into_phases(request);
         }
     } else if (names_none && operation.method == Method::fnm_tsd && request.tolerance > 0.0) {

@@ -1,6 +1,4 @@
 // The compiled part of the Python package: one function for every method of the library.
-#include <chrono>
-#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -12,38 +10,10 @@
 #include "door/read.h"
 #include "door/solve.h"
 #include "python/call.h"
+#include "python/turn.h"
 
 namespace kavro {
 namespace {
-
-// Console, progress and number of threads belong to the process, so calls take turns. Nobody waits
-// with the interpreter's lock in hand, and nobody who waits is deaf to Ctrl-C.
-class Turn {
-public:
-    Turn() {
-        while (!mutex_->try_lock() && !wait()) {
-            if (PyErr_CheckSignals() != 0) {
-                throw py::error_already_set();
-            }
-        }
-    }
-    ~Turn() { mutex_->unlock(); }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
-
-    // In a forked child: whoever had its turn in the parent is not there to end it.
-    static void forget() { mutex_ = new Mutex; }
-
-private:
-    using Mutex = std::recursive_timed_mutex;
-
-    static bool wait() {
-        const py::gil_scoped_release others_may_run;
-        return mutex_->try_lock_for(std::chrono::milliseconds(50));
-    }
-
-    static inline Mutex* mutex_ = new Mutex;  // never released: a fork may leave it locked
-};
 
 // OpenMP's threads do not survive a fork, but it counts on them where it had started some.
 class Threads {

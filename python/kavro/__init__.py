@@ -13,7 +13,9 @@ from kavro._arrays import (
     convex_array,
     linear_array,
     planar_array,
+    random_array,
     ring_array,
+    window,
 )
 from kavro._echo import EchoReport, pulse_echo
 from kavro._elements import (
@@ -33,7 +35,8 @@ from kavro._events import (
     synthetic_aperture_events,
 )
 from kavro._files import write_hdf5, write_uff
-from kavro._focusing import focus_delays
+from kavro._focusing import focus, focus_delays
+from kavro._heat import WallName, bioheat, heat_rate, thermal_dose
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
 from kavro._medium import Medium, medium, water
@@ -95,19 +98,23 @@ __all__ = [
     "Scatterers",
     "SolveReport",
     "Times",
+    "WallName",
     "__version__",
     "annular_array",
     "beam_width",
+    "bioheat",
     "bowl_array",
     "concentric_rings",
     "convex_array",
     "disc",
     "field_indices",
     "fit_time_samples",
+    "focus",
     "focus_delays",
     "focused_events",
     "grid_axes",
     "hanning_pulse",
+    "heat_rate",
     "join_field",
     "kzk_parameters",
     "linear_array",
@@ -118,6 +125,7 @@ __all__ = [
     "polygon",
     "pressure",
     "pulse_echo",
+    "random_array",
     "rectangular_piston",
     "ring",
     "ring_array",
@@ -128,6 +136,7 @@ __all__ = [
     "split_grid",
     "synthetic_aperture_events",
     "t_cubed_pulse",
+    "thermal_dose",
     "threads",
     "time_axis",
     "to_xarray",
@@ -136,6 +145,7 @@ __all__ = [
     "transient_pressure",
     "water",
     "waveform",
+    "window",
     "write_hdf5",
     "write_uff",
 ]

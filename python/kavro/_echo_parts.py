@@ -16,6 +16,7 @@ from kavro._echo import EchoReport, arguments_of, report_from
 from kavro._elements import Elements
 from kavro._medium import Medium
 from kavro._scene import Scatterers, time_axis
+from kavro._tasks import task
 
 # Scatterers are added up in chunks of this many, wherever that is done.
 _CHUNK = 16384
@@ -37,8 +38,8 @@ def pulse_echo(
     Parameters
     ----------
     elements, scatterers, medium, **options
-        As for `kavro.pulse_echo`, without `out` and `progress`. Give a cluster a process for each core
-        with ``threads=1``, or one for each machine.
+        As for `kavro.pulse_echo`, without `out` and `progress`. A task computes on as many threads as
+        its worker has, unless the option `threads` says otherwise.
     blocks : int, optional
         In how many blocks the scatterers are cut at most; by default, and at most, one for every 16384
         of them.
@@ -96,7 +97,9 @@ def _cut(scatterers: Scatterers, begin: int, end: int) -> Scatterers:
 
 def _call(command: str, own: list[Floats], scene: Any, part: Scatterers) -> tuple[Any, ...]:
     elements, medium, options = scene
-    return _kavro.call([command, *own, *arguments_of(elements, part, medium, options)])
+    with task(f"{command} of {len(part.strengths)} scatterers", 0) as threads:
+        arguments = arguments_of(elements, part, medium, {"threads": threads, **options})
+        return _kavro.call([command, *own, *arguments])
 
 
 def _extent(scene: Any, part: Scatterers) -> Floats:
