@@ -39,3 +39,4 @@
 #include "transducers/transducer.h"
 #include "transducers/transducer_status.h"
 #include "transducers/triangle/triangle_transducer.h"
+#include "transducers/velocity.h"

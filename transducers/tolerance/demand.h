@@ -29,6 +29,7 @@ struct QuadratureDemand {
     double speed;           // m/s, over time
     WaveformEnds ends;      // over time
     WaveformEnds log_ends;  // ln of the error that each jump leaves, see end_share
+    bool of_gradient = false;  // the same error of the pressure's gradient, too, over k
 };
 
 QuadratureDemand demand_of(const WaveParameters& wave, double tolerance);
