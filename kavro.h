@@ -29,6 +29,7 @@
 #include "transducers/method.h"
 #include "transducers/output.h"
 #include "transducers/polygon/polygon_transducer.h"
+#include "transducers/power/acoustic_power.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 #include "transducers/quadrature_report.h"
 #include "transducers/ring/ring_transducer.h"

@@ -126,7 +126,7 @@ HWY_INLINE V RoughOrder(const Growth& growth, V margin, V X) {
 // Found by trial: pulses peak above their envelope, and gradients are the steeper ones next to an
 // edge.
 HWY_INLINE double SafetyOf(const QuadratureDemand& demand) {
-    return demand.of_gradient ? 16.0 : demand.over_time ? 4.0 : 2.0;
+    return demand.of_gradient ? 8.0 : demand.over_time ? 4.0 : 2.0;
 }
 
 HWY_INLINE V Hypotenuse(V a, V b) {
@@ -369,8 +369,11 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
             hn::Max(margin, hn::Add(Log(hn::Div(Product(face.gain, 8.0), allowed)), losses));
         nearness = hn::Max(nearness, hn::Div(pole_margin, pole_height));
     }
-    const auto shift = hn::IfThenElseZero(
+    auto shift = hn::IfThenElseZero(
         hn::Gt(hn::Abs(rim.retreat), hn::Abs(hn::Sub(rim.along, rim.retreat))), one);
+    if (demand.of_gradient) {
+        shift = one;  // by the normal's cosine
+    }
 
     auto order = nearness;
     if (!hn::AllTrue(d, hn::Ge(nearness, RoughOrder(tables.sine, margin, X)))) {
@@ -517,8 +520,7 @@ HWY_INLINE bool ChoosePiece(const SeenPiece& piece, const FaceScene& scene,
     const auto to_face = Load(allowance.losses_to_face, lane);
     auto near_margin = hn::Add(margin, to_face);
     if (!demand.of_gradient) {
-        near_margin =
-            NearMargin(L, k, allowed, to_face, Load(allowance.losses, lane), near_margin);
+        near_margin = NearMargin(L, k, allowed, to_face, Load(allowance.losses, lane), near_margin);
     }
     const auto nearness = Hypotenuse(X, hn::Div(near_margin, height));
     auto order = nearness;
