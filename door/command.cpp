@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "core/input_error.h"
+#include "door/acoustic_power.h"
 #include "door/call_threads.h"
 #include "door/march.h"
 #include "door/methods.h"
@@ -21,6 +22,7 @@ struct NamedCommand {
 };
 
 constexpr std::array commands{
+    NamedCommand{"acoustic_power", new_acoustic_power},
     NamedCommand{"kzk_parameters", new_kzk_parameters},
     NamedCommand{"methods", new_methods},
 };

@@ -75,6 +75,7 @@ struct Option {
         kzk,
         measure,
         per_element,
+        velocity,
         threads,
         exact,
         progress

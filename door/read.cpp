@@ -112,7 +112,8 @@ void read_elements(SolveRequest& request, const SolveOptions& options, const Val
     }
 }
 
-// An array that is focused by its delays is not in a continuous wave, which asks for phases.
+}  // namespace
+
 void warn_of_delays_without_phases(const SolveRequest& request) {
     const auto& elements = request.elements;
     const double delay = elements.front().transducer->time_delay;
@@ -128,6 +129,8 @@ void warn_of_delays_without_phases(const SolveRequest& request) {
             "the same focus they must be -2*pi*f0*time_delay.\n");
     }
 }
+
+namespace {
 
 void read_frequency(SolveRequest& request, const SolveOptions& options, const Value* medium) {
     // A medium of the library has a centre frequency; the host's may have.
@@ -271,6 +274,7 @@ void read_options(SolveRequest& request, const SolveOptions& options) {
     read_accuracy(request, options);
     read_measures(request, options);
     request.per_element = options.yes_or_no(Option::per_element).value_or(false);
+    request.velocity = options.yes_or_no(Option::velocity).value_or(false);
     if (operation.uses(input_kzk)) {
         read_march_parameters(request, options.value(Option::kzk));
         check_march(request);

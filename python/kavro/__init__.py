@@ -29,6 +29,7 @@ from kavro._focusing import focus_delays
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
 from kavro._medium import Medium, medium, water
+from kavro._power import acoustic_power, intensity
 from kavro._results import BeamWidth, FieldIndices, beam_width, field_indices, to_xarray
 from kavro._scene import Grid, Instants, Points, Times, grid_axes, join_field, split_grid, time_axis
 from kavro._solver import (
@@ -74,6 +75,7 @@ __all__ = [
     "SolveReport",
     "Times",
     "__version__",
+    "acoustic_power",
     "annular_array",
     "beam_width",
     "bowl_array",
@@ -85,6 +87,7 @@ __all__ = [
     "focus_delays",
     "grid_axes",
     "hanning_pulse",
+    "intensity",
     "join_field",
     "kzk_parameters",
     "linear_array",

@@ -93,6 +93,7 @@ def solve(
     medium: Medium,
     *,
     measure: MeasureName | None = None,
+    velocity: Literal[False] = False,
     report: Literal[False] = False,
     out: NDArray[Any] | None = None,
     progress: Progress = None,
@@ -109,6 +110,7 @@ def solve(
     medium: Medium,
     *,
     measure: Measures,
+    velocity: Literal[False] = False,
     report: Literal[False] = False,
     progress: Progress = None,
     **options: Any,
@@ -124,11 +126,28 @@ def solve(
     medium: Medium,
     *,
     measure: MeasureName | Measures | None = None,
+    velocity: Literal[False] = False,
     report: Literal[True],
     out: NDArray[Any] | None = None,
     progress: Progress = None,
     **options: Any,
 ) -> tuple[Any, SolveReport]:
+    ...
+
+
+@overload
+def solve(
+    method: MethodName,
+    elements: Elements,
+    grid: Grid | Points,
+    medium: Medium,
+    *,
+    velocity: Literal[True],
+    report: bool = False,
+    out: NDArray[Any] | None = None,
+    progress: Progress = None,
+    **options: Any,
+) -> tuple[Any, ...]:
     ...
 
 
@@ -139,6 +158,7 @@ def solve(
     medium: Medium,
     *,
     measure: MeasureName | Measures | None = None,
+    velocity: bool = False,
     report: bool = False,
     out: NDArray[Any] | None = None,
     progress: Progress = None,
@@ -160,6 +180,10 @@ def solve(
         points only. 'peak' (largest ``|p|``), 'peak_positive', 'peak_negative' (smallest p),
         'energy' (integral of p^2 dt, Pa^2 s), 'rms' or 'time_of_peak' (s): an array without the
         times; a list of some: a dict of these arrays. Bit for bit what the field's own would be.
+    velocity : bool
+        'fnm_cw'. True: return ``(p, v)``, or ``(p, v, SolveReport)``, with the particle velocity
+        (m/s): one more dimension of the three components along x, y and z, behind those of the
+        points. The tolerance goes for both.
     report : bool
         True: return ``(p, SolveReport)``, which tells what was done for the accuracy.
     out : array, optional
@@ -222,11 +246,19 @@ def solve(
     """
     with _shown(progress) as shown:
         arguments: list[object] = [method, elements, grid, medium]
-        for name, value in {**options, "measure": measure, "progress": shown}.items():
+        own = {"measure": measure, "velocity": velocity or None, "progress": shown}
+        for name, value in {**options, **own}.items():
             if value is not None:
                 arguments += [name, value]
-        field, done = _kavro.solve([_lowered(argument) for argument in arguments], out, report)
-    return field if done is None else (field, _report_from(done))
+        field, velocity, done = _kavro.solve(
+            [_lowered(argument) for argument in arguments], out, report
+        )
+    results = [field]
+    if velocity is not None:
+        results.append(velocity)
+    if done is not None:
+        results.append(_report_from(done))
+    return field if len(results) == 1 else tuple(results)
 
 
 def pressure(
@@ -235,6 +267,7 @@ def pressure(
     medium: Medium,
     *,
     measure: MeasureName | Measures | None = None,
+    velocity: bool = False,
     report: bool = False,
     out: NDArray[Any] | None = None,
     progress: Progress = None,
@@ -249,7 +282,7 @@ def pressure(
 
     Parameters
     ----------
-    elements, grid, medium, measure, report, out, progress, **options
+    elements, grid, medium, measure, velocity, report, out, progress, **options
         As for `solve`.
 
     Examples
@@ -263,6 +296,7 @@ def pressure(
         grid,
         medium,
         measure=measure,
+        velocity=velocity,
         report=report,
         out=out,
         progress=progress,

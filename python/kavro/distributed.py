@@ -60,6 +60,8 @@ def solve(
     _check.require(measure is None or isinstance(measure, str), me, "measure", "one name", measure)
     expected = "left out, because each block has its own"
     _check.require(not options.get("report"), me, "report", expected, True)
+    expected = "left out, because a block has one field"
+    _check.require(not options.get("velocity"), me, "velocity", expected, True)
     # What the field of a point holds.
     inner: tuple[int, ...] = ()
     if kind is np.float64 and measure is None:

@@ -373,6 +373,7 @@ void SphericalEdge<Real>::set_gradient_frame(EdgeBlock<Real>& block, std::size_t
     const double x = point.r > 0.0 ? static_cast<double>(block.x[lane]) / point.r : 1.0;
     const double y = point.r > 0.0 ? static_cast<double>(block.y[lane]) / point.r : 0.0;
     EdgeGradient<Real>& gradient = block.gradient;
+    gradient.has_aside = false;
     gradient.ahead[lane] = {pole.sine * x, pole.sine * y, -pole.side * pole.cosine};
     gradient.across[lane] = {pole.cosine * x, pole.cosine * y, pole.side * pole.sine};
     gradient.curvature[lane] = static_cast<Real>(1.0 / pole.s);
