@@ -22,7 +22,9 @@ Outputs answer(HostCall& call, int nlhs) {
     solve(call.request, call.console, call.result);
     finish(call.console, call.result.warnings, call.result.status);
     Result* report = nlhs == results ? new_report(call.request, call.result) : nullptr;
-    if (velocity) {
+    if (velocity && nlhs < 2) {
+        mxDestroyArray(array_of(call.result.velocity));  // nobody takes it
+    } else if (velocity) {
         return {array_of(call.result.values), array_of(call.result.velocity), array_of(report)};
     }
     return {array_of(call.result.values), array_of(report)};

@@ -230,10 +230,9 @@ TransducerStatus drive(Method method, std::span<Transducer* const> elements, Out
                        QuadratureReport* report) {
     QuadratureTally tally;
     const TransducerStatus status =
-        adds(method)
-            ? solve_together([method] { return Preparation(method); }, elements, output,
-                             report != nullptr ? &tally : nullptr)
-            : solve_each(method, elements);
+        adds(method) ? solve_together([method] { return Preparation(method); }, elements, output,
+                                      report != nullptr ? &tally : nullptr)
+                     : solve_each(method, elements);
     if (report != nullptr) {
         *report = tally.report();
     }
@@ -265,9 +264,8 @@ TransducerStatus solve_velocity(std::span<Transducer* const> elements,
         return status_failure;
     }
     QuadratureTally tally;
-    const TransducerStatus status =
-        solve_together([&] { return Preparation(velocity); }, elements, output,
-                       report != nullptr ? &tally : nullptr);
+    const TransducerStatus status = solve_together([&] { return Preparation(velocity); }, elements,
+                                                   output, report != nullptr ? &tally : nullptr);
     if (report != nullptr) {
         *report = tally.report();
     }

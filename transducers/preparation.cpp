@@ -213,14 +213,14 @@ void Preparation::add_continuous_wave(Transducer& element, const Departures& dep
     }
     const std::complex<double> prefactor = edge_prefactor(element, method_, departures, wave);
     if (velocity_) {
-        append(element, continuous_velocity_share(element, std::move(edge), wave, prefactor,
-                                                  *velocity_));
+        append(element,
+               continuous_velocity_share(element, std::move(edge), wave, prefactor, *velocity_));
         return;
     }
     const bool rounds = departures.rounds_wave && method_ == Method::fnm_cw_single;
-    append(element, continuous_wave_share(element, std::move(edge),
-                                          rounds ? rounded_wave(*element.medium, wave) : wave,
-                                          prefactor));
+    append(element,
+           continuous_wave_share(element, std::move(edge),
+                                 rounds ? rounded_wave(*element.medium, wave) : wave, prefactor));
 }
 
 void Preparation::add_single_wave(Transducer& element, const Departures& departures,

@@ -250,12 +250,12 @@ def solve(
         for name, value in {**options, **own}.items():
             if value is not None:
                 arguments += [name, value]
-        field, velocity, done = _kavro.solve(
+        field, velocities, done = _kavro.solve(
             [_lowered(argument) for argument in arguments], out, report
         )
     results = [field]
-    if velocity is not None:
-        results.append(velocity)
+    if velocities is not None:
+        results.append(velocities)
     if done is not None:
         results.append(_report_from(done))
     return field if len(results) == 1 else tuple(results)

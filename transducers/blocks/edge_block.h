@@ -37,8 +37,8 @@ template <class Real>
 struct EdgeGradient {
     AlignedVector<Real> across_coefficient, aside_coefficient;  // b_i, c_i; as coefficients lie
     bool has_aside = false;
-    Lanes<Real> curvature{};     // kappa (1/m)
-    Lanes<Real> direct_slope{};  // R_0', 1 or -1
+    Lanes<Real> curvature{};                                // kappa (1/m)
+    Lanes<Real> direct_slope{};                             // R_0', 1 or -1
     Lanes<CartesianCoordinate> ahead{}, across{}, aside{};  // in the element's frame
 
     // Of a flat face.

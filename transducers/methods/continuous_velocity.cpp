@@ -80,10 +80,10 @@ HWY_INLINE Complex Moment(Complex x, Complex wave) {
         return plain;
     }
     // (-1)^(n - 1) (n - 1) / n! of x^n.
-    constexpr double coefficients[] = {
-        12.0 / 6227020800.0, -11.0 / 479001600.0, 10.0 / 39916800.0, -9.0 / 3628800.0,
-        8.0 / 362880.0,      -7.0 / 40320.0,      6.0 / 5040.0,      -5.0 / 720.0,
-        4.0 / 120.0,         -3.0 / 24.0,         2.0 / 6.0,         -1.0 / 2.0};
+    constexpr double coefficients[] = {12.0 / 6227020800.0, -11.0 / 479001600.0, 10.0 / 39916800.0,
+                                       -9.0 / 3628800.0,    8.0 / 362880.0,      -7.0 / 40320.0,
+                                       6.0 / 5040.0,        -5.0 / 720.0,        4.0 / 120.0,
+                                       -3.0 / 24.0,         2.0 / 6.0,           -1.0 / 2.0};
     Complex series{hn::Zero(d), hn::Zero(d)};
     for (const double coefficient : coefficients) {
         series = Product(series, x);
@@ -94,8 +94,8 @@ HWY_INLINE Complex Moment(Complex x, Complex wave) {
             hn::IfThenElse(is_small, series.im, plain.im)};
 }
 
-// A sample's wave less the direct one is e1 = e^(-gamma E) - 1, as continuous_wave.cpp forms it. With
-// delta = E/R (R_0' + kappa E / 2), it adds
+// A sample's wave less the direct one is e1 = e^(-gamma E) - 1, as continuous_wave.cpp forms it.
+// With delta = E/R (R_0' + kappa E / 2), it adds
 //
 //     A = kappa/gamma m(gamma E) + R_0' e1 - delta (1 + e1)
 //

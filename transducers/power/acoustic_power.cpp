@@ -6,9 +6,12 @@
 #include <complex>
 #include <cstddef>
 #include <cstdint>
+#include <new>
+#include <utility>
 #include <vector>
 
 #include "core/constants.h"
+#include "core/interrupted.h"
 #include "core/quadrature_rule.h"
 #include "core/simd/vector_dispatch.h"
 #include "transducers/blocks/guarded.h"
@@ -162,6 +165,10 @@ public:
             more_ = std::max(more_, 600.0 - 0.5 * turns);
         }
         const double order = (one_sided_ ? 0.36 : 0.5) * turns + more_;
+        constexpr double most = 1e5;  // squared, nobody waits for
+        if (!(order <= most)) {
+            throw std::bad_alloc();
+        }
         heights_ = gauss_rule(static_cast<int>(order))->mapped(one_sided_ ? 0.0 : -1.0, 1.0);
         if (is_coaxial) {
             breadth_ = -1.0;
@@ -207,7 +214,10 @@ private:
 
     // Where there are more directions than entries of a table.
     void tabulate(double directions) {
+        constexpr std::int64_t steps = 1'000'000;  // of a table, about
+        InterruptCheck check;
         for (Source& source : sources_) {
+            check.spend(steps);
             const double turns = 2.0 * k_ * source.reach;
             if (source.pattern.is_axisymmetric && directions > PatternTable::entries(turns)) {
                 source.table.emplace_back(source.pattern, turns);
@@ -222,22 +232,24 @@ private:
             breadth_ < 0.0 ? 1 : static_cast<int>(2.0 * k_ * breadth_ * radius + more_);
         double sum = 0.0;
         for (int first = 0; first < count; first += block_lanes) {
-            std::array<Vector, block_lanes> directions;
-            for (int lane = 0; lane < block_lanes; ++lane) {
-                const double phi = two_pi * (first + lane) / count;
+            const auto present = static_cast<std::size_t>(std::min(block_lanes, count - first));
+            std::array<Vector, block_lanes> directions{};
+            for (std::size_t lane = 0; lane < present; ++lane) {
+                const double phi = two_pi * (first + static_cast<int>(lane)) / count;
                 const double x = radius * std::cos(phi);
                 const double y = radius * std::sin(phi);
                 for (std::size_t q = 0; q < 3; ++q) {
-                    directions[static_cast<std::size_t>(lane)][q] =
-                        x * across_[q] + y * aside_[q] + height * axis_[q];
+                    directions[lane][q] = x * across_[q] + y * aside_[q] + height * axis_[q];
                 }
             }
             Lanes<double> re{};
             Lanes<double> im{};
             for (const Source& source : sources_) {
                 member.spend(steps);
-                Lanes<double> own_re, own_im, phase;
-                for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+                Lanes<double> own_re{};
+                Lanes<double> own_im{};
+                Lanes<double> phase{};
+                for (std::size_t lane = 0; lane < present; ++lane) {
                     const Vector& u = directions[lane];
                     const std::complex<double> own = source.weight * source.towards(u);
                     own_re[lane] = own.real();
@@ -246,9 +258,8 @@ private:
                 }
                 KAVRO_KERNEL(AddWaves)(own_re, own_im, phase, re, im);
             }
-            for (int lane = 0; lane < std::min(block_lanes, count - first); ++lane) {
-                const auto l = static_cast<std::size_t>(lane);
-                sum += re[l] * re[l] + im[l] * im[l];
+            for (std::size_t lane = 0; lane < present; ++lane) {
+                sum += re[lane] * re[lane] + im[lane] * im[lane];
             }
         }
         return sum / count;

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "core/constants.h"
@@ -79,6 +80,9 @@ FarPattern polygon_pattern(double k, std::span<const PolygonTransducer::Side> si
 FarPattern bowl_pattern(double k, double curvature_radius, double inner_angle, double outer_angle) {
     const double d = curvature_radius;
     const double turns = k * d * (outer_angle - inner_angle);
+    if (!(turns <= 1e6)) {
+        throw std::bad_alloc();
+    }
     const int order = static_cast<int>(std::ceil(0.5 * turns + 4.0 * std::cbrt(turns))) + 16;
     const auto rule =
         std::make_shared<QuadratureRule>(gauss_rule(order)->mapped(inner_angle, outer_angle));
