@@ -34,6 +34,9 @@ public:
         const Options options("acoustic_power", {{"threads"}, {"progress"}}, arguments, needed);
         threads = options.count(threads_option).value_or(0);
         options.read_progress(console, progress_option);
+        if (count_of_elements(arguments[0]) == 0) {
+            throw InputError("The transducer array has no elements.");
+        }
         request_.elements = elements_from(arguments[0], ShapeName::whole);
         check_elements(arguments[0], request_.elements);
         set_phases(request_.elements, arguments[0]);
@@ -44,9 +47,7 @@ public:
             throw InputError("The frequency must be one positive number (Hz).");
         }
         request_.medium._f0 = *f0;
-        if (!request_.elements.empty()) {
-            warn_of_delays_without_phases(request_);
-        }
+        warn_of_delays_without_phases(request_);
         power_ = new_zeros(std::array{1}, false);
     }
 
