@@ -62,6 +62,8 @@
 %! disc = kavro.disc(1e-3);
 %! fail('kavro.solve(''fnm_cw_sse'', disc, point, medium, ''f0'', 1e6, ''velocity'', true)', ...
 %!      'The option ''velocity'' is not used by fnm_cw_sse');
+%! fail('kavro.solve(''fnm_cw'', disc, point, medium, ''f0'', [1 2] * 1e6, ''velocity'', true)', ...
+%!      'takes one frequency');
 %! says(@() kavro.intensity(ones(4, 1), ones(4, 2)), 'intensity', '''v''', '3 components');
 %! says(@() kavro.intensity(ones(4, 5, 6), ones(5, 4, 6, 3)), '''v''');
 %! says(@() kavro.intensity('p', ones(1, 3)), '''p''');

@@ -25,7 +25,8 @@ function p = solve(varargin)
 %                    a structure array with one for each. fnm_fdtsd needs sampled waveforms,
 %                    kzk_transient pulses
 %     'f0'           frequency in Hz of a continuous wave; may be left out where the medium has
-%                    a field f0
+%                    a field f0. A vector: the field at each frequency, along one more dimension;
+%                    not for kzk_cw. Equally spaced ones take fnm_cw a fraction of the time
 %     'tolerance'    fast nearfield methods but the apodized one: each point takes as many
 %                    abscissas as keep the quadrature's error below this share of each
 %                    element's field there; 1e-12 (1e-5 in single precision) to 0.1. Default,
@@ -82,7 +83,8 @@ function p = solve(varargin)
 %                                       grid, npoints x ntimes for a list of points
 %     impulse_response                  the same form; m/s, times the amplitude
 %     continuous waves (..._cw...)      complex pressure in Pa, nx x ny x nz or npoints x 1;
-%                                       its time dependence is exp(+j 2 pi f0 t)
+%                                       its time dependence is exp(+j 2 pi f0 t). With nf
+%                                       frequencies nx x ny x nz x nf or npoints x nf
 %     with 'velocity'                   complex particle velocity v in m/s, the components along
 %                                       x, y and z in one more dimension: nx x ny x nz x 3 or
 %                                       npoints x 3. 'per_element' comes after it
