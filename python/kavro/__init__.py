@@ -38,6 +38,7 @@ from kavro._heat import WallName, bioheat, heat_rate, thermal_dose
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
 from kavro._medium import Medium, medium, water
+from kavro._power import acoustic_power, intensity
 from kavro._results import BeamWidth, FieldIndices, beam_width, field_indices, to_xarray
 from kavro._scene import (
     Grid,
@@ -97,6 +98,7 @@ __all__ = [
     "Times",
     "WallName",
     "__version__",
+    "acoustic_power",
     "annular_array",
     "beam_width",
     "bioheat",
@@ -112,6 +114,7 @@ __all__ = [
     "grid_axes",
     "hanning_pulse",
     "heat_rate",
+    "intensity",
     "join_field",
     "kzk_parameters",
     "linear_array",
