@@ -30,6 +30,7 @@
 #include "transducers/method.h"
 #include "transducers/output.h"
 #include "transducers/polygon/polygon_transducer.h"
+#include "transducers/power/acoustic_power.h"
 #include "transducers/rectangular/rectangular_transducer.h"
 #include "transducers/pulse_echo.h"
 #include "transducers/quadrature_report.h"
@@ -42,3 +43,4 @@
 #include "transducers/transducer.h"
 #include "transducers/transducer_status.h"
 #include "transducers/triangle/triangle_transducer.h"
+#include "transducers/velocity.h"

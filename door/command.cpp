@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "core/input_error.h"
+#include "door/acoustic_power.h"
 #include "door/bioheat.h"
 #include "door/call_threads.h"
 #include "door/chosen_method.h"
@@ -25,6 +26,7 @@ struct NamedCommand {
 };
 
 constexpr std::array commands{
+    NamedCommand{"acoustic_power", new_acoustic_power},
     NamedCommand{"bioheat", new_bioheat},
     NamedCommand{"chosen_method", new_chosen_method},
     NamedCommand{"echo_extent", new_echo_extent},

@@ -113,7 +113,8 @@ void read_elements(SolveRequest& request, const SolveOptions& options, const Val
     }
 }
 
-// An array that is focused by its delays is not in a continuous wave, which asks for phases.
+}  // namespace
+
 void warn_of_delays_without_phases(const SolveRequest& request) {
     const auto& elements = request.elements;
     const double delay = elements.front().transducer->time_delay;
@@ -129,6 +130,8 @@ void warn_of_delays_without_phases(const SolveRequest& request) {
             "the same focus they must be -2*pi*f0*time_delay.\n");
     }
 }
+
+namespace {
 
 void read_frequency(SolveRequest& request, const SolveOptions& options, const Value* medium) {
     if (request.operation->kind == Kind::continuous_wave && options.given(Option::f0)) {
@@ -267,6 +270,10 @@ void read_options(SolveRequest& request, const SolveOptions& options) {
     read_accuracy(request, options);
     read_measures(request, options);
     request.per_element = options.yes_or_no(Option::per_element).value_or(false);
+    request.velocity = options.yes_or_no(Option::velocity).value_or(false);
+    if (request.velocity && !request.frequencies.empty()) {
+        throw InputError("The option 'velocity' takes one frequency, not several.");
+    }
     if (operation.uses(input_kzk)) {
         read_march_parameters(request, options.value(Option::kzk));
         check_march(request);

@@ -55,8 +55,11 @@ py::tuple answer(Call& call, const py::list& arguments, bool report) {
     call.console.rethrow();
     finish(call.console, call.result.warnings, call.result.status);
     const py::object field = call.results.front().finished();
-    return report ? py::make_tuple(field, new_report(call.request, call.result)->finished())
-                  : py::make_tuple(field, py::none());
+    const auto one_more = [](Result* result) -> py::object {
+        return result != nullptr ? result->finished() : py::none();
+    };
+    return py::make_tuple(field, one_more(call.result.velocity),
+                          one_more(report ? new_report(call.request, call.result) : nullptr));
 }
 
 py::tuple solve_for_python(const py::list& arguments, const py::object& out, bool report) {

@@ -40,6 +40,7 @@ from kavro._heat import WallName, bioheat, heat_rate, thermal_dose
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
 from kavro._medium import Medium, medium, water
+from kavro._power import acoustic_power, intensity
 from kavro._results import BeamWidth, FieldIndices, beam_width, field_indices, to_xarray
 from kavro._scene import (
     Grid,
@@ -100,6 +101,7 @@ __all__ = [
     "Times",
     "WallName",
     "__version__",
+    "acoustic_power",
     "annular_array",
     "beam_width",
     "bioheat",
@@ -115,6 +117,7 @@ __all__ = [
     "grid_axes",
     "hanning_pulse",
     "heat_rate",
+    "intensity",
     "join_field",
     "kzk_parameters",
     "linear_array",

@@ -93,6 +93,7 @@ def solve(
     medium: Medium,
     *,
     measure: MeasureName | None = None,
+    velocity: Literal[False] = False,
     report: Literal[False] = False,
     out: NDArray[Any] | None = None,
     progress: Progress = None,
@@ -109,6 +110,7 @@ def solve(
     medium: Medium,
     *,
     measure: Measures,
+    velocity: Literal[False] = False,
     report: Literal[False] = False,
     progress: Progress = None,
     **options: Any,
@@ -124,11 +126,28 @@ def solve(
     medium: Medium,
     *,
     measure: MeasureName | Measures | None = None,
+    velocity: Literal[False] = False,
     report: Literal[True],
     out: NDArray[Any] | None = None,
     progress: Progress = None,
     **options: Any,
 ) -> tuple[Any, SolveReport]:
+    ...
+
+
+@overload
+def solve(
+    method: MethodName,
+    elements: Elements,
+    grid: Grid | Points,
+    medium: Medium,
+    *,
+    velocity: Literal[True],
+    report: bool = False,
+    out: NDArray[Any] | None = None,
+    progress: Progress = None,
+    **options: Any,
+) -> tuple[Any, ...]:
     ...
 
 
@@ -139,6 +158,7 @@ def solve(
     medium: Medium,
     *,
     measure: MeasureName | Measures | None = None,
+    velocity: bool = False,
     report: bool = False,
     out: NDArray[Any] | None = None,
     progress: Progress = None,
@@ -160,6 +180,10 @@ def solve(
         points only. 'peak' (largest ``|p|``), 'peak_positive', 'peak_negative' (smallest p),
         'energy' (integral of p^2 dt, Pa^2 s), 'rms' or 'time_of_peak' (s): an array without the
         times; a list of some: a dict of these arrays. Bit for bit what the field's own would be.
+    velocity : bool
+        'fnm_cw'. True: return ``(p, v)``, or ``(p, v, SolveReport)``, with the particle velocity
+        (m/s): one more dimension of the three components along x, y and z, behind those of the
+        points. The tolerance goes for both.
     report : bool
         True: return ``(p, SolveReport)``, which tells what was done for the accuracy.
     out : array, optional
@@ -222,10 +246,15 @@ def solve(
     >>> p = kavro.solve("fnm_cw", disc, grid, kavro.water(), f0=1e6)
     """
     with _shown(progress) as shown:
-        options = {**options, "measure": measure, "progress": shown}
-        arguments = _arguments(method, elements, grid, medium, options)
-        field, done = _kavro.solve(arguments, out, report)
-    return field if done is None else (field, _report_from(done))
+        own = {"measure": measure, "velocity": velocity or None, "progress": shown}
+        arguments = _arguments(method, elements, grid, medium, {**options, **own})
+        field, velocities, done = _kavro.solve(arguments, out, report)
+    results = [field]
+    if velocities is not None:
+        results.append(velocities)
+    if done is not None:
+        results.append(_report_from(done))
+    return field if len(results) == 1 else tuple(results)
 
 
 def pressure(
@@ -234,6 +263,7 @@ def pressure(
     medium: Medium,
     *,
     measure: MeasureName | Measures | None = None,
+    velocity: bool = False,
     report: bool = False,
     out: NDArray[Any] | None = None,
     progress: Progress = None,
@@ -250,7 +280,7 @@ def pressure(
 
     Parameters
     ----------
-    elements, grid, medium, measure, report, out, progress, **options
+    elements, grid, medium, measure, velocity, report, out, progress, **options
         As for `solve`.
 
     Examples
@@ -264,6 +294,7 @@ def pressure(
         grid,
         medium,
         measure=measure,
+        velocity=velocity,
         report=report,
         out=out,
         progress=progress,

@@ -111,6 +111,8 @@ def _in_blocks(
     for name, instead in (("out", "store the array"), ("progress", "dask shows its own")):
         expected = f"left out, because nothing is computed yet: {instead}"
         _check.require(options.pop(name, None) is None, me, name, expected, "given")
+    expected = "left out, because a block has one field"
+    _check.require(not options.pop("velocity", None), me, "velocity", expected, True)
     _check.require(isinstance(grid, (Grid, Points)), me, "grid", "a Grid or Points", grid)
     # The choice reads no more of a grid than its limits, and all its points may not have room here.
     limits = grid if isinstance(grid, Points) else Points(list(zip(*(grid.x, grid.y, grid.z)))[:2])
