@@ -20,6 +20,10 @@ inline constexpr double least_tolerance_of_single = 1e-5;
 // stays well below the tolerance at every point, and every shape offers it.
 const Operation& in_fitting_precision(const SolveRequest& request);
 
+// Of a request that is read, over time, in a lossless medium and with a tolerance: whether all
+// elements are solved faster by frequencies, which is so of long sampled waveforms.
+bool goes_by_frequencies(const SolveRequest& request);
+
 // A continuous wave reads phases only: a delay T becomes the phase -2 pi f0 T.
 void turn_delays_into_phases(SolveRequest& request);
 

@@ -134,6 +134,23 @@ std::optional<double> Options::frequency(std::size_t option) const {
     return number;
 }
 
+std::vector<double> Options::frequencies(std::size_t option) const {
+    const Value* list = value(option);
+    const char* expected = "one positive number (Hz) or a vector of them";
+    const bool is_vector = holds_real_numbers(list) && dimensions_of(list) == 2 &&
+                           (rows_of(list) == 1 || columns_of(list) == 1);
+    if (!is_vector) {
+        refuse(option, expected);
+    }
+    std::vector<double> frequencies = first_numbers(list, entries_of(list));
+    for (const double frequency : frequencies) {
+        if (!(frequency > 0.0) || std::isinf(frequency)) {
+            refuse(option, std::string(expected) + ", not " + shown(frequency));
+        }
+    }
+    return frequencies;
+}
+
 std::optional<int> Options::count(std::size_t option) const {
     if (!given(option)) {
         return std::nullopt;

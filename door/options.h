@@ -46,6 +46,7 @@ public:
     // These throw InputError where the value is not what it must be.
     std::optional<double> number(std::size_t option) const;     // finite
     std::optional<double> frequency(std::size_t option) const;  // positive
+    std::vector<double> frequencies(std::size_t option) const;  // likewise, of one that is given
     std::optional<int> count(std::size_t option) const;         // a whole number of at least 1
     std::optional<bool> yes_or_no(std::size_t option,
                                   const std::string& expected = "true or false") const;

@@ -19,6 +19,7 @@
 #include "door/march.h"
 #include "door/medium.h"
 #include "door/options.h"
+#include "door/spectrum.h"
 #include "door/time_samples.h"
 #include "door/transducers.h"
 #include "door/values.h"
@@ -130,6 +131,10 @@ void warn_of_delays_without_phases(const SolveRequest& request) {
 }
 
 void read_frequency(SolveRequest& request, const SolveOptions& options, const Value* medium) {
+    if (request.operation->kind == Kind::continuous_wave && options.given(Option::f0)) {
+        read_frequencies(request, options);
+        return;
+    }
     // A medium of the library has a centre frequency; the host's may have.
     const std::optional<double> own = single_number(field_of(medium, 0, "f0"));
     const double f0 = options.frequency(Option::f0).value_or(own.value_or(0.0));
@@ -314,10 +319,14 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     }
     read_options(request, options);
     if (names_none && operation.kind == Kind::continuous_wave) {
-        turn_delays_into_phases(request);
+        request.delays_count = true;
+        if (request.frequencies.empty()) {
+            turn_delays_into_phases(request);
+        }
     } else if (names_none && operation.method == Method::fnm_tsd && request.tolerance > 0.0) {
         request.attach();
-        request.operation = &in_fitting_precision(request);
+        request.operation = goes_by_frequencies(request) ? operation_of("fnm_spectral")
+                                                         : &in_fitting_precision(request);
     }
 }
 

@@ -13,6 +13,7 @@
 #include "door/advised.h"
 #include "door/call_threads.h"
 #include "door/march.h"
+#include "door/spectrum.h"
 #include "door/values.h"
 
 namespace kavro {
@@ -44,7 +45,9 @@ void warn_of_missed_tolerance(const SolveRequest& request, const QuadratureRepor
                    short_text(report.worst_error) + " of an element's field, at [" +
                    short_text(worst.x) + " " + short_text(worst.y) + " " + short_text(worst.z) +
                    "] m. " + text_of(report.reason) +
-                   " Take a larger tolerance, or give more abscissas by 'ndiv'.\n")
+                   (report.reason == Shortfall::band
+                        ? " Take a larger tolerance, or a lossless method.\n"
+                        : " Take a larger tolerance, or give more abscissas by 'ndiv'.\n"))
                       .c_str());
 }
 
@@ -71,6 +74,8 @@ void set_sizes(SolveResult& result, const SolveRequest& request) {
         append_sizes(result, {harmonics_of(request)});
     } else if (result.kind != Kind::continuous_wave && request.measures.empty()) {
         append_sizes(result, {request.times.ntimes});
+    } else if (!request.frequencies.empty()) {
+        append_sizes(result, {count_of(request.frequencies.size(), "frequencies")});
     }
     if (request.per_element) {
         append_sizes(result, {elements});
@@ -82,7 +87,7 @@ std::size_t field_size(const SolveRequest& request, Kind kind) {
     const auto points = static_cast<std::size_t>(request.points.npoints);
     switch (kind) {
         case Kind::continuous_wave:
-            return points;
+            return points * std::max<std::size_t>(request.frequencies.size(), 1);
         case Kind::kzk_cw:
             return points * static_cast<std::size_t>(harmonics_of(request));
         default:
@@ -160,15 +165,13 @@ std::vector<MeasureOutput> measure_outputs(const SolveRequest& request, const So
     return outputs;
 }
 
-// Adds the report of element i to that of those before, in whose counts a point counts for each.
-void add(const QuadratureReport& own, std::size_t i, QuadratureReport& all) {
+// Adds the report of element or frequency i to that of those before.
+void add_all_but_counts(const QuadratureReport& own, std::size_t i, QuadratureReport& all) {
     if (own.fewest > 0) {
         all.fewest = all.fewest > 0 ? std::min(all.fewest, own.fewest) : own.fewest;
     }
     all.most = std::max(all.most, own.most);
     all.mean += (own.mean - all.mean) / static_cast<double>(i + 1);
-    all.points += own.points;
-    all.unreached += own.unreached;
     if (own.worst_error > all.worst_error) {
         all.worst_error = own.worst_error;
         all.worst_point = own.worst_point;
@@ -189,7 +192,56 @@ TransducerStatus solve_measures(SolveRequest& request, SolveResult& result) {
         QuadratureReport own;
         const TransducerStatus status =
             measure(method, {&elements[i], 1}, measure_outputs(request, result, i), &own);
-        add(own, i, result.quadrature);
+        add_all_but_counts(own, i, result.quadrature);
+        // A point counts for each element.
+        result.quadrature.points += own.points;
+        result.quadrature.unreached += own.unreached;
+        if (status != status_success) {
+            return status;
+        }
+    }
+    return status_success;
+}
+
+// In reference mode a method may refill its rule, and none is to read what another has left.
+class OwnRules {
+public:
+    explicit OwnRules(const SolveRequest& request) {
+        rules_.reserve(request.elements.size());
+        for (const RequestedElement& element : request.elements) {
+            if (!element.transducer->exact()) {
+                element.transducer->set_integral_pointer(&rules_.emplace_back(request.rule));
+            }
+        }
+    }
+
+private:
+    std::vector<NumericalIntegration> rules_;
+};
+
+// At all frequencies, the field of one behind that of the one before.
+TransducerStatus solve_frequencies(SolveRequest& request, SolveResult& result, std::size_t stride) {
+    const std::vector<double>& frequencies = request.frequencies;
+    if (is_solved_as_comb(request)) {
+        drop_delays_that_do_not_count(request);
+        set_outputs(request, result.real, result.imaginary, stride);
+        return solve_spectrum(request.transducers(), frequencies, &result.quadrature);
+    }
+    PhasesByFrequency phases(request);
+    const auto all = static_cast<double>(frequencies.size());
+    const auto points = static_cast<std::size_t>(request.points.npoints);
+    for (std::size_t f = 0; f < frequencies.size(); ++f) {
+        const console::ProgressPart part(static_cast<double>(f) / all,
+                                         static_cast<double>(f + 1) / all);
+        const OwnRules rules(request);
+        phases.turn_to(frequencies[f]);
+        set_outputs(request, result.real + f * points, result.imaginary + f * points, stride);
+        QuadratureReport own;
+        const TransducerStatus status =
+            request.operation->solve_array(request.transducers(), Output::all_zero, &own);
+        add_all_but_counts(own, f, result.quadrature);
+        result.quadrature.points = std::max(result.quadrature.points, own.points);
+        result.quadrature.unreached = std::max(result.quadrature.unreached, own.unreached);
         if (status != status_success) {
             return status;
         }
@@ -199,19 +251,15 @@ TransducerStatus solve_measures(SolveRequest& request, SolveResult& result) {
 
 // The results of all elements, added up by themselves in the output.
 TransducerStatus solve_added(SolveRequest& request, SolveResult& result) {
-    // In reference mode a method may refill its rule, and none is to read what another has left.
-    std::vector<NumericalIntegration> rules;
-    rules.reserve(request.elements.size());
-    for (const RequestedElement& element : request.elements) {
-        if (!element.transducer->exact()) {
-            element.transducer->set_integral_pointer(&rules.emplace_back(request.rule));
-        }
+    const std::size_t stride = request.per_element ? field_size(request, result.kind) : 0;
+    if (!request.frequencies.empty()) {
+        return solve_frequencies(request, result, stride);
     }
+    const OwnRules rules(request);
     if (!request.measures.empty()) {
         return solve_measures(request, result);
     }
-    set_outputs(request, result.real, result.imaginary,
-                request.per_element ? field_size(request, result.kind) : 0);
+    set_outputs(request, result.real, result.imaginary, stride);
     return request.operation->solve_array(request.transducers(), Output::all_zero,
                                           &result.quadrature);
 }

@@ -254,10 +254,11 @@ def to_xarray(
     grid: Grid | Points,
     times: Times | Instants | None = None,
     *,
+    f0: ArrayLike | None = None,
     name: str = "pressure",
     units: str = "Pa",
 ) -> xarray.DataArray:
-    """A field as an xarray.DataArray with its coordinates: x, y, z in m, time in s.
+    """A field as an xarray.DataArray with its coordinates: x, y, z in m, time in s, frequency in Hz.
 
     Parameters
     ----------
@@ -269,6 +270,8 @@ def to_xarray(
     times : Times or Instants, optional
         Those of a field over time. Without them a nonlinear continuous wave has a dimension
         'harmonic', counted from 1.
+    f0 : (nf,), optional
+        Frequencies of a spectrum in Hz, the sequence that `solve` was given.
     name, units : str
         What the field is and its unit.
     """
@@ -286,16 +289,21 @@ def to_xarray(
             del axes["y"]
         dims, shape = list(axes), [len(axis) for axis in axes.values()]
         coords = {n: (n, axis, metres) for n, axis in axes.items()}
-    if times is not None and p.ndim > len(dims):
+    if f0 is not None and p.ndim > len(dims):
+        expected = "a vector of real numbers (Hz)"
+        frequencies = _check.finite("to_xarray", "f0", f0, expected, (None,))
+        coords["frequency"] = ("frequency", frequencies, {"units": "Hz"})
+    elif times is not None and p.ndim > len(dims):
         coords["time"] = ("time", time_axis(times), {"units": "s"})
-        dims.append("time")
-        shape.append(len(coords["time"][1]))
+    for name_of in {"frequency", "time"} & set(coords):
+        dims.append(name_of)
+        shape.append(len(coords[name_of][1]))
     counted = {"harmonic": 1} if is_march and times is None else {}
     for last, first in {**counted, "element": 0}.items():
         if p.ndim > len(dims):
             shape.append(p.shape[len(dims)])
             coords[last] = np.arange(first, first + shape[-1])
             dims.append(last)
-    expected = f"an array of the shape {tuple(shape)}, as grid and times ask"
+    expected = f"an array of the shape {tuple(shape)}, as grid, times and f0 ask"
     _check.require(p.shape == tuple(shape), "to_xarray", "p", expected, p)
     return xarray.DataArray(p, coords, dims, name, {"units": units})

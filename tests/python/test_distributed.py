@@ -44,6 +44,7 @@ def test_blocks_join_to_the_whole(grid):
         (kd.solve, kavro.solve, {**SIGNAL, "measure": "peak", "ndiv": 8}),
         (kd.pressure, kavro.pressure, {**SIGNAL, **measures}),
         (kd.pressure, kavro.pressure, {"f0": 1e6}),  # its phases are the delays
+        (kd.pressure, kavro.pressure, {"f0": [1e6, 2e6, 3e6], "per_element": True}),
     ):
         scene = ("fnm_tsd",) * (one is kavro.solve) + (ARRAY, grid, WATER)
         expected, told = one(*scene, **options, report=True)
