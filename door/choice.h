@@ -24,7 +24,9 @@ const Operation& in_fitting_precision(const SolveRequest& request);
 // elements are solved faster by frequencies, which is so of long sampled waveforms.
 bool goes_by_frequencies(const SolveRequest& request);
 
-// A continuous wave reads phases only: a delay T becomes the phase -2 pi f0 T.
+// A continuous wave reads phases only: where all are 0, a delay T stands for -2 pi f0 T, which the
+// second one makes of it.
+bool delays_stand_for_phases(const SolveRequest& request);
 void turn_delays_into_phases(SolveRequest& request);
 
 }  // namespace kavro

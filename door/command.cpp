@@ -6,10 +6,12 @@
 #include <string_view>
 
 #include "core/input_error.h"
+#include "door/bioheat.h"
 #include "door/call_threads.h"
 #include "door/chosen_method.h"
 #include "door/march.h"
 #include "door/methods.h"
+#include "door/random_places.h"
 #include "door/solve.h"
 #include "door/values.h"
 
@@ -22,9 +24,11 @@ struct NamedCommand {
 };
 
 constexpr std::array commands{
+    NamedCommand{"bioheat", new_bioheat},
     NamedCommand{"chosen_method", new_chosen_method},
     NamedCommand{"kzk_parameters", new_kzk_parameters},
     NamedCommand{"methods", new_methods},
+    NamedCommand{"random_places", new_random_places},
 };
 
 std::unique_ptr<Command> command_named(const std::string& name) {

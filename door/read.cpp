@@ -319,8 +319,8 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     }
     read_options(request, options);
     if (names_none && operation.kind == Kind::continuous_wave) {
-        request.delays_count = true;
-        if (request.frequencies.empty()) {
+        request.delays_count = delays_stand_for_phases(request);
+        if (request.delays_count && request.frequencies.empty()) {
             turn_delays_into_phases(request);
         }
     } else if (names_none && operation.method == Method::fnm_tsd && request.tolerance > 0.0) {

@@ -13,7 +13,9 @@ from kavro._arrays import (
     convex_array,
     linear_array,
     planar_array,
+    random_array,
     ring_array,
+    window,
 )
 from kavro._elements import (
     Elements,
@@ -31,7 +33,8 @@ from kavro._events import (
     plane_wave_events,
     synthetic_aperture_events,
 )
-from kavro._focusing import focus_delays
+from kavro._focusing import focus, focus_delays
+from kavro._heat import WallName, bioheat, heat_rate, thermal_dose
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
 from kavro._medium import Medium, medium, water
@@ -92,19 +95,23 @@ __all__ = [
     "Scatterers",
     "SolveReport",
     "Times",
+    "WallName",
     "__version__",
     "annular_array",
     "beam_width",
+    "bioheat",
     "bowl_array",
     "concentric_rings",
     "convex_array",
     "disc",
     "field_indices",
     "fit_time_samples",
+    "focus",
     "focus_delays",
     "focused_events",
     "grid_axes",
     "hanning_pulse",
+    "heat_rate",
     "join_field",
     "kzk_parameters",
     "linear_array",
@@ -114,6 +121,7 @@ __all__ = [
     "plane_wave_events",
     "polygon",
     "pressure",
+    "random_array",
     "rectangular_piston",
     "ring",
     "ring_array",
@@ -124,6 +132,7 @@ __all__ = [
     "split_grid",
     "synthetic_aperture_events",
     "t_cubed_pulse",
+    "thermal_dose",
     "threads",
     "time_axis",
     "to_xarray",
@@ -132,4 +141,5 @@ __all__ = [
     "transient_pressure",
     "water",
     "waveform",
+    "window",
 ]

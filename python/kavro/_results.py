@@ -289,15 +289,16 @@ def to_xarray(
             del axes["y"]
         dims, shape = list(axes), [len(axis) for axis in axes.values()]
         coords = {n: (n, axis, metres) for n, axis in axes.items()}
-    if f0 is not None and p.ndim > len(dims):
+    if times is not None and p.ndim > len(dims):
+        coords["time"] = ("time", time_axis(times), {"units": "s"})
+        dims.append("time")
+        shape.append(len(coords["time"][1]))
+    elif f0 is not None and p.ndim > len(dims):
         expected = "a vector of real numbers (Hz)"
         frequencies = _check.finite("to_xarray", "f0", f0, expected, (None,))
         coords["frequency"] = ("frequency", frequencies, {"units": "Hz"})
-    elif times is not None and p.ndim > len(dims):
-        coords["time"] = ("time", time_axis(times), {"units": "s"})
-    for name_of in {"frequency", "time"} & set(coords):
-        dims.append(name_of)
-        shape.append(len(coords[name_of][1]))
+        dims.append("frequency")
+        shape.append(len(frequencies))
     counted = {"harmonic": 1} if is_march and times is None else {}
     for last, first in {**counted, "element": 0}.items():
         if p.ndim > len(dims):

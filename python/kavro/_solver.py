@@ -244,8 +244,9 @@ def pressure(
     With `f0` the field is a continuous wave, with `time` and `excitation` a wave over time. The
     method and its precision follow from what is asked: the fast nearfield method, over time in single
     precision where its rounding stays well below the tolerance at all points of the grid, and by
-    frequencies in a medium with losses or for a long sampled waveform. In a continuous wave a delay T
-    counts as the phase -2 pi f0 T, at each of several frequencies f0.
+    frequencies in a medium with losses or for a long sampled waveform. In a continuous wave whose
+    elements all have the phase 0, a delay T counts as the phase -2 pi f0 T, at each of several
+    frequencies f0.
 
     Parameters
     ----------
@@ -288,7 +289,7 @@ def kzk_parameters(
     Parameters
     ----------
     element : Elements
-        One disc or shell, with its amplitude.
+        One disc, shell or ring of a shell, with its amplitude.
     medium : Medium
     drive : float or Pulse
         Frequency in Hz: parameters of 'kzk_cw'. A pulse: parameters of 'kzk_transient'.
@@ -331,11 +332,16 @@ def _numbers(record: dict[str, Any]) -> dict[str, float]:
     return {name: float(number.item()) for name, number in record.items()}
 
 
+_curvatures = ("rad_curvature", "geometric_focus")
+
+
 def _usual_planes(element: Elements, medium: Medium, f0: float) -> Grid:
     """On the axis; fifty planes."""
     fields = vars(element)
-    _check.require("radius" in fields, "kzk_parameters", "element", "one disc or shell", element)
-    curvature = float(fields["rad_curvature"][0]) if "rad_curvature" in fields else 0.0
+    one = len(element) == 1 and element.shape[0] in ("circ", "shel", "sph ring")
+    expected = "one disc, shell or ring of a shell"
+    _check.require(one, "kzk_parameters", "element", expected, element)
+    curvature = sum(float(fields[name][0]) for name in _curvatures if name in fields)
     if curvature > 0:
         first, last = 0.5 * curvature, 1.3 * curvature
     else:

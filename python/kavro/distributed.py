@@ -125,7 +125,7 @@ def _in_blocks(
     inner: tuple[int, ...] = ()  # what the field of a point holds
     if over_time and measure is None:
         inner = (len(time_axis(options["time"])),)
-    elif not over_time and np.ndim(options.get("f0", 0)) > 0:
+    elif np.ndim(options.get("f0", 0)) > 0:
         inner = (len(options["f0"]),)
     if options.get("per_element"):
         inner += (len(elements),)

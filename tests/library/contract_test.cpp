@@ -439,7 +439,7 @@ const std::map<std::string, std::set<std::string>> offered_besides = {
     {"shel",
      {"fnm_cw_sse", "rayleigh_cw_sse", "fnm_transient_behind_source", "fnm_tsd_behind_source",
       "kzk_transient", "kzk_cw", "impulse_response", "fnm_tsd_low_precision"}},
-    {"sph ring", {"impulse_response", "fnm_tsd_low_precision"}},
+    {"sph ring", {"kzk_transient", "kzk_cw", "impulse_response", "fnm_tsd_low_precision"}},
     {"poly", {"fnm_tsd_low_precision"}}};
 
 TEST(Contract, WhatIsNotOfferedTouchesNothing) {

@@ -14,8 +14,8 @@ function [p, report] = pressure(elements, grid, medium, varargin)
 %
 %   Arguments
 %     elements      structure array of elements of any shapes. Amplitudes, phases and delays
-%                   count; in a continuous wave a delay T counts as the phase -2 pi f0 T, at
-%                   each frequency f0
+%                   count; in a continuous wave whose elements all have the phase 0 a delay T
+%                   counts as the phase -2 pi f0 T, at each frequency f0
 %     grid          points, made by kavro.set_coordinate_grid
 %     medium        made by kavro.set_medium
 %

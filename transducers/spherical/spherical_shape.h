@@ -29,6 +29,8 @@ public:
     std::unique_ptr<SurfaceRows<float>> single_surface(const Wanted& wanted) const override;
     void write_impulse_response(const CartesianCoordinate& point, SampleWindow samples,
                                 double later, double* values) const override;
+    std::unique_ptr<kzk::TransientShape> transient_march() const override;
+    std::unique_ptr<kzk::HarmonicShape> harmonic_march() override;
 };
 
 }  // namespace kavro
