@@ -32,6 +32,7 @@
 #include "transducers/polygon/polygon_transducer.h"
 #include "transducers/power/acoustic_power.h"
 #include "transducers/rectangular/rectangular_transducer.h"
+#include "transducers/pulse_echo.h"
 #include "transducers/quadrature_report.h"
 #include "transducers/random_places.h"
 #include "transducers/ring/ring_transducer.h"

@@ -12,6 +12,7 @@
 #include "door/chosen_method.h"
 #include "door/march.h"
 #include "door/methods.h"
+#include "door/pulse_echo.h"
 #include "door/random_places.h"
 #include "door/solve.h"
 #include "door/values.h"
@@ -28,8 +29,12 @@ constexpr std::array commands{
     NamedCommand{"acoustic_power", new_acoustic_power},
     NamedCommand{"bioheat", new_bioheat},
     NamedCommand{"chosen_method", new_chosen_method},
+    NamedCommand{"echo_extent", new_echo_extent},
+    NamedCommand{"echo_signals", new_echo_signals},
+    NamedCommand{"echo_sum", new_echo_sum},
     NamedCommand{"kzk_parameters", new_kzk_parameters},
     NamedCommand{"methods", new_methods},
+    NamedCommand{"pulse_echo", new_pulse_echo},
     NamedCommand{"random_places", new_random_places},
 };
 

@@ -147,15 +147,6 @@ void read_frequency(SolveRequest& request, const SolveOptions& options, const Va
     request.medium._f0 = f0;
 }
 
-// The reader prints every instant of a list, which was wanted of it once and is not here.
-void read_times_quietly(TimeSamples& times, const Value* value) {
-    std::optional<console::Connection> quiet;
-    if (is_record(value) && holds_real_numbers(field_of(value, 0, "time_samples"))) {
-        quiet.emplace(console::Port{.print = [](const char*) {}});
-    }
-    read_times(times, value);
-}
-
 void check_waveform(const SolveRequest& request, std::size_t i) {
     const ExcitationFunction& waveform = *request.waveforms[i];
     const WaveformDemand demand = request.operation->waveform_demand;

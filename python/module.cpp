@@ -74,9 +74,9 @@ py::tuple solve_for_python(const py::list& arguments, const py::object& out, boo
 }
 
 // All results of a command; the first argument is its name.
-py::tuple call_for_python(const py::list& arguments) {
+py::tuple call_for_python(const py::list& arguments, const py::object& out) {
     const Turn turn;
-    Call call{py::none()};
+    Call call(out);
     try {
         call.command.read(call.console, values_of(call, arguments));
         Threads::limit(call.command.threads());
@@ -129,6 +129,6 @@ PYBIND11_MODULE(_kavro, module) {
     py::register_exception_translator(&kavro::translate);
     module.attr("__version__") = KAVRO_VERSION;
     module.def("solve", &kavro::solve_for_python, "arguments"_a, "out"_a, "report"_a);
-    module.def("call", &kavro::call_for_python, "arguments"_a);
+    module.def("call", &kavro::call_for_python, "arguments"_a, "out"_a = py::none());
     module.def("after_fork_in_child", &kavro::after_fork_in_child);
 }

@@ -17,6 +17,7 @@ from kavro._arrays import (
     ring_array,
     window,
 )
+from kavro._echo import EchoReport, pulse_echo
 from kavro._elements import (
     Elements,
     disc,
@@ -33,6 +34,7 @@ from kavro._events import (
     plane_wave_events,
     synthetic_aperture_events,
 )
+from kavro._files import write_hdf5, write_uff
 from kavro._focusing import focus, focus_delays
 from kavro._heat import WallName, bioheat, heat_rate, thermal_dose
 from kavro._kavro import __version__
@@ -80,6 +82,7 @@ if hasattr(_os, "register_at_fork"):
 
 __all__ = [
     "BeamWidth",
+    "EchoReport",
     "Elements",
     "Events",
     "FieldIndices",
@@ -124,6 +127,7 @@ __all__ = [
     "plane_wave_events",
     "polygon",
     "pressure",
+    "pulse_echo",
     "random_array",
     "rectangular_piston",
     "ring",
@@ -145,4 +149,6 @@ __all__ = [
     "water",
     "waveform",
     "window",
+    "write_hdf5",
+    "write_uff",
 ]

@@ -3,10 +3,6 @@
 from __future__ import annotations
 
 import math
-import multiprocessing
-import sys
-from collections.abc import Iterator
-from contextlib import contextmanager
 from dataclasses import dataclass, replace
 from operator import itemgetter
 from typing import Any
@@ -20,12 +16,14 @@ from numpy.typing import NDArray
 import kavro
 from kavro import _check
 from kavro._check import Floats
+from kavro._echo_parts import pulse_echo
 from kavro._elements import Elements
 from kavro._medium import Medium
 from kavro._scene import Grid, Points, grid_axes, mesh, time_axis
 from kavro._solver import MeasureName, Measures, MethodName, SolveReport, chosen_method, methods
+from kavro._tasks import task
 
-__all__ = ["pressure", "solve"]
+__all__ = ["pressure", "pulse_echo", "solve"]
 
 
 def solve(
@@ -207,7 +205,7 @@ def _solved(part: Any, scene: _Scene) -> Any:
     ends = " to ".join(f"[{x:.6g} {y:.6g} {z:.6g}]" for x, y, z in (*points[:1], *points[-1:]))
     what = f"Block of {len(points)} points from {ends} m"
     solve: Any = kavro.solve
-    with _task(what, scene.itemsize * len(points) * math.prod(scene.inner)) as threads:
+    with task(what, scene.itemsize * len(points) * math.prod(scene.inner)) as threads:
         solved = solve(
             scene.method,
             scene.elements,
@@ -221,40 +219,6 @@ def _solved(part: Any, scene: _Scene) -> Any:
         field = np.stack(list(field.values()), axis=-1)
     field = field.reshape(*sizes, *scene.inner, order="F")
     return (field, report) if scene.report else field
-
-
-@contextmanager
-def _task(what: str, size: int) -> Iterator[int | None]:
-    """Around what a task computes, of so many bytes: its threads, and errors that name it.
-
-    Calls in one process take turns, so each may have all threads that the process was given.
-    """
-    worker = _worker()
-    limit = None if worker is None else worker.memory_manager.memory_limit
-    alone = multiprocessing.parent_process() is None
-    try:
-        if limit and 4 * size > limit:  # else it is killed there, and nobody is told why
-            raise MemoryError(
-                f"{size / 2**20:.0f} MiB have no room in a worker of {limit / 2**20:.0f} MiB, which "
-                "holds them up to four times: computed, copied, written, and the next ones."
-            )
-        yield (None if alone else 1) if worker is None else int(worker.state.nthreads)
-    except Exception as error:
-        finer = " Cut finer: ask for more blocks." if isinstance(error, MemoryError) else ""
-        error.args = (f"{error}{finer} ({what}.)",)
-        raise
-
-
-def _worker() -> Any:
-    """That of the cluster that computes here, if one does."""
-    if "distributed" not in sys.modules:
-        return None
-    from distributed import get_worker
-
-    try:
-        return get_worker()
-    except ValueError:
-        return None
 
 
 def _joined(reports: list[SolveReport]) -> SolveReport:
