@@ -25,5 +25,5 @@ function power = acoustic_power(elements, medium, f0, varargin)
 %   See also kavro.intensity, kavro.solve
 
 kavro.internal.check_count('acoustic_power', nargin, [3 Inf], 'elements, medium, f0, options');
-power = kavro.internal.call('acoustic_power', elements, medium, f0, varargin{:});
+power = kavro.internal.command('acoustic_power', elements, medium, f0, varargin{:});
 end

@@ -57,5 +57,5 @@ function T = bioheat(Q, grid, medium, times, varargin)
 %   See also kavro.heat_rate, kavro.thermal_dose, kavro.set_medium, kavro.set_coordinate_grid
 
 kavro.internal.check_count('bioheat', nargin, [4 Inf], 'Q, grid, medium, times and options');
-T = kavro.internal.call('bioheat', Q, grid, medium, times, varargin{:});
+T = kavro.internal.command('bioheat', Q, grid, medium, times, varargin{:});
 end

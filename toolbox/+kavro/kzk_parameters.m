@@ -69,8 +69,8 @@ if pulsed
     end
     drives = {'excitation', drive, 'time', options.time};
 end
-[kzk, cost] = kavro.internal.call('kzk_parameters', method, element, options.grid, medium, ...
-                                  drives{:}, 'kzk', choice);
+[kzk, cost] = kavro.internal.command('kzk_parameters', method, element, options.grid, medium, ...
+                                     drives{:}, 'kzk', choice);
 end
 
 % On the axis; fifty planes.

@@ -71,5 +71,5 @@ function [rf, report] = pulse_echo(elements, scatterers, medium, varargin)
 
 me = 'pulse_echo';
 kavro.internal.check_count(me, nargin, [3 Inf], 'elements, scatterers, medium and options');
-[rf, report] = kavro.internal.call('pulse_echo', elements, scatterers, medium, varargin{:});
+[rf, report] = kavro.internal.command('pulse_echo', elements, scatterers, medium, varargin{:});
 end
