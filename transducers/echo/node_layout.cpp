@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <tuple>
 
 #include "core/interrupted.h"
 #include "transducers/echo/interpolation.h"
@@ -75,8 +76,9 @@ NodeLayout::NodeLayout(const Frequencies& frequencies, const PowerLaw& law, doub
             }
         }
     }
-    std::stable_sort(choices.begin(), choices.end(),
-                     [&](const Spacing& a, const Spacing& b) { return a.cost(Q) < b.cost(Q); });
+    std::sort(choices.begin(), choices.end(), [&](const Spacing& a, const Spacing& b) {
+        return std::tuple(a.cost(Q), a.stride, a.taps) < std::tuple(b.cost(Q), b.stride, b.taps);
+    });
     for (const Spacing& choice : choices) {
         if (choice.cost(Q) < Spacing::of_node &&
             choice.error(frequencies, spread) <= part_of_interpolation * tolerance) {
