@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 #include "core/constants.h"
+#include "core/input_error.h"
 #include "transducers/spectral/pulse_reach.h"
 
 namespace kavro::echo {
@@ -62,6 +64,13 @@ TimeFrame::TimeFrame(const EchoPulse& pulse, const PowerLaw& law, const TimeSamp
     }
     const double deltat = times.deltat();
     double span = std::fmax(end - from, to - begin);
+    if (!std::isfinite(span)) {
+        throw InputError(
+            "Delays, the pulse, and the ways to the scatterers and back must be of finite length, "
+            "but "
+            "echoes would end after " +
+            std::to_string(end) + " s.");
+    }
     is_even = deltat > 0.0 && span / deltat < longest_transform;
     if (is_even) {
         first = static_cast<std::int64_t>(std::floor((from - *earliest) / deltat));
