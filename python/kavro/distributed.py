@@ -52,7 +52,7 @@ def solve(
     blocks : int, optional
         In how many blocks the field is cut at least: a Grid along z, and where its planes are too
         large along y and x; Points along the list. Blocks are equal but the last along each axis.
-        By default 64, but of no less than 500 points, and no more than 16384 or 64 MiB.
+        By default 32, but of no less than 500 points, and no more than 16384 or 64 MiB.
     measure : str or list of str, optional
         One name: an array without the times. A list: a dict of arrays, for ``dask.compute`` to
         compute at once. No block holds all times of its points then.
@@ -165,7 +165,7 @@ def _chunks(
     total = math.prod(extents)
     if blocks is None:
         most = min(16384, 2**26 // max(bytes_of_point, 1))
-        room = min(max(total // 64, 500), most)
+        room = min(max(total // 32, 500), most)
     else:
         blocks = _check.whole(me, "blocks", blocks, 1)
         expected = f"at most the number of points, {total}"
