@@ -70,8 +70,8 @@ def test_blocks_are_large_and_equal_but_the_last():
         return kd.pressure(ARRAY, kavro.Grid(x, y, z), WATER, f0=1e6, **options).chunks
 
     assert chunks(100, 1, 100) == ((100,), (1,), (5,) * 20)  # of 500 points
-    assert chunks(100, 1, 1000)[2] == (15,) * 66 + (10,)  # 64th parts
-    assert chunks(300, 300, 2) == ((300,), (9,) * 33 + (3,), (1, 1))
+    assert chunks(100, 1, 1000)[2] == (31,) * 32 + (8,)  # about a 32nd each
+    assert chunks(300, 300, 2) == ((300,), (18,) * 16 + (12,), (1, 1))
     assert chunks(40000, 1, 1)[0] == (1250,) * 32
     assert chunks(1000, 1000, 1000)[1:] == ((16,) * 62 + (8,), (1,) * 1000)  # of 16384 at most
     over_time = {"time": kavro.Times(0, 1, 1e-4), "excitation": SIGNAL["excitation"]}
