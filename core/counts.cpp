@@ -1,8 +1,6 @@
 #include "core/counts.h"
 
-#include <array>
 #include <cmath>
-#include <cstdio>
 #include <functional>
 #include <limits>
 #include <numeric>
@@ -10,6 +8,7 @@
 
 #include "core/available_memory.h"
 #include "core/input_error.h"
+#include "core/number_text.h"
 
 namespace kavro {
 namespace {
@@ -21,21 +20,15 @@ template <class Error = InputError>
     throw Error(std::string("Computed number of ") + what + " is too large.", more);
 }
 
-std::string shown(const char* format, double number) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), format, number);
-    return text.data();
-}
-
 std::string gigabytes(double bytes) {
-    return shown("%.3g GB", bytes * 1e-9);
+    return number_text(bytes * 1e-9, "%.3g GB");
 }
 
 }  // namespace
 
 void refuse_count(double count, const char* what) {
-    too_large(what, shown(count < 1e15 ? "%.0f" : "%g", count) + " are asked for, " +
-                        shown("%.0f", most) + " are the most.");
+    too_large(what, number_text(count, count < 1e15 ? "%.0f" : "%g") + " are asked for, " +
+                        number_text(most, "%.0f") + " are the most.");
 }
 
 std::optional<std::int32_t> count_of_steps(double min, double max, double spacing,

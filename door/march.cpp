@@ -12,6 +12,7 @@
 
 #include "core/console.h"
 #include "core/input_error.h"
+#include "core/number_text.h"
 #include "door/read.h"
 #include "door/values.h"
 #include "transducers/kzk/choice.h"
@@ -170,7 +171,7 @@ void check_placement(const SolveRequest& request, std::size_t i) {
     for (const Name& name : names) {
         if (name.input == fault.input) {
             request.refuse(element, std::string("the ") + name.text + " must be " + fault.expected +
-                                        ", not " + kzk::shown(fault.value) + ".");
+                                        ", not " + number_text(fault.value) + ".");
         }
     }
     request.lack("a time axis that " + fault.expected);

@@ -1,7 +1,6 @@
 #include "door/solve.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <initializer_list>
 #include <limits>
 #include <new>
@@ -10,6 +9,7 @@
 #include "core/console.h"
 #include "core/counts.h"
 #include "core/input_error.h"
+#include "core/number_text.h"
 #include "door/advised.h"
 #include "door/call_threads.h"
 #include "door/march.h"
@@ -30,9 +30,7 @@ bool is_complex(Kind kind) {
 }
 
 std::string short_text(double number) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3g", number);
-    return text;
+    return number_text(number, "%.3g");
 }
 
 void warn_of_missed_tolerance(const SolveRequest& request, const QuadratureReport& report) {

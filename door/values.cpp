@@ -1,14 +1,13 @@
 #include "door/values.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 
 #include "core/console.h"
 #include "core/counts.h"
 #include "core/input_error.h"
+#include "core/number_text.h"
 
 namespace kavro {
 
@@ -63,9 +62,7 @@ std::string shown(double number) {
     if (std::isinf(number)) {
         return number > 0.0 ? "Inf" : "-Inf";
     }
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%g", number);
-    return text.data();
+    return number_text(number);
 }
 
 std::string described(const Value* value) {

@@ -1,10 +1,10 @@
 #include "thermal/bioheat.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string>
 
@@ -13,6 +13,7 @@
 #include "core/counts.h"
 #include "core/input_error.h"
 #include "core/interrupted.h"
+#include "core/number_text.h"
 #include "core/parts.h"
 #include "core/threads.h"
 #include "thermal/axis_series.h"
@@ -20,19 +21,13 @@
 namespace kavro {
 namespace {
 
-std::string shown(double number) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%g", number);
-    return text.data();
-}
-
 [[noreturn]] void refuse(const std::string& what, const std::string& expected) {
     throw InputError("bioheat: " + what + " must be " + expected + ".");
 }
 
 void require_number(bool good, double value, const std::string& what, const char* expected) {
     if (!good || !std::isfinite(value)) {
-        refuse(what, expected + (", not " + shown(value)));
+        refuse(what, expected + (", not " + number_text(value)));
     }
 }
 

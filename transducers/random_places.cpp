@@ -1,32 +1,25 @@
 #include "transducers/random_places.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <optional>
 #include <random>
 #include <string>
 
 #include "core/input_error.h"
 #include "core/interrupted.h"
+#include "core/number_text.h"
 
 namespace kavro {
 namespace {
 
 constexpr int most_tries = 200'000;  // for one element
 
-std::string shown(double number) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%g", number);
-    return text.data();
-}
-
 void check(bool good, const char* what, const std::string& expected, double value) {
     if (!good || std::isnan(value)) {
         throw InputError(std::string("random_array: ") + what + " must be " + expected + ", not " +
-                         shown(value) + ".");
+                         number_text(value) + ".");
     }
 }
 
@@ -86,9 +79,9 @@ std::vector<CartesianCoordinate> random_places(int count, const RandomAperture& 
           aperture.hole_radius);
     const double least = aperture.hole_radius > 0.0 ? aperture.hole_radius + 2.0 * a : a;
     check(aperture.radius >= least && std::isfinite(aperture.radius), "the aperture's radius",
-          "at least " + shown(least) + " m, so that an element fits", aperture.radius);
+          "at least " + number_text(least) + " m, so that an element fits", aperture.radius);
     check(aperture.rad_curvature >= aperture.radius, "the radius of curvature",
-          "at least that of the aperture, " + shown(aperture.radius) + " m",
+          "at least that of the aperture, " + number_text(aperture.radius) + " m",
           aperture.rad_curvature);
 
     const double R = aperture.rad_curvature;
@@ -96,7 +89,7 @@ std::vector<CartesianCoordinate> random_places(int count, const RandomAperture& 
         std::isinf(R) ? 0.5 : 1.0 / (1.0 + std::sqrt(1.0 - std::pow(aperture.radius / R, 2)));
     const double most = std::floor(2.0 * level * std::pow(aperture.radius / a, 2));
     check(count <= most, "the number of elements",
-          "at most " + shown(most) + ", which would cover the aperture", count);
+          "at most " + number_text(most) + ", which would cover the aperture", count);
 
     Places places(aperture, seed);
     InterruptCheck interrupts;

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <iostream>
 #include <limits>
 
 #include "core/console.h"
 #include "core/input_error.h"
+#include "core/number_text.h"
 #include "transducers/blocks/sample_window.h"
 #include "transducers/kzk/harmonic_march.h"
 #include "transducers/kzk/march.h"
@@ -77,11 +77,8 @@ void Transducer::set_time_delay(double value) {
 
 void Transducer::set_tolerance(double value) {
     if (value != 0.0 && !(value >= 1e-12 && value <= 0.1)) {
-        char text[96];
-        std::snprintf(text, sizeof text,
-                      "The tolerance must be a number from 1e-12 to 0.1, or 0 for none, not %g.",
-                      value);
-        throw InputError(text);
+        throw InputError("The tolerance must be a number from 1e-12 to 0.1, or 0 for none, not " +
+                         number_text(value) + ".");
     }
     tolerance_ = value;
 }

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <map>
 #include <string>
 
 #include "core/input_error.h"
+#include "core/number_text.h"
 #include "transducers/spectral/power_law.h"
 
 namespace kavro {
@@ -22,12 +22,6 @@ namespace echo {
 namespace {
 
 constexpr std::int32_t most_channels = 1 << 16;
-
-std::string shown(double value) {
-    char digits[32];
-    std::snprintf(digits, sizeof digits, "%g", value);
-    return digits;
-}
 
 void check_elements(const EchoElements& elements, const char* name, const Medium* medium) {
     const std::string field = name;
@@ -63,17 +57,17 @@ void check_elements(const EchoElements& elements, const char* name, const Medium
 void check_medium(const Medium& medium) {
     if (!(medium._soundspeed > 0.0 && std::isfinite(medium._soundspeed))) {
         throw InputError("The speed of sound must be a positive number, not " +
-                         shown(medium._soundspeed) + ".");
+                         number_text(medium._soundspeed) + ".");
     }
     if (!(medium._rho_density > 0.0 && std::isfinite(medium._rho_density))) {
         throw InputError("The density must be a positive number, not " +
-                         shown(medium._rho_density) + ".");
+                         number_text(medium._rho_density) + ".");
     }
     if (!PowerLaw::holds_for(medium)) {
         throw InputError(
             "Losses must be those of a power law: an attenuation of 0 or more, an exponent over 0 "
             "and up to 2, not " +
-            shown(medium._dBcmMHz) + " and " + shown(medium._b) + ".");
+            number_text(medium._dBcmMHz) + " and " + number_text(medium._b) + ".");
     }
 }
 
@@ -90,12 +84,13 @@ void check_events(const EchoEvents& events, std::size_t channels) {
     for (const double delay : events.delays) {
         if (std::isinf(delay)) {
             throw InputError("A delay must be a finite number, or NaN for silence, not " +
-                             shown(delay) + ".");
+                             number_text(delay) + ".");
         }
     }
     for (const double weight : events.apodization) {
         if (!std::isfinite(weight)) {
-            throw InputError("The apodization must be finite numbers, not " + shown(weight) + ".");
+            throw InputError("The apodization must be finite numbers, not " + number_text(weight) +
+                             ".");
         }
     }
 }
@@ -116,22 +111,22 @@ void check_scene(const EchoScene& scene) {
         const double area = listening.elements[i]->face_area();
         if (!(area > 0.0 && std::isfinite(area))) {
             throw InputError("Receiver " + std::to_string(i) + " must have an area, not " +
-                             shown(area) + " m^2.");
+                             number_text(area) + " m^2.");
         }
     }
     check_events(scene.events, scene.transmitters.channel_count());
     if (!(scene.tolerance >= 1e-12 && scene.tolerance <= 0.1)) {
         throw InputError("The tolerance must be between 1e-12 and 0.1, not " +
-                         shown(scene.tolerance) + ".");
+                         number_text(scene.tolerance) + ".");
     }
     if (!std::isfinite(scene.exponent)) {
         throw InputError("The exponent of the strengths must be a finite number, not " +
-                         shown(scene.exponent) + ".");
+                         number_text(scene.exponent) + ".");
     }
     if (scene.exponent != 0.0 &&
         !(scene.reference_frequency > 0.0 && std::isfinite(scene.reference_frequency))) {
         throw InputError("Strengths with an exponent need a positive reference frequency, not " +
-                         shown(scene.reference_frequency) + " Hz.");
+                         number_text(scene.reference_frequency) + " Hz.");
     }
 }
 
@@ -141,12 +136,13 @@ void check_scatterers(std::span<const Scatterer> scatterers) {
         for (const double coordinate : {at.position.x, at.position.y, at.position.z}) {
             if (!std::isfinite(coordinate)) {
                 throw InputError("Scatterer " + std::to_string(i) +
-                                 " must be at finite coordinates, not " + shown(coordinate) + ".");
+                                 " must be at finite coordinates, not " + number_text(coordinate) +
+                                 ".");
             }
         }
         if (!std::isfinite(at.amplitude)) {
             throw InputError("The strength of scatterer " + std::to_string(i) +
-                             " must be a finite number, not " + shown(at.amplitude) + ".");
+                             " must be a finite number, not " + number_text(at.amplitude) + ".");
         }
     }
 }

@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 
+#include "core/number_text.h"
 #include "transducers/kzk/beam_grid.h"
 #include "transducers/kzk/beam_time.h"
 #include "transducers/kzk/fault.h"
@@ -162,19 +163,20 @@ std::vector<std::string> shortcomings(Transducer& element, bool harmonic) {
         const double from = beam.held_from();
         const double turn = 2.0 * beam.gain * std::max(1.0 + beam.curvature * from, 0.0) / from;
         std::string sentence =
-            "the field 'points_per_radius' is " + shown(given) + ", but it takes " + shown(points) +
-            " to hold the axis from z = " + shown(1e3 * from * beam.scale_length) + " mm on to " +
-            (harmonic ? "1 %" : "6 %");
+            "the field 'points_per_radius' is " + number_text(given) + ", but it takes " +
+            number_text(points) +
+            " to hold the axis from z = " + number_text(1e3 * from * beam.scale_length) +
+            " mm on to " + (harmonic ? "1 %" : "6 %");
         if (turn > 0.0) {
             sentence += ": the rim's wave turns by " +
-                        shown(std::round(100.0 * turn / given) / 100.0) +
+                        number_text(std::round(100.0 * turn / given) / 100.0) +
                         " rad between neighbouring radii there";
         }
         all.push_back(sentence + ".");
     }
     if (harmonic && parameters.harmonics < beam.harmonics(usual_accuracy)) {
-        all.push_back("the field 'harmonics' is " + shown(parameters.harmonics) +
-                      ", but it takes " + shown(beam.harmonics(usual_accuracy)) +
+        all.push_back("the field 'harmonics' is " + number_text(parameters.harmonics) +
+                      ", but it takes " + number_text(beam.harmonics(usual_accuracy)) +
                       " to carry a wave of this amplitude to 1 %.");
     }
     return all;

@@ -1,7 +1,6 @@
 #include "transducers/kzk/fault.h"
 
 #include <cmath>
-#include <cstdio>
 
 namespace kavro::kzk {
 namespace {
@@ -11,12 +10,6 @@ bool is_positive(double value) {
 }
 
 }  // namespace
-
-std::string shown(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%g", value);
-    return text;
-}
 
 std::optional<Fault> scale_fault(const Transducer& element, double radius, double frequency,
                                  double scale_length, bool scaled, double absorption,

@@ -30,9 +30,6 @@ struct Fault {
     double value;          // what came
 };
 
-// A number as a message has it.
-std::string shown(double value);
-
 // `scaled`: the lengths that ranges are counted in are positive numbers; absorption and
 // nonlinearity are over the scale length (m). The source's radius only counts squared, but for an
 // exact element, whose points lie at their distance in radii.

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "core/number_text.h"
+
 namespace kavro::kzk {
 namespace {
 
@@ -31,8 +33,8 @@ std::optional<Fault> RadialGrid::fault() const {
     }
     const double whole = std::trunc(static_cast<double>(extent));
     return Fault{Input::points_per_radius,
-                 "at least " + shown(2.0 / whole) + " and less than " +
-                     shown(static_cast<double>(whole_limit) / whole) + " for this extent",
+                 "at least " + number_text(2.0 / whole) + " and less than " +
+                     number_text(static_cast<double>(whole_limit) / whole) + " for this extent",
                  static_cast<double>(points_per_radius)};
 }
 

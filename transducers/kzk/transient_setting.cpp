@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/number_text.h"
 #include "transducers/kzk/beam_time.h"
 
 namespace kavro::kzk {
@@ -54,10 +55,10 @@ std::optional<Fault> TransientSetting::fault(const Transducer& element) const {
         return Fault{Input::planes, "at finite distances", element.coordinate_grid->zmax};
     }
     if (!(is_positive(parameters.step) && range < most_steps * parameters.step)) {
-        return Fault{
-            Input::step,
-            "more than " + shown(static_cast<double>(range / most_steps)) + " for these planes",
-            static_cast<double>(parameters.step)};
+        return Fault{Input::step,
+                     "more than " + number_text(static_cast<double>(range / most_steps)) +
+                         " for these planes",
+                     static_cast<double>(parameters.step)};
     }
     if (!(axis.steps >= 2 && is_positive(axis.step))) {
         return Fault{Input::time,
