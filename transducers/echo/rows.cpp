@@ -9,8 +9,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
-#include "core/simd/exp-inl.h"
-#include "core/simd/sincos-inl.h"
+#include "core/simd/complex-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kavro {
@@ -21,38 +20,26 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Tag = hn::CappedTag<double, block_lanes>;
 using Vec = hn::Vec<Tag>;
 
-struct ComplexVec {
-    Vec re, im;
-};
+using Complex = kavro::HWY_NAMESPACE::ComplexVec<Vec>;
 
-HWY_INLINE ComplexVec Product(ComplexVec a, ComplexVec b) {
-    return {hn::Sub(hn::Mul(a.re, b.re), hn::Mul(a.im, b.im)),
-            hn::Add(hn::Mul(a.re, b.im), hn::Mul(a.im, b.re))};
-}
-
-HWY_INLINE ComplexVec Number(std::complex<double> a) {
-    return {hn::Set(Tag(), a.real()), hn::Set(Tag(), a.imag())};
+HWY_INLINE Complex Number(std::complex<double> a) {
+    return kavro::HWY_NAMESPACE::SetComplex(Tag(), a);
 }
 
 // e^-(a x).
-HWY_INLINE ComplexVec Wave(std::complex<double> a, Vec x) {
-    const Tag d;
-    const auto magnitude = kavro::HWY_NAMESPACE::Exp(d, hn::Mul(hn::Set(d, -a.real()), x));
-    Vec s;
-    Vec c;
-    kavro::HWY_NAMESPACE::SinCos(d, hn::Mul(hn::Set(d, -a.imag()), x), s, c);
-    return {hn::Mul(magnitude, c), hn::Mul(magnitude, s)};
+HWY_INLINE Complex Wave(std::complex<double> a, Vec x) {
+    const Complex exponent = Scaled(Number(-a), x);
+    return kavro::HWY_NAMESPACE::ComplexExp(Tag(), exponent.re, exponent.im);
 }
 
 // 1 - x (1 - x/2 (1 - x/3)), e^-x to the third order.
-HWY_INLINE ComplexVec Bend(std::complex<double> rest, Vec tau) {
+HWY_INLINE Complex Bend(std::complex<double> rest, Vec tau) {
     const Tag d;
     const auto one = hn::Set(d, 1.0);
-    const ComplexVec x = {hn::Mul(hn::Set(d, rest.real()), tau),
-                          hn::Mul(hn::Set(d, rest.imag()), tau)};
-    ComplexVec sum = {one, hn::Zero(d)};
+    const Complex x = Scaled(Number(rest), tau);
+    Complex sum = {one, hn::Zero(d)};
     for (const double part : {1.0 / 3.0, 1.0 / 2.0, 1.0}) {
-        const ComplexVec next = Product(x, sum);
+        const Complex next = Product(x, sum);
         sum = {hn::Sub(one, hn::Mul(next.re, hn::Set(d, part))),
                hn::Neg(hn::Mul(next.im, hn::Set(d, part)))};
     }
@@ -61,31 +48,30 @@ HWY_INLINE ComplexVec Bend(std::complex<double> rest, Vec tau) {
 
 // Between the nodes, of a vector of lanes.
 template <int taps, bool has_real_weights>
-HWY_INLINE ComplexVec Interpolated(const NodeValues& nodes, int q, std::size_t lane) {
+HWY_INLINE Complex Interpolated(const NodeValues& nodes, int q, std::size_t lane) {
     const Tag d;
     const std::complex<double>* weights = nodes.layout.weights(q);
     const std::size_t begin =
         static_cast<std::size_t>(nodes.layout.first_node(q)) * block_lanes + lane;
     const double* re = nodes.re + begin;
     const double* im = nodes.im + begin;
-    ComplexVec sum = {hn::Zero(d), hn::Zero(d)};
+    Complex sum = {hn::Zero(d), hn::Zero(d)};
     for (int k = 0; k < taps; ++k) {
-        const ComplexVec node = {hn::Load(d, re), hn::Load(d, im)};
-        ComplexVec part;
+        const Complex node = {hn::Load(d, re), hn::Load(d, im)};
+        Complex part;
         if constexpr (has_real_weights) {
-            const auto weight = hn::Set(d, weights[k].real());
-            part = {hn::Mul(weight, node.re), hn::Mul(weight, node.im)};
+            part = Scaled(node, hn::Set(d, weights[k].real()));
         } else {
             part = Product(Number(weights[k]), node);
         }
-        sum = {hn::Add(sum.re, part.re), hn::Add(sum.im, part.im)};
+        sum = Sum(sum, part);
         re += block_lanes;
         im += block_lanes;
     }
     return sum;
 }
 
-HWY_INLINE void Add(ComplexVec value, const Row& row, std::size_t at) {
+HWY_INLINE void Add(Complex value, const Row& row, std::size_t at) {
     const Tag d;
     hn::Store(hn::Add(hn::Load(d, row.re + at), value.re), d, row.re + at);
     hn::Store(hn::Add(hn::Load(d, row.im + at), value.im), d, row.im + at);
@@ -100,10 +86,10 @@ void AddTransferBy(const Lines& lines, const NodeValues& nodes, int first, int l
     for (std::size_t lane = 0; lane < block_lanes; lane += hn::Lanes(d)) {
         const auto tau = hn::Load(d, nodes.middle + lane);
         // Several frequencies go side by side, each chain by its own steps.
-        ComplexVec wave[chains];
-        ComplexVec ratio = Number(1.0);
+        Complex wave[chains];
+        Complex ratio = Number(1.0);
         if (!slab.exact) {
-            const ComplexVec one = Wave(slab.rate, tau);
+            const Complex one = Wave(slab.rate, tau);
             wave[0] = Wave(lines.s(first) + lines.mu(first), tau);
             for (int f = 1; f < chains; ++f) {
                 wave[f] = Product(wave[f - 1], one);
@@ -117,13 +103,13 @@ void AddTransferBy(const Lines& lines, const NodeValues& nodes, int first, int l
                 if (q >= last) {
                     break;
                 }
-                ComplexVec factor = wave[f];
+                Complex factor = wave[f];
                 if (slab.exact) {
                     factor = Wave(lines.s(q) + lines.mu(q), tau);
                 } else if (slab.bent) {
                     factor = Product(factor, Bend(lines.rest(q), tau));
                 }
-                ComplexVec value =
+                Complex value =
                     Product(factor, Interpolated<taps, has_real_weights>(nodes, q, lane));
                 if (factors != nullptr) {
                     value = Product(Number(factors[q - first]), value);
@@ -166,10 +152,10 @@ void AddTransfer(const Lines& lines, const NodeValues& nodes, int first, int las
 void AddWeighted(const Row& row, int count, const std::complex<double>* factors, const Row& out) {
     const Tag d;
     for (int q = 0; q < count; ++q) {
-        const ComplexVec factor = Number(factors[q]);
+        const Complex factor = Number(factors[q]);
         for (std::size_t lane = 0; lane < block_lanes; lane += hn::Lanes(d)) {
             const std::size_t at = static_cast<std::size_t>(q) * block_lanes + lane;
-            const ComplexVec value = {hn::Load(d, row.re + at), hn::Load(d, row.im + at)};
+            const Complex value = {hn::Load(d, row.re + at), hn::Load(d, row.im + at)};
             Add(Product(factor, value), out, at);
         }
     }

@@ -14,6 +14,8 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "core/simd/complex-inl.h"
+
 #ifndef KAVRO_KZK_HARMONIC_FACTOR
 #define KAVRO_KZK_HARMONIC_FACTOR
 namespace kavro::kzk {
@@ -36,16 +38,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Doubles = hn::CappedTag<double, harmonic_lanes>;
 using V = hn::Vec<Doubles>;
+using Complex = kavro::HWY_NAMESPACE::ComplexVec<V>;
 inline constexpr size_t kStep = hn::MaxLanes(Doubles());
-
-struct Complex {
-    V re, im;
-};
-
-HWY_INLINE Complex Times(Complex a, Complex b) {
-    return {hn::Sub(hn::Mul(a.re, b.re), hn::Mul(a.im, b.im)),
-            hn::Add(hn::Mul(a.re, b.im), hn::Mul(a.im, b.re))};
-}
 
 HWY_INLINE void SpendPiece(const Spend& spend, size_t j, size_t rows) {
     constexpr size_t piece = rows_at_a_time;
@@ -80,8 +74,8 @@ HWY_INLINE void SolveFactor(double* re, double* im, size_t rows, size_t stride,
                                    hn::Mul(both, here.re)),
                            hn::Sub(hn::Add(hn::Mul(below, before.im), hn::Mul(above, after.im)),
                                    hn::Mul(both, here.im))};
-        const Complex kept_part = Times(w, here);
-        const Complex bent_part = Times(v, bend);
+        const Complex kept_part = Product(w, here);
+        const Complex bent_part = Product(v, bend);
         const Complex right{hn::Add(hn::Add(kept_part.re, bent_part.re), hn::Mul(below, g.re)),
                             hn::Add(hn::Add(kept_part.im, bent_part.im), hn::Mul(below, g.im))};
         const V x = hn::Sub(hn::Add(w.re, both), hn::Mul(below, ratio.re));
@@ -89,7 +83,7 @@ HWY_INLINE void SolveFactor(double* re, double* im, size_t rows, size_t stride,
         const V over = hn::Div(one, hn::Add(hn::Mul(x, x), hn::Mul(y, y)));
         const Complex inverse{hn::Mul(x, over), hn::Neg(hn::Mul(y, over))};
         ratio = {hn::Mul(above, inverse.re), hn::Mul(above, inverse.im)};
-        g = Times(right, inverse);
+        g = Product(right, inverse);
         hn::Store(ratio.re, d, kept + 4 * j * kStep);
         hn::Store(ratio.im, d, kept + (4 * j + 1) * kStep);
         hn::Store(g.re, d, kept + (4 * j + 2) * kStep);
@@ -100,7 +94,7 @@ HWY_INLINE void SolveFactor(double* re, double* im, size_t rows, size_t stride,
     Complex value{hn::Zero(d), hn::Zero(d)};
     for (size_t j = rows; j-- > 0;) {
         SpendPiece(spend, j, rows);
-        const Complex carried = Times(
+        const Complex carried = Product(
             {hn::Load(d, kept + 4 * j * kStep), hn::Load(d, kept + (4 * j + 1) * kStep)}, value);
         value = {hn::Add(hn::Load(d, kept + (4 * j + 2) * kStep), carried.re),
                  hn::Add(hn::Load(d, kept + (4 * j + 3) * kStep), carried.im)};

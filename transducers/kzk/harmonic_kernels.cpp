@@ -12,6 +12,8 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "core/simd/complex-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace kavro::kzk {
 namespace HWY_NAMESPACE {
@@ -129,9 +131,7 @@ void CoupleRows(const HarmonicRows& field, const double* factor, size_t harmonic
 
 // ---- elimination
 
-struct Complex {
-    V re, im;
-};
+using Complex = kavro::HWY_NAMESPACE::ComplexVec<V>;
 
 template <size_t kVectors>
 class Elimination {

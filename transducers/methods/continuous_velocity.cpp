@@ -30,6 +30,7 @@ struct GradientSums {
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "core/simd/complex-inl.h"
 #include "core/simd/exp-inl.h"
 #include "core/simd/sincos-inl.h"
 
@@ -41,25 +42,10 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Tag = hn::CappedTag<double, block_lanes>;
 using V = hn::Vec<Tag>;
 
-struct Complex {
-    V re, im;
-};
-
-HWY_INLINE Complex Times(Complex a, V b) {
-    return {hn::Mul(a.re, b), hn::Mul(a.im, b)};
-}
-
-HWY_INLINE Complex Product(Complex a, Complex b) {
-    return {hn::Sub(hn::Mul(a.re, b.re), hn::Mul(a.im, b.im)),
-            hn::Add(hn::Mul(a.re, b.im), hn::Mul(a.im, b.re))};
-}
-
-HWY_INLINE Complex Sum(Complex a, Complex b) {
-    return {hn::Add(a.re, b.re), hn::Add(a.im, b.im)};
-}
+using Complex = ComplexVec<V>;
 
 HWY_INLINE void Add(Complex& sum, V factor, Complex term) {
-    sum = Sum(sum, Times(term, factor));
+    sum = Sum(sum, Scaled(term, factor));
 }
 
 HWY_INLINE void Store(const Complex& value, GradientSums::Sum& out, int lane) {
@@ -119,8 +105,7 @@ HWY_INLINE void SumGradient(const EdgeBlock<double>& block, const WaveParameters
         const auto direct = hn::Load(d, block.direct_delay.data() + lane);
         const auto is_near_focus = hn::Gt(hn::Mul(curvature, direct), one);
         const auto inverse_direct = hn::Div(one, hn::IfThenElse(is_near_focus, direct, one));
-        const Complex by_moment{hn::Mul(curvature, hn::Set(d, inverse.real())),
-                                hn::Mul(curvature, hn::Set(d, inverse.imag()))};
+        const Complex by_moment = Scaled(SetComplex(d, inverse), curvature);
         Complex pressure{zero, zero};
         Complex ahead{zero, zero};
         Complex across{zero, zero};
@@ -140,8 +125,7 @@ HWY_INLINE void SumGradient(const EdgeBlock<double>& block, const WaveParameters
                 e1.im = hn::Mul(magnitude, e1.im);
             }
             const auto g = hn::Load(d, block.coefficient.data() + at);
-            pressure.re = hn::Add(pressure.re, hn::Mul(g, e1.re));
-            pressure.im = hn::Add(pressure.im, hn::Mul(g, e1.im));
+            Add(pressure, g, e1);
 
             const auto R = hn::Load(d, block.delay.data() + at);
             const auto is_apart = hn::Gt(R, zero);  // the edge's own velocity is infinite
@@ -150,11 +134,10 @@ HWY_INLINE void SumGradient(const EdgeBlock<double>& block, const WaveParameters
             const auto relative = hn::Mul(excess, inverse_R);
             const auto bend = kCurved ? hn::Add(slope, hn::Mul(half_curvature, excess)) : slope;
             const auto delta = hn::Mul(relative, bend);
-            Complex A = Times(e1, hn::Sub(slope, delta));
+            Complex A = Scaled(e1, hn::Sub(slope, delta));
             A.re = hn::Sub(A.re, delta);
             if constexpr (kCurved) {
-                const Complex x{hn::Mul(hn::Set(d, gamma.real()), excess),
-                                hn::Mul(hn::Set(d, gamma.imag()), excess)};
+                const Complex x = Scaled(SetComplex(d, gamma), excess);
                 A = Sum(A, Product(by_moment, Moment(x, e1)));
             }
             Add(ahead, g, A);
@@ -166,7 +149,7 @@ HWY_INLINE void SumGradient(const EdgeBlock<double>& block, const WaveParameters
             } else {
                 T.re = hn::Add(T.re, one);
             }
-            T = Times(T, inverse_R);
+            T = Scaled(T, inverse_R);
             Add(across, hn::Load(d, gradient.across_coefficient.data() + at), T);
             if (gradient.has_aside) {
                 Add(aside, hn::Load(d, gradient.aside_coefficient.data() + at), T);

@@ -10,6 +10,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "core/simd/complex-inl.h"
 #include "core/simd/exp-inl.h"
 #include "core/simd/sincos-inl.h"
 
@@ -36,15 +37,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Doubles = hn::CappedTag<double, block_lanes>;
 using V = hn::Vec<Doubles>;
-
-struct ComplexVector {
-    V re, im;
-};
-
-HWY_INLINE ComplexVector Product(ComplexVector a, ComplexVector b) {
-    return {hn::Sub(hn::Mul(a.re, b.re), hn::Mul(a.im, b.im)),
-            hn::Add(hn::Mul(a.re, b.im), hn::Mul(a.im, b.re))};
-}
+using Complex = ComplexVec<V>;
 
 // sin(s) / s, 1 at 0.
 HWY_INLINE V Sinc(V s) {
@@ -56,7 +49,7 @@ HWY_INLINE V Sinc(V s) {
 }
 
 // The same for s = a + jb: sin(a) cosh(b) + j cos(a) sinh(b), over s.
-HWY_INLINE ComplexVector ComplexSinc(V a, V b) {
+HWY_INLINE Complex ComplexSinc(V a, V b) {
     const Doubles d;
     const auto one = hn::Set(d, 1.0);
     const auto half = hn::Set(d, 0.5);
@@ -100,7 +93,7 @@ void SumRadiatorRow(RadiatorRow& row) {
         const auto v = hn::Div(across_y, R);
         const auto wavenumber = hn::Set(d, k);
 
-        ComplexVector wave;
+        Complex wave;
         SinCos(d, hn::Mul(phase, R), wave.im, wave.re);
         auto magnitude = hn::Div(hn::Mul(hn::Set(d, row.WX), WY), R);
         if (alpha != 0.0) {

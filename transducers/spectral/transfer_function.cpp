@@ -10,8 +10,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
-#include "core/simd/exp-inl.h"
-#include "core/simd/sincos-inl.h"
+#include "core/simd/complex-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kavro {
@@ -21,25 +20,13 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Tag = hn::CappedTag<double, block_lanes>;
 using Vec = hn::Vec<Tag>;
 
-struct ComplexVec {
-    Vec re, im;
-};
+using Complex = ComplexVec<Vec>;
 
 // e^-(a x + b y) for complex a and b.
-HWY_INLINE ComplexVec Wave(std::complex<double> a, Vec x, std::complex<double> b, Vec y) {
+HWY_INLINE Complex Wave(std::complex<double> a, Vec x, std::complex<double> b, Vec y) {
     const Tag d;
-    const auto magnitude = Exp(
-        d, hn::Neg(hn::Add(hn::Mul(hn::Set(d, a.real()), x), hn::Mul(hn::Set(d, b.real()), y))));
-    Vec s;
-    Vec c;
-    SinCos(d, hn::Neg(hn::Add(hn::Mul(hn::Set(d, a.imag()), x), hn::Mul(hn::Set(d, b.imag()), y))),
-           s, c);
-    return {hn::Mul(magnitude, c), hn::Mul(magnitude, s)};
-}
-
-HWY_INLINE ComplexVec Product(ComplexVec a, ComplexVec b) {
-    return {hn::Sub(hn::Mul(a.re, b.re), hn::Mul(a.im, b.im)),
-            hn::Add(hn::Mul(a.re, b.im), hn::Mul(a.im, b.re))};
+    const Complex sum = Sum(Scaled(SetComplex(d, a), x), Scaled(SetComplex(d, b), y));
+    return ComplexExp(d, hn::Neg(sum.re), hn::Neg(sum.im));
 }
 
 // A vector of points on its way through the frequencies. The state of a sample is its term of the
@@ -64,7 +51,7 @@ public:
             const auto at = static_cast<std::size_t>(i * block_lanes + lane);
             const auto delay = hn::Load(d, samples.delay.data() + at);
             const auto g = hn::Load(d, samples.coefficient.data() + at);
-            const ComplexVec wave = Wave(start, delay, 0.0, delay);
+            const Complex wave = Wave(start, delay, 0.0, delay);
             double* state = of(i);
             hn::Store(hn::Mul(g, wave.re), d, state);
             hn::Store(hn::Mul(g, wave.im), d, state + N);
@@ -78,7 +65,7 @@ public:
         for (int i = 0; i < count_; ++i) {
             double* state = of(i);
             const auto delay = hn::Load(d, state + 4 * N);
-            const ComplexVec ratio = Wave(run.rate, delay, 0.0, delay);
+            const Complex ratio = Wave(run.rate, delay, 0.0, delay);
             hn::Store(ratio.re, d, state + 2 * N);
             hn::Store(ratio.im, d, state + 3 * N);
         }
@@ -105,14 +92,14 @@ private:
     HWY_INLINE int GoBy(int q, int last) {
         const Tag d;
         for (; q + count <= last; q += count) {
-            ComplexVec sum[count], first[count];
+            Complex sum[count], first[count];
             for (int f = 0; f < count; ++f) {
                 sum[f] = first[f] = {hn::Zero(d), hn::Zero(d)};
             }
             double* state = state_;
             for (int i = 0; i < count_; ++i, state += 5 * N) {
-                ComplexVec term = {hn::Load(d, state), hn::Load(d, state + N)};
-                const ComplexVec ratio = {hn::Load(d, state + 2 * N), hn::Load(d, state + 3 * N)};
+                Complex term = {hn::Load(d, state), hn::Load(d, state + N)};
+                const Complex ratio = {hn::Load(d, state + 2 * N), hn::Load(d, state + 3 * N)};
                 const auto delay = hn::Load(d, state + 4 * N);
                 for (int f = 0; f < count; ++f) {
                     sum[f].re = hn::Add(sum[f].re, term.re);
@@ -128,9 +115,8 @@ private:
             }
             for (int f = 0; f < count; ++f) {
                 if constexpr (moment) {
-                    const std::complex<double> rest = comb_.rest[static_cast<std::size_t>(q + f)];
-                    const ComplexVec off =
-                        Product({hn::Set(d, rest.real()), hn::Set(d, rest.imag())}, first[f]);
+                    const auto rest = SetComplex(d, comb_.rest[static_cast<std::size_t>(q + f)]);
+                    const Complex off = Product(rest, first[f]);
                     sum[f] = {hn::Sub(sum[f].re, off.re), hn::Sub(sum[f].im, off.im)};
                 }
                 Finish(q + f, sum[f]);
@@ -139,12 +125,11 @@ private:
         return q;
     }
 
-    HWY_INLINE void Finish(int q, ComplexVec sum) {
+    HWY_INLINE void Finish(int q, Complex sum) {
         const Tag d;
         const auto k = static_cast<std::size_t>(q);
-        const std::complex<double> factor = comb_.factor[k];
-        ComplexVec P = is_bare_ ? sum : Product(Wave(comb_.s(q), lag_, comb_.mu[k], middle_), sum);
-        P = Product({hn::Set(d, factor.real()), hn::Set(d, factor.imag())}, P);
+        Complex P = is_bare_ ? sum : Product(Wave(comb_.s(q), lag_, comb_.mu[k], middle_), sum);
+        P = Product(SetComplex(d, comb_.factor[k]), P);
         const auto is_wanted = hn::Lt(hn::Set(d, static_cast<double>(q)), wanted_);
         int bin = q;
         if (bins_.period > 0) {
