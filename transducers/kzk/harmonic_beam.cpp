@@ -8,9 +8,7 @@
 #include <limits>
 #include <vector>
 
-#include "core/console.h"
 #include "core/constants.h"
-#include "core/counts.h"
 #include "core/interrupted.h"
 #include "core/parts.h"
 #include "core/threads.h"
@@ -19,6 +17,7 @@
 #include "transducers/kzk/frame.h"
 #include "transducers/kzk/harmonic_diffraction.h"
 #include "transducers/kzk/harmonic_kernels.h"
+#include "transducers/kzk/marching.h"
 
 namespace kavro::kzk {
 namespace {
@@ -40,7 +39,7 @@ public:
           grid_(*element.coordinate_grid, shape.radius, shape.scale_length, frame_, parameters_) {
         // Harmonics that nothing feeds stay silent.
         count_ = shape.nonlinearity != 0.0 ? static_cast<std::size_t>(parameters_.harmonics) : 1;
-        stride_ = (count_ + harmonic_lanes - 1) / harmonic_lanes * harmonic_lanes;
+        stride_ = harmonic_stride(count_);
         rows_ = grid_.columns;
     }
 
@@ -61,12 +60,8 @@ public:
     // Tells where the harmonics grow without bound, if they do. Throws Interrupted.
     void run(Outcome& outcome) {
         set_up();
-        std::size_t plane = 0;
-        const auto& ranges = grid_.ranges;
-        while (plane < ranges.size() && ranges[plane] < 0.0) {
-            check_.spend(1);
-            ++plane;
-        }
+        const std::vector<double>& ranges = grid_.ranges;
+        std::size_t plane = first_plane_ahead(ranges, check_);
         double range = 0.0;
         double pending = 0.0;  // distortion that the wave has still to go through
         while (plane < ranges.size()) {
@@ -90,15 +85,10 @@ public:
                 pending = 0.0;
                 record(plane++, outcome);
             }
-            console::progress(range < ranges.back() ? range / ranges.back() : 1.0);
-            if (console::interrupted()) {
-                throw Interrupted();
-            }
+            tell_of_progress(range / ranges.back());
         }
         if (outcome.shocked) {
-            console::warn(
-                "The harmonics grew without bound: the march needs a smaller growth, more "
-                "harmonics or more points per radius.\n");
+            warn_of_growth_without_bound();
         }
     }
 
@@ -320,9 +310,7 @@ private:
     Frame frame_;
     BeamGrid grid_;
     InterruptCheck check_;
-    const Spend spend_ = [this](std::int64_t steps) {
-        check_.spend(steps);
-    };  // the same, handed on
+    const Spend spend_ = spend_of(check_);
     std::size_t count_, stride_, rows_;
     HarmonicRows field_, source_, stage_;
     HarmonicStep step_;  // only the coupling is read
@@ -334,13 +322,7 @@ private:
 
 TransducerStatus march_harmonic_beam(const Transducer& element, const HarmonicShape& shape,
                                      Outcome& outcome) {
-    March march(element, shape);
-    const MemoryNeed need = march.memory();
-    if (!fits_into_memory(need.count, need.bytes)) {
-        return status_out_of_memory;
-    }
-    march.run(outcome);
-    return status_success;
+    return run_within_memory(March(element, shape), outcome);
 }
 
 MemoryNeed harmonic_beam_memory(const Transducer& element, const HarmonicShape& shape) {

@@ -16,6 +16,10 @@ struct HarmonicRows {
 
 inline constexpr std::size_t harmonic_lanes = 8;
 
+constexpr std::size_t harmonic_stride(std::size_t harmonics) {
+    return (harmonics + harmonic_lanes - 1) / harmonic_lanes * harmonic_lanes;
+}
+
 // A step of range: per harmonic, what multiplies the values on each side. Zero beyond the last.
 struct HarmonicStep {
     bool implicit = true;            // backward Euler, else Crank-Nicolson

@@ -7,8 +7,6 @@
 #include <optional>
 #include <vector>
 
-#include "core/console.h"
-#include "core/counts.h"
 #include "core/flush_denormals.h"
 #include "core/interrupted.h"
 #include "core/team.h"
@@ -17,6 +15,7 @@
 #include "transducers/blocks/guarded.h"
 #include "transducers/kzk/harmonic_beam.h"
 #include "transducers/kzk/harmonic_kernels.h"
+#include "transducers/kzk/marching.h"
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/radial_grid.h"
 
@@ -58,8 +57,7 @@ public:
         columns_ = static_cast<std::size_t>(setting.radii.last_column) + 1;
         // Harmonics that nothing feeds stay silent.
         count_ = shape.nonlinearity != 0.0 ? setting.parameters.harmonics : 1;
-        stride_ = (static_cast<std::size_t>(count_) + harmonic_lanes - 1) / harmonic_lanes *
-                  harmonic_lanes;
+        stride_ = harmonic_stride(static_cast<std::size_t>(count_));
     }
 
     // What the march takes: field and source, and the field as it begins or each thread's scratch.
@@ -74,10 +72,7 @@ public:
     // Tells where the harmonics grow without bound, if they do. Throws Interrupted.
     void run(Outcome& outcome) {
         set_up();
-        while (plane_ < ranges_.size() && ranges_[plane_] < 0.0) {
-            check_.spend(1);
-            ++plane_;
-        }
+        plane_ = first_plane_ahead(ranges_, check_);
         const double R = static_cast<double>(setting_.radii.extent);
         double range = 0.0;
         for (std::int64_t s = 0; plane_ < ranges_.size(); ++s) {
@@ -97,17 +92,12 @@ public:
                 record(plane_);
                 ++plane_;
             }
-            console::progress(range < ranges_.back() ? range / ranges_.back() : 1.0);
-            if (console::interrupted()) {
-                throw Interrupted();
-            }
+            tell_of_progress(range / ranges_.back());
         }
         if (unbounded_) {
             outcome.shocked = outcome.warned = true;
             outcome.where = *unbounded_;
-            console::warn(
-                "The harmonics grew without bound: the march needs a smaller growth, more "
-                "harmonics or more points per radius.\n");
+            warn_of_growth_without_bound();
         }
     }
 
@@ -253,9 +243,7 @@ private:
     const HarmonicShape& shape_;
     const Setting& setting_;
     InterruptCheck check_;
-    const Spend spend_ = [this](std::int64_t steps) {
-        check_.spend(steps);
-    };  // the same, handed on
+    const Spend spend_ = spend_of(check_);
     int count_;
     std::size_t columns_, stride_;
     std::vector<double> ranges_;               // of the planes
@@ -318,7 +306,7 @@ Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape) {
         const std::size_t values =
             setting.planes.r.size() * setting.planes.z.size() * static_cast<std::size_t>(harmonics);
         InterruptCheck check;
-        const Spend spend = [&check](std::int64_t steps) { check.spend(steps); };
+        const Spend spend = spend_of(check);
         fill_zeros(element.pressure_real, values, spend);
         fill_zeros(element.pressure_imag, values, spend);
         if (setting.fault(element, shape) || static_cast<float>(element.amplitude) == 0.0f) {
@@ -327,13 +315,7 @@ Outcome march_harmonics(const Transducer& element, const HarmonicShape& shape) {
         if (element.exact()) {
             return march_harmonic_beam(element, shape, outcome);
         }
-        March march(element, shape, setting);
-        const MemoryNeed need = march.memory();
-        if (!fits_into_memory(need.count, need.bytes)) {
-            return status_out_of_memory;
-        }
-        march.run(outcome);
-        return status_success;
+        return run_within_memory(March(element, shape, setting), outcome);
     });
     return outcome;
 }

@@ -9,9 +9,7 @@
 #include <numbers>
 #include <vector>
 
-#include "core/console.h"
 #include "core/constants.h"
-#include "core/counts.h"
 #include "core/flush_denormals.h"
 #include "core/interrupted.h"
 #include "core/parts.h"
@@ -19,6 +17,7 @@
 #include "core/zeros.h"
 #include "transducers/kzk/beam_time.h"
 #include "transducers/kzk/column_steps.h"
+#include "transducers/kzk/marching.h"
 #include "transducers/kzk/pieces.h"
 #include "transducers/kzk/radial_step.h"
 
@@ -76,11 +75,7 @@ public:
         RadialStep radial(columns_, parameters_.is_implicit(), shape_.coefficients_in_double,
                           spend_);
         const std::vector<double>& ranges = grid_.ranges;
-        std::size_t plane = 0;
-        while (plane < ranges.size() && ranges[plane] < 0.0) {
-            check_.spend(1);
-            ++plane;
-        }
+        std::size_t plane = first_plane_ahead(ranges, check_);
         double range = 0.0;
         bool shock = false;
         while (plane < ranges.size()) {
@@ -96,7 +91,8 @@ public:
                           frame_.change_end(range), range + static_cast<double>(parameters_.step),
                           distortion_end(range)});
             if (shock || !(distortion_end(range) - range > least_share * ranges.back())) {
-                tell_of_shock(range, plane, outcome);
+                end_in_shock(shape_, range * shape_.scale_length, outcome);
+                outcome.where.plane = static_cast<int>(plane);
                 return;
             }
             const double next = std::min({end, leg_end_, ranges[plane]});
@@ -106,10 +102,7 @@ public:
                 advance_columns(distortion, next - range,
                                 (next - range) * static_cast<double>(shape_.nonlinearity) / width);
             range = next;
-            console::progress(range < ranges.back() ? range / ranges.back() : 1.0);
-            if (console::interrupted()) {
-                throw Interrupted();
-            }
+            tell_of_progress(range / ranges.back());
         }
     }
 
@@ -363,17 +356,6 @@ private:
 
     double plane_width(double range) const { return range > 0.0 ? width_at(range) : 1.0; }
 
-    void tell_of_shock(double range, std::size_t plane, Outcome& outcome) const {
-        outcome.shocked = true;
-        outcome.warned = shape_.shock_is_warning;
-        outcome.where = {range * shape_.scale_length, static_cast<int>(plane)};
-        if (shape_.shock_is_warning) {
-            console::warn(shape_.shock_message);
-        } else {
-            console::print("%s", shape_.shock_message);
-        }
-    }
-
     const Transducer& element_;
     const TransientShape& shape_;
     const Parameters& parameters_;
@@ -381,9 +363,7 @@ private:
     BeamGrid grid_;
     RetardedTime axis_;
     InterruptCheck check_;
-    const Spend spend_ = [this](std::int64_t steps) {
-        check_.spend(steps);
-    };  // the same, handed on
+    const Spend spend_ = spend_of(check_);
     Columns columns_;
     AlignedVector<float> field_, former_;
     float peak_ = 1.0f;
@@ -394,13 +374,7 @@ private:
 
 TransducerStatus march_transient_beam(const Transducer& element, const TransientShape& shape,
                                       Outcome& outcome) {
-    March march(element, shape);
-    const MemoryNeed need = march.memory();
-    if (!fits_into_memory(need.count, need.bytes)) {
-        return status_out_of_memory;
-    }
-    march.run(outcome);
-    return status_success;
+    return run_within_memory(March(element, shape), outcome);
 }
 
 MemoryNeed transient_beam_memory(const Transducer& element, const TransientShape& shape) {

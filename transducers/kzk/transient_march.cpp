@@ -19,6 +19,7 @@
 #include "core/zeros.h"
 #include "transducers/blocks/guarded.h"
 #include "transducers/kzk/column_steps.h"
+#include "transducers/kzk/marching.h"
 #include "transducers/kzk/pieces.h"
 #include "transducers/kzk/planes.h"
 #include "transducers/kzk/radial_step.h"
@@ -81,7 +82,8 @@ public:
             total += shortened ? 1 : 0;
             // Nor does a step march that is lost in the rounding of the range.
             if (shock || !(range + step > range)) {
-                tell_of_shock(range, outcome);
+                end_in_shock(shape_, static_cast<double>(range / shape_.gain * shape_.rayleigh),
+                             outcome);
                 s = total;
             }
             if (parameters_.diffracts()) {
@@ -103,11 +105,7 @@ public:
                 ++plane;
                 s = range >= shape_.last_range ? total : s;
             }
-            console::progress(
-                range < shape_.last_range ? static_cast<double>(range / shape_.last_range) : 1.0);
-            if (console::interrupted()) {
-                throw Interrupted();
-            }
+            tell_of_progress(static_cast<double>(range / shape_.last_range));
         }
         outcome.where.plane = outcome.shocked ? static_cast<int>(plane) : 0;
     }
@@ -285,17 +283,6 @@ private:
         }
     }
 
-    void tell_of_shock(float range, Outcome& outcome) const {
-        outcome.shocked = true;
-        outcome.warned = shape_.shock_is_warning;
-        outcome.where.z = static_cast<double>(range / shape_.gain * shape_.rayleigh);
-        if (shape_.shock_is_warning) {
-            console::warn(shape_.shock_message);
-        } else {
-            console::print("%s", shape_.shock_message);
-        }
-    }
-
     const Transducer& element_;
     const TransientShape& shape_;
     const Parameters& parameters_;
@@ -303,9 +290,7 @@ private:
     const RetardedTime& axis_;
     TransientOutput& output_;
     InterruptCheck check_;
-    const Spend spend_ = [this](std::int64_t steps) {
-        check_.spend(steps);
-    };  // the same, handed on
+    const Spend spend_ = spend_of(check_);
     Columns columns_;
     RadialStep radial_;
     std::vector<double> taus_;  // rad
