@@ -48,7 +48,7 @@ public:
         check_grid(arguments[1]);
         read_grid(grid_, arguments[1]);
         if (!grid_.regular) {
-            throw InputError("bioheat: the grid must be a regular one.");
+            throw InputError("The grid must be a regular one.");
         }
         check_medium(arguments[2]);
         medium_ = medium_from(arguments[2]);
@@ -78,8 +78,7 @@ public:
 private:
     static const Value* field(const Value* value, const char* what) {
         if (!holds_real_numbers(value)) {
-            throw InputError(std::string("bioheat: the ") + what +
-                             " must hold real numbers, but it " +
+            throw InputError(std::string("The ") + what + " must hold real numbers, but it " +
                              (is_complex(value) ? "holds complex ones" : described(value)) + ".");
         }
         return value;

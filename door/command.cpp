@@ -13,7 +13,7 @@
 #include "door/march.h"
 #include "door/methods.h"
 #include "door/pulse_echo.h"
-#include "door/random_places.h"
+#include "door/random_array.h"
 #include "door/solve.h"
 #include "door/values.h"
 
@@ -35,7 +35,7 @@ constexpr std::array commands{
     NamedCommand{"kzk_parameters", new_kzk_parameters},
     NamedCommand{"methods", new_methods},
     NamedCommand{"pulse_echo", new_pulse_echo},
-    NamedCommand{"random_places", new_random_places},
+    NamedCommand{"random_array", new_random_array},
 };
 
 std::unique_ptr<Command> command_named(const std::string& name) {

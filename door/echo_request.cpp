@@ -104,9 +104,12 @@ EchoArray array_from(const Value* value, Medium& medium) {
 
 void check_areas(const EchoArray& receivers) {
     for (std::size_t i = 0; i < receivers.transducers.size(); ++i) {
-        if (!(receivers.transducers[i]->face_area() > 0.0)) {
-            throw InputError("pulse_echo, element " + std::to_string(i + host_words.first) +
-                             " of those that listen: a face without an area hears nothing.");
+        const double area = receivers.transducers[i]->face_area();
+        if (!(area > 0.0 && std::isfinite(area))) {
+            throw InputError("Element " + std::to_string(i + host_words.first) +
+                             " of those that listen: " +
+                             (area > 0.0 ? "the area of its face must be finite."
+                                         : "a face without an area hears nothing."));
         }
     }
 }

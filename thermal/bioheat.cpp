@@ -22,7 +22,7 @@ namespace kavro {
 namespace {
 
 [[noreturn]] void refuse(const std::string& what, const std::string& expected) {
-    throw InputError("bioheat: " + what + " must be " + expected + ".");
+    throw InputError("The " + what + " must be " + expected + ".");
 }
 
 void require_number(bool good, double value, const std::string& what, const char* expected) {
@@ -34,7 +34,7 @@ void require_number(bool good, double value, const std::string& what, const char
 void check_medium(const Medium& medium) {
     const auto check = [](double value, bool zero_is_good, const char* field) {
         require_number(value > 0.0 || (zero_is_good && value == 0.0), value,
-                       std::string("the medium's field '") + field + "'",
+                       std::string("medium's field '") + field + "'",
                        zero_is_good ? "zero or positive" : "positive");
     };
     check(medium._rho_density, false, "density");
@@ -66,8 +66,8 @@ void check_times(std::span<const double> times, const std::vector<HeatChange>& c
     before = -1.0;
     for (const HeatChange& change : changes) {
         require_number(change.begin >= 0.0 && change.begin > before, change.begin,
-                       "the instants of switching", "zero or positive and increasing");
-        require_number(true, change.factor, "the factors of switching", "finite");
+                       "instants of switching", "zero or positive and increasing");
+        require_number(true, change.factor, "factors of switching", "finite");
         before = change.begin;
     }
 }
@@ -97,7 +97,7 @@ public:
             axis.last = setting.walls[2 * a + 1];
             const bool between_fixed = axis.first == Wall::fixed && axis.last == Wall::fixed;
             if (between_fixed && counts[a] < 3) {
-                refuse("the grid's axis " + std::string(1, "xyz"[a]),
+                refuse("grid's axis " + std::string(1, "xyz"[a]),
                        "of three points or more between fixed walls");
             }
             has_walls = has_walls || axis.first == Wall::fixed || axis.last == Wall::fixed;
@@ -273,17 +273,17 @@ void bioheat(const CoordinateGrid& grid, const Medium& medium, std::span<const d
              std::span<const double> start, std::span<const double> times,
              const BioheatSetting& setting, double* temperatures) {
     if (!grid.regular) {
-        refuse("the grid", "a regular one");
+        refuse("grid", "a regular one");
     }
     if (setting.axisymmetric && (grid.xmin != 0.0 || grid.nx < 2 || grid.ny != 1)) {
-        refuse("the grid of an axisymmetric field", "one of x from 0 on and of one y");
+        refuse("grid of an axisymmetric field", "one of x from 0 on and of one y");
     }
     InterruptCheck interrupts;
     check_medium(medium);
-    check_field(heat, grid, "the heat rate", interrupts);
-    check_field(start, grid, "the start temperature", interrupts);
-    require_number(true, setting.wall_temperature, "the wall temperature", "finite");
-    require_number(true, setting.arterial_temperature, "the arterial temperature", "finite");
+    check_field(heat, grid, "heat rate", interrupts);
+    check_field(start, grid, "start temperature", interrupts);
+    require_number(true, setting.wall_temperature, "wall temperature", "finite");
+    require_number(true, setting.arterial_temperature, "arterial temperature", "finite");
     check_times(times, setting.changes);
     const auto points = static_cast<std::size_t>(grid.npoints);
     const auto radii = static_cast<std::size_t>(setting.axisymmetric ? grid.nx : 0);

@@ -18,7 +18,7 @@ constexpr int most_tries = 200'000;  // for one element
 
 void check(bool good, const char* what, const std::string& expected, double value) {
     if (!good || std::isnan(value)) {
-        throw InputError(std::string("random_array: ") + what + " must be " + expected + ", not " +
+        throw InputError(std::string("The ") + what + " must be " + expected + ", not " +
                          number_text(value) + ".");
     }
 }
@@ -71,16 +71,15 @@ private:
 std::vector<CartesianCoordinate> random_places(int count, const RandomAperture& aperture,
                                                std::uint64_t seed) {
     const double a = aperture.element_radius;
-    check(count >= 1, "the number of elements", "1 or more", count);
-    check(a > 0.0, "the elements' radius", "positive (m)", a);
-    check(aperture.minimum_gap >= 0.0, "the minimum gap", "zero or positive (m)",
-          aperture.minimum_gap);
-    check(aperture.hole_radius >= 0.0, "the hole's radius", "zero or positive (m)",
+    check(count >= 1, "number of elements", "1 or more", count);
+    check(a > 0.0, "elements' radius", "positive (m)", a);
+    check(aperture.minimum_gap >= 0.0, "minimum gap", "zero or positive (m)", aperture.minimum_gap);
+    check(aperture.hole_radius >= 0.0, "hole's radius", "zero or positive (m)",
           aperture.hole_radius);
     const double least = aperture.hole_radius > 0.0 ? aperture.hole_radius + 2.0 * a : a;
-    check(aperture.radius >= least && std::isfinite(aperture.radius), "the aperture's radius",
+    check(aperture.radius >= least && std::isfinite(aperture.radius), "aperture's radius",
           "at least " + number_text(least) + " m, so that an element fits", aperture.radius);
-    check(aperture.rad_curvature >= aperture.radius, "the radius of curvature",
+    check(aperture.rad_curvature >= aperture.radius, "radius of curvature",
           "at least that of the aperture, " + number_text(aperture.radius) + " m",
           aperture.rad_curvature);
 
@@ -88,7 +87,7 @@ std::vector<CartesianCoordinate> random_places(int count, const RandomAperture& 
     const double level =
         std::isinf(R) ? 0.5 : 1.0 / (1.0 + std::sqrt(1.0 - std::pow(aperture.radius / R, 2)));
     const double most = std::floor(2.0 * level * std::pow(aperture.radius / a, 2));
-    check(count <= most, "the number of elements",
+    check(count <= most, "number of elements",
           "at most " + number_text(most) + ", which would cover the aperture", count);
 
     Places places(aperture, seed);
@@ -111,7 +110,7 @@ std::vector<CartesianCoordinate> random_places(int count, const RandomAperture& 
             }
         }
         if (!place) {
-            throw InputError("random_array: only " + std::to_string(found.size()) + " of " +
+            throw InputError("Only " + std::to_string(found.size()) + " of " +
                                  std::to_string(count) + " elements have found room.",
                              "Places at random cover about half of an aperture: take fewer or "
                              "smaller elements, a smaller gap or another seed.");

@@ -272,7 +272,7 @@ def random_array(
         "seed": seed,
     }
     named = [entry for option in options.items() for entry in option]
-    (center,) = _kavro.call(["random_places", count, aperture_radius, radius, *named])
+    (center,) = _kavro.call(["random_array", count, aperture_radius, radius, *named])
     euler = np.zeros((1, 3)) if math.isinf(bowl) else _euler_towards(bowl, center)
     return Elements("circ", center, euler, amplitude=amplitude, radius=radius)
 

@@ -42,7 +42,8 @@ TEST(Echoes, refuse_what_makes_no_sense) {
     expect_errors(echo(), R"(
 elements            | 1              | Transducer array must be a MATLAB structure.\n
 elements            | struct[0 0]    | The transducer array has no elements.
-elements.radius     | 0              | pulse_echo, element 2 of those that listen: a face without an area hears nothing.
+elements.radius     | 0              | Element 2 of those that listen: a face without an area hears nothing.
+elements.radius     | 1e200          | Element 2 of those that listen: the area of its face must be finite.
 elements.channel    | []             | Transducer field '@' must hold 1 real number(s) (element 2). It is empty.
 elements.channel    | -1, 1.5, Inf   | Transducer field '@' must be a whole number of at least 0, but holds # (element 2).
 receivers           | 1              | Transducer array must be a MATLAB structure.\n

@@ -249,7 +249,7 @@ elements.geometric_focus | 0.004 | Transducer field '@' must be at least 'outer_
     expect_errors(call.set("elements.shape = 'poly', elements.corners = [0 0; 1e-3 0; 0 1e-3]"), R"(
 elements.corners | missing, [], '1', 1i, [0 0 1; 1 0 1] | Transducer field '@' must hold n x 2 real numbers (element 1). It *
 elements.corners | [0 0; 1 0]           | Transducer field '@' is at fault: a polygon must have at least 3 corners, not 2 (element 1).
-elements.corners | [0 0; NaN 0; 0 1]    | Transducer field '@' is at fault: corner 2 of a polygon must be two finite numbers (element 1).
+elements.corners | [0 0; NaN 0; 0 1]    | Transducer field '@' is at fault: a polygon's corners must be finite, not (nan, 0) (element 1).
 elements.corners | [0 0; 1 1; 1 0; 0 1] | Transducer field '@' is at fault: the corners of a polygon must go once around a convex face (element 1).
 )");
 }

@@ -255,17 +255,15 @@ TEST(Bioheat, NamesWhatIsWrong) {
     Medium cold = medium;
     cold._ct = 0;
     EXPECT_EQ(message(cold, {0.0}, {1.0}, {}),
-              "bioheat: the medium's field 'specificheat' must be positive, not 0.");
-    EXPECT_EQ(
-        message(medium, {0.0, 1.0}, {1.0}, {}),
-        "bioheat: the heat rate must be one number, or 3 of them, one for each point, not 2.");
+              "The medium's field 'specificheat' must be positive, not 0.");
+    EXPECT_EQ(message(medium, {0.0, 1.0}, {1.0}, {}),
+              "The heat rate must be one number, or 3 of them, one for each point, not 2.");
     EXPECT_EQ(message(medium, {0.0}, {2.0, 1.0}, {}),
-              "bioheat: times must be zero or positive, each not before the last, not 1.");
+              "The times must be zero or positive, each not before the last, not 1.");
     BioheatSetting setting;
     setting.axisymmetric = true;
-    EXPECT_EQ(
-        message(medium, {0.0}, {1.0}, setting),
-        "bioheat: the grid of an axisymmetric field must be one of x from 0 on and of one y.");
+    EXPECT_EQ(message(medium, {0.0}, {1.0}, setting),
+              "The grid of an axisymmetric field must be one of x from 0 on and of one y.");
 }
 
 }  // namespace

@@ -121,9 +121,11 @@ TEST(Polygon, TakesConvexFacesOnly) {
         const char* message;
     } faults[] = {
         {{{0, 0}, {1, 0}}, "A polygon must have at least 3 corners, not 2."},
-        {{{0, 0}, {1, none}, {0, 1}}, "Corner 2 of a polygon must be two finite numbers."},
-        {{{0, 0}, {1, 0}, {1, 0}, {0, 1}}, "Corner 2 of a polygon must not be the next one, too."},
-        {{{0, 0}, {1, 0}, {0, 1}, {0, 0}}, "Corner 4 of a polygon must not be the next one, too."},
+        {{{0, 0}, {1, none}, {0, 1}}, "A polygon's corners must be finite, not (1, nan)."},
+        {{{0, 0}, {1, 0}, {1, 0}, {0, 1}},
+         "A polygon's corners must not be the same twice in a row, as (1, 0) is."},
+        {{{0, 0}, {1, 0}, {0, 1}, {0, 0}},
+         "A polygon's corners must not be the same twice in a row, as (0, 0) is."},
         {{{0, 0}, {1, 0}, {2, 0}}, once_around},
         {{{0, 0}, {2, 0}, {1, 0.5}, {1, 2}}, once_around},
         {{{0, 0}, {1, 1}, {1, 0}, {0, 1}}, once_around}};

@@ -75,8 +75,8 @@
 %! flat = kavro.random_array(5, 10e-3, 1e-3, 'seed', 3);
 %! assert(flat(5).center, [-0.006973559462852638 0.0016433319186070817 0]);
 %! assert([flat.euler], zeros(1, 15));
-%! fail('kavro.random_array(500, 60e-3, 2.5e-3)', 'only 301 of 500 elements have found room');
-%! fail('kavro.random_array(1, 1e-3, 2e-3)', 'the aperture''s radius must be at least 0.002 m');
+%! fail('kavro.random_array(500, 60e-3, 2.5e-3)', 'Only 301 of 500 elements have found room');
+%! fail('kavro.random_array(1, 1e-3, 2e-3)', 'random_array: The aperture''s radius must be at least 0.002 m');
 
 %!test  % one focus for delays and phases, several by phases and amplitudes
 %! medium = kavro.set_medium();

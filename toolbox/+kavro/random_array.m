@@ -33,7 +33,7 @@ function elements = random_array(count, aperture_radius, radius, varargin)
 
 me = 'random_array';
 kavro.internal.check_count(me, nargin, [3 Inf], 'count, aperture_radius, radius and options');
-centers = kavro.internal.command('random_places', count, aperture_radius, radius, varargin{:});
+centers = kavro.internal.command('random_array', count, aperture_radius, radius, varargin{:});
 options = struct('rad_curvature', Inf, 'minimum_gap', [], 'hole_radius', [], 'seed', []);
 options = kavro.internal.parse_options(me, options, varargin);
 eulers = [0 0 0];

@@ -32,10 +32,14 @@ void check_elements(const EchoElements& elements, const char* name, const Medium
                              std::to_string(elements.channels.size()) + ".");
         }
         for (const std::int32_t channel : elements.channels) {
-            if (channel < 0 || channel >= most_channels) {
-                throw InputError("A channel of the " + field + " must be from 0 to " +
-                                 std::to_string(most_channels - 1) + ", not " +
+            if (channel < 0) {
+                throw InputError("A channel of the " + field + " must be 0 or more, not " +
                                  std::to_string(channel) + ".");
+            }
+            if (channel >= most_channels) {
+                throw InputError("The " + field + " must have " + std::to_string(most_channels) +
+                                 " channels at most, not " +
+                                 std::to_string(std::int64_t{channel} + 1) + ".");
             }
         }
     }

@@ -12,6 +12,7 @@
 #include "core/console.h"
 #include "core/constants.h"
 #include "core/input_error.h"
+#include "core/number_text.h"
 #include "transducers/polygon/polygon_edge.h"
 #include "transducers/polygon/straight_edges.h"
 
@@ -63,13 +64,14 @@ std::vector<Corner> checked(std::vector<Corner> corners) {
                          std::to_string(corners.size()) + ".");
     }
     for (std::size_t k = 0; k < corners.size(); ++k) {
-        const std::string place = "Corner " + std::to_string(k + 1) + " of a polygon ";
+        const std::string place = number_text(corners[k].x) + ", " + number_text(corners[k].y);
         if (!std::isfinite(corners[k].x) || !std::isfinite(corners[k].y)) {
-            throw InputError(place + "must be two finite numbers.");
+            throw InputError("A polygon's corners must be finite, not (" + place + ").");
         }
         const Corner next = side(corners, k);
         if (next.x == 0.0 && next.y == 0.0) {
-            throw InputError(place + "must not be the next one, too.");
+            throw InputError("A polygon's corners must not be the same twice in a row, as (" +
+                             place + ") is.");
         }
     }
     if (double_area(corners) < 0.0) {

@@ -1,4 +1,4 @@
-// The command `random_places`: where the elements of a random array stand.
+// The command `random_array`: where the elements of a random array stand.
 #pragma once
 
 #include <memory>
@@ -9,6 +9,6 @@ namespace kavro {
 
 // Number of elements, radii of the aperture and of an element (m), and options by name and value.
 // Its result is the n x 3 centres (m).
-std::unique_ptr<Command> new_random_places();
+std::unique_ptr<Command> new_random_array();
 
 }  // namespace kavro

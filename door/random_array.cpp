@@ -1,4 +1,4 @@
-#include "door/random_places.h"
+#include "door/random_array.h"
 
 #include <array>
 #include <limits>
@@ -21,7 +21,7 @@ struct Option {
 
 const std::vector<OptionName> names{{"rad_curvature"}, {"minimum_gap"}, {"hole_radius"}, {"seed"}};
 
-class RandomPlaces : public Command {
+class RandomArray : public Command {
 public:
     void read(std::span<const Value* const> arguments, CallConsole&) override {
         if (arguments.size() < 3) {
@@ -32,15 +32,15 @@ public:
         const Options options("random_array", names, arguments, 3);
         const std::optional<int> count = count_from(arguments[0]);
         if (!count) {
-            throw InputError("random_array: the number of elements must be a whole number.");
+            throw InputError("The number of elements must be a whole number.");
         }
         count_ = *count;
-        aperture_.radius = length(arguments[1], "the aperture's radius");
-        aperture_.element_radius = length(arguments[2], "the elements' radius");
+        aperture_.radius = length(arguments[1], "aperture's radius");
+        aperture_.element_radius = length(arguments[2], "elements' radius");
         // Infinite, a bowl is flat.
         aperture_.rad_curvature =
             options.given(Option::rad_curvature)
-                ? length(options.value(Option::rad_curvature), "the radius of curvature")
+                ? length(options.value(Option::rad_curvature), "radius of curvature")
                 : std::numeric_limits<double>::infinity();
         aperture_.minimum_gap = options.number(Option::minimum_gap).value_or(0.0);
         aperture_.hole_radius = options.number(Option::hole_radius).value_or(0.0);
@@ -75,8 +75,7 @@ private:
     static double length(const Value* value, const char* what) {
         const std::optional<double> number = single_number(value);
         if (!number) {
-            throw InputError(std::string("random_array: ") + what +
-                             " must be one real number (m).");
+            throw InputError(std::string("The ") + what + " must be one real number (m).");
         }
         return *number;
     }
@@ -90,8 +89,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> new_random_places() {
-    return std::make_unique<RandomPlaces>();
+std::unique_ptr<Command> new_random_array() {
+    return std::make_unique<RandomArray>();
 }
 
 }  // namespace kavro
