@@ -39,7 +39,9 @@ from kavro._focusing import focus, focus_delays
 from kavro._heat import WallName, bioheat, heat_rate, thermal_dose
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
+from kavro._kzk import kzk_parameters
 from kavro._medium import Medium, medium, water
+from kavro._methods import MeasureName, Method, MethodName, SolveReport, methods
 from kavro._power import acoustic_power, intensity
 from kavro._results import BeamWidth, FieldIndices, beam_width, field_indices, to_xarray
 from kavro._scene import (
@@ -53,19 +55,8 @@ from kavro._scene import (
     split_grid,
     time_axis,
 )
-from kavro._solver import (
-    MeasureName,
-    Method,
-    MethodName,
-    SolveReport,
-    fit_time_samples,
-    kzk_parameters,
-    methods,
-    pressure,
-    solve,
-    threads,
-    transient_pressure,
-)
+from kavro._solver import fit_time_samples, pressure, solve, transient_pressure
+from kavro._threads import threads
 from kavro._waveforms import (
     Pulse,
     Sampled,

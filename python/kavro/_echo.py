@@ -13,8 +13,8 @@ from kavro._check import Floats
 from kavro._elements import Elements
 from kavro._events import Events
 from kavro._medium import Medium
+from kavro._request import Progress, arguments, shown
 from kavro._scene import Instants, Scatterers, Times
-from kavro._solver import Progress, _lowered, _shown
 from kavro._waveforms import Pulse, Sampled
 
 
@@ -151,23 +151,11 @@ def pulse_echo(
         "tolerance": tolerance,
         "threads": threads,
     }
-    with _shown(progress) as told:
+    with shown(progress) as told:
         options["progress"] = told
-        rf, done = _kavro.call(
-            ["pulse_echo", *arguments_of(elements, scatterers, medium, options)], out
-        )
+        given = arguments(("pulse_echo", elements, scatterers, medium), options)
+        rf, done = _kavro.call(given, out)
     return (rf, report_from(done)) if report else rf
-
-
-def arguments_of(
-    elements: Elements, scatterers: Scatterers, medium: Medium, options: dict[str, object]
-) -> list[object]:
-    """As the compiled part takes them, of the options those that are given."""
-    arguments: list[object] = [elements, scatterers, medium]
-    for name, value in options.items():
-        if value is not None:
-            arguments += [name, value]
-    return [_lowered(argument) for argument in arguments]
 
 
 def report_from(done: dict[str, Any]) -> EchoReport:

@@ -12,9 +12,10 @@ from numpy.typing import NDArray
 
 from kavro import _check, _echo, _kavro
 from kavro._check import Floats
-from kavro._echo import EchoReport, arguments_of, report_from
+from kavro._echo import EchoReport, report_from
 from kavro._elements import Elements
 from kavro._medium import Medium
+from kavro._request import arguments
 from kavro._scene import Scatterers, time_axis
 from kavro._tasks import task
 
@@ -98,8 +99,8 @@ def _cut(scatterers: Scatterers, begin: int, end: int) -> Scatterers:
 def _call(command: str, own: list[Floats], scene: Any, part: Scatterers) -> tuple[Any, ...]:
     elements, medium, options = scene
     with task(f"{command} of {len(part.strengths)} scatterers", 0) as threads:
-        arguments = arguments_of(elements, part, medium, {"threads": threads, **options})
-        return _kavro.call([command, *own, *arguments])
+        values = (command, *own, elements, part, medium)
+        return _kavro.call(arguments(values, {"threads": threads, **options}))
 
 
 def _extent(scene: Any, part: Scatterers) -> Floats:

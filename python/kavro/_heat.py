@@ -12,8 +12,8 @@ from numpy.typing import ArrayLike, NDArray
 from kavro import _check, _kavro
 from kavro._check import Floats
 from kavro._medium import Medium
+from kavro._request import Progress, arguments, shown
 from kavro._scene import Grid, Instants, Times, time_axis
-from kavro._solver import Progress, _lowered, _shown
 
 WallName = Literal["insulated", "fixed"]
 
@@ -165,13 +165,9 @@ def bioheat(
     if switching is not None:
         expected = "n x 2 real numbers: instants (s) and factors"
         options["switching"] = _check.numbers(me, "switching", switching, expected, (None, 2))
-    with _shown(progress) as shown:
-        options["progress"] = shown
-        arguments: list[object] = ["bioheat", heat, grid, medium, instants]
-        for name, value in options.items():
-            if value is not None:
-                arguments += [name, value]
-        (temperatures,) = _kavro.call([_lowered(argument) for argument in arguments])
+    with shown(progress) as told:
+        options["progress"] = told
+        (temperatures,) = _kavro.call(arguments((me, heat, grid, medium, instants), options))
     return np.asarray(temperatures)
 
 

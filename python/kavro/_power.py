@@ -11,7 +11,7 @@ from kavro import _check, _kavro
 from kavro._check import Floats
 from kavro._elements import Elements
 from kavro._medium import Medium
-from kavro._solver import Progress, _lowered, _shown
+from kavro._request import Progress, arguments, shown
 
 
 def intensity(p: NDArray[Any], v: NDArray[Any]) -> Floats:
@@ -82,10 +82,7 @@ def acoustic_power(
     >>> bowl = kavro.spherical_shell(32e-3, 64e-3, amplitude=0.3)
     >>> kavro.acoustic_power(bowl, kavro.water(), 1e6)
     """
-    with _shown(progress) as shown:
-        arguments: list[object] = ["acoustic_power", elements, medium, f0]
-        for name, value in {"threads": threads, "progress": shown}.items():
-            if value is not None:
-                arguments += [name, value]
-        (power,) = _kavro.call([_lowered(argument) for argument in arguments])
+    with shown(progress) as told:
+        options = {"threads": threads, "progress": told}
+        (power,) = _kavro.call(arguments(("acoustic_power", elements, medium, f0), options))
     return float(power.item())

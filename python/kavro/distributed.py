@@ -19,8 +19,9 @@ from kavro._check import Floats
 from kavro._echo_parts import pulse_echo
 from kavro._elements import Elements
 from kavro._medium import Medium
+from kavro._methods import MeasureName, Measures, MethodName, SolveReport, methods
 from kavro._scene import Grid, Points, grid_axes, mesh, time_axis
-from kavro._solver import MeasureName, Measures, MethodName, SolveReport, chosen_method, methods
+from kavro._solver import chosen_method
 from kavro._tasks import task
 
 __all__ = ["pressure", "pulse_echo", "solve"]
