@@ -1,4 +1,5 @@
 // The module `kavro.solve`: every operation of the library, by its name.
+#include "door/result.h"
 #include "door/solve.h"
 
 #include "core/input_error.h"

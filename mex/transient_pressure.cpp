@@ -9,6 +9,7 @@
 #include "door/excitation.h"
 #include "door/medium.h"
 #include "door/read.h"
+#include "door/result.h"
 #include "door/solve.h"
 #include "door/time_samples.h"
 #include "door/transducers.h"

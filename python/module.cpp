@@ -8,6 +8,7 @@
 #include "core/version.h"
 #include "door/options.h"
 #include "door/read.h"
+#include "door/result.h"
 #include "door/solve.h"
 #include "python/call.h"
 #include "python/turn.h"
