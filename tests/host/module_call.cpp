@@ -11,6 +11,7 @@
 #include <random>
 #include <set>
 
+#include "../own_heap.h"
 #include "core/rule_ladder.h"
 
 namespace {
@@ -18,47 +19,23 @@ namespace {
 std::atomic<long> live = 0;
 std::atomic<long> until_failure = 0;
 
-void* allocate(std::size_t size, std::size_t alignment) {
+}  // namespace
+
+void* own_heap::allocate(std::size_t size, std::size_t alignment) {
     if (host::in_module()) {
         if (until_failure > 0 && until_failure.fetch_sub(1) == 1) {
             throw std::bad_alloc();
         }
         ++live;
     }
-    const std::size_t rounded = (std::max<std::size_t>(size, 1) + alignment - 1) / alignment;
-    void* memory = std::aligned_alloc(alignment, rounded * alignment);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
+    return from_system(size, alignment);
 }
 
-void release(void* memory) {
+void own_heap::release(void* memory) {
     if (memory != nullptr && host::in_module()) {
         --live;
     }
     std::free(memory);
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return allocate(size, alignof(std::max_align_t));
-}
-void* operator new(std::size_t size, std::align_val_t alignment) {
-    return allocate(size, static_cast<std::size_t>(alignment));
-}
-void operator delete(void* memory) noexcept {
-    release(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    release(memory);
-}
-void operator delete(void* memory, std::align_val_t) noexcept {
-    release(memory);
-}
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-    release(memory);
 }
 
 namespace host {
