@@ -110,7 +110,7 @@ std::uint64_t left_in_groups(const std::string& root, std::uint64_t free_swap) {
 
 std::optional<std::uint64_t> available_memory(const std::string& root) {
     auto machine = table_in(root + "/proc/meminfo");
-    if (machine.count("MemAvailable:") == 0) {
+    if (!machine.contains("MemAvailable:")) {
         return std::nullopt;
     }
     const std::uint64_t free_swap = machine["SwapFree:"] * 1024;

@@ -43,7 +43,9 @@ struct BioheatSetting {
 // faster than any power of the spacing h; else it is about h^2/12 times the second derivative that
 // they ask for.
 //
-// Throws InputError, Interrupted and std::bad_alloc.
+// Throws InputError for a grid that is not regular, a medium or a setting that makes no sense,
+// numbers that are not as many as points, and times that are negative or not in order; MemoryError
+// and std::bad_alloc where memory does not suffice; Interrupted.
 void bioheat(const CoordinateGrid& grid, const Medium& medium, std::span<const double> heat,
              std::span<const double> start, std::span<const double> times,
              const BioheatSetting& setting, double* temperatures);

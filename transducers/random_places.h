@@ -20,7 +20,8 @@ struct RandomAperture {
 
 // Centres of elements that lie within the aperture and apart, all places equally likely: each is
 // drawn until it fits. The same seed gives the same places on every machine. Throws InputError
-// where no room is found; about half of an aperture is as much as can be covered.
+// for sizes that make no sense and where no room is found (about half of an aperture is as much as
+// can be covered), and Interrupted.
 std::vector<CartesianCoordinate> random_places(int count, const RandomAperture& aperture,
                                                std::uint64_t seed);
 

@@ -9,7 +9,7 @@ namespace kavro {
 class Scatterer {
 public:
     CartesianCoordinate position;  // m
-    double amplitude = 1.0;
+    double amplitude = 1.0;        // m: its echo at 1 m over the pressure that it meets
 
     Scatterer() = default;
     Scatterer(double x, double y, double z) : position(x, y, z) {}
