@@ -184,7 +184,7 @@ def ring_array(
     _check_spacing(me, np.array([pitch]), {"radius": size})
     phi = np.arange(count) * (2 * math.pi / count)
     center = circle * np.stack([np.cos(phi), np.sin(phi), np.zeros(count)], axis=1)
-    return Elements("circ", center, amplitude=amplitude, radius=size)
+    return Elements("disc", center, amplitude=amplitude, radius=size)
 
 
 def bowl_array(elements: Elements, rad_curvature: float) -> Elements:
@@ -274,7 +274,7 @@ def random_array(
     named = [entry for option in options.items() for entry in option]
     (center,) = _kavro.call(["random_places", count, aperture_radius, radius, *named])
     euler = np.zeros((1, 3)) if math.isinf(bowl) else _euler_towards(bowl, center)
-    return Elements("circ", center, euler, amplitude=amplitude, radius=radius)
+    return Elements("disc", center, euler, amplitude=amplitude, radius=radius)
 
 
 def _euler_towards(depth: float, center: Floats) -> Floats:
@@ -413,7 +413,7 @@ def concentric_rings(
     if rad_curvature == math.inf:
         return Elements("ring", amplitude=amplitude, **sizes)
     bowl = curvature(me, rad_curvature, radii[-1, 1])
-    return Elements("sph ring", amplitude=amplitude, geometric_focus=bowl, **sizes)
+    return Elements("spherical ring", amplitude=amplitude, geometric_focus=bowl, **sizes)
 
 
 def _rims_of_equal_area(count: int, radius: float, gap: float, hole: float) -> Floats:
@@ -445,11 +445,11 @@ def _face(
             "width": _check.real(owner, "width", width, "positive", "m"),
             "height": _check.real(owner, "height", height, "positive", "m"),
         }
-        return "rect", sizes
+        return "rectangle", sizes
     expected = "given for discs, or 'width' and 'height' for rectangles"
     alone = radius is not None and width is None and height is None
     _check.require(alone, owner, "radius", expected, radius)
-    return "circ", {"radius": _check.real(owner, "radius", radius, "positive", "m")}
+    return "disc", {"radius": _check.real(owner, "radius", radius, "positive", "m")}
 
 
 def _check_spacing(owner: str, pitch: Floats, sizes: dict[str, float]) -> None:

@@ -187,16 +187,16 @@ def _element_values(elements: Elements, color: str | None) -> tuple[Floats, str]
 
 def _face_of(element: Elements) -> _Face:
     shape = element.shape[0]
-    if shape in ("circ", "rect", "poly"):
+    if shape in ("disc", "rectangle", "polygon"):
         rim = _rim(element, shape)
         n = np.arange(1, len(rim) - 1)
         face = _Face(rim, np.stack([0 * n, n, n + 1], axis=1), [rim], [])
     elif shape == "ring":
         radii = np.array([element.inner_radius[0], element.outer_radius[0]])
         face = _turned(radii, np.zeros(2))
-    elif shape == "shel":
+    elif shape == "spherical shell":
         face = _turned(*_meridian(0.0, element.radius[0], element.rad_curvature[0]))
-    elif shape == "sph ring":
+    elif shape == "spherical ring":
         sizes = element.inner_radius[0], element.outer_radius[0], element.geometric_focus[0]
         face = _turned(*_meridian(*sizes))
     else:
@@ -211,10 +211,10 @@ def _face_of(element: Elements) -> _Face:
 
 
 def _rim(element: Elements, shape: str) -> Floats:
-    if shape == "circ":
+    if shape == "disc":
         phi = np.arange(48) * (2 * np.pi / 48)
         corners = element.radius[0] * np.stack([np.cos(phi), np.sin(phi)], axis=1)
-    elif shape == "rect":
+    elif shape == "rectangle":
         signs = np.array([[-1, -1], [1, -1], [1, 1], [-1, 1]])
         corners = signs * [element.width[0] / 2, element.height[0] / 2]
     else:

@@ -22,7 +22,7 @@
 %!       continue
 %!     end
 %!     e = scene();
-%!     if ! any(strcmp(method.shapes, 'rect'))
+%!     if ! any(strcmp(method.shapes, 'rectangle'))
 %!       e = kavro.set_phases(kavro.linear_array(2, 3e-3, 1e-3), [0 1]);
 %!     end
 %!     for exact = [true false]
