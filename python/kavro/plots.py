@@ -104,6 +104,7 @@ def show_field(
         Pressure in Pa that stands for 0 dB, or for the end of a linear scale; by default the
         largest magnitude shown.
     title : str, optional
+        By default what is shown, and what 0 dB is.
     color_bar : bool
     ax : matplotlib axes, optional
         Where to draw; by default the current ones.
@@ -120,7 +121,7 @@ def show_field(
     scale = _scale(reference, dB, signed=instant is not None)
     ax = _axes(ax)
     _draw(ax, grid, scale, scale.of(values), color_bar)
-    ax.set_title(title or caption)
+    ax.set_title(title or caption + scale.zero)
     return ax
 
 
@@ -302,10 +303,10 @@ class _Scale(NamedTuple):
     label: str
     reference: float
     factor: float
-    in_dB: bool
+    zero: str = ""  # in dB: ", 0 dB = 1 kPa"
 
     def of(self, values: Floats) -> Floats:
-        if not self.in_dB:
+        if not self.zero:
             return np.asarray(self.factor * values)
         share = np.maximum(np.abs(values) / self.reference, 10 ** (self.low / 20))
         return np.asarray(20 * np.log10(share))
@@ -354,11 +355,12 @@ def _scale(reference: float, dB: float | None, signed: bool) -> _Scale:
     factor = 1 / (size or 1.0)
     if dB is not None:
         depth = _check.real("show_field", "dB", dB, "positive", "dB")
-        label = f"Pressure (dB re {factor * reference:.3g} {unit})"
-        return _Scale(-depth, 0.0, "viridis", label, reference, 1.0, True)
+        full = f"{factor * reference:.3g} {unit}"
+        label = f"Pressure (dB re {full})"
+        return _Scale(-depth, 0.0, "viridis", label, reference, 1.0, f", 0 dB = {full}")
     low, colors = (-reference, "RdBu_r") if signed else (0.0, "viridis")
     label = f"Pressure ({unit})"
-    return _Scale(factor * low, factor * reference, colors, label, reference, factor, False)
+    return _Scale(factor * low, factor * reference, colors, label, reference, factor)
 
 
 def _draw(ax: Axes, grid: Grid | Points, scale: _Scale, values: Floats, color_bar: bool) -> Any:

@@ -81,6 +81,7 @@
 %! assert(picture(ax)(1, 1), -20, 1e-9);
 %! assert(get(get(findobj(get(ax, 'parent'), 'tag', 'colorbar'), 'ylabel'), 'string'), ...
 %!        'Pressure (dB re 140 Pa)');
+%! assert(label(ax, 'title'), 'Peak pressure, 0 dB = 140 Pa');
 %! clf;
 %! assert(picture(kavro.show_field(squeeze(p), grid)), [14 13 12; 11 10 9]);
 
@@ -101,7 +102,7 @@
 %! clf;
 %! ax = kavro.show_field(zeros(1, 1, 4), line_grid, 'scale', 'dB');
 %! assert(curve(ax)(2), {-40 * ones(1, 4)});
-%! assert(label(ax, 'title'), 'Pressure magnitude');  % there are no times
+%! assert(label(ax, 'title'), 'Pressure magnitude, 0 dB = 1 Pa');  % there are no times
 
 %!test  % faults of drawings
 %! grid = kavro.set_coordinate_grid(1, 0, 2, 0, 0, 0, 1);
