@@ -128,7 +128,7 @@ def show_field(
 def animate_field(
     p: NDArray[Any],
     grid: Grid | Points,
-    times: Times | Instants,
+    time: Times | Instants,
     *,
     frames: int = 100,
     dB: float | None = None,
@@ -140,7 +140,7 @@ def animate_field(
 
     Parameters
     ----------
-    p, grid, times, dB, reference, ax
+    p, grid, time, dB, reference, ax
         As for `show_field`; by default the largest magnitude of the whole film is the reference.
     frames : int
         How many frames there are at most, spread evenly over the times.
@@ -148,9 +148,9 @@ def animate_field(
         Time between two frames in ms.
     """
     field = _field(p, grid)
-    instants = time_axis(times)
+    instants = time_axis(time)
     fits = len(instants) == field.shape[1]
-    _check.require(fits, "animate_field", "times", f"the {field.shape[1]} times of p", times)
+    _check.require(fits, "animate_field", "time", f"the {field.shape[1]} times of p", time)
     samples = np.unique(np.linspace(0, len(instants) - 1, frames).round().astype(int))
     scale = _scale(_reference("animate_field", reference, field), dB, signed=True)
     ax = _axes(ax)

@@ -116,6 +116,7 @@
 %! says(@() show(p, grid, 'color_bar', {1}), '''color_bar''', 'true or false');
 %! says(@() show(p, grid, 'sample', 5), '''sample''', 'from 1 to 4', 'it is 5');
 %! says(@() show(p, grid, 'instant', 1), '''time''', 'set_time_samples');
+%! says(@() show(p, grid, 'time', 3), 'show_field', '''time''', 'set_time_samples', 'it is 3');
 %! says(@() show(p, grid, 'instant', 1, 'time', kavro.set_time_samples(1, 0, 9)), ...
 %!      '''time''', '4 instants', 'has 10');
 %! times = kavro.set_time_samples(1, 0, 3);

@@ -127,6 +127,8 @@ function options = find_snapshot(me, options, ntimes)
 % options.instant, its time, empty when it is not known.
 instants = [];
 if ~isempty(options.time)
+    kavro.internal.check(isstruct(options.time), me, 'time', options.time, ...
+                         'a structure made by set_time_samples');
     instants = kavro.time_axis(options.time);
     kavro.internal.check(numel(instants) == ntimes, me, 'time', options.time, ...
         sprintf('the %d instants of p (it has %d)', ntimes, numel(instants)));
