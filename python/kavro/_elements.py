@@ -286,8 +286,8 @@ def disc(
     --------
     >>> pair = kavro.disc(5e-3) + kavro.disc(5e-3, center=(-12e-3, 0, 0), euler=(0.2, 0, 0))
     """
-    size = _check.real("disc", "radius", radius, "positive", "m")
-    return Elements("disc", center, euler, amplitude, time_delay, radius=size)
+    sizes = _check.lengths("disc", radius=radius)
+    return Elements("disc", center, euler, amplitude, time_delay, **sizes)
 
 
 def rectangular_piston(
@@ -330,10 +330,7 @@ def rectangular_piston(
     from kavro._lens import under_lens
 
     me = "rectangular_piston"
-    sizes = {
-        "width": _check.real(me, "width", width, "positive", "m"),
-        "height": _check.real(me, "height", height, "positive", "m"),
-    }
+    sizes = _check.lengths(me, width=width, height=height)
     flat = Elements("rectangle", center, euler, amplitude, time_delay, **sizes)
     return under_lens(me, flat, elevation_focus, wavelength)
 
@@ -429,8 +426,8 @@ def spherical_shell(
         As `Elements` has them.
     """
     me = "spherical_shell"
-    rim = _check.real(me, "radius", radius, "positive", "m")
-    sizes = {"radius": rim, "rad_curvature": curvature(me, rad_curvature, rim)}
+    sizes = _check.lengths(me, radius=radius)
+    sizes["rad_curvature"] = curvature(me, rad_curvature, sizes["radius"])
     return Elements("spherical shell", center, euler, amplitude, time_delay, **sizes)
 
 
