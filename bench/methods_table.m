@@ -68,7 +68,7 @@ tsd_sampled = setfield(scene, 'pulse', scene.sampled);
 printf('| Method | `ndiv` for 10⁻³ | deviation | time (ms) | us per point |\n|---|---|---|---|---|\n');
 points = 61 * 60;
 for method = table
-  known = any(strcmp('circ', method.shapes)) && any(strcmp('ndiv', method.options));
+  known = any(strcmp('disc', method.shapes)) && any(strcmp('ndiv', method.options));
   if ! known || ! isempty(strfind(method.name, 'apodized'))
     continue
   end

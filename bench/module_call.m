@@ -17,7 +17,7 @@ end
 repetitions = 21;
 addpath(fullfile(fileparts(mfilename('fullpath')), '..', 'toolbox'));
 
-elements = struct('shape', 'circ', 'radius', 5e-3, 'center', [0 0 0], 'euler', [0 0 0]);
+elements = struct('shape', 'disc', 'radius', 5e-3, 'center', [0 0 0], 'euler', [0 0 0]);
 dx = 10e-3 / 100;
 dz = 59.4e-3 / 100;
 % Half a step more, so that the counts do not hang on the last digit.

@@ -128,7 +128,7 @@ private:
         for (std::size_t side = 0; side < 6; ++side) {
             const std::string& name = (*names)[side * names->size() / 6];
             if (!same_but_case(name, "fixed") && !same_but_case(name, "insulated")) {
-                options.refuse(Option::walls, expected + ", not '" + shown(name) + "'");
+                options.refuse(Option::walls, expected, ", not '" + shown(name) + "'");
             }
             setting_.walls[side] = same_but_case(name, "fixed") ? Wall::fixed : Wall::insulated;
         }

@@ -235,8 +235,8 @@ void read_events(EchoRequest& request, const Options& options) {
 std::unique_ptr<ExcitationFunction> waveform_from(const Options& options, std::size_t option) {
     const Value* value = options.value(option);
     if (is_record(value) && entries_of(value) != 1) {
-        options.refuse(option, "one waveform for all elements, not " +
-                                   std::to_string(entries_of(value)) + " of them");
+        options.refuse(option, "one waveform for all elements",
+                       ", not " + std::to_string(entries_of(value)) + " of them");
     }
     check_excitation(value);
     Waveforms waveforms = waveforms_from(value, 1, true);
@@ -293,8 +293,7 @@ double tolerance_from(const Options& options) {
     }
     const std::optional<double> tolerance = single_number(options.value(EchoOption::tolerance));
     if (!tolerance || !(*tolerance >= 1e-12 && *tolerance <= 0.1)) {
-        options.refuse(EchoOption::tolerance, "one number from 1e-12 to 0.1" +
-                                                  (tolerance ? ", not " + shown(*tolerance) : ""));
+        options.refuse(EchoOption::tolerance, "one number from 1e-12 to 0.1");
     }
     return *tolerance;
 }

@@ -36,7 +36,8 @@ public:
         : value_(value), method_(method) {
         if (!is_record(value) || entries_of(value) != 1) {
             throw InputError(std::string("The option 'kzk' must be a ") + host_words.options +
-                             " with the fields " + quoted_list(fields) + " for " + method + ".");
+                             " with the fields " + quoted_list(fields) + " for " + method +
+                             (is_record(value) ? "." : contrasted(value) + "."));
         }
         for (const std::string& name : field_names(value)) {
             if (std::find(fields.begin(), fields.end(), name) == fields.end()) {
@@ -73,7 +74,8 @@ public:
 private:
     InputError fault(const char* name, const char* expected) const {
         return InputError(std::string("The field '") + name + "' of the option 'kzk' must be " +
-                          expected + " for " + method_ + ".");
+                          expected + " for " + method_ + contrasted(field_of(value_, 0, name)) +
+                          ".");
     }
 
     const Value* value_;

@@ -19,19 +19,19 @@ std::string joined(std::span<const char* const> words) {
 }
 
 std::vector<const char*> shapes_that_implement(const Operation& operation) {
-    std::vector<const char*> identifiers;
+    std::vector<const char*> names;
     for (const Shape& shape : shapes()) {
         if (implements(operation, shape)) {
-            identifiers.push_back(shape.identifier);
+            names.push_back(shape.name);
         }
     }
-    return identifiers;
+    return names;
 }
 
 std::string table_of_methods() {
     std::string text;
     for (const Shape& shape : shapes()) {
-        text += std::string("shape\t") + shape.identifier + "\t" + shape.name + "\n";
+        text += std::string("shape\t") + shape.name + "\t" + shape.identifier + "\n";
     }
     for (const Operation& operation : operations()) {
         text += std::string("method\t") + operation.name + "\t" +

@@ -7,9 +7,9 @@
 
 namespace kavro {
 
-// Its answer has one line for each shape, "shape<tab>identifier<tab>name", then one for each
+// Its answer has one line for each shape, "shape<tab>name<tab>identifier", then one for each
 // method, "method<tab>name<tab>shapes<tab>options<tab>default ndiv<tab>its multiple<tab>summary".
-// Shapes and options are identifiers and names joined by commas.
+// Shapes and options are names joined by commas.
 std::unique_ptr<Command> new_methods();
 
 }  // namespace kavro

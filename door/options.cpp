@@ -113,8 +113,13 @@ void Options::refuse_name(const std::string& complaint) const {
 }
 
 void Options::refuse(std::size_t option, const std::string& expected) const {
+    refuse(option, expected, contrasted(value(option)));
+}
+
+void Options::refuse(std::size_t option, const std::string& expected,
+                     const std::string& found) const {
     throw InputError(std::string("The option '") + names_[option].name + "' must be " + expected +
-                     ".");
+                     found + ".");
 }
 
 std::optional<double> Options::number(std::size_t option) const {
@@ -150,7 +155,7 @@ std::vector<double> Options::frequencies(std::size_t option) const {
     std::vector<double> frequencies = first_numbers(list, entries_of(list));
     for (const double frequency : frequencies) {
         if (!(frequency > 0.0) || std::isinf(frequency)) {
-            refuse(option, std::string(expected) + ", not " + shown(frequency));
+            refuse(option, expected, ", not " + shown(frequency));
         }
     }
     return frequencies;

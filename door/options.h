@@ -54,7 +54,10 @@ public:
     // true, false or a function.
     void read_progress(CallConsole& console, std::size_t option) const;
 
+    // "The option '...' must be <expected><found>."; the first says what the option's value is.
     [[noreturn]] void refuse(std::size_t option, const std::string& expected) const;
+    [[noreturn]] void refuse(std::size_t option, const std::string& expected,
+                             const std::string& found) const;
 
 private:
     [[noreturn]] void refuse_name(const std::string& complaint) const;

@@ -32,7 +32,8 @@ using Kind = OperationKind;
 const Operation& operation_from(const Value* name) {
     const std::optional<std::string> text = text_of(name);
     if (!text) {
-        throw InputError("The first argument must be the name of a method.");
+        throw InputError("The first argument must be the name of a method" + contrasted(name) +
+                         ".");
     }
     const Operation* operation = operation_of(*text);
     if (operation == nullptr) {
@@ -53,19 +54,21 @@ constexpr double default_tolerance = 1e-3;
 double tolerance_from(const Operation& operation, const SolveOptions& options) {
     constexpr double least = 1e-12;
     constexpr double most = 0.1;
+    const std::optional<double> tolerance = single_number(options.value(Option::tolerance));
     if (options.given(Option::ndiv)) {
+        const std::optional<double> ndiv = single_number(options.value(Option::ndiv));
         throw InputError(
             "The options 'tolerance' and 'ndiv' exclude each other: give an accuracy or a number "
-            "of abscissas.");
+            "of abscissas" +
+            (tolerance && ndiv ? ", not both " + shown(*tolerance) + " and " + shown(*ndiv) : "") +
+            ".");
     }
     const bool single = is_single(operation.method);
-    const std::optional<double> tolerance = single_number(options.value(Option::tolerance));
     if (!tolerance ||
         !(*tolerance >= (single ? least_tolerance_of_single : least) && *tolerance <= most)) {
         options.refuse(Option::tolerance, std::string("one number from ") +
                                               (single ? "1e-5 (in single precision)" : "1e-12") +
-                                              " to 0.1" +
-                                              (tolerance ? ", not " + shown(*tolerance) : ""));
+                                              " to 0.1");
     }
     return *tolerance;
 }
@@ -88,9 +91,8 @@ void check_that_shapes_have_it(const SolveRequest& request) {
     for (std::size_t i = 0; i < request.elements.size(); ++i) {
         const Shape& shape = *request.elements[i].shape;
         if (!implements(*request.operation, shape)) {
-            throw InputError(std::string(request.operation->name) + ", shape '" + shape.identifier +
-                             "' (" + shape.name + "), element " +
-                             std::to_string(i + host_words.first) +
+            throw InputError(std::string(request.operation->name) + ", shape '" + shape.name +
+                             "', element " + std::to_string(i + host_words.first) +
                              ": This function is not implemented for this transducer shape.");
         }
     }
@@ -244,7 +246,7 @@ void read_measures(SolveRequest& request, const SolveOptions& options) {
     for (const std::string& name : *names) {
         const std::optional<Measure> measure = measure_of(name);
         if (!measure) {
-            options.refuse(Option::measure, expected + ", not '" + shown(name) + "'");
+            options.refuse(Option::measure, expected, ", not '" + shown(name) + "'");
         }
         if (std::find(request.measures.begin(), request.measures.end(), *measure) !=
             request.measures.end()) {
@@ -297,7 +299,7 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     read_manners(request, console, options);
     read_elements(request, options, arguments[1]);
     check_grid(arguments[2]);
-    advised("Take larger spacings or fewer points.",
+    advised("Take larger spacings, or compute in parts: several grids of fewer points.",
             [&] { read_grid(request.points, arguments[2]); });
     set_exact_zeros(request.points);
     check_medium(arguments[3]);

@@ -16,8 +16,10 @@
 namespace kavro {
 namespace {
 
-// The longest identifier; a longer text is not taken for a misspelt shape.
-constexpr std::size_t longest_shape = 9;
+// A longer text is not taken for a misspelt shape; where names end at a NUL, one that is none is
+// not read.
+constexpr std::size_t longest_misspelt = 20;
+constexpr std::size_t longest_up_to_nul = 9;
 
 Record record_of(const Value* array, std::size_t i) {
     return {array, "Transducer", "element", i};
@@ -25,35 +27,36 @@ Record record_of(const Value* array, std::size_t i) {
 
 // With the whole name counting, a fault is a fault of the field, as of any other.
 const Shape& shape_from(const Record& record) {
-    const std::optional<std::string> identifier = text_of(record.field("shape"));
-    const Shape* shape = identifier ? shape_of(*identifier) : nullptr;
+    const std::optional<std::string> name = text_of(record.field("shape"));
+    const Shape* shape = name ? shape_of(*name) : nullptr;
     if (shape == nullptr) {
         std::vector<const char*> known;
         for (const Shape& other : shapes()) {
-            known.push_back(other.identifier);
+            known.push_back(other.name);
         }
         record.refuse("shape", "must be one of " + quoted_list(known) + ", but " +
-                                   (identifier && identifier->size() <= longest_shape
-                                        ? "is '" + shown(*identifier) + "'"
+                                   (name && name->size() <= longest_misspelt
+                                        ? "is '" + shown(*name) + "'"
                                         : described(record.field("shape"))));
     }
     return *shape;
 }
 
 const Shape& shape_up_to_nul(const Value* value, std::size_t i) {
-    const bool readable = is_text(value) && entries_of(value) <= longest_shape;
-    std::optional<std::string> identifier = readable ? text_of(value) : std::nullopt;
-    if (!identifier) {
+    std::optional<std::string> name = text_of(value);
+    const bool ends_at_nul = name && entries_of(value) <= longest_up_to_nul;
+    if (ends_at_nul) {
+        name = name->c_str();
+    }
+    if (const Shape* shape = name ? shape_of(*name) : nullptr) {
+        return *shape;
+    }
+    if (!ends_at_nul) {
         throw InputError("Unable to read transducer shape, abort.\n");
     }
-    identifier = identifier->c_str();
-    const Shape* shape = shape_of(*identifier);
-    if (shape == nullptr) {
-        console::print("*** %s is not a valid transducer shape (element %zu) ***\n",
-                       shown(*identifier).c_str(), i + host_words.first);
-        throw InputError("Invalid transducer shape identifier.\n");
-    }
-    return *shape;
+    console::print("*** %s is not a valid transducer shape (element %zu) ***\n",
+                   shown(*name).c_str(), i + host_words.first);
+    throw InputError("Invalid transducer shape identifier.\n");
 }
 
 std::vector<double> sizes_from(const Record& record, const Shape& shape) {
@@ -147,7 +150,8 @@ void set_apodizations(const std::vector<RequestedElement>& elements, const Value
                       const Value* otherwise) {
     const std::optional<int> common = otherwise != nullptr ? profile_of(otherwise) : 0;
     if (!common) {
-        throw InputError(std::string("The option 'apodization' ") + expected_profile + ".");
+        throw InputError(std::string("The option 'apodization' ") + expected_profile +
+                         contrasted(otherwise) + ".");
     }
     for (std::size_t i = 0; i < elements.size(); ++i) {
         const Record record = record_of(array, i);
@@ -155,7 +159,7 @@ void set_apodizations(const std::vector<RequestedElement>& elements, const Value
         const bool has_own = own != nullptr && entries_of(own) > 0;
         const std::optional<int> profile = has_own ? profile_of(own) : common;
         if (!profile) {
-            record.refuse("apodization", expected_profile);
+            record.refuse("apodization", expected_profile + contrasted(own));
         }
         elements[i].transducer->set_piston_apodization_index(*profile);
     }

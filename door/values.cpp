@@ -91,6 +91,18 @@ std::string described(const Value* value) {
                                   : "has " + std::to_string(entries_of(value)) + " entries";
 }
 
+std::string contrasted(const Value* value) {
+    constexpr std::size_t longest = 20;
+    if (const std::optional<double> number = single_number(value)) {
+        return ", not " + shown(*number);
+    }
+    const std::optional<std::string> text = text_of(value);
+    if (text && !text->empty() && text->size() <= longest) {
+        return ", not '" + shown(*text) + "'";
+    }
+    return ", but " + described(value);
+}
+
 std::string quoted_list(std::span<const char* const> names) {
     std::string list;
     for (const char* name : names) {

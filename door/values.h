@@ -52,6 +52,9 @@ std::string shown(double number);
 // text".
 std::string described(const Value* value);
 
+// The end of a sentence that says what was wanted: ", not 4.5", ", not 'x'", ", but is empty".
+std::string contrasted(const Value* value);
+
 // 'a', 'b', 'c'
 std::string quoted_list(std::span<const char* const> names);
 

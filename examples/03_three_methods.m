@@ -56,7 +56,7 @@ fig = figure('visible', 'off', 'position', [100 100 1500 560]);
 for i = 1:3
     subplot(1, 3, i);
     kavro.show_field(abs(fields{i}), plane, 'scale', 'dB', 'reference', largest, ...
-                     'title', names{i});
+                     'title', sprintf('%s, 0 dB = %.0f kPa', names{i}, 1e-3 * largest));
 end
 save_picture(fig, fullfile(out, files{1}), 100);
 

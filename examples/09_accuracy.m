@@ -64,7 +64,7 @@ for i = 1:3
     kavro.show_field(abs(fields{i}), plane, 'title', sprintf('Tolerance %.0e', shown(i)));
     subplot(2, 3, 3 + i);
     kavro.show_field(abs(fields{i} - best), plane, 'scale', 'dB', 'reference', largest, ...
-                     'dynamic_range', 200, 'title', 'Error');
+                     'dynamic_range', 200, 'title', 'Error, 0 dB = largest pressure');
 end
 save_picture(fig, fullfile(out, files{1}));
 

@@ -45,7 +45,7 @@ for i = 1:2
     wave = over_time(point, near_focus, 'tolerance', 1e-5);
     H = kavro.pressure(array, point, medium, 'f0', frequencies);
 
-    result(i) = struct('peaks', 1e-6 * squeeze(peaks), 'wave', 1e-6 * wave, ...
+    result(i) = struct('peaks', squeeze(peaks), 'wave', 1e-6 * wave, ...
                        'transfer', abs(H) / 0.05 / medium.density / medium.soundspeed, ...
                        'time', 1e6 * (kavro.time_axis(near_focus) - arrival));
     [largest, at] = max(result(i).transfer);
@@ -57,11 +57,12 @@ end
 
 % ---- the picture
 fig = figure('visible', 'off', 'position', [100 100 1000 800]);
+reference = max(result(1).peaks(:));
 for i = 1:2
     subplot(2, 2, i);
     kavro.show_field(result(i).peaks, plane, 'scale', 'dB', 'dynamic_range', 40, ...
-                     'reference', max(result(1).peaks(:)), ...
-                     'title', [upper(names{i}(1)) names{i}(2:end)]);
+                     'reference', reference, 'title', ...
+                     sprintf('%s, 0 dB = %.2f MPa', names{i}, 1e-6 * reference));
 end
 subplot(2, 2, 3);
 plot(result(1).time, result(1).wave, 'b', result(2).time, result(2).wave, 'r');

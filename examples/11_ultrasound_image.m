@@ -84,6 +84,6 @@ colormap(gray(256));
 colorbar();
 xlabel('x (mm)');
 ylabel('z (mm)');
-title('Three wires and a cyst, dB', 'fontweight', 'normal');
+title('Three wires and a cyst, 0 dB = brightest spot', 'fontweight', 'normal');
 save_picture(fig, fullfile(out, files{2}));
 fprintf('pictures in %s: %s\n', out, strjoin(files, ', '));

@@ -35,19 +35,19 @@ Element polygon(Sizes values) {
 }
 
 constexpr std::array table{
-    Shape{"circ", "disc", disc_sizes, nullptr, CircularTransducer::offered,
+    Shape{"disc", "circ", disc_sizes, nullptr, CircularTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<CircularTransducer>(s[0]); }, true},
     Shape{"ring", "ring", ring_sizes, nullptr, RingTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<RingTransducer>(s[0], s[1]); }},
-    Shape{"rect", "rectangle", rectangle_sizes, nullptr, RectangularTransducer::offered,
+    Shape{"rectangle", "rect", rectangle_sizes, nullptr, RectangularTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<RectangularTransducer>(s[0], s[1]); }},
-    Shape{"shel", "shell", shell_sizes, nullptr, SphericalTransducer::offered,
+    Shape{"spherical shell", "shel", shell_sizes, nullptr, SphericalTransducer::offered,
           [](Sizes s) -> Element { return std::make_unique<SphericalTransducer>(s[0], s[1]); }},
-    Shape{"sph ring", "shell ring", shell_ring_sizes, nullptr, SphericalRingTransducer::offered,
+    Shape{"spherical ring", "sph ring", shell_ring_sizes, nullptr, SphericalRingTransducer::offered,
           [](Sizes s) -> Element {
               return std::make_unique<SphericalRingTransducer>(s[0], s[1], s[2]);
           }},
-    Shape{"poly", "polygon", {}, "corners", PolygonTransducer::offered, polygon},
+    Shape{"polygon", "poly", {}, "corners", PolygonTransducer::offered, polygon},
 };
 
 }  // namespace
@@ -56,9 +56,9 @@ std::span<const Shape> shapes() {
     return table;
 }
 
-const Shape* shape_of(std::string_view identifier) {
+const Shape* shape_of(std::string_view name) {
     const auto found = std::find_if(table.begin(), table.end(), [&](const Shape& shape) {
-        return shape.identifier == identifier;
+        return name == shape.name || name == shape.identifier;
     });
     return found != table.end() ? &*found : nullptr;
 }

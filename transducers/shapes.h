@@ -12,8 +12,8 @@ namespace kavro {
 
 // A shape has sizes, one number each, or corners.
 struct Shape {
-    const char* identifier;              // as hosts write it, "circ"
-    const char* name;                    // as people say it, "disc"
+    const char* name;                    // as hosts, tables and messages have it, "disc"
+    const char* identifier;              // its short form, which elements may have, too: "circ"
     std::span<const char* const> sizes;  // names of its sizes, m
     const char* corners;                 // name of its n x 2 corners, m; null where it has sizes
     MethodSet methods;                   // that it offers
@@ -24,7 +24,7 @@ struct Shape {
 
 std::span<const Shape> shapes();
 
-// The shape with this identifier, compared to the letter; null where there is none.
-const Shape* shape_of(std::string_view identifier);
+// The shape with this name or identifier, compared to the letter; null where there is none.
+const Shape* shape_of(std::string_view name);
 
 }  // namespace kavro

@@ -122,7 +122,7 @@ drawn = right.imshow(
     vmin=-50,
     vmax=0,
 )
-right.set(xlabel="x (mm)", ylabel="z (mm)", title="Three wires and a cyst")
+right.set(xlabel="x (mm)", ylabel="z (mm)", title="Three wires and a cyst, 0 dB = brightest spot")
 figure.colorbar(drawn, label="dB")
 figure.tight_layout()
 figure.savefig(out / "python_03_ultrasound_image.png", dpi=110)

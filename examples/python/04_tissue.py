@@ -43,7 +43,8 @@ for name, ax in zip(("lossy water", "liver"), maps):
     times = kavro.fit_time_samples(array, plane, medium, pulse, 25e-9)
     peaks = kavro.pressure(array, plane, medium, time=times, excitation=pulse, measure="peak")
     reference = reference or peaks.max()
-    show_field(peaks, plane, dB=40, reference=reference, ax=ax, title=name)
+    title = f"{name}, 0 dB = {1e-6 * reference:.2f} MPa"
+    show_field(peaks, plane, dB=40, reference=reference, ax=ax, title=title)
 
     # The waveform at the focus, and the transfer function of the array there.
     arrival = array.time_delay.max() + focus[2] / medium.soundspeed

@@ -53,8 +53,7 @@ def linear_array(
     me = "linear_array"
     count = _check.whole(me, "count", count, 1)
     pitch = _check.real(me, "pitch", pitch, "positive", "m")
-    shape, sizes = _face(me, radius, width, height)
-    _check_spacing(me, np.array([pitch]), sizes)
+    shape, sizes = _face(me, np.array([pitch]), radius, width, height)
     center = np.zeros((count, 3))
     center[:, 0] = _steps(count, pitch)
     flat = Elements(shape, center, amplitude=amplitude, **sizes)
@@ -93,8 +92,7 @@ def planar_array(
     fits = pitches.shape in ((1,), (2,)) and (pitches > 0).all()
     _check.require(fits, me, "pitch", expected, pitch)
     pitches = np.broadcast_to(pitches, 2)
-    shape, sizes = _face(me, radius, width, height)
-    _check_spacing(me, pitches, sizes)
+    shape, sizes = _face(me, pitches, radius, width, height)
     x, y = np.meshgrid(*(_steps(int(n), p) for n, p in zip(counts, pitches)))
     center = np.stack([x.ravel(), y.ravel(), np.zeros(x.size)], axis=1)
     flat = Elements(shape, center, amplitude=amplitude, **sizes)
@@ -131,8 +129,7 @@ def convex_array(
     me = "convex_array"
     count = _check.whole(me, "count", count, 1)
     pitch = _check.real(me, "pitch", pitch, "positive", "m")
-    shape, sizes = _face(me, radius, width, height)
-    _check_spacing(me, np.array([pitch]), sizes)
+    shape, sizes = _face(me, np.array([pitch]), radius, width, height)
     arc = _check.real(me, "rad_curvature", rad_curvature, "positive", "m")
     least = (count - 1) * pitch / math.pi
     expected = f"at least {least:.6g} m, so that the array takes up no more than half a circle"
@@ -184,7 +181,7 @@ def ring_array(
     _check_spacing(me, np.array([pitch]), {"radius": size})
     phi = np.arange(count) * (2 * math.pi / count)
     center = circle * np.stack([np.cos(phi), np.sin(phi), np.zeros(count)], axis=1)
-    return Elements("circ", center, amplitude=amplitude, radius=size)
+    return Elements("disc", center, amplitude=amplitude, radius=size)
 
 
 def bowl_array(elements: Elements, rad_curvature: float) -> Elements:
@@ -274,7 +271,7 @@ def random_array(
     named = [entry for option in options.items() for entry in option]
     (center,) = _kavro.call(["random_array", count, aperture_radius, radius, *named])
     euler = np.zeros((1, 3)) if math.isinf(bowl) else _euler_towards(bowl, center)
-    return Elements("circ", center, euler, amplitude=amplitude, radius=radius)
+    return Elements("disc", center, euler, amplitude=amplitude, radius=radius)
 
 
 def _euler_towards(depth: float, center: Floats) -> Floats:
@@ -413,7 +410,7 @@ def concentric_rings(
     if rad_curvature == math.inf:
         return Elements("ring", amplitude=amplitude, **sizes)
     bowl = curvature(me, rad_curvature, radii[-1, 1])
-    return Elements("sph ring", amplitude=amplitude, geometric_focus=bowl, **sizes)
+    return Elements("spherical ring", amplitude=amplitude, geometric_focus=bowl, **sizes)
 
 
 def _rims_of_equal_area(count: int, radius: float, gap: float, hole: float) -> Floats:
@@ -438,18 +435,18 @@ def _steps(count: int, pitch: float) -> Floats:
 
 
 def _face(
-    owner: str, radius: float | None, width: float | None, height: float | None
+    owner: str, pitch: Floats, radius: float | None, width: float | None, height: float | None
 ) -> tuple[str, dict[str, float]]:
+    """A disc or a rectangle that has room at this pitch: the shape and its sizes."""
     if radius is None and width is not None and height is not None:
-        sizes = {
-            "width": _check.real(owner, "width", width, "positive", "m"),
-            "height": _check.real(owner, "height", height, "positive", "m"),
-        }
-        return "rect", sizes
-    expected = "given for discs, or 'width' and 'height' for rectangles"
-    alone = radius is not None and width is None and height is None
-    _check.require(alone, owner, "radius", expected, radius)
-    return "circ", {"radius": _check.real(owner, "radius", radius, "positive", "m")}
+        shape, sizes = "rectangle", _check.lengths(owner, width=width, height=height)
+    elif radius is not None and width is None and height is None:
+        shape, sizes = "disc", _check.lengths(owner, radius=radius)
+    else:
+        expected = "given for discs, or 'width' and 'height' for rectangles"
+        _check.refuse(owner, "radius", expected, radius)
+    _check_spacing(owner, pitch, sizes)
+    return shape, sizes
 
 
 def _check_spacing(owner: str, pitch: Floats, sizes: dict[str, float]) -> None:

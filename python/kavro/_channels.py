@@ -73,14 +73,14 @@ def middles(elements: Elements) -> tuple[Floats, Floats]:
     )
 
     # Height above the deepest point grows with the area below it.
-    bent = elements.shape == "sph ring"
+    bent = elements.shape == "spherical ring"
     focus = elements.geometric_focus[bent]
     inner, outer = elements.inner_radius[bent], elements.outer_radius[bent]
     height = (_depth(inner, focus) + _depth(outer, focus)) / 2
     local[bent, 2] = height
     radius[bent] = np.sqrt(height * (2 * focus - height))
 
-    for i in np.flatnonzero(elements.shape == "poly"):
+    for i in np.flatnonzero(elements.shape == "polygon"):
         local[i, :2] = _centroid(elements.corners[i])
     turned = np.einsum("nj,nji->ni", local, rotation_matrices(elements.euler))
     return elements.center + turned, radius

@@ -65,6 +65,11 @@ def real(owner: str, name: str, value: object, rule: str = "", unit: str = "") -
     return number
 
 
+def lengths(owner: str, **values: float) -> dict[str, float]:
+    """Positive lengths in m by their names."""
+    return {name: real(owner, name, value, "positive", "m") for name, value in values.items()}
+
+
 def one(owner: str, name: str, value: object) -> float:
     """One real number, finite or not: for what the solver checks, too."""
     return float(numbers(owner, name, value, "one real number", ()))

@@ -5,12 +5,13 @@ from __future__ import annotations
 import dataclasses
 from collections.abc import Iterator, Sequence
 from dataclasses import dataclass
+from functools import cache
 from typing import TYPE_CHECKING, Any
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
-from kavro import _check
+from kavro import _check, _kavro
 from kavro._check import Floats, default
 
 if TYPE_CHECKING:
@@ -34,7 +35,9 @@ class Elements:
     Parameters
     ----------
     shape : str, (n,)
-        'circ' (disc), 'rect', 'poly', 'ring', 'shel' (shell, a bowl), 'sph ring' (ring of a shell).
+        'disc', 'rectangle', 'polygon', 'ring', 'spherical shell' (a bowl) or 'spherical ring' (of a
+        bowl). The short forms 'circ', 'rect', 'poly', 'shel' and 'sph ring' mean the same and are
+        kept as these names.
     center : (n, 3)
         Centre in m; of bowls the deepest point, of polygons where their corners' origin lies.
     euler : (n, 3)
@@ -58,7 +61,7 @@ class Elements:
         numbers, whichever these are, then come the elements without a number in their order.
     """
 
-    shape: NDArray[np.str_] = default("circ")
+    shape: NDArray[np.str_] = default("disc")
     center: Floats = default((0.0, 0.0, 0.0))
     euler: Floats = default((0.0, 0.0, 0.0))
     amplitude: Floats = default(1.0)
@@ -79,7 +82,7 @@ class Elements:
 
         def __init__(
             self,
-            shape: ArrayLike = "circ",
+            shape: ArrayLike = "disc",
             center: ArrayLike = ...,
             euler: ArrayLike = ...,
             amplitude: ArrayLike = 1.0,
@@ -198,6 +201,8 @@ def _column(name: str, value: Any) -> Any:
         texts = [texts] if isinstance(texts, str) else texts
         is_list = isinstance(texts, (list, tuple)) and all(isinstance(t, str) for t in texts)
         _check.require(is_list, _ME, name, "a text, or n of them", value)
+        if name == "shape":
+            texts = [_shape_names().get(text, text) for text in texts]
         return np.array(texts, dtype=np.str_)
     if name in _triples:
         expected = "three real numbers, or n x 3"
@@ -215,6 +220,13 @@ def _column(name: str, value: Any) -> Any:
     column = _check.numbers(_ME, name, value, expected)
     _check.require(column.ndim < 2, _ME, name, expected, value)
     return np.atleast_1d(column)
+
+
+@cache
+def _shape_names() -> dict[str, str]:
+    """The shapes' names by their short forms, as the library tells them."""
+    lines = [line.split("\t") for line in _kavro.call(["methods"])[0].splitlines()]
+    return {cells[2]: cells[1] for cells in lines if cells[0] == "shape"}
 
 
 def _corners(value: Any) -> tuple[Floats, ...]:
@@ -274,8 +286,8 @@ def disc(
     --------
     >>> pair = kavro.disc(5e-3) + kavro.disc(5e-3, center=(-12e-3, 0, 0), euler=(0.2, 0, 0))
     """
-    size = _check.real("disc", "radius", radius, "positive", "m")
-    return Elements("circ", center, euler, amplitude, time_delay, radius=size)
+    sizes = _check.lengths("disc", radius=radius)
+    return Elements("disc", center, euler, amplitude, time_delay, **sizes)
 
 
 def rectangular_piston(
@@ -318,11 +330,8 @@ def rectangular_piston(
     from kavro._lens import under_lens
 
     me = "rectangular_piston"
-    sizes = {
-        "width": _check.real(me, "width", width, "positive", "m"),
-        "height": _check.real(me, "height", height, "positive", "m"),
-    }
-    flat = Elements("rect", center, euler, amplitude, time_delay, **sizes)
+    sizes = _check.lengths(me, width=width, height=height)
+    flat = Elements("rectangle", center, euler, amplitude, time_delay, **sizes)
     return under_lens(me, flat, elevation_focus, wavelength)
 
 
@@ -355,7 +364,7 @@ def polygon(
     _check.require(len(face) >= 3, "polygon", "corners", expected, corners)
     expected = "in order around a convex face, none twice in a row"
     _check.require(_goes_around(face), "polygon", "corners", expected, corners)
-    return Elements("poly", center, euler, amplitude, time_delay, corners=(face,))
+    return Elements("polygon", center, euler, amplitude, time_delay, corners=(face,))
 
 
 def _goes_around(corners: Floats) -> bool:
@@ -417,9 +426,9 @@ def spherical_shell(
         As `Elements` has them.
     """
     me = "spherical_shell"
-    rim = _check.real(me, "radius", radius, "positive", "m")
-    sizes = {"radius": rim, "rad_curvature": curvature(me, rad_curvature, rim)}
-    return Elements("shel", center, euler, amplitude, time_delay, **sizes)
+    sizes = _check.lengths(me, radius=radius)
+    sizes["rad_curvature"] = curvature(me, rad_curvature, sizes["radius"])
+    return Elements("spherical shell", center, euler, amplitude, time_delay, **sizes)
 
 
 def spherical_ring(
@@ -448,7 +457,7 @@ def spherical_ring(
     me = "spherical_ring"
     sizes = _rims(me, inner_radius, outer_radius)
     sizes["geometric_focus"] = curvature(me, rad_curvature, sizes["outer_radius"])
-    return Elements("sph ring", center, euler, amplitude, time_delay, **sizes)
+    return Elements("spherical ring", center, euler, amplitude, time_delay, **sizes)
 
 
 def _rims(owner: str, inner_radius: float, outer_radius: float) -> dict[str, float]:

@@ -8,6 +8,7 @@ from typing import Any
 from kavro import _check, _kavro
 from kavro._elements import Elements
 from kavro._medium import Medium
+from kavro._methods import methods
 from kavro._request import arguments
 from kavro._scene import Grid, Times, grid_axes
 from kavro._waveforms import Pulse
@@ -31,7 +32,7 @@ def kzk_parameters(
     Parameters
     ----------
     element : Elements
-        One disc, shell or ring of a shell, with its amplitude.
+        One disc, spherical shell or spherical ring, with its amplitude.
     medium : Medium
     drive : float or Pulse
         Frequency in Hz: parameters of 'kzk_cw'. A pulse: parameters of 'kzk_transient'.
@@ -81,8 +82,8 @@ _curvatures = ("rad_curvature", "geometric_focus")
 def _usual_planes(element: Elements, medium: Medium, f0: float) -> Grid:
     """On the axis; fifty planes."""
     fields = vars(element)
-    one = len(element) == 1 and element.shape[0] in ("circ", "shel", "sph ring")
-    expected = "one disc, shell or ring of a shell"
+    one = len(element) == 1 and element.shape[0] in methods()["kzk_cw"].shapes
+    expected = "one disc, spherical shell or spherical ring"
     _check.require(one, "kzk_parameters", "element", expected, element)
     curvature = sum(float(fields[name][0]) for name in _curvatures if name in fields)
     if curvature > 0:

@@ -28,7 +28,7 @@ def under_lens(
         _check.require(wavelength is None, owner, "wavelength", expected, wavelength)
         return elements
     rows = np.zeros(len(elements)) if rows is None else rows
-    is_rect = elements.shape[0] == "rect"
+    is_rect = elements.shape[0] == "rectangle"
     _check.require(is_rect, owner, "elevation_focus", "given for rectangles only", elevation_focus)
     focus = _check.real(owner, "elevation_focus", elevation_focus, "positive", "m")
     half = elements.height[0] / 2

@@ -104,6 +104,7 @@ def show_field(
         Pressure in Pa that stands for 0 dB, or for the end of a linear scale; by default the
         largest magnitude shown.
     title : str, optional
+        By default what is shown, and what 0 dB is.
     color_bar : bool
     ax : matplotlib axes, optional
         Where to draw; by default the current ones.
@@ -120,14 +121,14 @@ def show_field(
     scale = _scale(reference, dB, signed=instant is not None)
     ax = _axes(ax)
     _draw(ax, grid, scale, scale.of(values), color_bar)
-    ax.set_title(title or caption)
+    ax.set_title(title or caption + scale.zero)
     return ax
 
 
 def animate_field(
     p: NDArray[Any],
     grid: Grid | Points,
-    times: Times | Instants,
+    time: Times | Instants,
     *,
     frames: int = 100,
     dB: float | None = None,
@@ -139,7 +140,7 @@ def animate_field(
 
     Parameters
     ----------
-    p, grid, times, dB, reference, ax
+    p, grid, time, dB, reference, ax
         As for `show_field`; by default the largest magnitude of the whole film is the reference.
     frames : int
         How many frames there are at most, spread evenly over the times.
@@ -147,9 +148,9 @@ def animate_field(
         Time between two frames in ms.
     """
     field = _field(p, grid)
-    instants = time_axis(times)
+    instants = time_axis(time)
     fits = len(instants) == field.shape[1]
-    _check.require(fits, "animate_field", "times", f"the {field.shape[1]} times of p", times)
+    _check.require(fits, "animate_field", "time", f"the {field.shape[1]} times of p", time)
     samples = np.unique(np.linspace(0, len(instants) - 1, frames).round().astype(int))
     scale = _scale(_reference("animate_field", reference, field), dB, signed=True)
     ax = _axes(ax)
@@ -187,16 +188,16 @@ def _element_values(elements: Elements, color: str | None) -> tuple[Floats, str]
 
 def _face_of(element: Elements) -> _Face:
     shape = element.shape[0]
-    if shape in ("circ", "rect", "poly"):
+    if shape in ("disc", "rectangle", "polygon"):
         rim = _rim(element, shape)
         n = np.arange(1, len(rim) - 1)
         face = _Face(rim, np.stack([0 * n, n, n + 1], axis=1), [rim], [])
     elif shape == "ring":
         radii = np.array([element.inner_radius[0], element.outer_radius[0]])
         face = _turned(radii, np.zeros(2))
-    elif shape == "shel":
+    elif shape == "spherical shell":
         face = _turned(*_meridian(0.0, element.radius[0], element.rad_curvature[0]))
-    elif shape == "sph ring":
+    elif shape == "spherical ring":
         sizes = element.inner_radius[0], element.outer_radius[0], element.geometric_focus[0]
         face = _turned(*_meridian(*sizes))
     else:
@@ -211,10 +212,10 @@ def _face_of(element: Elements) -> _Face:
 
 
 def _rim(element: Elements, shape: str) -> Floats:
-    if shape == "circ":
+    if shape == "disc":
         phi = np.arange(48) * (2 * np.pi / 48)
         corners = element.radius[0] * np.stack([np.cos(phi), np.sin(phi)], axis=1)
-    elif shape == "rect":
+    elif shape == "rectangle":
         signs = np.array([[-1, -1], [1, -1], [1, 1], [-1, 1]])
         corners = signs * [element.width[0] / 2, element.height[0] / 2]
     else:
@@ -302,10 +303,10 @@ class _Scale(NamedTuple):
     label: str
     reference: float
     factor: float
-    in_dB: bool
+    zero: str = ""  # in dB: ", 0 dB = 1 kPa"
 
     def of(self, values: Floats) -> Floats:
-        if not self.in_dB:
+        if not self.zero:
             return np.asarray(self.factor * values)
         share = np.maximum(np.abs(values) / self.reference, 10 ** (self.low / 20))
         return np.asarray(20 * np.log10(share))
@@ -354,11 +355,12 @@ def _scale(reference: float, dB: float | None, signed: bool) -> _Scale:
     factor = 1 / (size or 1.0)
     if dB is not None:
         depth = _check.real("show_field", "dB", dB, "positive", "dB")
-        label = f"Pressure (dB re {factor * reference:.3g} {unit})"
-        return _Scale(-depth, 0.0, "viridis", label, reference, 1.0, True)
+        full = f"{factor * reference:.3g} {unit}"
+        label = f"Pressure (dB re {full})"
+        return _Scale(-depth, 0.0, "viridis", label, reference, 1.0, f", 0 dB = {full}")
     low, colors = (-reference, "RdBu_r") if signed else (0.0, "viridis")
     label = f"Pressure ({unit})"
-    return _Scale(factor * low, factor * reference, colors, label, reference, factor, False)
+    return _Scale(factor * low, factor * reference, colors, label, reference, factor)
 
 
 def _draw(ax: Axes, grid: Grid | Points, scale: _Scale, values: Floats, color_bar: bool) -> Any:

@@ -92,7 +92,7 @@ TEST(Errors, of_elements_name_the_field_and_the_element) {
     const Call two = Call().set("elements", discs(2));
     expect_errors(two, R"(
 elements.shape  | missing, 'sph rings!', 1, {}, [], struct[1 1] | Unable to read transducer shape, abort.\n
-elements.shape  | 'circle', 'Circ', '', 'sph rings', '100%s%n'  | Invalid transducer shape identifier.\n | *** # is not a valid transducer shape (element 2) ***\n
+elements.shape  | 'circle', 'Disc', '', 'sph rings', '100%s%n'  | Invalid transducer shape identifier.\n | *** # is not a valid transducer shape (element 2) ***\n
 elements.radius | missing                 | Transducer field '@' must hold 1 real number(s) (element 1).
 elements.center elements.euler | missing  | Transducer field '@' must hold 3 real number(s) (element 1).
 elements.center elements.euler | [1 2], [1 2 3 4], 'abc', sparse[0 0 0], 1i, [] | Transducer field '@' must hold 3 real number(s) (element 2).
@@ -107,9 +107,9 @@ elements.amplitude elements.time_delay | [], '1', true, {}, 1i, sparse[1] | Tran
     const std::vector<std::pair<std::string, std::vector<std::string>>> shapes{
         {"circ", {"radius"}},
         {"ring", {"inner_radius", "outer_radius"}},
-        {"rect", {"width", "height"}},
+        {"rectangle", {"width", "height"}},
         {"shel", {"radius", "rad_curvature"}},
-        {"sph ring", {"inner_radius", "outer_radius", "geometric_focus"}}};
+        {"spherical ring", {"inner_radius", "outer_radius", "geometric_focus"}}};
     for (const auto& [shape, sizes] : shapes) {
         Call call = two.with("elements.shape", text(shape));
         std::string places;

@@ -88,7 +88,7 @@ Value elements_with(const Operation& operation, const Shape* further) {
         if (shapes[i]->corners != nullptr) {
             set(elements, shapes[i]->corners, numbers({0, 2e-3, 0, 0, 0, 1e-3}, {3, 2}), i);
         }
-        set(elements, "shape", text(shapes[i]->identifier), i);
+        set(elements, "shape", text(i % 2 == 0 ? shapes[i]->name : shapes[i]->identifier), i);
         set(elements, "center", row({1e-3 * number * placed, 0, -1e-3 * number * placed}), i);
         set(elements, "euler", row({0.1 * number * placed, 0.2 * placed, 0}), i);
         set(elements, "amplitude", row({2 + number}), i);

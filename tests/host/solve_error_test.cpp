@@ -30,7 +30,8 @@ TEST(SolveErrors, of_the_arguments) {
     expect_errors(call,
                   "method | 'fnm_tds' | There is no method '#'. The methods are " + known + ".");
     expect_errors(call, R"(
-method   | 1, {} | The first argument must be the name of a method.
+method   | 1  | The first argument must be the name of a method, not #.
+method   | {} | The first argument must be the name of a method, but *
 elements | 1     | Transducer array must be a MATLAB structure.\n
 grid     | 1     | Coordinate grid must be a MATLAB structure.\n
 medium   | 1     | Medium must be a MATLAB structure.\n
@@ -46,8 +47,8 @@ elements.phase | '1' | Transducer field '@' must hold 1 real number(s) (element 
     expect_error(call.with("", value("4")), "There is no option ''.*");
     expect_error(
         call.with("elements.shape", text("circ\0x"s)),
-        "Transducer field 'shape' must be one of 'circ', 'ring', 'rect', 'shel', 'sph ring', "
-        "'poly', but is 'circ?x' (element 1).");
+        "Transducer field 'shape' must be one of 'disc', 'ring', 'rectangle', 'spherical shell', "
+        "'spherical ring', 'polygon', but is 'circ?x' (element 1).");
     Values all = call.all();
     all.push_back(text("ndiv"));
     expect_error(all, "The option 'ndiv' has no value.");
@@ -59,31 +60,36 @@ TEST(SolveErrors, of_the_velocity) {
     const Call call = Call("fnm_cw").with("velocity = true");
     EXPECT_EQ(run(call).error, std::nullopt);
     expect_error(call.all(), "This function has three results with the option 'velocity'.", "", 4);
-    expect_error(call.with("velocity = 2"), "The option 'velocity' must be true or false.");
+    expect_error(call.with("velocity = 2"), "The option 'velocity' must be true or false, not 2.");
     expect_no_harm_of_failing_allocations(call);
 }
 
 TEST(SolveErrors, of_options) {
     expect_errors(Call("fnm_tsd"), R"(
-measure    | 1, {}   | The option '@' must be one of 'peak', 'peak_positive', 'peak_negative', 'energy', 'rms', 'time_of_peak', or a cell array of them.
+measure    | 1       | The option '@' must be one of 'peak', 'peak_positive', 'peak_negative', 'energy', 'rms', 'time_of_peak', or a cell array of them, not #.
+measure    | {}      | The option '@' must be one of 'peak', 'peak_positive', 'peak_negative', 'energy', 'rms', 'time_of_peak', or a cell array of them, but *
 measure    | 'peek'  | The option '@' must be one of 'peak', 'peak_positive', 'peak_negative', 'energy', 'rms', 'time_of_peak', or a cell array of them, not '#'.
-per_element | 2      | The option '@' must be true or false.
+per_element | 2      | The option '@' must be true or false, not #.
 tolerance  | 1e-13, 0.2, NaN, Inf, 0 | The option '@' must be one number from 1e-12 to 0.1, not *
-tolerance  | [1e-3 1e-4], '1', 1i | The option '@' must be one number from 1e-12 to 0.1.
+tolerance  | '1'           | The option '@' must be one number from 1e-12 to 0.1, not '#'.
+tolerance  | [1e-3 1e-4]   | The option '@' must be one number from 1e-12 to 0.1, but has 2 entries.
+tolerance  | 1i            | The option '@' must be one number from 1e-12 to 0.1, but is complex.
+tolerance  | true          | The option '@' must be one number from 1e-12 to 0.1, but is logical.
 time       | missing | fnm_tsd needs the option 'time', made by kavro.set_time_samples.
 excitation | missing | fnm_tsd needs the option 'excitation', made by kavro.set_excitation_function.
-ndiv threads | [], '1', {}, 1i, sparse[1], [1 2], struct[1 1], NaN, Inf, 4.5, 3e9, -1, 0 | The option '@' must be one whole number of at least 1.
-exact      | 't', 2, {}, [1 1], NaN, [] | The option '@' must be true or false.
-progress   | 't', 2, {}, [1 1], NaN, [] | The option '@' must be true, false or a function handle.
+ndiv threads | NaN, Inf, 4.5, 3e+09, -1, 0 | The option '@' must be one whole number of at least 1, not #.
+ndiv threads | [], {}, 1i, sparse[1], [1 2], struct[1 1] | The option '@' must be one whole number of at least 1, but *
+exact      | 't', 2, {}, [1 1], NaN, [] | The option '@' must be true or false, *
+progress   | 't', 2, {}, [1 1], NaN, [] | The option '@' must be true, false or a function handle, *
 )");
     expect_error(Call("fnm_tsd").with("tolerance = 1e-3, ndiv = 4"),
                  "The options 'tolerance' and 'ndiv' exclude each other: give an accuracy or a "
-                 "number of abscissas.");
+                 "number of abscissas, not both 0.001 and 4.");
     expect_error(Call("fnm_tsd").with("tolerance = 1e-3, exact = false"),
                  "The option 'tolerance' needs 'exact' to be true: the reference counts abscissas, "
                  "by 'ndiv'.");
     expect_errors(Call("fnm_cw"), R"(
-f0 | [], '1', {}, 1i, sparse[1], struct[1 1] | The option '@' must be one positive number (Hz) or a vector of them.
+f0 | [], '1', {}, 1i, sparse[1], struct[1 1] | The option '@' must be one positive number (Hz) or a vector of them, *
 f0 | NaN, Inf, -1, 0 | The option '@' must be one positive number (Hz) or a vector of them, not #.
 f0 | [1 -2], [-2 1] | The option '@' must be one positive number (Hz) or a vector of them, not -2.
 f0 | missing | fnm_cw needs the option 'f0' (Hz).
@@ -95,8 +101,9 @@ f0 | missing | fnm_cw needs the option 'f0' (Hz).
                   "ndiv | 2147483647 | Computed number of abscissas is too large. 2147483648 are "
                   "asked for, 2147483647 are the most. Take a smaller 'ndiv'.");
     expect_errors(Call("fnm_cw_apodized"), R"(
-apodization          | 'cosin', 5, -1, 1.5, {} | The option '@' must be 'uniform', 'cosine', 'raisedcosine', 'quadratic' or 'quartic', or its number 0 to 4.
-elements.apodization | 'cosin', 5, -1, 1.5, {} | Transducer field '@' must be 'uniform', 'cosine', 'raisedcosine', 'quadratic' or 'quartic', or its number 0 to 4 (element 1).
+apodization          | 'cosin' | The option '@' must be 'uniform', 'cosine', 'raisedcosine', 'quadratic' or 'quartic', or its number 0 to 4, not '#'.
+apodization          | 5, -1, 1.5 | The option '@' must be 'uniform', 'cosine', 'raisedcosine', 'quadratic' or 'quartic', or its number 0 to 4, not #.
+elements.apodization | 5, -1, 1.5 | Transducer field '@' must be 'uniform', 'cosine', 'raisedcosine', 'quadratic' or 'quartic', or its number 0 to 4, not # (element 1).
 )");
     expect_error(Call("fnm_fdtsd").set("excitation", Call()["excitation"]),
                  "fnm_fdtsd, element 1: this method needs a sampled waveform, not a pulse.");
@@ -116,8 +123,8 @@ TEST(SolveErrors, name_method_shape_and_element_before_any_work) {
                 call.set("elements", elements_with(operation, &shape));
                 call.set("grid = struct[1 1]");  // not even looked at
                 expect_error(call,
-                             operation.name + ", shape '"s + shape.identifier + "' (" + shape.name +
-                                 "), element " + std::to_string(call["elements"]->count()) +
+                             operation.name + ", shape '"s + shape.name + "', element " +
+                                 std::to_string(call["elements"]->count()) +
                                  ": This function is not implemented for this transducer shape.");
             }
         }
@@ -181,9 +188,9 @@ TEST(SolveErrors, of_fields_without_numbers) {
     Call call("fnm_tsd");
     expect_errors(call, R"(
 elements   | struct[0 0] | The transducer array has no elements.
-elements.shape | 'cirk' | Transducer field '@' must be one of 'circ', 'ring', 'rect', 'shel', 'sph ring', 'poly', but is '#' (element 1).
-elements.shape | 'sph rings!' | Transducer field '@' must be one of 'circ', 'ring', 'rect', 'shel', 'sph ring', 'poly', but is a text (element 1).
-elements.shape | missing | Transducer field '@' must be one of 'circ', 'ring', 'rect', 'shel', 'sph ring', 'poly', but is missing (element 1).
+elements.shape | 'cirk' | Transducer field '@' must be one of 'disc', 'ring', 'rectangle', 'spherical shell', 'spherical ring', 'polygon', but is '#' (element 1).
+elements.shape | 'a ring cut from a bowl' | Transducer field '@' must be one of 'disc', 'ring', 'rectangle', 'spherical shell', 'spherical ring', 'polygon', but is a text (element 1).
+elements.shape | missing | Transducer field '@' must be one of 'disc', 'ring', 'rectangle', 'spherical shell', 'spherical ring', 'polygon', but is missing (element 1).
 elements.radius | missing | Transducer field '@' must hold 1 real number(s) (element 1). It is missing.
 elements.center | [1 2]   | Transducer field '@' must hold 3 real number(s) (element 1). It has 2 entries.
 elements.radius | 1i      | Transducer field '@' must hold 1 real number(s) (element 1). It is complex.
@@ -219,7 +226,7 @@ time.time_samples          | 'a'         | Time samples field '@' must hold numb
 TEST(SolveErrors, of_limits_say_what_they_are) {
     const Call call("fnm_tsd");
     expect_errors(call, R"(
-grid.xmax | 1e12 | Computed number of x coordinate values is too large. 1e+15 are asked for, 2147483647 are the most. Take larger spacings or fewer points.
+grid.xmax | 1e12 | Computed number of x coordinate values is too large. 1e+15 are asked for, 2147483647 are the most. Take larger spacings, or compute in parts: several grids of fewer points.
 time.tmax | 1e3  | Computed number of time samples is too large. 10000000001 are asked for, 2147483647 are the most. Take a larger step or a shorter time axis.
 )");
     expect_errors(call.with("grid.xmax = 50"), R"(
@@ -263,33 +270,33 @@ TEST(SolveErrors, of_marches) {
 kzk           | missing | $ needs the option 'kzk', a structure with the march's parameters, where 'exact' is false.
 )");
         expect_errors(Call(method).set("kzk", record("harmonics = 2")), R"(
-kzk.accuracy  | 0, NaN, '1' | The field '@' of the option 'kzk' must be one positive number for $.
-kzk.harmonics | 0, NaN, 1.5 | The field '@' of the option 'kzk' must be one whole number of at least 1 for $.
+kzk.accuracy  | 0, NaN, '1' | The field '@' of the option 'kzk' must be one positive number for $, *
+kzk.harmonics | 0, NaN, 1.5 | The field '@' of the option 'kzk' must be one whole number of at least 1 for $, *
 )");
         expect_errors(call, R"(
 grid.ymax | 1e-3   | $ needs a regular grid with one value of y.
 grid.coordinates | [0 0 1] | $ needs a regular grid with one value of y.
-kzk.extent            | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one whole number of at least 1 for $.
-kzk.points_per_radius | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one positive number for $.
+kzk.extent            | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one whole number of at least 1 for $, *
+kzk.points_per_radius | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one positive number for $, *
 )");
     }
     expect_errors(Call("kzk_transient"), R"(
-kzk       | 1, struct[1 2], struct[0 0], {} | The option 'kzk' must be a structure with the fields 'extent', 'points_per_radius', 'step', 'implicit', 'diffraction' for $.
+kzk       | 1, struct[1 2], struct[0 0], {} | The option 'kzk' must be a structure with the fields 'extent', 'points_per_radius', 'step', 'implicit', 'diffraction' for $*
 kzk.exten | 1 | The option 'kzk' has a field '@', but $ reads 'extent', 'points_per_radius', 'step', 'implicit', 'diffraction'.
-kzk.step  | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one positive number for $.
-kzk.implicit kzk.diffraction | 2, []        | The field '@' of the option 'kzk' must be true or false for $.
+kzk.step  | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one positive number for $, *
+kzk.implicit kzk.diffraction | 2, []        | The field '@' of the option 'kzk' must be true or false for $, *
 time.tmax | 1e-6 | $ needs a time axis that lasts until the wave has come to the farthest plane.
 time.time_samples | [1e-6 2e-6] | $ needs a regular time axis.
 elements.center elements.euler | [0 0 1e-3], [1e-3 0 0], [0 1e-3 0] | $, element 1: the march starts from the origin towards +z; center, euler, phase and time_delay must be 0.
 elements.phase elements.time_delay | 1e-7 | $, element 1: the march starts from the origin towards +z; center, euler, phase and time_delay must be 0.
 )");
     expect_errors(Call("kzk_cw"), R"(
-f0 | [1e6 2e6] | The option '@' must be one positive number (Hz).
-kzk           | 1, struct[1 2], struct[0 0], {} | The option 'kzk' must be a structure with the fields 'extent', 'points_per_radius', 'growth', 'harmonics', 'source_phase' for $.
+f0 | [1e6 2e6] | The option '@' must be one positive number (Hz), but has 2 entries.
+kzk           | 1, struct[1 2], struct[0 0], {} | The option 'kzk' must be a structure with the fields 'extent', 'points_per_radius', 'growth', 'harmonics', 'source_phase' for $*
 kzk.exten     | 1 | The option 'kzk' has a field '@', but $ reads 'extent', 'points_per_radius', 'growth', 'harmonics', 'source_phase'.
-kzk.growth    | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one positive number for $.
-kzk.harmonics | missing, [], 0, NaN, -2, 1e300, '1', [1 1], 1.5 | The field '@' of the option 'kzk' must be one whole number of at least 1 for $.
-kzk.source_phase | 2, [] | The field '@' of the option 'kzk' must be true or false for $.
+kzk.growth    | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one positive number for $, *
+kzk.harmonics | missing, [], 0, NaN, -2, 1e300, '1', [1 1], 1.5 | The field '@' of the option 'kzk' must be one whole number of at least 1 for $, *
+kzk.source_phase | 2, [] | The field '@' of the option 'kzk' must be true or false for $, *
 )");
 }
 

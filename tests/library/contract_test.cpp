@@ -471,7 +471,11 @@ TEST(Contract, TablesFindByNameAndAgreeWithThemselves) {
         EXPECT_EQ(operation.default_ndiv > 0, operation.uses(kavro::input_quadrature));
     }
     EXPECT_EQ(kavro::operation_of("fnm"), nullptr);
-    EXPECT_EQ(kavro::shape_of("disc"), nullptr);
+    for (const kavro::Shape& shape : kavro::shapes()) {
+        EXPECT_EQ(kavro::shape_of(shape.name), &shape);
+        EXPECT_EQ(kavro::shape_of(shape.identifier), &shape);
+    }
+    EXPECT_EQ(kavro::shape_of("Disc"), nullptr);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@
 %!function table = disc_methods(option)
 %! % the methods of discs that take an option, the nonlinear ones apart
 %! table = kavro.methods();
-%! keep = arrayfun(@(m) any(strcmp('circ', m.shapes)) && any(strcmp(option, m.options)) ...
+%! keep = arrayfun(@(m) any(strcmp('disc', m.shapes)) && any(strcmp(option, m.options)) ...
 %!                      && ! any(strcmp('kzk', m.options)), table);
 %! table = table(keep);
 %!endfunction
@@ -142,7 +142,7 @@
 %! printed = evalc('p = run(true);');
 %! assert(! isempty(strfind(printed, 'kavro.solve: 100 % done')));
 
-%!error <^solve: fnm_tsd_sse, shape 'rect' \(rectangle\), element 4: This function is not implemented for this transducer shape\.$>
+%!error <^solve: fnm_tsd_sse, shape 'rectangle', element 4: This function is not implemented for this transducer shape\.$>
 %! [e, g, m, t, x] = scene();
 %! e(4) = setfield(setfield(setfield(e(1), 'shape', 'rect'), 'width', 1e-3), 'height', 1e-3);
 %! kavro.solve('fnm_tsd_sse', e, g, m, 'time', t, 'excitation', x);
@@ -168,12 +168,12 @@
 %! table = kavro.methods();
 %! assert(size(table), [1 23]);
 %! one = kavro.methods('fnm_tsd_sse');
-%! assert(one.shapes, {'circ'});
+%! assert(one.shapes, {'disc'});
 %! assert(one.options, {'time', 'excitation', 'tolerance', 'ndiv', 'measure', ...
 %!                       'per_element', 'threads', 'exact', 'progress'});
 %! assert([one.ndiv one.ndiv_multiple], [32 4]);
 %! lines = strsplit(evalc('kavro.methods();'), "\n");
 %! assert(numel(lines), 25);
-%! assert(regexp(lines{1}, '^ +disc  ring  rectangle  shell  shell ring  polygon$'), 1);
+%! assert(regexp(lines{1}, '^ +disc  ring  rectangle  spherical shell  spherical ring  polygon$'), 1);
 %! assert(! isempty(strfind(evalc('kavro.methods(''fnm_tsd'');'), 'options  time, excitation')));
 %! fail('kavro.methods(''fnm'')', '''name'' must be one of ''farfield_cw''');

@@ -22,7 +22,7 @@
 %!       continue
 %!     end
 %!     e = scene();
-%!     if ! any(strcmp(method.shapes, 'rect'))
+%!     if ! any(strcmp(method.shapes, 'rectangle'))
 %!       e = kavro.set_phases(kavro.linear_array(2, 3e-3, 1e-3), [0 1]);
 %!     end
 %!     for exact = [true false]
@@ -69,5 +69,5 @@
 %! end
 %! assert(max(abs(p(own) - p(setfield(medium, 'referencefrequency', 1e6)))(:)) > 0);
 
-%!error <one positive number \(Hz\)\.> kavro.solve('kzk_cw', kavro.disc(5e-3), ...
+%!error <one positive number \(Hz\), but has 2 entries\.> kavro.solve('kzk_cw', kavro.disc(5e-3), ...
 %!     kavro.set_coordinate_grid(1e-3, 0, 0, 0, 0, 5e-3, 9e-3), kavro.set_medium(), 'f0', [1e6 2e6])

@@ -15,31 +15,31 @@
 %! holds = @(e, varargin) assert(cellfun(@(f) e.(f), varargin(1:2:end), 'UniformOutput', false), ...
 %!                               varargin(2:2:end));
 %! a = kavro.disc(2e-3);
-%! holds(a, 'shape', 'circ', 'radius', 2e-3, 'center', [0 0 0], 'euler', [0 0 0], ...
+%! holds(a, 'shape', 'disc', 'radius', 2e-3, 'center', [0 0 0], 'euler', [0 0 0], ...
 %!       'amplitude', 1, 'time_delay', 0);
 %! b = kavro.disc(single(1e-3), 'Center', [1; 2; 3], 'euler', [0.1 0.2 0.3], ...
 %!                'amplitude', -2, 'time_delay', 1e-6);
 %! holds(b, 'center', [1 2 3], 'euler', [0.1 0.2 0.3], 'amplitude', -2, 'time_delay', 1e-6);
 %! assert(class(b.radius), 'double');
 %! c = kavro.rectangular_piston(2e-3, 3e-3, 'center', [1 2 3], 'time_delay', 1e-6);
-%! holds(c, 'shape', 'rect', 'width', 2e-3, 'height', 3e-3, 'radius', 0, 'center', [1 2 3], ...
+%! holds(c, 'shape', 'rectangle', 'width', 2e-3, 'height', 3e-3, 'radius', 0, 'center', [1 2 3], ...
 %!       'time_delay', 1e-6);
 %! d = kavro.ring(1e-3, 2e-3, 'center', [1 2 3]);
 %! holds(d, 'shape', 'ring', 'inner_radius', 1e-3, 'outer_radius', 2e-3, 'center', [1 2 3]);
 %! e = kavro.spherical_shell(10e-3, 30e-3, 'amplitude', 2);
-%! holds(e, 'shape', 'shel', 'radius', 10e-3, 'rad_curvature', 30e-3, 'amplitude', 2);
+%! holds(e, 'shape', 'spherical shell', 'radius', 10e-3, 'rad_curvature', 30e-3, 'amplitude', 2);
 %! f = kavro.spherical_ring(0, 10e-3, 30e-3, 'time_delay', 1e-6, 'euler', [0.1 0 0]);
-%! holds(f, 'shape', 'sph ring', 'inner_radius', 0, 'outer_radius', 10e-3, ...
+%! holds(f, 'shape', 'spherical ring', 'inner_radius', 0, 'outer_radius', 10e-3, ...
 %!       'geometric_focus', 30e-3, 'time_delay', 1e-6, 'euler', [0.1 0 0]);
 %! g = kavro.polygon(int8([0 0; 2 0; 0 1]), 'center', [1 2 3], 'amplitude', 2);
-%! holds(g, 'shape', 'poly', 'corners', [0 0; 2 0; 0 1], 'center', [1 2 3], 'amplitude', 2);
+%! holds(g, 'shape', 'polygon', 'corners', [0 0; 2 0; 0 1], 'center', [1 2 3], 'amplitude', 2);
 %! assert(size([a, b, c, d, e, f, g, kavro.linear_array(3, 1e-3, 0.4e-3)]), [1 10]);
 
 %!test  % layouts: pitch, centring and numbering; rectangles may touch
 %! assert(centers(kavro.linear_array(4, 2, 1)), [-3 0 0; -1 0 0; 1 0 0; 3 0 0]);
 %! assert(centers(kavro.linear_array(1, 2, 1)), [0 0 0]);
 %! e = kavro.linear_array(3, 2, [2 5]);
-%! assert({e.shape}, {'rect', 'rect', 'rect'});
+%! assert({e.shape}, {'rectangle', 'rectangle', 'rectangle'});
 %! assert([e.width; e.height], [2 2 2; 5 5 5]);
 %! assert(centers(e), [-2 0 0; 0 0 0; 2 0 0]);
 %! e = kavro.planar_array([2 2], [2 6], [2; 5]);
@@ -127,7 +127,7 @@
 %! e = kavro.annular_array(3, 10e-3, 1e-3, 'inner_radius', 2e-3, 'equal', 'width', ...
 %!                         'rad_curvature', 40e-3);
 %! assert([[e.inner_radius]; [e.outer_radius]], [2 5 8; 4 7 10] * 1e-3, 1e-15);
-%! assert({e(2).shape, e(2).geometric_focus}, {'sph ring', 40e-3});
+%! assert({e(2).shape, e(2).geometric_focus}, {'spherical ring', 40e-3});
 %! e = kavro.annular_array([0 2; 3 4], 'rad_curvature', 9);
 %! assert([[e.inner_radius]; [e.outer_radius]], [0 3; 2 4]);
 

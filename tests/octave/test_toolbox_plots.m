@@ -81,6 +81,7 @@
 %! assert(picture(ax)(1, 1), -20, 1e-9);
 %! assert(get(get(findobj(get(ax, 'parent'), 'tag', 'colorbar'), 'ylabel'), 'string'), ...
 %!        'Pressure (dB re 140 Pa)');
+%! assert(label(ax, 'title'), 'Peak pressure, 0 dB = 140 Pa');
 %! clf;
 %! assert(picture(kavro.show_field(squeeze(p), grid)), [14 13 12; 11 10 9]);
 
@@ -101,7 +102,7 @@
 %! clf;
 %! ax = kavro.show_field(zeros(1, 1, 4), line_grid, 'scale', 'dB');
 %! assert(curve(ax)(2), {-40 * ones(1, 4)});
-%! assert(label(ax, 'title'), 'Pressure magnitude');  % there are no times
+%! assert(label(ax, 'title'), 'Pressure magnitude, 0 dB = 1 Pa');  % there are no times
 
 %!test  % faults of drawings
 %! grid = kavro.set_coordinate_grid(1, 0, 2, 0, 0, 0, 1);
@@ -115,6 +116,7 @@
 %! says(@() show(p, grid, 'color_bar', {1}), '''color_bar''', 'true or false');
 %! says(@() show(p, grid, 'sample', 5), '''sample''', 'from 1 to 4', 'it is 5');
 %! says(@() show(p, grid, 'instant', 1), '''time''', 'set_time_samples');
+%! says(@() show(p, grid, 'time', 3), 'show_field', '''time''', 'set_time_samples', 'it is 3');
 %! says(@() show(p, grid, 'instant', 1, 'time', kavro.set_time_samples(1, 0, 9)), ...
 %!      '''time''', '4 instants', 'has 10');
 %! times = kavro.set_time_samples(1, 0, 3);

@@ -40,7 +40,7 @@ def test_types_name_the_methods_of_the_library():
     methods = kavro.methods()
     assert typing.get_args(kavro.MethodName) == tuple(methods)
     assert methods["fnm_tsd"].ndiv == 32 and "excitation" in methods["fnm_tsd"].options
-    assert methods["fnm_tsd_sse"].shapes == ("circ",)
+    assert methods["fnm_tsd_sse"].shapes == ("disc",)
 
 
 def test_types_hold():

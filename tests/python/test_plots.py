@@ -57,6 +57,7 @@ def test_fields(figure):
     ax = show_field(p + 0j, PLANE, dB=20, reference=1e3, ax=plt.figure().gca())
     np.testing.assert_allclose(drawn(ax), np.maximum(20 * np.log10(peak / 1e3), -20))
     assert ax.figure.axes[1].get_ylabel() == "Pressure (dB re 1 kPa)"
+    assert ax.get_title() == "Peak pressure, 0 dB = 1 kPa"
     points = kavro.Points([[0, 0, 3e-3], [0, 0, 1e-3], [0, 0, 2e-3]])
     (line,) = show_field(np.array([3.0, 1, 2]), points, ax=plt.figure().gca()).lines
     np.testing.assert_allclose(line.get_xydata(), [[1, 1], [2, 2], [3, 3]])

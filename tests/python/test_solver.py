@@ -202,7 +202,7 @@ def test_what_is_not_a_real_number_is_refused():
         (kavro.InputError, "(element 1)", lambda: tsd(PAIR.replace(radius=[1, np.nan]))),
         (
             kavro.InputError,
-            "shape 'poly' (polygon), element 2",
+            "shape 'polygon', element 2",
             lambda: kavro.solve(
                 "impulse_response",
                 PAIR + kavro.polygon([[0, 0], [1, 0], [0, 1]]),

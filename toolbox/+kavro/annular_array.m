@@ -116,7 +116,7 @@ for i = 1:size(rims, 1)
     shape = 'ring';
     if ~is_flat
         sizes.geometric_focus = rad_curvature;
-        shape = 'sph ring';
+        shape = 'spherical ring';
     end
     parts{i} = kavro.internal.make_elements(shape, sizes, [0 0 0], [0 0 0]);
 end

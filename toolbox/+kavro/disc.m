@@ -34,5 +34,5 @@ function element = disc(radius, varargin)
 me = 'disc';
 kavro.internal.check_count(me, nargin, [1 Inf], 'radius and options');
 sizes.radius = kavro.internal.real_number(me, 'radius', radius, 'positive', 'm');
-element = kavro.internal.place_element(me, 'circ', sizes, varargin);
+element = kavro.internal.place_element(me, 'disc', sizes, varargin);
 end

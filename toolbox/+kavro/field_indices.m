@@ -95,7 +95,7 @@ ok = isscalar(measures) && all(isfield(measures, {'peak_negative', 'energy'})) .
      && isequal(size(measures.peak_negative), size(measures.energy));
 kavro.internal.check(ok, me, 'measures', measures, ...
                      'a structure with the fields ''peak_negative'' and ''energy'' of one size');
-rarefaction = max(-double(measures.peak_negative), 0);
+rarefaction = max(0, -double(measures.peak_negative));
 energy = double(measures.energy);
 end
 
@@ -118,7 +118,7 @@ for i = find(grown(:, end) > 0).'
     durations(i) = 1.25 * diff(interp1(share, t(k), [0.1, 0.9]));
 end
 as_points = @(values) reshape(values, [dims(1:end - 1), 1]);
-rarefaction = as_points(max(-min(p, [], 2), 0));
+rarefaction = as_points(max(0, -min(p, [], 2)));
 energy = as_points(grown(:, end));
 durations = as_points(durations);
 end

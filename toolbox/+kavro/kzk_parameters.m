@@ -10,7 +10,7 @@ function [kzk, cost] = kzk_parameters(element, medium, drive, varargin)
 %   medium and the planes. kavro.solve chooses the same when the option is left out.
 %
 %   Arguments
-%     element   one disc, shell or ring of a shell, with its amplitude: kavro.disc,
+%     element   one disc, spherical shell or spherical ring, with its amplitude: kavro.disc,
 %               kavro.spherical_shell, kavro.spherical_ring
 %     medium    made by kavro.set_medium
 %     f0        frequency in Hz: parameters of 'kzk_cw'

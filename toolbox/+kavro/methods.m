@@ -38,7 +38,7 @@ if nargout == 0
     if nargin == 0
         print_all(table, shapes);
     else
-        print_one(table, shapes);
+        print_one(table);
     end
     clear table
 end
@@ -49,7 +49,7 @@ lines = strsplit(strtrim(kavro.internal.command('methods')), sprintf('\n'));
 cells = cellfun(@(line) regexp(line, '\t', 'split'), lines, 'UniformOutput', false);
 is_shape = cellfun(@(c) strcmp(c{1}, 'shape'), cells);
 shapes = vertcat(cells{is_shape});
-shapes = shapes(:, 2:3);
+shapes = shapes(:, 2).';
 cells = vertcat(cells{~is_shape});
 table = struct('name', cells(:, 2), 'summary', cells(:, 7), ...
                'shapes', cellfun(@split, cells(:, 3), 'UniformOutput', false), ...
@@ -67,31 +67,25 @@ end
 
 function print_all(table, shapes)
 width = max(cellfun(@numel, {table.name}));
-heads = shapes(:, 2).';
 fprintf('%s', blanks(width));
-fprintf('  %s', heads{:});
+fprintf('  %s', shapes{:});
 fprintf('\n');
 for entry = table
     fprintf('%s%s', entry.name, blanks(width - numel(entry.name)));
-    for i = 1:numel(heads)
+    for i = 1:numel(shapes)
         mark = '-';
-        if any(strcmp(shapes{i, 1}, entry.shapes))
+        if any(strcmp(shapes{i}, entry.shapes))
             mark = 'x';
         end
-        fprintf('  %s%s', mark, blanks(numel(heads{i}) - 1));
+        fprintf('  %s%s', mark, blanks(numel(shapes{i}) - 1));
     end
     fprintf('\n');
 end
 end
 
-function print_one(entry, shapes)
-offers = cellfun(@(id) any(strcmp(id, entry.shapes)), shapes(:, 1));
-names = 'none yet';
-if any(offers)
-    names = strjoin(shapes(offers, 2).', ', ');
-end
+function print_one(entry)
 fprintf('%s: %s\n', entry.name, entry.summary);
-fprintf('  shapes   %s\n', names);
+fprintf('  shapes   %s\n', strjoin(entry.shapes, ', '));
 fprintf('  options  %s\n', strjoin(entry.options, ', '));
 if entry.ndiv > 0
     fprintf('  ndiv     %d unless given', entry.ndiv);

@@ -40,7 +40,7 @@ kavro.internal.check(ok, me, 'corners', corners, 'n x 2 numbers (m) with n at le
 corners = double(corners);
 kavro.internal.check(goes_around(corners), me, 'corners', corners, ...
                      'in order around a convex face, none twice in a row');
-element = kavro.internal.place_element(me, 'poly', struct('corners', corners), varargin);
+element = kavro.internal.place_element(me, 'polygon', struct('corners', corners), varargin);
 end
 
 function yes = goes_around(corners)

@@ -42,5 +42,5 @@ if ~isinf(options.rad_curvature)
     eulers = kavro.internal.euler_towards(repmat(focus, size(centers, 1), 1) - centers);
 end
 sizes.radius = radius;
-elements = kavro.internal.make_elements('circ', sizes, centers, eulers);
+elements = kavro.internal.make_elements('disc', sizes, centers, eulers);
 end

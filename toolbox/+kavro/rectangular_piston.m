@@ -56,6 +56,6 @@ kavro.internal.check_count(me, nargin, [2 Inf], 'width, height and options');
 sizes.width = kavro.internal.real_number(me, 'width', width, 'positive', 'm');
 sizes.height = kavro.internal.real_number(me, 'height', height, 'positive', 'm');
 no_lens = kavro.internal.lens_options(me, {});
-[element, options] = kavro.internal.place_element(me, 'rect', sizes, varargin, no_lens);
+[element, options] = kavro.internal.place_element(me, 'rectangle', sizes, varargin, no_lens);
 element = kavro.internal.add_lens(me, element, options);
 end

@@ -42,5 +42,5 @@ end
 kavro.internal.check_disc_spacing(me, pitch, sizes.radius);
 phi = (0:count - 1)' * (2 * pi / count);
 centers = r * [cos(phi), sin(phi), zeros(count, 1)];
-elements = kavro.internal.make_elements('circ', sizes, centers, [0 0 0]);
+elements = kavro.internal.make_elements('disc', sizes, centers, [0 0 0]);
 end

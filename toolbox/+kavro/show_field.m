@@ -27,7 +27,7 @@ function ax = show_field(p, grid, varargin)
 %     'dynamic_range'  range shown below the reference in dB, positive; default 40
 %     'reference'      pressure in Pa that stands for 0 dB, or for the end of a linear scale;
 %                      default: the largest magnitude shown
-%     'title'          text above the drawing; default: what is shown
+%     'title'          text above the drawing; default: what is shown, and what 0 dB is
 %     'color_bar'      true (default) or false
 %
 %   Result
@@ -51,7 +51,7 @@ kavro.internal.check_grid(me, grid);
 p = points_by_times(me, p, grid);
 options = read_options(me, varargin, size(p, 2));
 [field, caption] = pick_field(p, options);
-[values, limits, map, label] = scale_field(field, options);
+[values, limits, map, label, zero] = scale_field(field, options);
 
 extends = extended_axes(me, grid);
 
@@ -65,6 +65,7 @@ else
         kavro.internal.add_color_bar(axis_handle, label);
     end
 end
+caption = [caption, zero];
 if ~isempty(options.title)
     caption = options.title;
 end
@@ -126,6 +127,8 @@ function options = find_snapshot(me, options, ntimes)
 % options.instant, its time, empty when it is not known.
 instants = [];
 if ~isempty(options.time)
+    kavro.internal.check(isstruct(options.time), me, 'time', options.time, ...
+                         'a structure made by set_time_samples');
     instants = kavro.time_axis(options.time);
     kavro.internal.check(numel(instants) == ntimes, me, 'time', options.time, ...
         sprintf('the %d instants of p (it has %d)', ntimes, numel(instants)));
@@ -178,7 +181,8 @@ else
 end
 end
 
-function [values, limits, map, label] = scale_field(field, options)
+function [values, limits, map, label, zero] = scale_field(field, options)
+zero = '';
 reference = options.reference;
 if isempty(reference)
     reference = max(abs(field));
@@ -191,7 +195,9 @@ if strcmp(options.scale, 'dB')
     values = max(20 * log10(abs(field) / reference), limits(1));
     map = kavro.internal.sequential_colors(256);
     [factor, unit] = kavro.internal.pressure_unit(reference);
-    label = sprintf('Pressure (dB re %.3g %s)', factor * reference, unit);
+    full = sprintf('%.3g %s', factor * reference, unit);
+    label = sprintf('Pressure (dB re %s)', full);
+    zero = sprintf(', 0 dB = %s', full);
 else
     [factor, unit] = kavro.internal.pressure_unit(reference);
     values = factor * field;

@@ -36,5 +36,5 @@ kavro.internal.check_count(me, nargin, [3 Inf], ...
 sizes = kavro.internal.rim_sizes(me, inner_radius, outer_radius);
 sizes.geometric_focus = kavro.internal.curvature(me, 'rad_curvature', rad_curvature, ...
                                                  sizes.outer_radius);
-element = kavro.internal.place_element(me, 'sph ring', sizes, varargin);
+element = kavro.internal.place_element(me, 'spherical ring', sizes, varargin);
 end

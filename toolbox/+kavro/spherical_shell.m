@@ -35,5 +35,5 @@ me = 'spherical_shell';
 kavro.internal.check_count(me, nargin, [2 Inf], 'radius, rad_curvature and options');
 sizes.radius = kavro.internal.real_number(me, 'radius', radius, 'positive', 'm');
 sizes.rad_curvature = kavro.internal.curvature(me, 'rad_curvature', rad_curvature, sizes.radius);
-element = kavro.internal.place_element(me, 'shel', sizes, varargin);
+element = kavro.internal.place_element(me, 'spherical shell', sizes, varargin);
 end

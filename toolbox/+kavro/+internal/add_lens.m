@@ -13,7 +13,7 @@ end
 if nargin < 4
     at_y = zeros(numel(elements), 1);
 end
-kavro.internal.check(strcmp(elements(1).shape, 'rect'), caller, 'elevation_focus', F, ...
+kavro.internal.check(strcmp(elements(1).shape, 'rectangle'), caller, 'elevation_focus', F, ...
                      'given for rectangles only');
 F = kavro.internal.real_number(caller, 'elevation_focus', F, 'positive', 'm');
 reach = max(abs(at_y)) + elements(1).height / 2;

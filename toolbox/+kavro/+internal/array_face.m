@@ -7,11 +7,11 @@ kavro.internal.check(ok, caller, 'face', face, ...
                      'a positive radius or a positive [width height] (m)');
 face = double(face(:).');
 if numel(face) == 1
-    shape = 'circ';
+    shape = 'disc';
     sizes = struct('radius', face);
     extent = [2 2] * face;
 else
-    shape = 'rect';
+    shape = 'rectangle';
     sizes = struct('width', face(1), 'height', face(2));
     extent = face;
 end

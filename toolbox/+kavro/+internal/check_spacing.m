@@ -1,7 +1,7 @@
 function check_spacing(caller, pitch, shape, extent)
 % CHECK_SPACING  Stop when neighbouring elements would overlap; touching is allowed.
 %   pitch and extent are along x, or along x and y (m).
-if strcmp(shape, 'circ')
+if strcmp(shape, 'disc')
     kavro.internal.check_disc_spacing(caller, pitch, extent(1) / 2);
     return
 end

@@ -9,17 +9,17 @@ radii = zeros(n, 1);
 for i = 1:n
     e = elements(i);
     local = [0 0 0];
-    switch e.shape
+    switch kavro.internal.shape_name(e.shape)
         case 'ring'
             radii(i) = sqrt((e.inner_radius ^ 2 + e.outer_radius ^ 2) / 2);
-        case 'sph ring'
+        case 'spherical ring'
             % Height above the deepest point grows with the area below it.
             d = e.geometric_focus;
             depth = @(a) a ^ 2 / (d + sqrt(d ^ 2 - a ^ 2));
             height = (depth(e.inner_radius) + depth(e.outer_radius)) / 2;
             radii(i) = sqrt(height * (2 * d - height));
             local(3) = height;
-        case 'poly'
+        case 'polygon'
             local(1:2) = centroid(e.corners);
     end
     middles(i, :) = e.center(:).';

@@ -4,12 +4,12 @@ function [vertices, faces, rims, ribs] = element_surface(caller, element)
 %   the rows of corners of each triangle, the curves that bound the surface (closed polygons in a
 %   cell array, n x 3 each), and curves that show how it is bent (open ones; none where it is
 %   flat).
-switch element.shape
+switch kavro.internal.shape_name(element.shape)
     case 'ring'
         [radii, heights] = deal([element.inner_radius, element.outer_radius], [0 0]);
-    case 'shel'
+    case 'spherical shell'
         [radii, heights] = arc(0, element.radius, element.rad_curvature);
-    case 'sph ring'
+    case 'spherical ring'
         [radii, heights] = arc(element.inner_radius, element.outer_radius, ...
                                element.geometric_focus);
     otherwise

@@ -1,6 +1,6 @@
 function elements = make_elements(shape, sizes, centers, eulers)
 % MAKE_ELEMENTS  Build a 1 x n structure array of equal elements at given places.
-%   elements = MAKE_ELEMENTS(shape, sizes, centers, eulers) takes the module's shape name, a
+%   elements = MAKE_ELEMENTS(shape, sizes, centers, eulers) takes the shape's name, a
 %   structure of the shape's own sizes (m), the centres (n x 3, m) and the Euler angles
 %   (n x 3 or 1 x 3, rad). Every element of every shape has the same fields in the same order, so
 %   that arrays of mixed shapes can be joined with [a, b]: sizes that its shape does not use are 0,

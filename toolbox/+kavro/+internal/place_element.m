@@ -1,6 +1,6 @@
 function [element, options] = place_element(caller, shape, sizes, args, further)
 % PLACE_ELEMENT  One element of a shape, placed and weighted by options.
-%   element = PLACE_ELEMENT(caller, shape, sizes, args) takes the module's shape name, a
+%   element = PLACE_ELEMENT(caller, shape, sizes, args) takes the shape's name, a
 %   structure of the shape's sizes (m) and the cell array of the maker's name/value options
 %   'center', 'euler', 'amplitude' and 'time_delay'. Defaults of further options may follow, and
 %   all are returned.
