@@ -1,6 +1,6 @@
 // The module `kavro.solve`: every operation of the library, by its name.
-#include "door/result.h"
 #include "door/solve.h"
+#include "door/result.h"
 
 #include "core/input_error.h"
 #include "door/read.h"
