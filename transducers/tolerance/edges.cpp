@@ -34,11 +34,21 @@ void FindAllowance(const FaceScene& scene, const QuadratureDemand& demand, FaceA
             envelope = hn::Mul(envelope, hn::IfThenElse(is_beside, hn::Min(part, past), part));
         }
         const auto longer = hn::Max(hn::Zero(d), hn::Sub(R, z));
-        hn::Store(Positive(Product(Positive(envelope), demand.tolerance)), d,
+        hn::Store(Positive(Product(Positive(envelope), scene.share * demand.tolerance)), d,
                   out.allowed.data() + lane);
         hn::Store(Product(longer, demand.attenuation), d, out.losses.data() + lane);
         hn::Store(Product(z, demand.attenuation), d, out.losses_to_face.data() + lane);
     }
+}
+
+// How far a piece's phase is a parabola's rather than a line's: its slope at the far end exceeds
+// the mean one by the share mu, nothing of a line and as much again of a parabola. What bends,
+// bends next to the foot: fitted to the growth of R over ellipses.
+HWY_INLINE V Bent(V s1, V s2, V length, V R1, V R2) {
+    const auto steeper = hn::Max(hn::Zero(Tag()), hn::Sub(hn::Mul(s2, R1), hn::Mul(s1, R2)));
+    const auto mu = hn::Div(steeper, Positive(hn::Mul(R2, hn::Add(s1, s2))));
+    const auto early = hn::Div(Product(mu, 3.3), hn::Add(Product(mu, 2.3), Number(1.0)));
+    return hn::Max(mu, hn::Mul(early, hn::Div(length, Positive(s2))));
 }
 
 HWY_INLINE bool ChoosePiece(const SeenPiece& piece, const FaceScene& scene,
@@ -89,11 +99,8 @@ HWY_INLINE bool ChoosePiece(const SeenPiece& piece, const FaceScene& scene,
     const auto nearness = Hypotenuse(X, hn::Div(near_margin, height));
     auto order = nearness;
     if (!hn::AllTrue(d, hn::Or(absent, hn::Ge(nearness, RoughOrder(tables.parabola, margin, X))))) {
-        const auto bent =
-            hn::Div(hn::Mul(hn::Sub(one, hn::Div(s1, Positive(s2))), hn::Sqrt(B2)), Positive(R2));
-        const auto straight = LeastOrder(tables.sine, margin, X);
-        const auto more = hn::Sub(LeastOrder(tables.parabola, margin, X), straight);
-        order = hn::Max(nearness, hn::Add(straight, hn::Mul(bent, more)));
+        const auto bent = Bent(s1, s2, length, R1, R2);
+        order = hn::Max(nearness, LeastOrder(tables.sine, tables.parabola, bent, margin, X));
     }
     auto spectrum = Product(order, 0.5);
     Ends ends;

@@ -84,6 +84,22 @@ HWY_INLINE V LeastOrder(const Growth& growth, V margin, V X) {
     return least;
 }
 
+// Of a phase that grows as the second one does by the share `bent`.
+HWY_INLINE V LeastOrder(const Growth& growth, const Growth& second, V bent, V margin, V X) {
+    const Tag d;
+    const auto X_bent = hn::Mul(X, bent);
+    const auto X_straight = hn::Sub(X, X_bent);
+    const auto at = [&](std::size_t height) HWY_ATTR {
+        return hn::Add(OrderAt(growth, height, margin, X_straight),
+                       hn::Mul(X_bent, hn::Set(d, second.relative[height])));
+    };
+    auto least = at(0);
+    for (std::size_t j = 1; j < growth.inverse.size(); ++j) {
+        least = hn::Min(least, at(j));
+    }
+    return least;
+}
+
 // The same from a few heights, so never below it.
 HWY_INLINE V RoughOrder(const Growth& growth, V margin, V X) {
     return hn::Min(OrderAt(growth, 13, margin, X),
