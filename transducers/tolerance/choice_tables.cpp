@@ -47,23 +47,25 @@ const ChoiceTables& choice_tables() {
 void note_shortfall(const Asked& asked, double tolerance, LaneQuadrature& out) {
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
         const double given = static_cast<double>(asked.given[lane]);
-        const auto note = [&](double wanted, double power, Shortfall why) {
-            if (wanted > given) {
-                const double error = std::min(1.0, tolerance * std::pow(wanted / given, power));
-                if (error > out.error[lane]) {
-                    out.error[lane] = error;
-                    out.shortfall[lane] = why;
-                }
+        const auto note = [&](double log_excess, Shortfall why) {
+            const double error = std::min(1.0, tolerance * std::exp(log_excess));
+            if (error > out.error[lane]) {
+                out.error[lane] = error;
+                out.shortfall[lane] = why;
             }
         };
-        note(static_cast<double>(asked.jump[lane]), 1.0, Shortfall::jump);
-        note(static_cast<double>(asked.kink[lane]),
-             static_cast<double>(asked.kink_order[lane]) + 1.0, Shortfall::kink);
+        const auto note_end = [&](double wanted, double power, Shortfall why) {
+            if (wanted > given) {
+                note(power * std::log(wanted / given), why);
+            }
+        };
+        note_end(static_cast<double>(asked.jump[lane]), 1.0, Shortfall::jump);
+        note_end(static_cast<double>(asked.kink[lane]),
+                 static_cast<double>(asked.kink_order[lane]) + 1.0, Shortfall::kink);
         // What is smooth falls like e^(-margin n / wanted).
         const double wanted = static_cast<double>(asked.spectrum[lane]);
         if (wanted > given) {
-            const double left = static_cast<double>(asked.margin[lane]) * (1.0 - given / wanted);
-            note(wanted, left / std::log(wanted / given), Shortfall::edge);
+            note(static_cast<double>(asked.margin[lane]) * (1.0 - given / wanted), Shortfall::edge);
         }
     }
 }

@@ -122,7 +122,8 @@ HWY_INLINE bool ChoosePiece(const SeenPiece& piece, const FaceScene& scene,
     const Indices di;
     const auto count = hn::Load(di, out.count.data() + lane);
     hn::Store(hn::IfThenZeroElse(hn::RebindMask(di, absent), count), di, out.count.data() + lane);
-    return StoreAsked(spectrum, margin, ends, given, asked, lane);
+    const auto governing = hn::IfThenElse(hn::Ge(nearness, order), near_margin, margin);
+    return StoreAsked(spectrum, governing, ends, given, asked, lane);
 }
 
 bool ChoosePieces(const SeenPiece& piece, const FaceScene& scene, const FaceAllowance& allowance,

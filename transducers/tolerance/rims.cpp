@@ -169,6 +169,7 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
             AskEnds(demand, m0, m1, Product(difference, 0.5 / demand.speed), Number(pi), allowed);
     }
     Given given = Rung(spectrum, ends);
+    auto governing = margin;
     auto gauss_is_better = hn::Gt(hn::Zero(d), one);
     // Gauss's ellipse is higher than the strip of the same point only below this height, and its
     // rule oscillates no less well: further off it cannot win.
@@ -185,25 +186,32 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
             near_margin = NearMargin(rim.near, rim.steepness * k, allowed,
                                      hn::Sub(with_path, margin), losses, with_path);
         }
-        auto gauss_order = hn::Max(
-            LeastOrder(tables.gauss, margin, stretched),
-            Hypotenuse(Product(stretched, half_pi), hn::Div(near_margin, of_gauss(height))));
-        gauss_order = hn::Max(gauss_order, hn::Div(pole_margin, of_gauss(pole_height)));
+        const auto smooth_order = hn::Max(LeastOrder(tables.gauss, margin, stretched),
+                                          hn::Div(pole_margin, of_gauss(pole_height)));
+        const auto near_order =
+            Hypotenuse(Product(stretched, half_pi), hn::Div(near_margin, of_gauss(height)));
+        const auto gauss_order = hn::Max(smooth_order, near_order);
         const auto by_gauss = Product(hn::Add(shift, gauss_order), 0.5);
         Ends wider = ends;
         wider.kink = Product(ends.kink, half_pi);
         wider.jump = Product(ends.jump, half_pi);
         const Given other = Rung(by_gauss, wider);
-        gauss_is_better = hn::Lt(other.order, given.order);
+        // Where both end with the ladder, the one that asks for less.
+        gauss_is_better = hn::Or(
+            hn::Lt(other.order, given.order),
+            hn::And(hn::Eq(other.order, given.order),
+                    hn::And(hn::Gt(given.asked, given.order), hn::Lt(other.asked, given.asked))));
         const auto better = [&](V yes, V no)
                                 HWY_ATTR { return hn::IfThenElse(gauss_is_better, yes, no); };
         spectrum = better(by_gauss, spectrum);
+        const auto by_nearness = hn::And(gauss_is_better, hn::Ge(near_order, smooth_order));
+        governing = hn::IfThenElse(by_nearness, near_margin, governing);
         ends.kink = better(wider.kink, ends.kink);
         ends.jump = better(wider.jump, ends.jump);
         given = {better(other.order, given.order), better(other.asked, given.asked)};
     }
     StoreRung(given.order, gauss_is_better, *tables.midpoint, *tables.rim_gauss, out, lane);
-    return StoreAsked(spectrum, margin, ends, given, asked, lane);
+    return StoreAsked(spectrum, governing, ends, given, asked, lane);
 }
 
 // Returns the rims of which a lane gets less than it asks for, as bits.
