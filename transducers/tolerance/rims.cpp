@@ -131,9 +131,12 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
     }
     const auto allowed = Positive(Product(magnitude, tolerance));
     const auto losses = Product(field.longer, demand.attenuation);
-    const auto margin = hn::Max(
+    const auto least_margin = hn::Max(
         Number(0.5),
         hn::Add(Log(hn::Div(Product(G, rim.steepness * SafetyOf(demand)), allowed)), losses));
+    // What the forms below err by grows with Lambda; up to 18 the safety has it.
+    const auto margin = hn::Max(
+        least_margin, hn::Add(least_margin, Product(hn::Sub(least_margin, Number(18.0)), 0.08)));
     const auto with_path = hn::Add(margin, Product(face.path, demand.attenuation));
 
     const auto height = Positive(Log(hn::Div(sum, Positive(difference))));
