@@ -60,18 +60,20 @@ public:
         : abscissas_(abscissas),
           weights_(weights),
           scale_(scale),
-          rules_(rules),
           lane_(lane),
           offset_(rules.offset[static_cast<std::size_t>(lane)]),
           start_(rules.start[static_cast<std::size_t>(lane)]) {
         const Tag d;
         HWY_ALIGN Index offsets[block_lanes];
         HWY_ALIGN Index counts[block_lanes];
+        fewest_ = rules.count[static_cast<std::size_t>(lane)];
         for (std::size_t l = 0; l < hn::Lanes(d); ++l) {
             const auto k = static_cast<std::size_t>(lane) + l;
             offsets[l] = rules.offset[k];
             counts[l] = rules.count[k];
+            first_[l] = static_cast<std::size_t>(rules.start[k]) * block_lanes + k;
             count_ = std::max(count_, rules.count[k]);
+            fewest_ = std::min(fewest_, rules.count[k]);
             same_rule_ = same_rule_ && rules.offset[k] == offset_;
             side_by_side_ = side_by_side_ && rules.start[k] == start_;
         }
@@ -98,10 +100,18 @@ public:
         }
         HWY_ALIGN Real lanes[block_lanes];
         hn::Store(v, d, lanes);
+        Real* const row = values.data() + static_cast<std::size_t>(i) * block_lanes;
+        if (i < fewest_) {
+            for (std::size_t l = 0; l < hn::Lanes(d); ++l) {
+                row[first_[l]] = lanes[l];
+            }
+            return;
+        }
+        HWY_ALIGN Index counts[block_lanes];
+        hn::Store(counts_, hn::RebindToSigned<Tag>(), counts);
         for (std::size_t l = 0; l < hn::Lanes(d); ++l) {
-            const auto k = static_cast<std::size_t>(lane_) + l;
-            if (i < rules_.count[k]) {
-                values[static_cast<std::size_t>(rules_.start[k] + i) * block_lanes + k] = lanes[l];
+            if (i < counts[l]) {
+                row[first_[l]] = lanes[l];
             }
         }
     }
@@ -120,10 +130,10 @@ private:
     const Real* abscissas_;
     const Real* weights_;
     Real scale_;
-    const RuleLanes& rules_;
     int lane_;
     std::int32_t offset_, start_;
-    std::int32_t count_ = 0;
+    std::int32_t count_ = 0, fewest_;
+    std::size_t first_[block_lanes];  // where each lane's samples begin
     bool same_rule_ = true, side_by_side_ = true;
     hn::Vec<hn::RebindToSigned<Tag>> offsets_, counts_;
 };

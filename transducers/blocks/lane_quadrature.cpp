@@ -13,17 +13,22 @@ void lay_out_lanes(EdgeBlock<Real>& block, int more) {
     constexpr std::int32_t most_samples = 1 << 26;  // indices of lanes are 32-bit
     Lanes<std::int32_t>& next = block.samples;
     next.fill(0);
+    std::int32_t most = 0;
     for (RuleLanes& rule : block.quadrature.rules) {
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
             rule.count[lane] = block.reached[lane] != 0 ? rule.count[lane] : 0;
             rule.start[lane] = next[lane];
             next[lane] += rule.count[lane];
         }
-        if (*std::max_element(next.begin(), next.end()) > most_samples) {
+        most = 0;
+        for (const std::int32_t samples : next) {
+            most = std::max(most, samples);
+        }
+        if (most > most_samples) {
             throw std::bad_alloc();
         }
     }
-    block.grow(*std::max_element(next.begin(), next.end()) + more);
+    block.grow(most + more);
 }
 
 template <class Real>

@@ -240,7 +240,8 @@ Lanes<double> StraightEdges<Real>::choose_rules(EdgeBlock<Real>& block) const {
     std::copy(block.x.begin(), block.x.end(), x.begin());
     std::copy(block.y.begin(), block.y.end(), y.begin());
     std::copy(block.z.begin(), block.z.end(), z.begin());
-    FaceScene scene{{extents_[0], extents_[1]}, sharpness_, {}, {}, {}};
+    const double share = std::min(1.0, 4.0 / static_cast<double>(sides_.size()));
+    FaceScene scene{{extents_[0], extents_[1]}, sharpness_, share, {}, {}, {}};
     KAVRO_KERNEL(SeeFace)
     ({sides_, is_level_.data(), corner_is_across_.data()}, x, y, z, nearest, scene);
     const FaceAllowance allowance = allowance_of(scene, demand_);

@@ -59,6 +59,7 @@ void choose_rims(const RimScene& scene, const QuadratureDemand& demand, LaneQuad
 struct FaceScene {
     double extents[2];             // across and along: their product is the area (m^2)
     double sharpness;              // sine of the sharpest corner, 1 of right ones
+    double share;                  // of the tolerance, which the edges of many corners share
     Lanes<float> height, nearest;  // over the plane; from the nearest point of the face
     Lanes<float> beside[2];        // in the directions of two edges; 0 over the face
 };
