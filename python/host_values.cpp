@@ -29,9 +29,16 @@ std::optional<std::string> utf8(const py::handle& text) {
     return std::string(characters, static_cast<std::size_t>(size));
 }
 
+// Whether numbers are masked: what lies under a mask is not meant.
+bool hides_some(const py::object& object) {
+    const py::module_ masked = py::module_::import("numpy.ma");
+    return py::isinstance(object, masked.attr("MaskedArray")) &&
+           masked.attr("is_masked")(object).cast<bool>();
+}
+
 Value numbers_from(const py::object& object) {
     py::array array = py::array::ensure(object);
-    if (!array) {
+    if (!array || hides_some(object)) {
         return {};
     }
     const char kind = array.dtype().kind();

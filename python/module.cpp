@@ -98,6 +98,16 @@ py::tuple call_for_python(const py::list& arguments, const py::object& out) {
     }
 }
 
+// Which laid out its types anew in version 2, as pybind11 knows from 2.12 on.
+void require_known_numpy() {
+    const auto version = py::module_::import("numpy").attr("__version__").cast<std::string>();
+    if (PYBIND11_VERSION_HEX < 0x020C0000 && std::stoi(version) >= 2) {
+        throw py::import_error(
+            "kavro was built with a pybind11 before 2.12, which cannot serve NumPy " + version +
+            ".");
+    }
+}
+
 void translate(std::exception_ptr thrown) {
     const auto raise = [](const py::handle& type, const std::exception& error,
                           const std::string& more = "") {
@@ -127,6 +137,7 @@ void translate(std::exception_ptr thrown) {
 PYBIND11_MODULE(_kavro, module) {
     namespace py = pybind11;
     using namespace py::literals;
+    kavro::require_known_numpy();
     py::register_exception_translator(&kavro::translate);
     module.attr("__version__") = KAVRO_VERSION;
     module.def("solve", &kavro::solve_for_python, "arguments"_a, "out"_a, "report"_a);

@@ -28,19 +28,28 @@ def require(holds: Any, owner: str, name: str, expected: str, value: object) -> 
         refuse(owner, name, expected, value)
 
 
-def numbers(
-    owner: str, name: str, value: object, expected: str, shape: tuple[int | None, ...] | None = None
-) -> Floats:
-    """Real numbers as an array of doubles, of the given shape; None leaves an extent open."""
+def values(
+    owner: str, name: str, value: object, expected: str, kinds: str = "iufc"
+) -> NDArray[Any]:
+    """Numbers as they lie, of NumPy's kinds, none of them masked."""
     try:
         array = np.asarray(value)
     except (TypeError, ValueError):  # no numbers, or rows of different lengths
         refuse(owner, name, expected, value)
+    fits = array.dtype.kind in kinds and not _hides_some(value)
+    require(fits, owner, name, expected, value)
+    return array
+
+
+def numbers(
+    owner: str, name: str, value: object, expected: str, shape: tuple[int | None, ...] | None = None
+) -> Floats:
+    """Real numbers as an array of doubles, of the given shape; None leaves an extent open."""
+    array = values(owner, name, value, expected, "iuf")
     fits = shape is None or (
         array.ndim == len(shape) and all(b in (None, a) for a, b in zip(array.shape, shape))
     )
-    if array.dtype.kind not in "iuf" or not fits:
-        refuse(owner, name, expected, value)
+    require(fits, owner, name, expected, value)
     return np.array(array, dtype=np.float64)
 
 
@@ -83,6 +92,12 @@ def whole(owner: str, name: str, value: object, least: int) -> int:
     return int(number)
 
 
+def flag(owner: str, name: str, value: object) -> bool:
+    """True or False, and nothing that merely counts as one."""
+    require(isinstance(value, (bool, np.bool_)), owner, name, "True or False", value)
+    return bool(value)
+
+
 def choice(owner: str, name: str, value: object, choices: tuple[str, ...]) -> str:
     """One of some texts; capitals do not count."""
     text = value.strip().lower() if isinstance(value, str) else None
@@ -91,11 +106,21 @@ def choice(owner: str, name: str, value: object, choices: tuple[str, ...]) -> st
     return text
 
 
+def _hides_some(value: object) -> bool:
+    """Whether numbers are masked: what lies under a mask is not meant."""
+    return isinstance(value, np.ma.MaskedArray) and bool(np.any(value.mask))
+
+
 def _described(value: object) -> str:
     if value is None or isinstance(value, (str, bool)):
         return repr(value)
+    if _hides_some(value):
+        return "an array with masked values"
     if isinstance(value, (int, float, np.number)):
-        return f"{value:.6g}"
+        try:
+            return f"{value:.6g}"
+        except (ValueError, OverflowError):  # a time span, or more than a double holds
+            return f"a {type(value).__name__}"
     if isinstance(value, (list, tuple, np.ndarray)):
         try:
             array = np.asarray(value)

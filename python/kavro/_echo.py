@@ -8,7 +8,7 @@ from typing import Any
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
-from kavro import _kavro
+from kavro import _check, _kavro
 from kavro._check import Floats
 from kavro._elements import Elements
 from kavro._events import Events
@@ -137,6 +137,7 @@ def pulse_echo(
     >>> rf = kavro.pulse_echo(probe, wire, kavro.water(), time=kavro.Times(25e-6, 35e-6, 20e-9),
     ...                       excitation=kavro.hanning_pulse(5e6, 0.6e-6))
     """
+    report = _check.flag("pulse_echo", "report", report)
     options: dict[str, object] = {
         "time": time,
         "excitation": excitation,

@@ -48,6 +48,7 @@ def pulse_echo(
         True: return ``(rf, report)``, the report a ``dask.delayed`` of the `EchoReport`.
     """
     me = "distributed.pulse_echo"
+    report = _check.flag(me, "report", report)
     for name in ("out", "progress"):
         given = options.pop(name, None)
         _check.require(given is None, me, name, "left out, because nothing is computed yet", given)

@@ -96,10 +96,10 @@ def focus(
     _check.require(len(foci) <= count, me, "point", expected, point)
     wanted = np.ones(len(foci), dtype=complex)
     if pressures is not None:
-        wanted = np.asarray(pressures)
-        fits = wanted.dtype.kind in "iufc" and wanted.shape == (len(foci),)
-        fits = fits and bool(np.isfinite(wanted).all()) and bool((wanted != 0).all())
         expected = f"{len(foci)} pressures that are not zero (Pa)"
+        wanted = _check.values(me, "pressures", pressures, expected)
+        fits = wanted.shape == (len(foci),)
+        fits = fits and bool(np.isfinite(wanted).all()) and bool((wanted != 0).all())
         _check.require(fits, me, "pressures", expected, pressures)
     plain = elements.replace(amplitude=1.0, phase=0.0, time_delay=0.0)
     alone = solve("fnm_cw", plain, Points(foci), medium, f0=f0, per_element=True)

@@ -58,8 +58,7 @@ def heat_rate(
     >>> heat = kavro.heat_rate(p, kavro.medium("liver"), 1e6)
     """
     me = "heat_rate"
-    field = np.asarray(p)
-    _check.require(field.dtype.kind in "iufc", me, "p", "numbers, real or complex (Pa)", p)
+    field = _check.values(me, "p", p, "numbers, real or complex (Pa)")
     megahertz = 1e-6 * _check.real(me, "f0", f0, "positive", "Hz")
     by_march = _check.choice(me, "law", law, ("power", "march")) == "march"
     count = 1
@@ -219,10 +218,9 @@ def thermal_dose(
     expected = "a vector of instants (s), none before the last"
     t = _check.finite(me, "times", times, expected, (None,))
     _check.require((np.diff(t) >= 0).all(), me, "times", expected, times)
-    temperatures = np.asarray(T)
-    fits = temperatures.dtype.kind in "iuf" and temperatures.shape[-1:] == t.shape
     expected = f"real, its last dimension the {len(t)} instants of 'times'"
-    _check.require(fits, me, "T", expected, T)
+    temperatures = _check.values(me, "T", T, expected, "iuf")
+    _check.require(temperatures.shape[-1:] == t.shape, me, "T", expected, T)
     dose = np.zeros(temperatures.shape[:-1])
     for i in range(1, len(t)):
         rate = _mean_rate(

@@ -37,12 +37,10 @@ def intensity(p: NDArray[Any], v: NDArray[Any]) -> Floats:
     """
     me = "intensity"
     expected = "an array of numbers, such as solve returns"
-    _check.require(np.asarray(p).dtype.kind in "iufc", me, "p", expected, p)
-    pressure, velocity = np.asarray(p), np.asarray(v)
+    pressure, velocity = _check.values(me, "p", p, expected), _check.values(me, "v", v, expected)
     axis = 3 if velocity.ndim > 3 else 1
     fits = (
-        velocity.dtype.kind in "iufc"
-        and velocity.ndim > axis
+        velocity.ndim > axis
         and velocity.shape[axis] == 3
         and velocity.shape[:axis] + velocity.shape[axis + 1 :] == pressure.shape
     )

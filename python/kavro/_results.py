@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from collections.abc import Mapping
 from dataclasses import dataclass
-from typing import TYPE_CHECKING, Any, NamedTuple
+from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
@@ -50,10 +50,9 @@ def beam_width(positions: ArrayLike, values: ArrayLike, level: float = -6.0) -> 
     expected = "a vector of increasing real numbers"
     x = _check.finite(me, "positions", positions, expected, (None,))
     _check.require((np.diff(x) > 0).all(), me, "positions", expected, positions)
-    magnitudes = np.abs(np.asarray(values))
     expected = f"a vector of {len(x)} numbers, one for each position"
-    fits = magnitudes.dtype.kind in "iuf" and magnitudes.shape == x.shape
-    _check.require(fits, me, "values", expected, values)
+    magnitudes = np.abs(_check.values(me, "values", values, expected))
+    _check.require(magnitudes.shape == x.shape, me, "values", expected, values)
     db = _check.real(me, "level", level)
     _check.require(db < 0, me, "level", "a negative real number (dB)", level)
     top = int(np.argmax(magnitudes))
@@ -186,10 +185,12 @@ def field_indices(
 
 def _given_measures(owner: str, measures: Mapping[str, NDArray[Any]]) -> tuple[Floats, Floats]:
     expected = "a dict with the arrays 'peak_negative' and 'energy' of one shape"
-    both = [np.asarray(measures.get(name)) for name in ("peak_negative", "energy")]
-    fits = both[0].shape == both[1].shape and all(array.dtype.kind in "iuf" for array in both)
-    _check.require(fits, owner, "p", expected, measures)
-    return np.maximum(-both[0].astype(float), 0), both[1].astype(float)
+    lowest, energy = (
+        _check.numbers(owner, "p", measures.get(name), expected)
+        for name in ("peak_negative", "energy")
+    )
+    _check.require(lowest.shape == energy.shape, owner, "p", expected, measures)
+    return np.maximum(-lowest, 0), energy
 
 
 def _measured(
@@ -201,20 +202,36 @@ def _measured(
     assert time is not None
     t = time_axis(time)
     expected = f"real, its last dimension the {len(t)} instants of 'time'"
-    field = np.asarray(p)
-    fits = field.dtype.kind in "iuf" and field.ndim > 0 and field.shape[-1] == len(t) > 1
+    field = _check.values(owner, "p", p, expected, "iuf")
+    fits = field.ndim > 0 and field.shape[-1] == len(t) > 1
     _check.require(fits, owner, "p", expected, p)
     steps = np.diff(t)
     _check.require((steps > 0).all(), owner, "time", "an axis of increasing instants", time)
     weights = (np.append(steps, 0) + np.append(0, steps)) / 2
-    field = field.astype(float, copy=False)
-    grown = np.cumsum(field**2 * weights, axis=-1)
-    energy = grown[..., -1].copy()
-    durations = np.zeros(energy.shape)
+    order: Literal["F", "C"] = "F" if field.flags.f_contiguous else "C"
+    rows = field.reshape(-1, len(t), order=order)
+    found = np.zeros((3, len(rows)))
+    some = max(_AT_ONCE // len(t), 1)
+    for i in range(0, len(rows), some):
+        found[:, i : i + some] = _of_rows(rows[i : i + some].astype(float), weights, t)
+    rarefaction, energy, durations = (
+        column.reshape(field.shape[:-1], order=order) for column in found
+    )
+    return rarefaction, energy, durations
+
+
+# Samples of a field that are worked on together: few enough for a copy or five in the cache.
+_AT_ONCE = 1 << 16
+
+
+def _of_rows(p: Floats, weights: Floats, t: Floats) -> tuple[Floats, Floats, Floats]:
+    grown = np.cumsum(p**2 * weights, axis=1)
+    energy = grown[:, -1]
+    durations = np.zeros(len(p))
     sounds = energy > 0
     share = grown[sounds] / energy[sounds][:, None]
     durations[sounds] = 1.25 * (_when(share, t, 0.9) - _when(share, t, 0.1))
-    return np.maximum(-field.min(axis=-1), 0), energy, durations
+    return np.maximum(-p.min(axis=1), 0), energy, durations
 
 
 def _when(share: Floats, t: Floats, level: float) -> Floats:

@@ -177,8 +177,10 @@ def solve(
     >>> grid = kavro.Grid(x=(-10e-3, 10e-3, 0.5e-3), z=(1e-3, 40e-3, 0.5e-3))
     >>> p = kavro.solve("fnm_cw", disc, grid, kavro.water(), f0=1e6)
     """
+    report = _check.flag("solve", "report", report)
     with shown(progress) as told:
-        own = {"measure": measure, "velocity": velocity or None, "progress": told}
+        moving = None if velocity is False else velocity
+        own = {"measure": measure, "velocity": moving, "progress": told}
         given = arguments((method, elements, grid, medium), {**options, **own})
         field, velocities, done = _kavro.solve(given, out, report)
     results = [field]

@@ -158,7 +158,7 @@ def transducer_response(
     expected = "a real number between 0 and 2"
     band = float(_check.finite(me, "fractional_bandwidth", fractional_bandwidth, expected, ()))
     _check.require(0 < band < 2, me, "fractional_bandwidth", expected, fractional_bandwidth)
-    _check.require(isinstance(two_way, bool), me, "two_way", "True or False", two_way)
+    two_way = _check.flag(me, "two_way", two_way)
 
     # Standard deviations, in Hz and in s; -6 dB are 10^-0.3, half of that for each of two ways.
     of_f = band * f0 / 2 / math.sqrt(2 * math.log(10**0.3) / (1 + two_way))

@@ -109,6 +109,7 @@ def _in_blocks(
     report: bool,
     options: dict[str, Any],
 ) -> Any:
+    report = _check.flag(me, "report", report)
     for name, instead in (("out", "store the array"), ("progress", "dask shows its own")):
         expected = f"left out, because nothing is computed yet: {instead}"
         _check.require(options.pop(name, None) is None, me, name, expected, "given")

@@ -12,6 +12,7 @@ from matplotlib.cm import ScalarMappable
 from matplotlib.collections import PathCollection
 from matplotlib.colors import Normalize, to_rgba
 from matplotlib.path import Path
+from mpl_toolkits.axes_grid1 import make_axes_locatable
 from mpl_toolkits.mplot3d.art3d import Line3DCollection, Poly3DCollection
 from numpy.typing import NDArray
 
@@ -66,7 +67,7 @@ def show_array(
     word = "channel" if count < len(elements) else "element"
     ax.set_title(title or (f"One {word}" if count == 1 else f"Array of {count} {word}s"))
     if label:
-        ax.figure.colorbar(colors, ax=ax, label=label)
+        _add_bar(ax, colors, label)
     return ax
 
 
@@ -384,7 +385,7 @@ def _draw(ax: Axes, grid: Grid | Points, scale: _Scale, values: Floats, color_ba
     if extends[1] == 2 and not ax.yaxis_inverted():
         ax.invert_yaxis()
     if color_bar:
-        ax.figure.colorbar(artist, ax=ax, label=scale.label)
+        _add_bar(ax, artist, scale.label)
 
     def change(values: Floats) -> Any:
         mesh = values
@@ -400,7 +401,8 @@ def _draw_line(ax: Axes, name: str, positions: Floats, scale: _Scale, values: Fl
     order = np.argsort(positions, kind="stable")
     (line,) = ax.plot(positions[order], values[order])
     ax.set_xlim(positions.min(), positions.max())
-    ax.set_ylim(scale.low, scale.high + 0.05 * (scale.high - scale.low))
+    room = 0.05 * (scale.high - scale.low)
+    ax.set_ylim(scale.low - room * (scale.low == -scale.high), scale.high + room)
     ax.set_xlabel(f"{name} (mm)")
     ax.set_ylabel(scale.label)
 
@@ -409,6 +411,16 @@ def _draw_line(ax: Axes, name: str, positions: Floats, scale: _Scale, values: Fl
         return line
 
     return change
+
+
+def _add_bar(ax: Axes, colors: ScalarMappable, label: str) -> None:
+    """A colour bar as high as what it belongs to, and clear of labels in three dimensions."""
+    if ax.name == "3d":
+        ax.figure.colorbar(colors, ax=ax, label=label, shrink=0.6, pad=0.15)
+        return
+    beside = make_axes_locatable(ax).append_axes("right", size=0.12, pad=0.12)
+    ax.figure.colorbar(colors, cax=beside, label=label)
+    ax.figure.sca(ax)
 
 
 def _axes(ax: Axes, three_dimensional: bool = False) -> Axes:

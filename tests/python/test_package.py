@@ -1,4 +1,4 @@
-"""The package as it is published: names, types, version, symbols, wheel."""
+"""The package as it is published: names, types, version, symbols."""
 
 import importlib.util
 import os
@@ -6,11 +6,9 @@ import re
 import subprocess
 import sys
 import typing
-import zipfile
 from pathlib import Path
 
 import kavro
-import numpy as np
 import pytest
 
 ROOT = Path(__file__).parents[2]
@@ -76,32 +74,3 @@ def exported(module):
 @pytest.mark.skipif(not sys.platform.startswith("linux"), reason="asks a tool of Linux")
 def test_one_symbol_is_exported():
     assert exported(kavro._kavro.__file__) == ["PyInit__kavro"]
-
-
-@pytest.mark.skipif("KAVRO_WHEEL" not in os.environ, reason="KAVRO_WHEEL names no wheel")
-def test_wheel(tmp_path):
-    wheel = Path(os.environ["KAVRO_WHEEL"])
-    assert wheel.name.startswith(f"kavro-{kavro.__version__}-cp")
-    with zipfile.ZipFile(wheel) as file:
-        names = [name for name in file.namelist() if name.startswith("kavro/")]
-        file.extractall(tmp_path)
-    sources = [
-        f for f in (ROOT / "python/kavro").iterdir() if f.suffix in (".py", ".pyi", ".typed")
-    ]
-    assert {"kavro/py.typed", *(f"kavro/{f.name}" for f in sources)} < set(names)
-    (module,) = (name for name in names if name.endswith(".so"))
-    assert len(names) == len(sources) + 1 and exported(tmp_path / module) == ["PyInit__kavro"]
-    code = "import kavro; print(kavro.solve('fnm_cw', kavro.disc(1e-3), kavro.Points([[0,0,1e-2]]),"
-    code += " kavro.water(), f0=1e6)[0])"
-    run = subprocess.run(
-        [sys.executable, "-c", code],
-        env={"PYTHONPATH": str(tmp_path)},
-        capture_output=True,
-        text=True,
-        cwd=tmp_path,
-        check=True,
-    )
-    here = kavro.solve(
-        "fnm_cw", kavro.disc(1e-3), kavro.Points([[0, 0, 1e-2]]), kavro.water(), f0=1e6
-    )
-    assert np.complex128(run.stdout) == here[0]
