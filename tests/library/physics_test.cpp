@@ -1,11 +1,10 @@
-// The disc against physics that nobody here wrote: closed forms and surface integrals.
+// The disc against physics that nobody here wrote: closed forms and limits.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
-#include "oracle/gauss.h"
 #include "stage.h"
 
 namespace kavro_test {
@@ -65,53 +64,6 @@ TEST(Physics, AxisOfADiscHasItsClosedForm) {
             EXPECT_TRUE(close_to(by("fnm_tsd_sse", tank), expected, 5e-5));
         }
     }
-}
-
-// p = rho/(2 pi) times the integral of v'(t - R/c)/R over the face, by Gauss rules in radius and
-// angle.
-double rayleigh(const kavro::ExcitationFunction& v, const CartesianCoordinate& p, double t, int n) {
-    const kavro_oracle::Rule radii = kavro_oracle::gauss(n, 0, a);
-    const kavro_oracle::Rule angles = kavro_oracle::gauss(n, 0, pi);
-    const double r = std::hypot(p.x, p.y);
-    double sum = 0;
-    for (std::size_t i = 0; i < radii.x.size(); ++i) {
-        for (std::size_t j = 0; j < angles.x.size(); ++j) {
-            const double s = radii.x[i];
-            const double in_plane = r * r + s * s - 2 * r * s * std::cos(angles.x[j]);
-            const double R = std::sqrt(in_plane + p.z * p.z);
-            sum += radii.w[i] * angles.w[j] * s * v.derivative(t - R / c) / R;
-        }
-    }
-    return 2 * sum * rho / (2 * pi);
-}
-
-TEST(Physics, DiscIsItsRayleighIntegral) {
-    Tank tank = disc_tank({{1e-3, -1e-3, 4e-3},
-                           {0, 2.9e-3, 3e-3},
-                           {0, 3e-3, 5e-3},
-                           {5e-3, 1e-3, 6e-3},
-                           {8e-3, 0, 2e-3}},
-                          hanning());
-    tank.set_axis(2.3e-7, 1.5e-6, 40);
-    const auto by_edge = [&](int ndiv) {
-        tank.set_order(ndiv);
-        return by("fnm_tsd", tank);
-    };
-    const Values edge = by_edge(200);
-    const auto off = [&](int n) {
-        const Values surface = filled(tank, [&](const CartesianCoordinate& p, double t) {
-            return rayleigh(*tank.waveform, p, t, n);
-        });
-        return largest_difference(surface, edge) / peak_of(edge);
-    };
-    // The surface rule converges slowly, with the kink of v' at the pulse's ends; all it is off by
-    // shrinks away.
-    const double coarse = off(40), medium = off(80), fine = off(160);
-    EXPECT_GT(coarse, 5 * medium);
-    EXPECT_GT(medium, 5 * fine);
-    EXPECT_LT(fine, 5e-6);
-    EXPECT_TRUE(close_to(by_edge(32), edge, 5e-5));
-    EXPECT_FALSE(close_to(by_edge(8), edge, 1e-2));
 }
 
 // Far away the face is a point source: p = rho a^2/(2 z) v'(t - z/c).
