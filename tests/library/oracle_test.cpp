@@ -102,8 +102,8 @@ bool fits(const Kind& kind, const Operation& operation) {
 void compare(const std::string& what, Tank tank, const std::vector<Kind>& kinds, Measure measure) {
     for (const Operation& operation : kavro::operations()) {
         for (const Kind& kind : kinds) {
-            if (!is_literal(operation, OperationKind::transient) || !offers(tank.sources[0], operation) ||
-                !fits(kind, operation)) {
+            if (!is_literal(operation, OperationKind::transient) ||
+                !offers(tank.sources[0], operation) || !fits(kind, operation)) {
                 continue;
             }
             SCOPED_TRACE(testing::Message() << what << ", " << tank.sources[0].shape << ", "

@@ -133,10 +133,10 @@ def weight(e, medium, f0):
     return 1j * 2 * np.pi * f0 * medium.density * e.amplitude * np.exp(1j * e.phase)
 
 
-def wave(e, at, medium, f0, n=160):
+def wave(e, at, medium, f0, everywhere=False, n=160):
     R, w = pieces(e, at, kinks(e, at), n)
     p = weight(e, medium, f0) * (w * np.exp(-growth(medium, f0) * R)).sum(axis=1)
-    return np.where(reached(e, at), p, 0)
+    return np.where(everywhere | reached(e, at), p, 0)
 
 
 def response(e, at, medium, times, exact=True):
