@@ -53,8 +53,8 @@ def rims(e):
 def sides(e, x, y):
     """Of a face with corners: where each side begins and ends, from the foot of a point on its line,
     and how far that is from the point's own foot, positive where the face is on the same side."""
-    corners = e.corners if e.shape == "poly" else np.array([[1, -1], [1, 1], [-1, 1], [-1, -1]])
-    corners = corners if e.shape == "poly" else corners * (e.width / 2, e.height / 2)
+    rectangle = np.array([[1, -1], [1, 1], [-1, 1], [-1, -1]]) * (e.width / 2, e.height / 2)
+    corners = e.corners if e.shape == "poly" else rectangle
     for p, q in zip(corners, np.roll(corners, -1, axis=0)):
         u, v = (q - p) / np.hypot(*(q - p))
         begin = (p[0] - x) * u + (p[1] - y) * v
@@ -65,33 +65,31 @@ def share(e, at, R):
     """The arcs at the paths R (n, m), over 2 pi; of bowls by the angle about the line to the centre
     and weighted with the radius of curvature over its length."""
     x, y, z = at.T[:, :, None]
-    r = np.hypot(x, y)
-    arcs = 0.0
+    radius = np.sqrt(np.maximum(R**2 - z**2, 0))  # of the circle in a flat face's plane
     with np.errstate(divide="ignore", invalid="ignore"):
         if e.shape in ("rect", "poly"):
-            radius = np.sqrt(np.maximum(R**2 - z**2, 0))
+            angle = 0.0
             for begin, end, off in sides(e, x, y):
-                near = np.arccos(np.fmin(abs(off) / radius, 1))  # angles within are before the side
+                near = np.arccos(np.fmin(abs(off) / radius, 1))  # closer than this, beyond the side
                 a, b = np.arctan2(begin, abs(off)), np.arctan2(end, abs(off))
-                within = np.clip(b, -near, near) - np.clip(a, -near, near)
-                arcs = arcs + np.sign(off) * (b - a - within)
-            return np.where(R > abs(z), abs(arcs) / (2 * np.pi), 0)
-        bounds, d = rims(e)
+                beyond = np.clip(b, -near, near) - np.clip(a, -near, near)
+                angle = angle + np.sign(off) * (b - a - beyond)
+            return np.where(R > abs(z), abs(angle) / (2 * np.pi), 0)
+        r, (bounds, d) = np.hypot(x, y), rims(e)
         if np.isinf(d):
-            radius = np.sqrt(np.maximum(R**2 - z**2, 0))
-            for a, sign, _ in bounds:
-                cosine = (r**2 + radius**2 - a**2) / (2 * r * radius)
-                arcs = arcs + sign * np.arccos(np.fmax(np.fmin(cosine, 1), -1))
-            return np.where(R > abs(z), arcs / np.pi, 0)
-        s = np.hypot(r, d - z)
-        beta, chi = (d**2 + s**2 - R**2) / (2 * d * s), (
-            d - z
-        ) / s  # cosines, seen from the centre
-        across = np.sqrt(np.maximum(1 - beta**2, 0)) * r / s
-        for a, sign, height in bounds:
-            cosine = (1 - height / d - beta * chi) / across
-            arcs = arcs + sign * np.arccos(np.fmax(np.fmin(cosine, 1), -1))
-        return np.where((abs(beta) < 1) & (R > 0), d / s * arcs / np.pi, 0)
+            heard, gain = R > abs(z), 1.0
+            cosines = [(r**2 + radius**2 - a**2) / (2 * r * radius) for a, _, _ in bounds]
+        else:
+            s = np.hypot(r, d - z)
+            beta = (d**2 + s**2 - R**2) / (
+                2 * d * s
+            )  # cosine of an angle seen from the centre
+            heard, gain = (abs(beta) < 1) & (R > 0), d / s
+            across = np.sqrt(np.maximum(1 - beta**2, 0)) * r / s
+            cosines = [(1 - up / d - beta * (d - z) / s) / across for _, _, up in bounds]
+        halves = [np.arccos(np.fmax(np.fmin(cosine, 1), -1)) for cosine in cosines]
+        angle = sum(sign * half for (_, sign, _), half in zip(bounds, halves))
+        return np.where(heard, gain * angle / np.pi, 0)
 
 
 def kinks(e, at):
@@ -205,19 +203,17 @@ PROFILES = {
 }
 
 
-def samples(e, n, by=None):
+def samples(e, n, midpoints=True):
     """Places and areas of n by n samples, twice as large on one half of a round face."""
     phi, w_phi = gauss(n)
     if e.shape == "rect":
-        (x, wx), (y, wy) = gauss(n, -e.width / 2, e.width / 2), gauss(
-            n, -e.height / 2, e.height / 2
-        )
+        (x, wx), (y, wy) = (gauss(n, -side / 2, side / 2) for side in (e.width, e.height))
         return x[:, None], y, 0.0, wx[:, None] * wy
     bounds, d = rims(e)
     inner = bounds[1][0] if len(bounds) > 1 else 0.0
     if np.isinf(d):
         r, w = gauss(n, inner, bounds[0][0])
-        if not by:
+        if midpoints:
             w = np.full(n, (bounds[0][0] - inner) / n)
             r = inner + (np.arange(n) + 0.5) * w
             phi, w_phi = (np.arange(n) + 0.5) * np.pi / n, np.pi / n
@@ -230,12 +226,12 @@ def samples(e, n, by=None):
     return r[:, None] * np.cos(phi), r[:, None] * np.sin(phi), z[:, None], turned
 
 
-def paths(e, at, n, exact, real=np.float64, by=None):
+def paths(e, at, n, exact, real=np.float64, midpoints=True):
     """Paths to the samples and areas over paths; close to a sample the mean over a disc as large."""
     x, y, z = (v[:, None, None].astype(real) for v in at.T)
     if e.shape != "rect":
         x, y = np.sqrt(x * x + y * y), real(0)
-    X, Y, Z, area = samples(e, n, by)
+    X, Y, Z, area = samples(e, n, midpoints)
     dx, dy, dz = x - np.asarray(X, real), y - np.asarray(Y, real), z - np.asarray(Z, real)
     R = np.sqrt(dx * dx + dy * dy + dz * dz)
     half = area / (1 if e.shape == "rect" else 2)
@@ -244,11 +240,11 @@ def paths(e, at, n, exact, real=np.float64, by=None):
     return R, area * np.where(near, mean, 1 / np.where(near, 1, R.astype(float)))
 
 
-def rayleigh_cw(e, at, medium, f0, n, exact, real=np.float64, by=None):
+def rayleigh_cw(e, at, medium, f0, n, exact, real=np.float64, midpoints=True):
     gamma = growth(medium, f0, exact)
     if e.shape == "circ" and not exact and real == np.float64:
         gamma = -gamma.conjugate()  # grows on its way
-    R, weights = paths(e, at, n, exact, real, by)
+    R, weights = paths(e, at, n, exact, real, midpoints)
     alpha, k = real(gamma.real), real(gamma.imag)
     if e.shape == "rect" and real == np.float32:
         k = real(2 * np.pi) / real(2 * np.pi / gamma.imag)
@@ -267,13 +263,11 @@ def rayleigh_transient(e, at, medium, times, pulse, n, exact):
 
 
 def reached(e, at):
-    x, y, z = at.T
-    bounds, d = rims(e)
+    z, (bounds, d) = at[:, 2], rims(e)
     if np.isinf(d):
         return z >= 0
-    return (z >= 0) & (
-        (z >= bounds[0][2]) | (x**2 + y**2 + (z - d) ** 2 <= (1 + 1e-12) * d**2)
-    )
+    inside = np.linalg.norm(at - [0, 0, d], axis=1) <= (1 + 1e-12) * d
+    return (z >= 0) & (inside | (z >= bounds[0][2]))
 
 
 def fnm_cw_apodized(e, at, medium, f0, n, exact):
