@@ -146,6 +146,15 @@ def response(e, at, medium, times, exact=True):
     return e.amplitude * medium.soundspeed * arcs
 
 
+def arrivals(e, at, medium):
+    """When the nearest and the farthest point of the face are heard."""
+    limits = kinks(e, at)
+    silent = share(e, at, (limits[:, 1:] + limits[:, :-1]) / 2) < 1e-9
+    first = np.where(silent, np.inf, limits[:, :-1]).min(axis=1)
+    last = np.where(silent, 0, limits[:, 1:]).max(axis=1)
+    return np.stack([first, last], axis=1) / medium.soundspeed + e.time_delay
+
+
 def slope(f, x):
     """Of an analytic function, to all digits."""
     return f(x + 1e-30j).imag / 1e-30

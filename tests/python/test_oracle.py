@@ -123,6 +123,20 @@ def test_impulse_responses(name):
         agree(found, expected, 1e-10)
 
 
+@each_face
+def test_arrivals(name):
+    elements, _, points = scene(name, CLOSE)
+    expected = [
+        oracle.arrivals(e, oracle.local(e, points), LOSSLESS) for e in oracle.each(elements)
+    ]
+    for i, point in enumerate(points):
+        found = solved("impulse_begin_and_end_times", elements, [point], LOSSLESS)
+        np.testing.assert_allclose(found, [of_one[i] for of_one in expected], rtol=0, atol=1e-16)
+    found = solved("impulse_begin_and_end_times", elements, points, LOSSLESS)
+    whole = [[of_one[:, 0].min(), of_one[:, 1].max()] for of_one in expected]
+    np.testing.assert_allclose(found, whole, rtol=0, atol=1e-16)
+
+
 @pytest.mark.parametrize("name", ["bowl", "ring of a bowl"])
 def test_the_response_in_a_focus_is_one_sample(name):
     element = scene(name)[0][0]
