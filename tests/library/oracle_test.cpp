@@ -24,7 +24,7 @@ bool is_decomposition(const Operation& operation) {
 // An apodized face is compared in tests/python, as are sums over samples of the face; the method by
 // frequencies has losses, and tests of its own.
 bool is_literal(const Operation& operation, OperationKind kind) {
-    return operation.kind == kind && operation.name[0] == 'f' && operation.name[1] == 'n' &&
+    return operation.kind == kind && std::string_view(operation.name).starts_with("fnm") &&
            operation.method != kavro::Method::fnm_cw_apodized &&
            operation.method != kavro::Method::fnm_spectral;
 }
