@@ -1,5 +1,4 @@
-// Every shape against physics that nobody here wrote: closed forms, limits, surface integrals, and
-// the ways to compute one field that must agree.
+// Every shape against closed forms and limits. Surface integrals stand in tests/python.
 #include <algorithm>
 #include <cmath>
 #include <complex>
@@ -9,7 +8,6 @@
 #include <string>
 
 #include "literal.h"
-#include "oracle/gauss.h"
 
 namespace kavro_test {
 namespace {
@@ -47,13 +45,6 @@ Tank tank_with(const Source& source, const Points& points, int ndiv) {
     tank.set_points(points);
     tank.set_order(ndiv);
     tank.waveform = hanning();
-    return tank;
-}
-
-Tank exactly(Tank tank) {
-    for (Source& source : tank.sources) {
-        source.exact = true;
-    }
     return tank;
 }
 
@@ -227,217 +218,6 @@ TEST(Fields, FarFieldIsTheLimitOfTheRayleighIntegral) {
     const Values square = measured(tank, "fnm_cw");
     tank.sources = {disc(1 * mm / std::sqrt(pi))};
     EXPECT_TRUE(close_to(square, measured(tank, "fnm_cw"), 1e-3));
-}
-
-// ---- surface integrals
-
-// In front of every face and next to none.
-Points points_apart(const Source& source) {
-    Points points = points_around(source);
-    const double a = source.shape == "rect" ? 0 : source.sizes.end()[is_bowl(source) ? -2 : -1];
-    const double d = is_bowl(source) ? source.sizes.back() : a;
-    const double depth = is_bowl(source) ? d - std::sqrt((d - a) * (d + a)) : 0;
-    std::erase_if(points, [&](const CartesianCoordinate& p) { return p.z <= depth + 1 * mm; });
-    return points;
-}
-
-// With losses the fast nearfield method comes out right only if its prefactor does.
-TEST(Fields, ExactNearfieldMethodsAreTheRayleighIntegral) {
-    for (const Source& source : every_source()) {
-        if (source.shape == "circ") {
-            continue;  // below
-        }
-        Tank tank = tank_with(source, points_apart(source), 128);
-        tank.medium._dBcmMHz = 8;
-        const Values expected = measured(exactly(tank), "rayleigh_cw");
-        const bool midpoints = source.shape == "ring";
-        for (const char* name : {"fnm_cw", "fnm_cw_single", "fnm_cw_sse", "fnm_cw_sse2",
-                                 "rayleigh_cw_sse", "radiator_cw"}) {
-            const bool single = std::string(name) != "fnm_cw";
-            const bool patches = std::string(name) == "radiator_cw";
-            if (offers(source, operation_named(name))) {
-                EXPECT_LT(error_of(exactly(tank), name, expected), midpoints || patches ? 2e-3
-                                                                   : single             ? 1e-5
-                                                                                        : 1e-9)
-                    << source.shape << ", " << name;
-            }
-        }
-        EXPECT_GT(error_of(tank, "fnm_cw", expected), 1e-3) << source.shape;
-        if (source.shape == "rect") {
-            double former = 1;
-            for (const int n : {8, 16, 32}) {
-                tank.set_order(n);
-                const double error = error_of(exactly(tank), "fnm_cw", expected);
-                EXPECT_LT(error, 0.2 * former) << n << " abscissas";
-                former = error;
-            }
-        }
-    }
-}
-
-// j omega rho/(2 pi) times the integral of f e^(-(alpha + jk) R)/R over a disc, by Gauss rules in
-// angle and, either side of the point's foot, in radius.
-Complex surface_integral(const Tank& tank, const CartesianCoordinate& p, auto profile) {
-    const Source& source = tank.sources[0];
-    const double omega = 2 * pi * tank.medium._f0, a = source.sizes[0];
-    const double s = std::hypot(p.x, p.y), split = std::fmin(s, a);
-    const kavro_oracle::Rule angles = kavro_oracle::gauss(160, 0, 2 * pi);
-    Complex sum;
-    for (const auto& [from, to] : {std::pair{0.0, split}, std::pair{split, a}}) {
-        const kavro_oracle::Rule radii = kavro_oracle::gauss(80, from, to);
-        for (std::size_t i = 0; i < radii.x.size(); ++i) {
-            for (std::size_t j = 0; j < angles.x.size(); ++j) {
-                const double r = radii.x[i], phi = angles.x[j];
-                const double R = std::hypot(s - r * std::cos(phi), r * std::sin(phi), p.z);
-                sum += radii.w[i] * angles.w[j] * r * profile(r / a) * wave_over(tank, R) / R;
-            }
-        }
-    }
-    return Complex(0, omega * rho / (2 * pi)) * sum * std::polar(source.amplitude, source.phase);
-}
-
-TEST(Fields, ExactDiscsAreTheirSurfaceIntegral) {
-    using Profile = double (*)(double);
-    const Profile profiles[] = {
-        [](double) { return 1.0; }, [](double q) { return std::cos(pi * q / 2); },
-        [](double q) { return (1 + std::cos(pi * q)) / 2; }, [](double q) { return 1 - q * q; },
-        [](double q) { return 1 - q * q * q * q; }};
-    // Over the face, near the rim, outside, and far away.
-    const Points apart = {{0, 0, 5e-3},       {1e-3, -1e-3, 4e-3},  {0, 3e-3, 2e-3},
-                          {5e-3, 1e-3, 6e-3}, {2.5e-3, 1e-3, 2e-3}, {1e-2, 0, 0.1}};
-    Tank tank = exactly(tank_with(disc(3 * mm), apart, 48));
-    tank.medium._f0 = 1.3e6;
-    tank.medium._dBcmMHz = 3;
-    tank.sources[0].amplitude = 1.5;
-    tank.sources[0].phase = 0.7;
-    for (int index = 0; index <= 4; ++index) {
-        SCOPED_TRACE(index);
-        tank.sources[0].apodization = index;
-        Complexes integrals;
-        for (const CartesianCoordinate& point : apart) {
-            integrals.push_back(surface_integral(tank, point, profiles[index]));
-        }
-        const auto error = [&](const char* name, int n) {
-            tank.set_order(n);
-            const Complexes field = waves_in(tank, name);
-            double most = 0;
-            for (std::size_t p = 0; p < field.size(); ++p) {
-                most = std::fmax(most, std::abs(field[p] - integrals[p]) / std::abs(integrals[p]));
-            }
-            return most;
-        };
-        // Gauss rules converge faster than any power, midpoints by the square.
-        EXPECT_LT(error("fnm_cw_apodized", 48), 1e-10);
-        EXPECT_LT(error("fnm_cw_apodized", 16), 1e-3);
-        const double fine = error("rayleigh_cw_apodized", 128);
-        EXPECT_LT(fine, 2e-3);
-        EXPECT_GT(error("rayleigh_cw_apodized", 64), 3.8 * fine);
-        if (index == 0) {
-            EXPECT_LT(error("fnm_cw", 48), 1e-10);
-            EXPECT_LT(error("fnm_cw_sse", 48), 5e-5);
-            EXPECT_LT(error("rayleigh_cw", 128), 2e-3);
-            EXPECT_LT(error("rayleigh_cw_sse", 128), 2e-3);
-        }
-    }
-}
-
-// Of a pulse the surface integral converges to the edge's, also where it starts or stops with a
-// jump that its derivative lacks, and then only if exact.
-TEST(Fields, SurfacesOfDiscsRadiateWhatTheirEdgesDo) {
-    Tank tank = tank_with(
-        disc(3 * mm),
-        {{0, 0, 5e-3}, {1e-3, -1e-3, 4e-3}, {0, 3e-3, 2e-3}, {5e-3, 1e-3, 6e-3}, {8e-3, 0, 2e-3}},
-        32);
-    tank.sources[0].amplitude = 1.7;
-    tank.sources[0].time_delay = 3e-7;
-    tank.set_axis(7e-8, 1.5e-6, 160);
-    const auto errors = [&tank](const Tank& surface) {
-        Tank edge = tank;
-        edge.set_order(200);
-        const Values expected = measured(edge, "fnm_transient");
-        const Values field = measured(surface, "rayleigh_transient");
-        double off = 0.0, whole = 0.0;
-        for (std::size_t i = 0; i < field.size(); ++i) {
-            off += (field[i] - expected[i]) * (field[i] - expected[i]);
-            whole += expected[i] * expected[i];
-        }
-        return std::sqrt(off / whole);
-    };
-    Tank coarse = tank, fine = tank;
-    coarse.set_order(40);
-    fine.set_order(80);
-    EXPECT_LT(errors(fine), 1e-3);
-    EXPECT_GT(errors(coarse), 3 * errors(fine));
-    Values signal(40);
-    for (std::size_t i = 0; i < signal.size(); ++i) {
-        signal[i] = 1.0 + std::sin(0.3 * static_cast<double>(i));
-    }
-    for (const Waveform& waveform :
-         {Waveform(std::make_shared<kavro::ToneBurst>(f0, 3.25e-6, 0)),
-          Waveform(std::make_shared<kavro::TCubedPulse>(f0, 2.25e-6, 1e5)),
-          sampled(signal, 5e-8, 2e-6, 0)}) {
-        waveform->set_exact(true);
-        tank.waveform = waveform;
-        tank.set_order(60);
-        EXPECT_LT(errors(exactly(tank)), 0.05);
-        EXPECT_GT(errors(tank), 0.2);
-    }
-}
-
-// ---- siblings
-
-TEST(Fields, DecomposedIsDirectAtEverySample) {
-    for (const Source& source : every_source()) {
-        Tank tank = tank_with(source, points_around(source), 64);
-        tank.set_axis(5.03e-8, 5.0123e-7, 200);  // no sample on a jump
-        tank.sources[0].euler = {0.1, -0.2, 0.3};
-        // The exact form of sampled and t-cubed pulses equals their values; the reference's not.
-        for (const Waveform& waveform : exact_waveforms()) {
-            tank.waveform = waveform;
-            const Values direct = measured(tank, "fnm_transient");
-            EXPECT_TRUE(close_to(measured(tank, "fnm_tsd"), direct, 1e-9)) << source.shape;
-            if (is_bowl(source)) {
-                EXPECT_TRUE(close_to(measured(tank, "fnm_tsd_low_precision"), direct, 1e-4));
-            }
-            if (waveform->has_complex_decomposition()) {
-                EXPECT_TRUE(close_to(measured(tank, "fnm_fdtsd"), direct, 1e-9)) << source.shape;
-            }
-        }
-    }
-}
-
-// p = rho dv/dt * h, here with the waveform's difference quotient.
-TEST(Fields, ConvolvedResponseIsThePressure) {
-    constexpr std::size_t fine = 256, count = 100;
-    const double step = 1e-7;
-    const Waveform pulse = hanning();
-    Values rise;
-    for (std::size_t m = 0; m < 31 * fine; ++m) {
-        const auto at = [&](std::size_t i) {
-            return pulse->at(static_cast<double>(i) * step / fine);
-        };
-        rise.push_back(rho * (at(m + 1) - at(m)));
-    }
-    for (const Source& source : every_source()) {
-        Points points = points_apart(source);
-        std::erase_if(points, [&](const CartesianCoordinate& p) {
-            return is_bowl(source) && std::hypot(p.x, p.y, p.z - source.sizes.back()) < 0.3 * mm;
-        });
-        Tank tank = tank_with(source, points, 96);
-        tank.set_axis(step, 0, count);
-        const Values pressure = measured(tank, "fnm_transient");
-        tank.set_axis(step / fine, 0.5 * step / fine, count * fine);
-        const Values response = measured(tank, "impulse_response");
-        Values convolved(pressure.size());
-        for (std::size_t i = 0; i < convolved.size(); ++i) {
-            const std::size_t now = i / points.size() * fine;
-            for (std::size_t m = 0; m < std::min(now, rise.size()); ++m) {
-                convolved[i] +=
-                    rise[m] * response[i % points.size() + (now - 1 - m) * points.size()];
-            }
-        }
-        EXPECT_TRUE(close_to(convolved, pressure, 3e-3)) << source.shape;
-    }
 }
 
 // ---- the medium

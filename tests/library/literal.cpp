@@ -37,7 +37,6 @@ Element literal_element(const Source& source) {
     element.amplitude = source.amplitude;
     element.phase = source.phase;
     element.time_delay = source.time_delay;
-    element.apodization = source.apodization;
     element.exact = source.exact;
     return element;
 }
@@ -72,7 +71,7 @@ bool is_single(std::string_view name) {
 }
 
 bool is_single_wave(std::string_view name) {
-    return name.starts_with("fnm_cw_sse") || name == "rayleigh_cw_sse";
+    return name.starts_with("fnm_cw_sse");
 }
 
 }  // namespace
@@ -84,7 +83,7 @@ Expected expected_of(const Tank& tank, const Operation& operation) {
     if (operation.kind == OperationKind::continuous_wave) {
         const char* name = operation.name;
         if (tank.sources.front().exact && is_single_wave(name)) {  // held against double precision
-            name = *name == 'f' ? "fnm_cw" : "rayleigh_cw";
+            name = "fnm_cw";
         }
         kavro_oracle::ComplexField field = continuous_wave(scene, name);
         return {field.values, field.terms, {}, npoints};
@@ -94,11 +93,7 @@ Expected expected_of(const Tank& tank, const Operation& operation) {
                                                         : kavro_oracle::Behind::skipped;
     Values field = silence(scene);
     kavro_oracle::Trace trace(scene);
-    if (name == "impulse_response") {
-        add_response(scene, field, &trace);
-    } else if (name == "rayleigh_transient") {
-        add_surface(scene, field, &trace);
-    } else if (name.starts_with("fnm_transient")) {
+    if (name.starts_with("fnm_transient")) {
         add_direct(scene, field, &trace, behind);
     } else if (is_single(name) && !tank.sources.front().exact) {
         add_single(scene, name == "fnm_tsd_sse" ? DelayBy::quotient : DelayBy::reciprocal, field,
@@ -147,16 +142,13 @@ double tolerance_of(const Source& source, std::string_view name) {
     if (source.exact && is_single_wave(name)) {
         return 5e-6;
     }
-    if (name == "rayleigh_cw_sse") {
-        return 1e-6;
-    }
     if (name.starts_with("fnm_cw_sse")) {
         return source.shape == "circ" ? 1e-13 : is_bowl(source) ? 2e-5 : 1e-6;
     }
     if (is_single(name)) {
         return source.exact ? 2e-7 : 1e-6;
     }
-    if (name.ends_with("_transient")) {
+    if (name == "fnm_transient") {
         return 1e-12;
     }
     return is_bowl(source) && !name.starts_with("fnm_tsd") ? 2e-12 : 1e-13;

@@ -1,9 +1,7 @@
-// Polygons: against the rectangle, against their own parts, against surface integrals and against
-// the disc that they become.
+// Polygons: against the rectangle, and what is none. Surface integrals stand in tests/python.
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <complex>
 
 #include "stage.h"
 
@@ -63,54 +61,6 @@ TEST(Polygon, WithTheCornersOfARectangleIsTheRectangle) {
         EXPECT_TRUE(close_to(measured(tank_of(polygon(reversed), name, 24), operation_named(name)),
                              measured(tank_of(rectangle, name, 24), operation_named(name)), 1e-12));
     }
-}
-
-TEST(Polygon, IsTheSumOfItsTriangles) {
-    const Corners hexagon = regular(6, 3e-3);
-    for (const char* name : {"fnm_cw", "fnm_tsd", "fnm_fdtsd", "fnm_transient"}) {
-        SCOPED_TRACE(name);
-        Tank parts = tank_of(polygon(hexagon), name, 96);
-        const Source whole = parts.sources[0];
-        const Values expected = measured(parts, operation_named(name));
-        parts.sources.clear();
-        for (std::size_t k = 0; k < 6; ++k) {
-            Source triangle = whole;
-            triangle.sizes = polygon({{3e-4, -2e-4}, hexagon[k], hexagon[(k + 1) % 6]}).sizes;
-            parts.sources.push_back(triangle);
-        }
-        EXPECT_TRUE(close_to(measured(parts, operation_named(name)), expected, 1e-9));
-    }
-}
-
-TEST(Polygon, IsItsSurfaceIntegral) {
-    Tank tank = tank_of(polygon({{-2e-3, -1e-3}, {3e-3, -1.5e-3}, {2e-3, 2e-3}, {-1e-3, 2.5e-3}}),
-                        "fnm_cw", 96);
-    tank.sources[0].euler = {};
-    tank.medium._dBcmMHz = 0.7;
-    tank.set_points({{0, 0, 5e-3}, {1e-3, 4e-3, 3e-3}, {3e-3, -1.5e-3, 6e-3}, {-8e-3, 1e-3, 2e-2}});
-    EXPECT_TRUE(close_to(measured(tank, operation_named("fnm_cw")),
-                         measured(tank, operation_named("rayleigh_cw")), 1e-9));
-}
-
-// rho c (e^(-jkz) - e^(-jk sqrt(z^2 + a^2))) on the axis; the polygon's area is the disc's.
-TEST(Polygon, OfManyCornersIsTheDisc) {
-    const int n = 400;
-    const double a = 5e-3;
-    const double circumradius = a * std::sqrt(2 * kavro::pi / n / std::sin(2 * kavro::pi / n));
-    Tank tank = tank_for(operation_named("fnm_cw"), {polygon(regular(n, circumradius))});
-    tank.sources[0].phase = 0.0;
-    tank.medium._dBcmMHz = 0.0;
-    tank.set_points({{0, 0, 3e-3}, {0, 0, 8e-3}, {0, 0, 16e-3}, {0, 0, 5e-2}});
-    const double k = 2 * kavro::pi * 1e6 / 1500.0;
-    Values expected(8);
-    for (std::size_t i = 0; i < 4; ++i) {
-        const double z = tank.points()[i].z;
-        const std::complex<double> p =
-            1.5e6 * (std::polar(1.0, -k * z) - std::polar(1.0, -k * std::hypot(z, a)));
-        expected[i] = p.real();
-        expected[4 + i] = p.imag();
-    }
-    EXPECT_TRUE(close_to(measured(tank, operation_named("fnm_cw")), expected, 1e-8));
 }
 
 TEST(Polygon, TakesConvexFacesOnly) {

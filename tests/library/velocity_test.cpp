@@ -1,4 +1,5 @@
-// The particle velocity of continuous waves, and the power that passes through surfaces.
+// The particle velocity of continuous waves, and the power that passes through surfaces. That it is
+// the gradient stands in tests/python.
 #include <algorithm>
 #include <cmath>
 #include <complex>
@@ -64,59 +65,6 @@ std::vector<Source> sources_of_every_shape() {
     std::vector<Source> sources = every_source();
     sources.push_back({.shape = "poly", .sizes = {-2e-3, 3e-3, 1e-3, -1e-3, -2e-3, 3e-3}});
     return sources;
-}
-
-// Differences of the pressure to the eighth order, of points around every source but those next to
-// an edge or behind, and two closer than any difference to a bowl's focus.
-TEST(Velocity, IsThePressuresGradient) {
-    constexpr double h = 2e-5;
-    constexpr double weights[] = {4.0 / 5.0, -1.0 / 5.0, 4.0 / 105.0, -1.0 / 280.0};
-    for (Source source : sources_of_every_shape()) {
-        const double d =
-            source.shape == "shel" || source.shape == "sph ring" ? source.sizes.back() : 4e-3;
-        Points points = {{0, 0, d},
-                         {1e-9 * d, 0, d},
-                         {0, 2e-5 * d, d * (1 + 3e-5)},
-                         {0, 0, 0.9 * d},
-                         {0.02 * d, 0, d},
-                         {0, 0.3 * d, 1.1 * d},
-                         {0, 0, 1.5 * d},
-                         {1e-3, -2e-3, 0.8 * d},
-                         {5e-3, 1e-3, 1.4e-2},
-                         {4e-3, -4e-3, 1.05 * d},
-                         {-1e-3, 6e-3, 1.5 * d},
-                         {0.1 * d, 0.2 * d, 0.9 * d}};
-        source.phase = 0.4;
-        for (const double attenuation : {0.0, 2.0}) {
-            Tank tank = wave_tank({source}, points, 200);
-            tank.medium._dBcmMHz = attenuation;
-            const Wave wave = wave_in(tank);
-            EXPECT_TRUE(same_bits(wave.output, measured(tank, "fnm_cw")));
-            std::vector<Complex> slopes(3 * points.size());
-            for (int step = -4; step <= 4; ++step) {
-                for (std::size_t q = 0; q < 3 && step != 0; ++q) {
-                    Points moved = points;
-                    for (CartesianCoordinate& point : moved) {
-                        (q == 0 ? point.x : q == 1 ? point.y : point.z) += step * h;
-                    }
-                    tank.set_points(moved);
-                    const Complexes p = waves_in(tank, "fnm_cw");
-                    const double weight = weights[std::abs(step) - 1] / (step > 0 ? h : -h);
-                    for (std::size_t i = 0; i < points.size(); ++i) {
-                        slopes[3 * i + q] += weight * p[i];
-                    }
-                }
-            }
-            for (std::size_t i = 0; i < points.size(); ++i) {
-                const double scale = std::max(wave.speed_at(i), std::abs(wave.p(i)) / impedance);
-                for (std::size_t q = 0; q < 3; ++q) {
-                    const Complex expected = slopes[3 * i + q] / Complex(0, -2 * pi * 1e6 * 1e3);
-                    EXPECT_LT(std::abs(wave.v(i, q) - expected), 1e-8 * scale)
-                        << source.shape << " " << d << ", point " << i << ", axis " << q;
-                }
-            }
-        }
-    }
 }
 
 // A turned element's flat face moves as it is told to, its plane beside it not at all, and nothing

@@ -32,22 +32,16 @@ struct Wave {
     }
 };
 
-// What a medium lacks, and who has a default for it. The attenuation is always that of the
-// frequency as it is, so a default frequency has none.
-enum class Default { none, frequency, speed };
-
-Wave wave_of(const Scene& scene, Default missing) {
-    const bool no_f0 = missing == Default::frequency && scene.f0 <= 1e-10;
-    const bool no_speed = missing == Default::speed && scene.speed <= 1e-10;
-    const double lambda = (no_speed ? 1500.0 : scene.speed) / (no_f0 ? 1e6 : scene.f0);
-    return {two_pi / lambda, scene.attenuation * 100 * (scene.f0 / 1e6) / 8.685889638065037};
+Wave wave_of(const Scene& scene) {
+    return {two_pi / (scene.speed / scene.f0),
+            scene.attenuation * 100 * (scene.f0 / 1e6) / 8.685889638065037};
 }
 
 // Rounded, as the single-precision methods have it; a rectangle's k is a quotient of rounded
 // numbers.
 Wave single_wave_of(const Scene& scene, const Element& element) {
     const bool rectangle = element.shape == Shape::rectangle;
-    const Wave wave = wave_of(scene, rectangle ? Default::frequency : Default::none);
+    const Wave wave = wave_of(scene);
     const float quotient = 6.2831855f / static_cast<float>(two_pi / wave.k);
     return {static_cast<double>(rectangle ? quotient : static_cast<float>(wave.k)),
             static_cast<double>(static_cast<float>(wave.alpha))};
@@ -76,7 +70,6 @@ struct Sum {
         value += term;
         terms += magnitude;
     }
-    void add(Complex term) { add(term, std::abs(term)); }
 };
 
 using SumAt = std::function<Sum(const Triple& local)>;
@@ -106,7 +99,7 @@ Sum edge_sum(Geometry<double>& geometry, const Triple& local, const Wave& wave) 
         }
         if (view.direct.size() > 1) {
             const auto& [near, far] = std::pair(view.direct[0], view.direct[1]);
-            sum.add(-far.moved * wave.over(near.delay) * wave.change_over(view.between));
+            sum.value -= far.moved * wave.over(near.delay) * wave.change_over(view.between);
         }
     }
     return sum;
@@ -125,7 +118,7 @@ void add_nearfield(const Scene& scene, const Element& element, const Rule& rule,
 }
 
 void fnm_cw(const Scene& scene, const Element& element, ComplexField& field) {
-    const Wave wave = wave_of(scene, Default::frequency);
+    const Wave wave = wave_of(scene);
     add_nearfield(scene, element, rule_of(scene, element), wave,
                   nearfield_factor(scene, element, wave), field);
 }
@@ -136,7 +129,7 @@ void fnm_cw_single(const Scene& scene, const Element& element, ComplexField& fie
     for (double& t : rule.x) {
         t = static_cast<double>(static_cast<float>(t));
     }
-    const Complex factor = nearfield_factor(scene, element, wave_of(scene, Default::frequency));
+    const Complex factor = nearfield_factor(scene, element, wave_of(scene));
     add_nearfield(scene, element, rule, single_wave_of(scene, element),
                   factor * (two_pi / 6.2831854820251465), field);
 }
@@ -187,8 +180,7 @@ void add_in_lanes(const Scene& scene, const Element& element, const SingleWave& 
                   const SingleWave& direct, ComplexField& field) {
     const Rule rule = in_fours(rule_of(scene, element), element);
     const auto geometry = geometry_of<float>(scene, element, rule, Units::lengths);
-    const bool rectangle = element.shape == Shape::rectangle;
-    const Wave wave = wave_of(scene, rectangle ? Default::frequency : Default::none);
+    const Wave wave = wave_of(scene);
     add_element(
         scene, element, nearfield_factor(scene, element, wave),
         [&](const Triple& local) { return edge_sum_in_lanes(*geometry, local, edge, direct); },
@@ -212,7 +204,7 @@ void fnm_cw_sse(const Scene& scene, const Element& element, ComplexField& field)
     } else if (rims_of(element).front().nearly_hemispherical()) {
         fnm_cw(scene, element, field);
     } else {
-        const Wave plain = wave_of(scene, Default::none);
+        const Wave plain = wave_of(scene);
         add_nearfield(scene, element, in_fours(rule_of(scene, element), element), plain,
                       nearfield_factor(scene, element, plain), field);
     }
@@ -234,157 +226,7 @@ void fnm_cw_sse2(const Scene& scene, const Element& element, ComplexField& field
     add_in_lanes(scene, element, element.exact ? damped(wave) : undamped, direct, field);
 }
 
-// A disc with the radial profile f is the sum of uniform discs of all radii b < a, each with the
-// amplitude -f'(b) db (every profile is zero at the rim). The reference leaves out the sign,
-// spreads the radii over [0, pi a] and has a factor pi a too many.
-void fnm_cw_apodized(const Scene& scene, const Element& disc, ComplexField& field) {
-    if (disc.exact && (disc.apodization < 1 || disc.apodization > 4)) {
-        return fnm_cw(scene, disc, field);
-    }
-    const Wave wave = wave_of(scene, Default::none);
-    const Rule rule = rule_of(scene, disc);
-    const double a = disc.radius;
-    const double radius_scale = disc.exact ? a / pi : a;
-    const double angle_scale = disc.exact ? 1.0 : pi;
-    const Complex P = nearfield_factor(scene, disc, wave);
-    const auto sum_at = [&](const Triple& local) {
-        Sum sum;
-        const auto [s, z] = place_of(local);
-        for (std::size_t i = 0; z >= 0 && i < rule.x.size(); ++i) {
-            const double r = rule.x[i] * radius_scale;
-            const double slope = profile_slope(disc.apodization, r, a);
-            for (std::size_t l = 0; l < rule.x.size(); ++l) {
-                const double cosine = std::cos(rule.x[l]);
-                const double D = (r * r + s * s) - 2 * cosine * s * r;
-                const double g = rule.w[i] * radius_scale * (rule.w[l] * angle_scale) * slope *
-                                 (s * cosine - r) * r / D;
-                const Complex E = wave.over(std::sqrt(z * z + D)), E0 = wave.over(z);
-                sum.add(g * (E - E0), std::fabs(g) * (std::abs(E) + std::abs(E0)));
-            }
-        }
-        return sum;
-    };
-    add_element(scene, disc, disc.exact ? -P / a : P, sum_at, field);
-}
-
-// ---- integrals over the face
-
-template <class Real>
-void add_face(const Scene& scene, Element element, const Wave& wave, bool apodized,
-              ComplexField& field) {
-    constexpr bool single = std::is_same_v<Real, float>;
-    element.apodization = apodized ? element.apodization : 0;
-    const int halves = element.shape == Shape::rectangle ? 1 : 2;
-    const SingleWave in_single = damped(wave);
-    const std::vector<FaceSample> face =
-        face_of(scene, element, single && !element.exact ? Azimuths::in_fours : Azimuths::all);
-    const auto sum_at = [&](const Triple& local) {
-        Sum sum;
-        for (std::size_t i = 0; reaches(element, local) && i < face.size(); ++i) {
-            const double R = distance_of<Real>(face[i], element, local);
-            const Complex E = single ? Complex(in_single(static_cast<float>(R))) : wave.over(R);
-            sum.add(over_distance(face[i].area, R, element) * E);
-        }
-        return sum;
-    };
-    add_element(scene, element, j * (halves * scene.density * scene.f0) * weight_of(element),
-                sum_at, field);
-}
-
-// The reference lets a disc's amplitude grow with the path.
-Wave growing(Wave wave, const Element& element) {
-    if (element.shape == Shape::disc && !element.exact) {
-        wave.alpha = -wave.alpha;
-    }
-    return wave;
-}
-
-void rayleigh_cw(const Scene& scene, const Element& element, ComplexField& field) {
-    const bool rectangle = element.shape == Shape::rectangle;
-    const Wave wave = wave_of(scene, rectangle ? Default::frequency : Default::speed);
-    add_face<double>(scene, element, growing(wave, element), false, field);
-}
-
-void rayleigh_cw_apodized(const Scene& scene, const Element& element, ComplexField& field) {
-    const Wave wave = wave_of(scene, Default::none);
-    add_face<double>(scene, element, growing(wave, element), true, field);
-}
-
-void rayleigh_cw_sse(const Scene& scene, const Element& element, ComplexField& field) {
-    add_face<float>(scene, element, single_wave_of(scene, element), false, field);
-}
-
-// ---- rectangles far away
-
-// sin(s)/s for complex s, 1 at 0.
-Complex sinc(Complex s) {
-    return s == 0.0 ? 1.0 : std::sin(s) / s;
-}
-
-void add_far_field(const Scene& scene, const Element& element, const Wave& wave,
-                   ComplexField& field) {
-    const double hw = element.width * 0.5, hh = element.height * 0.5;
-    const Complex factor = j * (scene.f0 * scene.density * 4.0 * hw * hh) * weight_of(element);
-    const double k = wave_of(scene, Default::frequency).k;
-    const auto sum_at = [&](const Triple& at) {
-        Sum sum;
-        const double R = std::sqrt(at.z * at.z + at.x * at.x + at.y * at.y);
-        if (at.z >= 0 && R > 0) {
-            const Complex E = wave.over(R) / R;
-            sum.add(E * sinc(at.x * hw * k / R) * sinc(at.y * hh * k / R), std::abs(E));
-        }
-        return sum;
-    };
-    add_element(scene, element, factor, sum_at, field);
-}
-
-void farfield_cw(const Scene& scene, const Element& element, ComplexField& field) {
-    add_far_field(scene, element, wave_of(scene, Default::frequency), field);
-}
-
-void farfield_cw_lossless(const Scene& scene, const Element& element, ComplexField& field) {
-    add_far_field(scene, element, {wave_of(scene, Default::frequency).k, 0.0}, field);
-}
-
-// As many abscissas along either side as patches that are small enough for the height.
-int radiator_size(const Scene& scene, const Element& element, double z) {
-    const double lambda = two_pi / wave_of(scene, Default::frequency).k;
-    const double d = std::sqrt(4 * lambda * z / scene.ndiv);
-    return (static_cast<int>(element.height / d) + 1) * (static_cast<int>(element.width / d) + 1);
-}
-
-// The reference's waves travel and grow backwards, and its patches are seen from the centre.
-void radiator_cw(const Scene& scene, const Element& element, ComplexField& field) {
-    const Wave wave = wave_of(scene, Default::frequency);
-    const double hw = element.width * 0.5, hh = element.height * 0.5;
-    const Complex g = wave.k - j * wave.alpha;
-    const auto sum_at = [&](const Triple& at) {
-        Sum sum;
-        const Rule rule = at.z > 0 ? gauss(radiator_size(scene, element, at.z)) : Rule();
-        for (std::size_t i = 0; i < rule.x.size(); ++i) {
-            for (std::size_t l = 0; l < rule.x.size(); ++l) {
-                const double X = rule.x[i] * hw, WX = rule.w[i] * hw;
-                const double Y = rule.x[l] * hh, WY = rule.w[l] * hh;
-                const double R = std::hypot(at.x - X, at.y - Y, at.z);
-                if (element.exact) {
-                    sum.add(WX * WY / R * wave.over(R) * sinc(wave.k * (at.x - X) * WX / (2 * R)) *
-                            sinc(wave.k * (at.y - Y) * WY / (2 * R)));
-                } else {
-                    sum.add(WX * WY / R * wave.over(-R) * sinc(g * X * WX / R) *
-                            sinc(g * Y * WY / R));
-                }
-            }
-        }
-        return sum;
-    };
-    add_element(scene, element, j * (scene.f0 * scene.density) * weight_of(element), sum_at, field);
-}
-
 }  // namespace
-
-int radiator_size(const Scene& scene, const Triple& last_point) {
-    return radiator_size(scene, scene.elements[0], last_point.z);
-}
 
 ComplexField continuous_wave(const Scene& scene, const char* operation) {
     struct Named {
@@ -394,14 +236,7 @@ ComplexField continuous_wave(const Scene& scene, const char* operation) {
     constexpr Named methods[] = {{"fnm_cw", fnm_cw},
                                  {"fnm_cw_single", fnm_cw_single},
                                  {"fnm_cw_sse", fnm_cw_sse},
-                                 {"fnm_cw_sse2", fnm_cw_sse2},
-                                 {"fnm_cw_apodized", fnm_cw_apodized},
-                                 {"rayleigh_cw", rayleigh_cw},
-                                 {"rayleigh_cw_apodized", rayleigh_cw_apodized},
-                                 {"rayleigh_cw_sse", rayleigh_cw_sse},
-                                 {"farfield_cw", farfield_cw},
-                                 {"farfield_cw_lossless", farfield_cw_lossless},
-                                 {"radiator_cw", radiator_cw}};
+                                 {"fnm_cw_sse2", fnm_cw_sse2}};
     ComplexField field{std::vector<Complex>(scene.points.size()),
                        std::vector<double>(scene.points.size())};
     for (const Element& element : scene.elements) {

@@ -15,10 +15,7 @@ struct ComplexField {
     std::vector<double> terms;
 };
 
-// By the name of the operation, "fnm_cw".
+// By the fast nearfield method, by the name of the operation, "fnm_cw".
 ComplexField continuous_wave(const Scene& scene, const char* operation);
-
-// The size that the reference's rule is left with by radiator_cw.
-int radiator_size(const Scene& scene, const Triple& last_point);
 
 }  // namespace kavro_oracle

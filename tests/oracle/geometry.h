@@ -66,33 +66,6 @@ struct Distances {
 
 Distances distances_of(const Element& element, const Triple& local);
 
-// ---- faces
-
-struct FaceSample {
-    double x, y, z, area;
-};
-
-enum class Azimuths { all, in_fours };  // whole groups of four only
-
-// Half a round face, y >= 0, by midpoints or, of a bowl, circles at the abscissas of the rule
-// stretched between the rims' angles; a whole rectangle. None where the point is not reached.
-std::vector<FaceSample> face_of(const Scene& scene, const Element& element, Azimuths azimuths);
-
-bool reaches(const Element& element, const Triple& local);
-
-// From a point, which round faces see at y = 0.
-template <class Real>
-double distance_of(const FaceSample& sample, const Element& element, const Triple& local);
-
-// An area over its distance R; next to a point the integral of 1/R over a disc as large, where that
-// is less, or where the reference would divide by zero.
-double over_distance(double area, double R, const Element& element);
-
-// The radial profiles of the velocity, 1 cosine, 2 raised cosine, 3 quadratic, 4 quartic, anything
-// else uniform; and their derivatives with respect to the radius r.
-double profile(int index, double r, double a);
-double profile_slope(int index, double r, double a);
-
 // ---- bowls
 
 // A circle that bounds a bowl; sign +1 outside, -1 around the hole.

@@ -24,7 +24,6 @@ struct Element {
     double amplitude = 1.0, phase = 0;   // phase in rad, continuous wave
     double time_delay = 0.0;             // s
     const Waveform* waveform = nullptr;  // not owned
-    int apodization = 0;                 // number of the radial profile, 0 for none
     bool exact = false;                  // instead of the reference's departures
 };
 

@@ -26,9 +26,9 @@ struct Series {
 
 // Adds amplitude times series(element, local point) of all elements.
 template <class MakeSeries>
-void add_series(const Scene& scene, bool even_silent, Field& field, Trace* trace, MakeSeries make) {
+void add_series(const Scene& scene, Field& field, Trace* trace, MakeSeries make) {
     for (const Element& element : scene.elements) {
-        if (is_silent(element) && !even_silent) {
+        if (is_silent(element)) {
             continue;
         }
         const Placement placement(element);
@@ -71,7 +71,7 @@ Window arrival_window(const Scene& scene, const Element& element, const View<dou
 }  // namespace
 
 void add_direct(const Scene& scene, Field& field, Trace* trace, Behind behind) {
-    add_series(scene, false, field, trace, [&](const Element& element, const Triple& local) {
+    add_series(scene, field, trace, [&](const Element& element, const Triple& local) {
         Series series(scene.times.size());
         const auto geometry = geometry_of<double>(scene, element, rule_of(scene, element),
                                                   Units::times, DelayBy::quotient, behind);
@@ -92,175 +92,6 @@ void add_direct(const Scene& scene, Field& field, Trace* trace, Behind behind) {
                     series.add(j, -direct, std::fabs(direct));
                 }
             });
-        }
-        return series;
-    });
-}
-
-// ---- impulse responses
-
-namespace {
-
-// Half the angle of the circle of one instant that lies within a rim, from the cosine's ratio.
-double arc_of(double X, double Y) {
-    if (X >= Y) {
-        return 0.0;
-    }
-    return X <= -Y ? pi : std::acos(X / Y);
-}
-
-// Of a disc of radius a; over the face the circle is whole from `start` until the rim is heard.
-double round_arc(double a, double c, double r, double z, double start, double t) {
-    const double t_e = std::sqrt((r - a) * (r - a) + z * z) / c;
-    const double t_f = std::sqrt((r + a) * (r + a) + z * z) / c;
-    if (r <= a && (r < a ? start : std::fabs(z) / c) <= t && t <= t_e) {
-        return pi;
-    }
-    const double q = c * c * t * t - z * z;
-    const double Y = 2.0 * r * std::sqrt(std::fmax(q, 0.0));
-    return t_e <= t && t <= t_f ? arc_of(r * r + q - a * a, Y) : 0.0;
-}
-
-double bowl_arc(const Rim& rim, double d, double c, const Place& place, double t) {
-    const Pole pole = pole_of(d, place);
-    const double z = place.z - rim.height;
-    const double t_d = pole.R0 / c;
-    const double t_e = std::sqrt((place.r - rim.a) * (place.r - rim.a) + z * z) / c;
-    const double t_f = std::sqrt((place.r + rim.a) * (place.r + rim.a) + z * z) / c;
-    const bool before = pole.sigma > 0.0;
-    if (pole.m <= rim.S && (before ? t_d <= t && t <= t_e : t_f < t && t <= t_d)) {
-        return pi;
-    }
-    const double q = pole.sigma * (c * c * t * t - pole.R0 * pole.R0) / (2.0 * d * pole.s);
-    const double X = (pole.U - rim.V) + pole.n * q;
-    const double Y = pole.m * std::sqrt(std::fmax(q * (2.0 - q), 0.0));
-    return t_e <= t && t <= t_f ? arc_of(X, Y) : 0.0;
-}
-
-double bowl_response(const Element& bowl, double c, const Place& place, double t) {
-    double arcs = 0.0;
-    for (const Rim& rim : rims_of(bowl)) {
-        arcs += rim.sign * bowl_arc(rim, bowl.focus, c, place, t);
-    }
-    return c * bowl.focus / (pi * pole_of(bowl.focus, place).s) * arcs;
-}
-
-// Next to the focus all of it is in the sample nearest to the arrival.
-double focal_response(const Scene& scene, const Element& bowl, std::size_t j) {
-    const double sample =
-        (bowl.focus / scene.speed + bowl.time_delay - scene.times.front()) / scene.deltat;
-    if (scene.deltat == 0.0 || std::floor(sample + 0.5) != static_cast<double>(j)) {
-        return 0.0;
-    }
-    double V = 0.0;
-    for (const Rim& rim : rims_of(bowl)) {
-        V += rim.sign * rim.V;
-    }
-    return bowl.focus * V / scene.deltat;
-}
-
-double flat_response(const Element& element, double c, double r, double z, double t) {
-    // The reference takes the height over a disc with its sign.
-    const double height = element.shape == Shape::disc && !element.exact ? z : std::fabs(z);
-    const double whole = round_arc(element.radius, c, r, z, height / c, t);
-    const double hole =
-        element.inner_radius > 0.0 ? round_arc(element.inner_radius, c, r, z, height / c, t) : 0.0;
-    return c / pi * (whole - hole);
-}
-
-// The foot of the point divides the plane in four: the face is the signed sum of four rectangles
-// with a corner there, of sides a and b.
-double corner_response(double a, double b, double c, double z, double t) {
-    const double t1 = std::sqrt(a * a + z * z) / c, t2 = std::sqrt(b * b + z * z) / c;
-    const double t3 = std::sqrt(a * a + b * b + z * z) / c;
-    const double squared = c * c * t * t - z * z;
-    const double sigma = squared <= 0 ? 0.0 : std::sqrt(squared);
-    double response = std::fabs(z) / c <= t && t <= t3 ? c * 0.25 : 0.0;
-    if (t1 <= t && t <= t3 && sigma >= a) {
-        response += c * (-0.5 / pi) * std::acos(sigma > 0 ? a / sigma : 0.0);
-    }
-    if (t2 <= t && t <= t3 && sigma >= b) {
-        response += c * (-0.5 / pi) * std::acos(sigma > 0 ? b / sigma : 0.0);
-    }
-    return response;
-}
-
-double rectangle_response(const Element& element, double c, const Triple& local, double t) {
-    const double hw = element.width * 0.5, hh = element.height * 0.5;
-    const double ax = std::fabs(local.x), ay = std::fabs(local.y);
-    double sum = 0.0;
-    for (const double a : {hw + ax, hw - ax}) {
-        for (const double b : {hh + ay, hh - ay}) {
-            const double sign = (a < 0 ? -1.0 : 1.0) * (b < 0 ? -1.0 : 1.0);
-            sum += sign * corner_response(std::fabs(a), std::fabs(b), c, local.z, t);
-        }
-    }
-    return sum;
-}
-
-}  // namespace
-
-void add_response(const Scene& scene, Field& field, Trace* trace) {
-    const double c = scene.speed;
-    // Rectangles are the only ones that look at the amplitude.
-    Scene audible = scene;
-    std::erase_if(audible.elements, [](const Element& element) {
-        return element.shape == Shape::rectangle && is_silent(element);
-    });
-    add_series(audible, true, field, trace, [&](const Element& element, const Triple& local) {
-        Series series(scene.times.size());
-        const Place place = place_of(local);
-        const bool bowl = element.shape == Shape::bowl;
-        for (std::size_t j = 0; j < scene.times.size(); ++j) {
-            const double t = scene.times[j] - element.time_delay;
-            double h = 0.0;
-            if (element.shape == Shape::rectangle) {
-                h = rectangle_response(element, c, local, t);
-            } else if (!bowl) {
-                h = flat_response(element, c, place.r, place.z, t);
-            } else if (pole_of(element.focus, place).s < element.focus * nearest_to_focus) {
-                h = focal_response(scene, element, j);
-            } else {
-                h = bowl_response(element, c, place, t);
-            }
-            series.add(j, h, std::fabs(h) + c);
-        }
-        return series;
-    });
-}
-
-void add_surface(const Scene& scene, Field& field, Trace* trace) {
-    add_series(scene, false, field, trace, [&](const Element& disc, const Triple& local) {
-        Series series(scene.times.size());
-        if (!reaches(disc, local)) {
-            return series;
-        }
-        Element uniform = disc;
-        uniform.apodization = 0;
-        const std::vector<FaceSample> face = face_of(scene, uniform, Azimuths::all);
-        const auto [r, z] = place_of(local);
-        const double rho = scene.density, w = disc.waveform->width();
-        const Waveform& v = *disc.waveform;
-        for (std::size_t j = 0; j < scene.times.size(); ++j) {
-            for (const FaceSample& sample : face) {
-                const double R = distance_of<double>(sample, disc, local);
-                const double weight = rho / two_pi * 2 * over_distance(sample.area, R, disc);
-                const double slope =
-                    v.derivative(scene.times[j] - R / scene.speed - disc.time_delay);
-                series.add(j, weight * slope, std::fabs(weight * slope));
-            }
-            // Exactly, the jumps at the waveform's ends, which its derivative leaves out.
-            const auto jump = [&](double value, double since) {
-                const double h = rho * flat_response(disc, scene.speed, r, z, since);
-                series.add(j, value * h, std::fabs(value * h));
-            };
-            const double t = scene.times[j] - disc.time_delay;
-            if (disc.exact && w > 0.0) {
-                jump(v.at(std::nextafter(0.0, 1.0)), t);
-            }
-            if (disc.exact && w > 0.0 && std::isfinite(w)) {
-                jump(-v.at(std::nextafter(w, 0.0)), t - w);
-            }
         }
         return series;
     });
