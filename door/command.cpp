@@ -13,6 +13,7 @@
 #include "door/march.h"
 #include "door/methods.h"
 #include "door/pulse_echo.h"
+#include "door/pulse_reach.h"
 #include "door/random_array.h"
 #include "door/solve.h"
 #include "door/values.h"
@@ -35,6 +36,7 @@ constexpr std::array commands{
     NamedCommand{"kzk_parameters", new_kzk_parameters},
     NamedCommand{"methods", new_methods},
     NamedCommand{"pulse_echo", new_pulse_echo},
+    NamedCommand{"pulse_reach", new_pulse_reach},
     NamedCommand{"random_array", new_random_array},
 };
 

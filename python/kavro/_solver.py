@@ -279,7 +279,8 @@ def fit_time_samples(
 
     From the first arrival at any point to the end of the last one, on multiples of the step. Peaks
     of a field on an axis that begins too late or ends too early would show silence where there is
-    sound.
+    sound. Losses make a pulse begin softly before its front and spread behind it: in a medium with
+    attenuation the axis is longer by what carries more than a thousandth of the peak.
 
     Parameters
     ----------
@@ -292,15 +293,20 @@ def fit_time_samples(
     """
     me = "fit_time_samples"
     step = _check.real(me, "deltat", deltat, "positive", "s")
-    pulses = [excitation] if isinstance(excitation, (Pulse, Sampled)) else list(excitation)
+    pulses = list(excitation) if isinstance(excitation, (list, tuple)) else [excitation]
     known = len(pulses) > 0 and all(isinstance(pulse, (Pulse, Sampled)) for pulse in pulses)
     _check.require(known, me, "excitation", "a Pulse or Sampled, or a sequence of them", excitation)
     heard = elements[elements.amplitude != 0]
     heard = heard if len(heard) > 0 else elements
     arrivals = solve("impulse_begin_and_end_times", heard, grid, medium)
     duration = max(pulse.w if isinstance(pulse, Sampled) else pulse.pulse_width for pulse in pulses)
-    first = np.floor(arrivals[:, 0].min() / step)
-    last = np.ceil((arrivals[:, 1].max() + duration) / step)
+    early, late = 0.0, 0.0
+    if medium.attenuationdBcmMHz > 0:
+        farthest = (arrivals[:, 1] - heard.time_delay).max() * medium.soundspeed
+        request = ("pulse_reach", pulses, medium, max(farthest, 0.0))
+        early, late = _kavro.call([_lowered(argument) for argument in request])[0].ravel()
+    first = np.floor((arrivals[:, 0].min() - early) / step)
+    last = np.ceil((arrivals[:, 1].max() + duration + late) / step)
     return Times(first * step, last * step, step)
 
 

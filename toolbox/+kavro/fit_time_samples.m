@@ -5,7 +5,8 @@ function times = fit_time_samples(elements, grid, medium, excitation, deltat)
 %
 %   From the first arrival at any point to the end of the last one, on multiples of the step.
 %   Peaks of a field on an axis that begins too late or ends too early would show silence where
-%   there is sound.
+%   there is sound. Losses make a pulse begin softly before its front and spread behind it: in a
+%   medium with attenuation the axis is longer by what carries more than a thousandth of the peak.
 %
 %   Arguments
 %     elements    structure array of elements; silent ones (amplitude 0) do not count, unless
@@ -46,7 +47,12 @@ if isfield(excitation, 'w')
 else
     duration = max([excitation.pulse_width]);
 end
-first = floor(min(arrivals(:, 1)) / deltat);
-last = ceil((max(arrivals(:, 2)) + duration) / deltat);
+reach = [0 0];
+if medium.attenuationdBcmMHz > 0
+    farthest = max(arrivals(:, 2) - [heard.time_delay]') * medium.soundspeed;
+    reach = kavro.internal.command('pulse_reach', excitation, medium, max(farthest, 0));
+end
+first = floor((min(arrivals(:, 1)) - reach(1)) / deltat);
+last = ceil((max(arrivals(:, 2)) + duration + reach(2)) / deltat);
 times = kavro.set_time_samples(deltat, first * deltat, last * deltat);
 end

@@ -1,5 +1,6 @@
 #include "transducers/methods/continuous_wave.h"
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -104,7 +105,12 @@ private:
                 const double path = block.direct_delay[k];
                 const std::complex<double> direct =
                     smart_exp(-wave_.attenuation * path, -wave_.wavenumber * path);
-                tile.add(b, lane, prefactor_ * (direct * std::complex<double>(re[k], im[k])));
+                const std::complex<double> sum(re[k], im[k]);
+                // Behind a bowl's focus edge waves are earlier than the direct wave; where losses
+                // make that more than numbers hold, nothing of the field is left.
+                if (std::isfinite(sum.real())) {
+                    tile.add(b, lane, prefactor_ * (direct * sum));
+                }
             }
         }
     }
