@@ -71,8 +71,9 @@ tissue = setfield(scene, 'medium', kavro.set_medium('water', 'attenuationdBcmMHz
                                                     'powerlawexponent', 1.1));
 true_lossy = field_of(named('fnm_spectral'), tissue, {'tolerance', 1e-6});
 by_choice = @(name) setfield(named(name), 'name', '');
+table = [by_choice('fnm_cw'), by_choice('fnm_tsd'), table];
 printf('| Method | abscissas | deviation | time (ms) | us per point |\n|---|---|---|---|---|\n');
-for method = [by_choice('fnm_cw'), by_choice('fnm_tsd'), table]
+for method = table
   known = any(strcmp('circ', method.shapes)) && any(strcmp('ndiv', method.options));
   if ! known || ! isempty(strfind(method.name, 'apodized'))
     continue
