@@ -1,7 +1,12 @@
 #include "arrays.h"
 
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <limits>
 #include <memory>
@@ -78,6 +83,47 @@ void require(kavro::TransducerStatus status) {
     }
 }
 
+// Processes that keep processors busy until this ends.
+class Load {
+public:
+    explicit Load(int count) {
+        for (int i = 0; i < count; ++i) {
+            const pid_t child = fork();
+            if (child == 0) {
+                prctl(PR_SET_PDEATHSIG, SIGKILL);
+                for (volatile unsigned turns = 0;; turns = turns + 1) {
+                }
+            }
+            if (child > 0) {
+                children_.push_back(child);
+            }
+        }
+    }
+    ~Load() {
+        for (const pid_t child : children_) {
+            kill(child, SIGKILL);
+            waitpid(child, nullptr, 0);
+        }
+    }
+    Load(const Load&) = delete;
+    Load& operator=(const Load&) = delete;
+
+private:
+    std::vector<pid_t> children_;
+};
+
+// The middle one of some wall times and the least of their CPU times.
+struct Turns {
+    std::vector<double> walls{};
+    double cpu = std::numeric_limits<double>::infinity();
+
+    void add(const Timing& timing) {
+        walls.insert(std::ranges::upper_bound(walls, timing.wall), timing.wall);
+        cpu = std::min(cpu, timing.cpu);
+    }
+    double wall() const { return walls[walls.size() / 2]; }
+};
+
 void print_array(const char* name, const char* method, int repeat, int threads, int ndiv) {
     const kavro::Operation& operation = *kavro::operation_of(method);
     ArrayScene scene(operation.kind, ndiv);
@@ -90,33 +136,43 @@ void print_array(const char* name, const char* method, int repeat, int threads, 
             require(((*element).*operation.solve)());
         }
     };
-    const double never = std::numeric_limits<double>::infinity();
-    Timing one{never, never}, several{never, never}, alone{never, never};
-    const auto take_turn = [&](int n, const auto& work, Timing& least) {
+    Turns one, several, alone_one, alone_several;
+    const auto take_turn = [&](int n, const auto& work, Turns& turns) {
         kavro::set_thread_count(n);
-        const Timing timing = time_work(clear, work);
-        least = {std::min(least.wall, timing.wall), std::min(least.cpu, timing.cpu)};
+        turns.add(time_work(clear, work));
     };
     for (int i = 0; i < repeat; ++i) {
         take_turn(threads, together, several);
         take_turn(1, together, one);
-        take_turn(1, one_by_one, alone);
+        take_turn(threads, one_by_one, alone_several);
+        take_turn(1, one_by_one, alone_one);
     }
-    std::printf("%-4s %10.1f %12.1f %8.2f %12.1f %12.1f %8.2f  %s\n", name, one.cpu * 1e3,
-                alone.cpu * 1e3, alone.cpu / one.cpu, one.wall * 1e3, several.wall * 1e3,
-                one.wall / several.wall, method);
+    std::printf("%-4s %9.1f %11.1f %7.2f %10.1f %10.1f %7.2f %11.1f %10.1f %7.2f  %s\n", name,
+                one.cpu * 1e3, alone_one.cpu * 1e3, alone_one.cpu / one.cpu, one.wall() * 1e3,
+                several.wall() * 1e3, one.wall() / several.wall(), alone_one.wall() * 1e3,
+                alone_several.wall() * 1e3, alone_one.wall() / alone_several.wall(), method);
     std::fflush(stdout);
+}
+
+void print_both(int repeat, int threads, int ndiv) {
+    print_array("R1", "fnm_tsd", repeat, threads, ndiv);
+    print_array("R2", "fnm_cw", repeat, threads, ndiv);
 }
 
 }  // namespace
 
 void print_arrays(int repeat, int threads, int ndiv) {
-    std::printf("%s, %s, %s vectors, %d abscissas; ms, fastest of %d\n\n", processor().c_str(),
+    std::printf("%s, %s, %s vectors, %d abscissas; ms, of %d turns\n\n", processor().c_str(),
                 compiler().c_str(), vectors().c_str(), ndiv, repeat);
-    std::printf("%-4s %10s %12s %8s %12s %7d thr. %8s\n", "", "array CPU", "one by one", "ratio",
-                "array wall", threads, "ratio");
-    print_array("R1", "fnm_tsd", repeat, threads, ndiv);
-    print_array("R2", "fnm_cw", repeat, threads, ndiv);
+    std::printf("%-4s %29s %29s %30s\n", "", "CPU, 1 thread, least", "array, wall, median",
+                "one by one, wall, median");
+    std::printf("%-4s %9s %11s %7s %10s %5d thr. %7s %11s %5d thr. %7s\n", "", "array",
+                "one by one", "ratio", "1 thread", threads, "ratio", "1 thread", threads, "ratio");
+    print_both(repeat, threads, ndiv);
+    std::printf("beside %d other processes at work:\n", threads);
+    std::fflush(stdout);
+    const Load load(threads);
+    print_both(repeat, threads, ndiv);
 }
 
 }  // namespace kavro_bench

@@ -3,7 +3,7 @@
 
 1;  % a script that holds a function
 
-function measure(repetitions, work, what)
+function measure(name, repetitions, work, what)
 cpu = zeros(1, repetitions);
 for i = 1:repetitions
     q = [];  % the last output is freed before the clock starts
@@ -11,7 +11,7 @@ for i = 1:repetitions
     q = work();
     cpu(i) = cputime() - start;
 end
-printf('S2   %9.2f %9.2f  %s\n', 1e3 * min(cpu), 1e3 * median(cpu), what);
+printf('%-4s %9.2f %9.2f  %s\n', name, 1e3 * min(cpu), 1e3 * median(cpu), what);
 end
 
 repetitions = 21;
@@ -35,8 +35,20 @@ p = call(1);
 assert(isequal(size(p), [101 1 101 1441]) && max(abs(p(:))) > 0);
 
 printf('GNU Octave %s, ms of CPU, fastest and median of %d\n\n', OCTAVE_VERSION(), repetitions);
-measure(repetitions, @() call(1), 'through the module');
+measure('S2', repetitions, @() call(1), 'through the module');
+by_tolerance = @(amplitude) kavro.pressure(setfield(elements, 'amplitude', amplitude), grid, medium, ...
+                                           'time', times, 'excitation', excitation);
+measure('S2', repetitions, @() by_tolerance(1), 'kavro.pressure, to its tolerance');
 % An element of no amplitude is skipped: what is left is the host's making and handing over of the
 % output.
-measure(repetitions, @() call(0), 'the same without an element: the host alone');
-measure(repetitions, @() zeros(size(p)), 'zeros() of that size');
+measure('S2', repetitions, @() call(0), 'the same without an element: the host alone');
+measure('S2', repetitions, @() zeros(size(p)), 'zeros() of that size');
+
+peaks = @() kavro.pressure(elements, grid, medium, 'time', times, 'excitation', excitation, ...
+                           'measure', 'peak');
+measure('S2', repetitions, peaks, 'kavro.pressure, peaks alone');
+
+% What a call costs by itself: a hundred of them, for a wave at one point.
+point = struct('coordinates', [0 0 20e-3]);
+waves = @() arrayfun(@(f0) kavro.pressure(elements, point, medium, 'f0', f0), 1e6 * ones(1, 100));
+measure('', repetitions, waves, 'a hundred calls of kavro.pressure for a wave at one point');

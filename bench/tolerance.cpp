@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <limits>
 #include <memory>
+#include <span>
 #include <stdexcept>
 #include <vector>
 
@@ -17,7 +18,7 @@ namespace kavro_bench {
 namespace {
 
 constexpr double mm = 1e-3;
-constexpr int fine = 400;  // abscissas of the field that errors are measured from
+constexpr int fine = 1000;  // abscissas of the field that errors are measured from
 
 struct ToleranceScene {
     const char* name;
@@ -43,16 +44,29 @@ struct ToleranceScene {
         pulse->set_exact(true);
     }
 
+    // Makes the output of a method one of zeros.
+    void clear(const char* method) {
+        const bool is_wave =
+            kavro::operation_of(method)->kind == kavro::OperationKind::continuous_wave;
+        real.assign(npoints() * static_cast<std::size_t>(is_wave ? 1 : times.ntimes), 0.0);
+        imaginary.assign(is_wave ? npoints() : 0, 0.0);
+    }
+
     // Some of the elements by a rule, or by a tolerance where there is no rule.
     void solve(const char* method, std::vector<kavro::Transducer*> some, int ndiv, double tolerance,
                double ratio, kavro::QuadratureReport* report = nullptr) {
+        clear(method);
+        add(method, some, ndiv, tolerance, ratio, report);
+    }
+
+    // The same into an output of zeros.
+    void add(const char* method, std::vector<kavro::Transducer*> some, int ndiv, double tolerance,
+             double ratio, kavro::QuadratureReport* report = nullptr) {
         const kavro::Operation& operation = *kavro::operation_of(method);
         const bool is_wave = operation.kind == kavro::OperationKind::continuous_wave;
         kavro::NumericalIntegration rule;
         rule.allocate_memory(std::max(ndiv, 1));
         medium._f0 = ratio * frequency;
-        real.assign(npoints() * static_cast<std::size_t>(is_wave ? 1 : times.ntimes), 0.0);
-        imaginary.assign(is_wave ? npoints() : 0, 0.0);
         for (kavro::Transducer* element : some) {
             element->set_exact(true);
             element->set_amplitude(1.0);
@@ -82,77 +96,95 @@ struct ToleranceScene {
     }
 };
 
-// What an element's field may err by, for a tolerance of 1.
-std::vector<double> magnitudes(ToleranceScene& scene, const char* method,
-                               kavro::Transducer* element) {
-    std::vector<double> sizes(scene.npoints());
-    if (kavro::operation_of(method)->kind == kavro::OperationKind::transient) {
-        scene.solve(method, {element}, fine, 0.0, 1.0);
-        for (std::size_t i = 0; i < scene.real.size(); ++i) {
-            double& size = sizes[i % sizes.size()];
-            size = std::max(size, std::abs(scene.real[i]));
-        }
-        return sizes;
-    }
-    constexpr int frequencies = 9;
-    for (int i = 0; i < frequencies; ++i) {
-        scene.solve(method, {element}, fine, 0.0, 0.8 + 0.4 * (i + 0.5) / frequencies);
-        for (std::size_t p = 0; p < sizes.size(); ++p) {
-            sizes[p] += std::norm(std::complex(scene.real[p], scene.imaginary[p])) / frequencies;
-        }
-    }
-    for (double& size : sizes) {
-        size = std::sqrt(size);
-    }
-    return sizes;
-}
+// An element's field as many abscissas give it, and what its errors at a point are a share of.
+struct Truth {
+    kavro::Transducer* element;
+    std::vector<double> sizes{}, real{}, imaginary{};
 
-// The smallest number that keeps the tolerance at all points of the first and a middle element.
-int fixed_number(ToleranceScene& scene, const char* method, double tolerance) {
-    int needed = 2;
-    for (const std::size_t which : {std::size_t{0}, scene.elements.size() / 2}) {
-        kavro::Transducer* const element = scene.elements[which].get();
-        const std::vector<double> sizes = magnitudes(scene, method, element);
-        scene.solve(method, {element}, fine, 0.0, 1.0);
-        const std::vector<double> real = scene.real;
-        const std::vector<double> imaginary = scene.imaginary;
-        const auto is_kept = [&](int ndiv) {
-            scene.solve(method, {element}, ndiv, 0.0, 1.0);
-            for (std::size_t i = 0; i < real.size(); ++i) {
-                const double other = imaginary.empty() ? 0.0 : scene.imaginary[i] - imaginary[i];
-                if (std::hypot(scene.real[i] - real[i], other) >
-                    tolerance * sizes[i % sizes.size()]) {
-                    return false;
+    Truth(ToleranceScene& scene, const char* method, kavro::Transducer* of)
+        : element(of), sizes(scene.npoints()) {
+        if (kavro::operation_of(method)->kind == kavro::OperationKind::continuous_wave) {
+            constexpr int frequencies = 9;
+            for (int i = 0; i < frequencies; ++i) {
+                scene.solve(method, {element}, fine, 0.0, 0.8 + 0.4 * (i + 0.5) / frequencies);
+                for (std::size_t p = 0; p < sizes.size(); ++p) {
+                    sizes[p] +=
+                        std::norm(std::complex(scene.real[p], scene.imaginary[p])) / frequencies;
                 }
             }
-            return true;
-        };
-        while (needed < fine && !is_kept(needed)) {
-            needed += std::max(1, needed / 16);
+            std::ranges::transform(sizes, sizes.begin(), [](double x) { return std::sqrt(x); });
+        }
+        scene.solve(method, {element}, fine, 0.0, 1.0);
+        real = scene.real;
+        imaginary = scene.imaginary;
+        if (imaginary.empty()) {
+            for (std::size_t i = 0; i < real.size(); ++i) {
+                double& size = sizes[i % sizes.size()];
+                size = std::max(size, std::abs(real[i]));
+            }
         }
     }
-    return needed;
+
+    // The largest error of what the scene holds now.
+    double error(const ToleranceScene& scene) const {
+        double worst = 0.0;
+        for (std::size_t i = 0; i < real.size(); ++i) {
+            const double other = imaginary.empty() ? 0.0 : scene.imaginary[i] - imaginary[i];
+            const double size = sizes[i % sizes.size()];
+            if (size > 0.0) {
+                worst = std::max(worst, std::hypot(scene.real[i] - real[i], other) / size);
+            }
+        }
+        return worst;
+    }
+};
+
+// Of the first and a middle element, at all points.
+double largest_error(ToleranceScene& scene, const std::vector<Truth>& truths, const char* method,
+                     int ndiv, double tolerance) {
+    double worst = 0.0;
+    for (const Truth& truth : truths) {
+        scene.solve(method, {truth.element}, ndiv, tolerance, 1.0);
+        worst = std::max(worst, truth.error(scene));
+    }
+    return worst;
 }
 
-void print_line(ToleranceScene& scene, const char* method, double tolerance, int repeat) {
-    const int ndiv = fixed_number(scene, method, tolerance);
-    const std::vector<kavro::Transducer*> all = scene.all();
-    kavro::QuadratureReport report;
-    double by_tolerance = std::numeric_limits<double>::infinity();
-    double by_number = by_tolerance;
-    for (int i = 0; i < repeat; ++i) {
-        const auto seconds = [&](int n) {
-            return time_work([] {}, [&] { scene.solve(method, all, n, tolerance, 1.0, &report); })
-                .cpu;
-        };
-        by_number = std::min(by_number, seconds(ndiv));
-        by_tolerance = std::min(by_tolerance, seconds(0));
+// A method by falling tolerances beside its double-precision form by the smallest fixed number that
+// keeps each: lines of a block that gnuplot reads.
+void print_block(ToleranceScene& scene, const char* method, const char* by_rule,
+                 std::span<const double> tolerances, int repeat) {
+    std::printf("\n\n# %s, %s\n# %7s %8s %7s %5s %6s %10s %10s %7s\n", scene.name, method, "toler.",
+                "error", "mean n", "most", "fixed", "by toler.", "by fixed", "ratio");
+    std::vector<Truth> truths;
+    for (std::size_t i = 0; i < scene.elements.size(); i += (scene.elements.size() + 1) / 2) {
+        truths.emplace_back(scene, by_rule, scene.elements[i].get());
     }
+    const std::vector<kavro::Transducer*> all = scene.all();
     const double pairs = static_cast<double>(scene.npoints() * all.size());
-    std::printf("%-33s %-8s %7.0e %9.1f %7d %7d %10.1f %10.1f %7.2f\n", scene.name, method,
-                tolerance, report.mean, report.most, ndiv, by_tolerance / pairs * 1e9,
-                by_number / pairs * 1e9, by_number / by_tolerance);
-    std::fflush(stdout);
+    int ndiv = 2;
+    for (const double tolerance : tolerances) {
+        while (ndiv < fine && largest_error(scene, truths, by_rule, ndiv, 0.0) > tolerance) {
+            ndiv += std::max(1, ndiv / 16);
+        }
+        kavro::QuadratureReport report;
+        double by_tolerance = std::numeric_limits<double>::infinity();
+        double by_number = by_tolerance;
+        for (int i = 0; i < repeat; ++i) {
+            const auto seconds = [&](const char* which, int n) {
+                return time_work([&] { scene.clear(which); },
+                                 [&] { scene.add(which, all, n, tolerance, 1.0, &report); })
+                    .cpu;
+            };
+            by_number = std::min(by_number, seconds(by_rule, ndiv));
+            by_tolerance = std::min(by_tolerance, seconds(method, 0));
+        }
+        std::printf("%9.0e %8.1e %7.1f %5d %6d %10.1f %10.1f %7.2f\n", tolerance,
+                    largest_error(scene, truths, method, 0, tolerance), report.mean, report.most,
+                    ndiv, by_tolerance / pairs * 1e9, by_number / pairs * 1e9,
+                    by_number / by_tolerance);
+        std::fflush(stdout);
+    }
 }
 
 std::vector<ToleranceScene> scenes() {
@@ -190,15 +222,18 @@ std::vector<ToleranceScene> scenes() {
 }  // namespace
 
 void print_tolerance(int repeat) {
-    std::printf("%s, %s, %s vectors, 1 thread; ns of CPU per point and element, fastest of %d\n\n",
+    std::printf("# %s, %s, %s vectors, 1 thread; ns of CPU per point and element, fastest of %d\n",
                 processor().c_str(), compiler().c_str(), vectors().c_str(), repeat);
-    std::printf("%-33s %-8s %7s %9s %7s %7s %10s %10s %7s\n", "", "", "toler.", "mean n", "most",
-                "fixed", "by toler.", "by fixed", "ratio");
+    std::printf(
+        "# error: of each element's field, the largest; fixed: the smallest number for all\n"
+        "# points that keeps the tolerance\n");
+    constexpr double of_waves[] = {1e-1, 1e-2, 1e-3, 1e-4, 1e-5, 1e-6, 1e-7, 1e-8, 1e-9, 1e-10};
+    constexpr double of_pulses[] = {1e-1, 1e-2, 1e-3, 1e-4, 1e-5, 1e-6};
     for (ToleranceScene& scene : scenes()) {
-        for (const double tolerance : {1e-3, 1e-4, 1e-6}) {
-            print_line(scene, "fnm_cw", tolerance, repeat);
-        }
-        print_line(scene, "fnm_tsd", 1e-3, repeat);
+        print_block(scene, "fnm_cw", "fnm_cw", of_waves, repeat);
+        print_block(scene, "fnm_tsd", "fnm_tsd", of_pulses, repeat);
+        print_block(scene, "fnm_tsd_low_precision", "fnm_tsd", std::span(of_pulses).first(4),
+                    repeat);
     }
 }
 
