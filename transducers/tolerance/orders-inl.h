@@ -109,7 +109,7 @@ HWY_INLINE V RoughOrder(const Growth& growth, V margin, V X) {
 // Found by trial: pulses peak above their envelope, and gradients are the steeper ones next to an
 // edge.
 HWY_INLINE double SafetyOf(const QuadratureDemand& demand) {
-    return demand.of_gradient ? 8.0 : demand.over_time ? 4.0 : 2.0;
+    return demand.of_gradient ? 10.0 : demand.over_time ? 4.0 : 2.0;
 }
 
 HWY_INLINE V Hypotenuse(V a, V b) {

@@ -123,11 +123,13 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
     if (demand.of_gradient) {
         G = hn::Max(size, hn::Div(Product(face.gain, rim.radius), sum));
     }
-    // Two rims share the tolerance. A jump makes a spike of its own.
+    // Two rims share the tolerance. A jump makes a spike of its own, of which the other rim leaves
+    // the share of the band between them.
     const double tolerance = demand.tolerance / (face.has_hole ? 2.0 : 1.0);
+    const double band = face.has_hole ? 1.0 - face.inner.radius / face.outer.radius : 1.0;
     auto magnitude = field.value;
     if (demand.over_time) {
-        magnitude = hn::Max(magnitude, Product(size, demand.ends[0] * 0.25 / pi));
+        magnitude = hn::Max(magnitude, Product(size, band * demand.ends[0] * 0.25 / pi));
     }
     const auto allowed = Positive(Product(magnitude, tolerance));
     const auto losses = Product(field.longer, demand.attenuation);
