@@ -98,7 +98,7 @@ py::tuple call_for_python(const py::list& arguments, const py::object& out) {
     }
 }
 
-// Which laid out its types anew in version 2, as pybind11 knows from 2.12 on.
+// NumPy laid out its types anew in version 2, which pybind11 knows from 2.12 on.
 void require_known_numpy() {
     const auto version = py::module_::import("numpy").attr("__version__").cast<std::string>();
     if (PYBIND11_VERSION_HEX < 0x020C0000 && std::stoi(version) >= 2) {
