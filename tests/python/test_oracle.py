@@ -12,7 +12,7 @@ import pytest
 MHZ, MM = 1e6, 1e-3
 LOSSLESS = kavro.medium("liver", attenuationdBcmMHz=0)
 LIVER = kavro.medium("liver")
-LINEAR = kavro.Medium(1540.7, 1060.3, 8, 1)  # losses that show in the prefactor
+LINEAR = kavro.Medium(1540.3, 1060.3, 8, 1)  # losses show in the prefactor, roundings in k
 PENTAGON = [[-2, -1], [1, -1.5], [2, 0.5], [0, 2], [-1.5, 1]]
 
 # A face, its frequency, how large and how far away what it sees is.
