@@ -1,5 +1,5 @@
 """Every linear method of every shape against what geometry says (oracle.py), at sizes and frequencies
-that users have. Bounds are shares of the largest value, or of a plane wave where sums cancel."""
+that users have. Bounds are shares of the largest value."""
 
 import csv
 import pathlib
@@ -12,7 +12,7 @@ import pytest
 MHZ, MM = 1e6, 1e-3
 LOSSLESS = kavro.medium("liver", attenuationdBcmMHz=0)
 LIVER = kavro.medium("liver")
-LINEAR = kavro.Medium(1540.7, 1060.3, 8, 1)  # losses that show in the prefactor
+LINEAR = kavro.Medium(1540.3, 1060.3, 8, 1)  # losses show in the prefactor, roundings in k
 PENTAGON = [[-2, -1], [1, -1.5], [2, 0.5], [0, 2], [-1.5, 1]]
 
 # A face, its frequency, how large and how far away what it sees is.
@@ -47,8 +47,8 @@ def solved(method, elements, points, medium, **options):
     return kavro.solve(method, elements, kavro.Points(points), medium, **options)
 
 
-def agree(found, expected, bound, floor=0.0):
-    scale = max(abs(expected).max(), floor)
+def agree(found, expected, bound):
+    scale = abs(expected).max()
     assert scale > 0 and abs(found - expected).max() < bound * scale
 
 
@@ -88,7 +88,7 @@ def test_continuous_waves(name, medium):
 @each_face
 def test_velocities_are_gradients(name):
     """By differences of the sixth order, which do not mind a focus."""
-    elements, f0, points = scene(name, np.delete(PLACES, 8, axis=0))  # on the rim
+    elements, f0, points = scene(name, np.delete(PLACES, 8, axis=0))  # without that on a rim
     d = (elements.rad_curvature + elements.geometric_focus)[0]
     if d:
         elements = elements[0]
@@ -206,8 +206,9 @@ def test_rayleigh_sums(name, exact):
     for n in (1, 4, 13):
         compare("rayleigh_cw", *case, n, exact, 2e-12)
         if n == 4 and offers("rayleigh_cw_sse", elements):
-            real = np.float64 if exact else np.float32
-            compare("rayleigh_cw_sse", *case, n, exact, 5e-6, oracle.rayleigh_cw, real=real)
+            real = np.float64 if exact else np.float32  # whose roundings the reference names
+            bound = 1e-6 if not exact and "bowl" not in name else 5e-6
+            compare("rayleigh_cw_sse", *case, n, exact, bound, oracle.rayleigh_cw, real=real)
         if offers("radiator_cw", elements):
             compare("radiator_cw", *case, n, exact, 2e-11)
             compare("farfield_cw", *case, n, exact, 2e-12)
