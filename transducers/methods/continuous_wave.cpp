@@ -1,5 +1,6 @@
 #include "transducers/methods/continuous_wave.h"
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -104,7 +105,14 @@ private:
                 const double path = block.direct_delay[k];
                 const std::complex<double> direct =
                     smart_exp(-wave_.attenuation * path, -wave_.wavenumber * path);
-                tile.add(b, lane, prefactor_ * (direct * std::complex<double>(re[k], im[k])));
+                const std::complex<double> sum(re[k], im[k]);
+                // Behind a bowl's focus edge waves come before the direct wave. Where losses make
+                // more of that than a double holds, nothing of the field is left.
+                const bool is_silent =
+                    wave_.attenuation * path > 700.0 && !std::isfinite(sum.real());
+                if (!is_silent) {
+                    tile.add(b, lane, prefactor_ * (direct * sum));
+                }
             }
         }
     }
