@@ -4,6 +4,7 @@
 #include <cmath>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/constants.h"
 #include "core/input_error.h"
@@ -22,6 +23,29 @@ bool is_given(std::span<const Value* const> options, const char* name) {
         }
     }
     return false;
+}
+
+// Throws InputError for a name that no method of the choice knows: it may have been meant for 'f0'.
+void require_known_names(std::span<const Value* const> options) {
+    std::vector<const char*> known = option_names(*operation_of("fnm_cw"));
+    for (const char* name : option_names(*operation_of("fnm_tsd"))) {
+        if (std::none_of(known.begin(), known.end(),
+                         [&](const char* other) { return same_but_case(name, other); })) {
+            known.push_back(name);
+        }
+    }
+    for (std::size_t i = 0; i < options.size(); i += 2) {
+        const std::optional<std::string> text = text_of(options[i]);
+        if (!text) {
+            throw OptionError("What should be the name of an option " + described(options[i]) +
+                              ".");
+        }
+        if (std::none_of(known.begin(), known.end(),
+                         [&](const char* name) { return same_but_case(name, *text); })) {
+            throw OptionError("There is no option '" + shown(*text) +
+                              "'. The pressure takes the options " + quoted_list(known) + ".");
+        }
+    }
 }
 
 double farthest_point(const CoordinateGrid& grid, const CartesianCoordinate& center) {
@@ -50,6 +74,7 @@ const Operation& operation_asked_for(std::span<const Value* const> options, cons
     const bool wave = is_given(options, "f0");
     const bool over_time = is_given(options, "time") || is_given(options, "excitation");
     if (wave == over_time) {
+        require_known_names(options);
         throw InputError(
             std::string("The pressure needs the option 'f0' (a continuous wave) or the "
                         "options 'time' and 'excitation' (a wave over time)") +

@@ -15,7 +15,7 @@ from kavro._channels import Wiring, middle_share, unit_rows
 from kavro._check import Floats
 from kavro._elements import Elements
 from kavro._focusing import distances
-from kavro._medium import Medium
+from kavro._medium import Medium, sound_speed
 
 
 @dataclass(frozen=True, eq=False)
@@ -105,9 +105,10 @@ def plane_wave_events(
     """
     me = "plane_wave_events"
     wiring = Wiring(elements)
-    a = np.atleast_1d(_check.finite(me, "angles", angles, "a vector of real numbers (rad)"))
-    _check.require(a.ndim == 1, me, "angles", "a vector of real numbers (rad)", angles)
-    speed = _check.real(me, "medium.soundspeed", medium.soundspeed, "positive", "m/s")
+    rule = "a vector of angles from -pi to pi (rad)"
+    a = np.atleast_1d(_check.finite(me, "angles", angles, rule))
+    _check.require(a.ndim == 1 and np.all(abs(a) <= math.pi), me, "angles", rule, angles)
+    speed = sound_speed(me, medium)
     expected = f"one real number, or a vector of {len(a)}, one for each angle (rad)"
     e = _check.finite(me, "elevation", elevation, expected)
     _check.require(e.shape in ((), (1,), a.shape), me, "elevation", expected, elevation)
@@ -165,7 +166,7 @@ def focused_events(
     me = "focused_events"
     wiring = Wiring(elements)
     focus = _check.finite(me, "points", points, "n x 3 real numbers (m)", (None, 3))
-    speed = _check.real(me, "medium.soundspeed", medium.soundspeed, "positive", "m/s")
+    speed = sound_speed(me, medium)
     start = _check.finite(me, "origin", origin, "three real numbers (m)", (3,))
     fires = _aperture(me, aperture, len(focus), wiring.count)
     away = np.stack([wiring.means(distances(elements, point)) for point in focus])

@@ -9,7 +9,7 @@ from kavro import _check
 from kavro._channels import Wiring, channels, middles
 from kavro._check import Floats
 from kavro._elements import Elements
-from kavro._medium import Medium
+from kavro._medium import Medium, sound_speed
 from kavro._scene import Points
 from kavro._solver import solve
 
@@ -37,7 +37,7 @@ def focus_delays(elements: Elements, point: ArrayLike, medium: Medium) -> Floats
     """
     me = "focus_delays"
     focus = _check.finite(me, "point", point, "three real numbers (m)", (3,))
-    speed = _check.real(me, "medium.soundspeed", medium.soundspeed, "positive", "m/s")
+    speed = sound_speed(me, medium)
     wiring = Wiring(elements)
     away = wiring.means(distances(elements, focus))[wiring.channel]
     return np.asarray((away.max(initial=0.0) - away) / speed)

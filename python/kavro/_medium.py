@@ -104,12 +104,24 @@ def medium(name: str = "water", **fields: float) -> Medium:
     named = Medium(
         speed, density, attenuation, exponent, 1 + b_over_a / 2, heat, 3617.0, conductivity
     )
-    return dataclasses.replace(named, **fields)
+    changed = dataclasses.replace(named, **fields)
+    for field, value in fields.items():
+        if value is not None:  # no reference frequency
+            positive = field in ("soundspeed", "density", "referencefrequency")
+            _check.real("medium", field, value, "positive" if positive else "not negative")
+    return changed
 
 
 def water(temperature: float = 20.0) -> Medium:
     """Water of a temperature in degrees Celsius, without attenuation."""
     return medium("water", temperature=temperature)
+
+
+def sound_speed(owner: str, medium: object) -> float:
+    """That of the argument `medium` of the function `owner`, m/s."""
+    if not isinstance(medium, Medium):
+        _check.refuse(owner, "medium", "a Medium", medium)
+    return _check.real(owner, "medium.soundspeed", medium.soundspeed, "positive", "m/s")
 
 
 def _water(temperature: float) -> tuple[float, float]:

@@ -39,8 +39,8 @@ function events = plane_wave_events(elements, angles, medium, varargin)
 me = 'plane_wave_events';
 kavro.internal.check_count(me, nargin, [3 Inf], 'elements, angles, medium and options');
 places = kavro.internal.channel_places(me, elements);
-ok = kavro.internal.is_numbers(angles) && isvector(angles);
-kavro.internal.check(ok, me, 'angles', angles, 'a vector of real numbers (rad)');
+ok = kavro.internal.is_numbers(angles) && isvector(angles) && all(abs(angles) <= pi);
+kavro.internal.check(ok, me, 'angles', angles, 'a vector of angles from -pi to pi (rad)');
 c = kavro.internal.sound_speed(me, medium);
 defaults = struct('elevation', 0, 'aperture', [], 'origin', [0 0 0]);
 options = kavro.internal.parse_options(me, defaults, varargin);

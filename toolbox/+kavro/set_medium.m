@@ -65,7 +65,8 @@ function medium = set_medium(varargin)
 me = 'set_medium';
 names = {'water', 'lossy water', 'blood', 'fat', 'liver', 'muscle'};
 name = 'water';
-if mod(nargin, 2) == 1
+named = nargin > 0 && any(strcmpi(varargin{1}, names));
+if mod(nargin, 2) == 1 || named
     name = kavro.internal.choose(me, 'name', varargin{1}, names);
     varargin(1) = [];
 end

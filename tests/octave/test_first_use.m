@@ -1,0 +1,52 @@
+% What somebody meets who has not read everything.
+
+%!test  % an axis that fits a lossy field leaves nothing out of the field
+%! medium = kavro.set_medium('liver');
+%! e = kavro.linear_array(16, 0.3e-3, [0.27e-3 5e-3]);
+%! e = kavro.set_delays(e, kavro.focus_delays(e, [0 0 60e-3], medium));
+%! pulse = kavro.set_excitation_function('hanning pulse', 7e6, 0.4e-6);
+%! for z = [10e-3 60e-3 150e-3]
+%!   grid = kavro.set_coordinate_grid([0 0 z; 10e-3 0 z]);
+%!   times = kavro.fit_time_samples(e, grid, medium, pulse, 20e-9);
+%!   wide = kavro.set_time_samples(20e-9, times.tmin - 200 * 20e-9, times.tmax + 400 * 20e-9);
+%!   p = kavro.pressure(e, grid, medium, 'time', wide, 'excitation', pulse);
+%!   t = kavro.time_axis(wide);
+%!   outside = max(abs(p(:, t < times.tmin - 1e-9 | t > times.tmax + 1e-9)), [], 2);
+%!   assert(all(outside < 1e-3 * max(abs(p), [], 2)));
+%!   assert(numel(kavro.time_axis(times)) < 600 + 2 * 5e-6 / 20e-9);
+%! end
+
+%!function complaint = complaint_of(f)
+%! complaint = '';
+%! try
+%!   f();
+%! catch thrown
+%!   complaint = thrown.message;
+%! end
+%!endfunction
+
+%!test  % complaints of the one call for most questions
+%! e = kavro.disc(1e-3);
+%! grid = kavro.set_coordinate_grid([0 0 1e-2]);
+%! medium = kavro.set_medium();
+%! begins = @(f, text) assert(strncmp(complaint_of(f), text, numel(text)), complaint_of(f));
+%! begins(@() kavro.pressure(), 'pressure: it takes at least 3 arguments');
+%! begins(@() kavro.pressure(e, grid, medium, 'frequency', 1e6), ...
+%!        'solve: There is no option ''frequency''. The pressure takes the options ''f0'', ');
+%! begins(@() kavro.pressure(e, grid, medium, 1e6), ...
+%!        'solve: What should be the name of an option is one number.');
+%! begins(@() kavro.plane_wave_events(e, [-15 15], medium), ...
+%!        'plane_wave_events: ''angles'' must be a vector of angles from -pi to pi (rad)');
+%! assert(! isempty(regexp(complaint_of(@() kavro.set_medium('water', 37)), 'but it is 37\.$')));
+
+%!test  % an array's elements are checked each by itself, however they were made
+%! e = kavro.linear_array(3, 1e-3, 0.4e-3);
+%! e(2).center = e(2).center';
+%! louder = kavro.set_amplitudes(e, 2);
+%! assert(louder(2).amplitude, 2);
+%! for bad = {{'center', [1 2]}, {'euler', [0 NaN 0]}, {'center', 'abc'}, {'channel', -1}}
+%!   x = e;
+%!   x(3).(bad{1}{1}) = bad{1}{2};
+%!   start = sprintf('set_amplitudes: ''elements(3).%s'' must be ', bad{1}{1});
+%!   assert(strncmp(complaint_of(@() kavro.set_amplitudes(x, 2)), start, numel(start)));
+%! end

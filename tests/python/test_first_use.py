@@ -1,0 +1,42 @@
+"""What somebody meets who has not read everything."""
+
+import numpy as np
+import pytest
+
+import kavro
+
+
+def test_a_fitted_axis_holds_a_lossy_field():
+    medium = kavro.medium("liver")
+    disc = kavro.disc(2e-3)
+    points = kavro.Points([(0, 0, 0.15), (20e-3, 0, 0.15)])
+    pulse = kavro.tone_burst(7e6, 0.5e-6)
+    times = kavro.fit_time_samples(disc, points, medium, pulse, 20e-9)
+    wide = kavro.Times(times.tmin - 4e-6, times.tmax + 8e-6, 20e-9)
+    p = np.abs(kavro.pressure(disc, points, medium, time=wide, excitation=pulse))
+    t = kavro.time_axis(wide)
+    outside = p[:, (t < times.tmin - 1e-9) | (t > times.tmax + 1e-9)].max(axis=1)
+    assert (outside < 1e-3 * p.max(axis=1)).all()
+
+
+@pytest.mark.filterwarnings("ignore:The tolerance is not reached")
+def test_losses_beyond_all_numbers_leave_silence():
+    medium = kavro.medium("liver", attenuationdBcmMHz=5, powerlawexponent=0.5)
+    bowl = kavro.spherical_shell(20.7, 109.2)
+    behind_the_focus = kavro.Points([(151.7, 0, 122.5)])
+    assert kavro.pressure(bowl, behind_the_focus, medium, f0=2e5) == 0
+
+
+@pytest.mark.parametrize(
+    "call, complaint",
+    [
+        (lambda e, g: kavro.focus_delays(e, (0, 0, 1), 1500), "'medium' must be a Medium, but it"),
+        (lambda e, g: kavro.plane_wave_events(e, [15], kavro.water()), "angles from -pi to pi"),
+        (lambda e, g: kavro.medium("fat", density=-1), "'density' must be a positive real number"),
+        (lambda e, g: kavro.fit_time_samples(e, g, kavro.water(), 5e6, 1e-8), "a Pulse or Sampled"),
+        (lambda e, g: kavro.pressure(e, g, kavro.water(), hz=1), "There is no option 'hz'"),
+    ],
+)
+def test_complaints(call, complaint):
+    with pytest.raises((kavro.InputError, TypeError), match=complaint):
+        call(kavro.disc(1e-3), kavro.Grid(z=1e-2))
