@@ -303,8 +303,8 @@ def fit_time_samples(
     early, late = 0.0, 0.0
     if medium.attenuationdBcmMHz > 0:
         farthest = (arrivals[:, 1] - heard.time_delay).max() * medium.soundspeed
-        request = ("pulse_reach", pulses, medium, max(farthest, 0.0))
-        early, late = _kavro.call([_lowered(argument) for argument in request])[0].ravel()
+        request = arguments(("pulse_reach", pulses, medium, max(farthest, 0.0)), {})
+        early, late = _kavro.call(request)[0].ravel()
     first = np.floor((arrivals[:, 0].min() - early) / step)
     last = np.ceil((arrivals[:, 1].max() + duration + late) / step)
     return Times(first * step, last * step, step)

@@ -35,6 +35,9 @@
 %!        'solve: There is no option ''frequency''. The pressure takes the options ''f0'', ');
 %! begins(@() kavro.pressure(e, grid, medium, 1e6), ...
 %!        'solve: What should be the name of an option is one number.');
+%! pair = [e e];
+%! begins(@() kavro.kzk_parameters(pair, medium, 1e6), ...
+%!        'kzk_parameters: ''element'' must be one disc, spherical shell or spherical ring');
 %! begins(@() kavro.plane_wave_events(e, [-15 15], medium), ...
 %!        'plane_wave_events: ''angles'' must be a vector of angles from -pi to pi (rad)');
 %! assert(! isempty(regexp(complaint_of(@() kavro.set_medium('water', 37)), 'but it is 37\.$')));

@@ -54,7 +54,7 @@ def sides(e, x, y):
     """Of a face with corners: where each side begins and ends, from the foot of a point on its line,
     and how far that is from the point's own foot, positive where the face is on the same side."""
     rectangle = np.array([[1, -1], [1, 1], [-1, 1], [-1, -1]]) * (e.width / 2, e.height / 2)
-    corners = e.corners if e.shape == "poly" else rectangle
+    corners = e.corners if e.shape == "polygon" else rectangle
     for p, q in zip(corners, np.roll(corners, -1, axis=0)):
         u, v = (q - p) / np.hypot(*(q - p))
         begin = (p[0] - x) * u + (p[1] - y) * v
@@ -67,7 +67,7 @@ def share(e, at, R):
     x, y, z = at.T[:, :, None]
     radius = np.sqrt(np.maximum(R**2 - z**2, 0))  # of the circle in a flat face's plane
     with np.errstate(divide="ignore", invalid="ignore"):
-        if e.shape in ("rect", "poly"):
+        if e.shape in ("rectangle", "polygon"):
             angle = 0.0
             for begin, end, off in sides(e, x, y):
                 near = np.arccos(np.fmin(abs(off) / radius, 1))  # closer than this, beyond the side
@@ -95,7 +95,7 @@ def share(e, at, R):
 def kinks(e, at):
     """The paths (n, k) between which the share is smooth, beyond which it is zero."""
     x, y, z = at.T
-    if e.shape in ("rect", "poly"):
+    if e.shape in ("rectangle", "polygon"):
         found = [abs(z)]
         for begin, end, off in sides(e, x, y):
             found += [np.hypot(off, z), np.sqrt(begin**2 + off**2 + z**2)]
@@ -140,7 +140,7 @@ def wave(e, at, medium, f0, everywhere=False, n=160):
 def response(e, at, medium, times, exact=True):
     R = np.broadcast_to(medium.soundspeed * (times - e.time_delay), (len(at), len(times)))
     arcs = share(e, at, R)
-    if e.shape == "circ" and not exact:  # which takes the height with its sign
+    if e.shape == "disc" and not exact:  # which takes the height with its sign
         x, y, z = at.T[:, :, None]
         arcs = np.where((R > z) & (R <= abs(z)) & (np.hypot(x, y) < e.radius), 1, arcs)
     return e.amplitude * medium.soundspeed * arcs
@@ -215,7 +215,7 @@ PROFILES = {
 def samples(e, n, midpoints=True):
     """Places and areas of n by n samples, twice as large on one half of a round face."""
     phi, w_phi = gauss(n)
-    if e.shape == "rect":
+    if e.shape == "rectangle":
         (x, wx), (y, wy) = (gauss(n, -side / 2, side / 2) for side in (e.width, e.height))
         return x[:, None], y, 0.0, wx[:, None] * wy
     bounds, d = rims(e)
@@ -238,12 +238,12 @@ def samples(e, n, midpoints=True):
 def paths(e, at, n, exact, real=np.float64, midpoints=True):
     """Paths to the samples and areas over paths; close to a sample the mean over a disc as large."""
     x, y, z = (v[:, None, None].astype(real) for v in at.T)
-    if e.shape != "rect":
+    if e.shape != "rectangle":
         x, y = np.sqrt(x * x + y * y), real(0)
     X, Y, Z, area = samples(e, n, midpoints)
     dx, dy, dz = x - np.asarray(X, real), y - np.asarray(Y, real), z - np.asarray(Z, real)
     R = np.sqrt(dx * dx + dy * dy + dz * dz)
-    half = area / (1 if e.shape == "rect" else 2)
+    half = area / (1 if e.shape == "rectangle" else 2)
     near = R.astype(float) ** 2 <= (1 if exact else 1e-10) * half / (4 * np.pi)
     mean = 2 * np.sqrt(np.pi / half)
     return R, area * np.where(near, mean, 1 / np.where(near, 1, R.astype(float)))
@@ -251,11 +251,11 @@ def paths(e, at, n, exact, real=np.float64, midpoints=True):
 
 def rayleigh_cw(e, at, medium, f0, n, exact, real=np.float64, midpoints=True):
     gamma = growth(medium, f0, exact)
-    if e.shape == "circ" and not exact and real == np.float64:
+    if e.shape == "disc" and not exact and real == np.float64:
         gamma = -gamma.conjugate()  # grows on its way
     R, weights = paths(e, at, n, exact, real, midpoints)
     alpha, k = real(gamma.real), real(gamma.imag)
-    if e.shape == "rect" and real == np.float32:
+    if e.shape == "rectangle" and real == np.float32:
         k = real(2 * np.pi) / real(2 * np.pi / gamma.imag)
     terms = weights * np.exp(-(alpha * R).astype(float) - 1j * (k * R).astype(float))
     p = weight(e, medium, f0) / (2 * np.pi) * terms.sum(axis=(1, 2))

@@ -50,8 +50,12 @@ kavro.internal.check_count(me, nargin, [3 Inf], 'element, medium, f0 or waveform
 options = struct('accuracy', 0.01, 'harmonics', 5, 'grid', [], 'time', []);
 options = kavro.internal.parse_options(me, options, varargin);
 choice.accuracy = kavro.internal.real_number(me, 'accuracy', options.accuracy, 'positive', '');
+ok = isstruct(element) && isscalar(element) && isfield(element, 'radius');
+kavro.internal.check(ok, me, 'element', element, 'one disc, spherical shell or spherical ring');
+kavro.internal.sound_speed(me, medium);
 pulsed = isstruct(drive);
 if pulsed
+    kavro.internal.check(isfield(drive, 'f0'), me, 'waveform', drive, 'a pulse, not samples');
     f0 = drive.f0;
     method = 'kzk_transient';
 else

@@ -106,9 +106,11 @@ private:
                 const std::complex<double> direct =
                     smart_exp(-wave_.attenuation * path, -wave_.wavenumber * path);
                 const std::complex<double> sum(re[k], im[k]);
-                // Behind a bowl's focus edge waves are earlier than the direct wave; where losses
-                // make that more than numbers hold, nothing of the field is left.
-                if (std::isfinite(sum.real())) {
+                // Behind a bowl's focus edge waves come before the direct wave. Where losses make
+                // more of that than a double holds, nothing of the field is left.
+                const bool is_silent =
+                    wave_.attenuation * path > 700.0 && !std::isfinite(sum.real());
+                if (!is_silent) {
                     tile.add(b, lane, prefactor_ * (direct * sum));
                 }
             }
