@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
+#include <type_traits>
+#include <utility>
 
 #include "core/simd/vector_dispatch.h"
 
@@ -12,382 +13,418 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#ifndef KAVRO_ACTIVE_SUMS_SIZES
+#define KAVRO_ACTIVE_SUMS_SIZES
+namespace kavro {
+
+// Terms whose sums are kept running at a time, in registers.
+constexpr int terms_at_a_time = 8;
+
+}  // namespace kavro
+#endif
+
 HWY_BEFORE_NAMESPACE();
 namespace kavro {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Doubles = hn::CappedTag<double, block_lanes>;
-
 template <class Real>
 using Reals = hn::CappedTag<Real, block_lanes>;
+// One point of a block.
 template <class Real>
-using Integers = hn::RebindToSigned<Reals<Real>>;
+struct Point {
+    const WaveBlock<Real>& block;
+    ActiveSumsScratch<Real>& scratch;
+    size_t lane;
+    size_t first;  // sample
+    size_t samples;
+    Real* series;
+};
 
-// The changes of the sums at the samples ahead of the sweep.
-template <class Real>
-struct Ring {
-    using Integer = typename ActiveSumsScratch<Real>::Integer;
-    Integer* rows;
-    int32_t mask;  // number of rows less one
-    int K;
+// The sums, or a change of them, of the terms of a group at one sample, in as many vectors as that
+// takes.
+template <int kFours, class Integer>
+struct Row {
+    using D = hn::CappedTag<Integer, 4 * kFours>;
+    using V = hn::Vec<D>;
+    static constexpr size_t kLanes = hn::MaxLanes(D());
+    static constexpr size_t kParts = 4 * kFours / kLanes;
 
-    Integer* row(int32_t j) const {
-        return rows + static_cast<size_t>(j & mask) * static_cast<size_t>(K * block_lanes);
+    V part[kParts];
+
+    HWY_INLINE Row() {
+        for (V& of : part) {
+            of = hn::Zero(D());
+        }
+    }
+
+    // The fours lie `apart` from each other.
+    HWY_INLINE Row(const Integer* from, size_t apart) {
+#if HWY_TARGET != HWY_SCALAR
+        if constexpr (kLanes > 4) {
+            const hn::Half<D> half;
+            part[0] = hn::Combine(D(), hn::Load(half, from + apart), hn::Load(half, from));
+            return;
+        }
+#endif
+        for (size_t p = 0; p < kParts; ++p) {
+            part[p] = hn::Load(D(), from + p * kLanes / 4 * apart + p * kLanes % 4);
+        }
+    }
+
+    HWY_INLINE void AddTo(Integer* row) const {
+        for (size_t p = 0; p < kParts; ++p) {
+            Integer* at = row + p * kLanes;
+            hn::Store(hn::Add(hn::Load(D(), at), part[p]), D(), at);
+        }
+    }
+
+    HWY_INLINE void SubtractFrom(Integer* row) const {
+        for (size_t p = 0; p < kParts; ++p) {
+            Integer* at = row + p * kLanes;
+            hn::Store(hn::Sub(hn::Load(D(), at), part[p]), D(), at);
+        }
+    }
+
+    // Adds a change, which leaves zero behind.
+    HWY_INLINE void Take(Integer* row) {
+        for (size_t p = 0; p < kParts; ++p) {
+            Integer* at = row + p * kLanes;
+            part[p] = hn::Add(part[p], hn::Load(D(), at));
+            hn::Store(hn::Zero(D()), D(), at);
+        }
     }
 };
 
-// Adds (Begins) or takes off edge sample i's values at the samples where its windows begin (end):
-// lane by lane where those are far apart, sample by sample where they are close.
-template <bool Begins, class Real>
-HWY_INLINE void Scatter(const Ring<Real>& ring, int terms,
-                        const typename Ring<Real>::Integer* values, const int32_t* at,
-                        int32_t lowest, int32_t highest, int32_t past_last) {
-    using Integer = typename Ring<Real>::Integer;
-    const Integers<Real> di;
-    const int step = static_cast<int>(hn::Lanes(di));
-    highest = std::min(highest, past_last - 1);
-    if ((highest - lowest + 1) * (block_lanes / step) <= 10) {
-        Integer wide_at[block_lanes];
-        for (int lane = 0; lane < block_lanes; ++lane) {
-            wide_at[lane] = at[lane];
+#if HWY_TARGET == HWY_SCALAR
+template <class D, class V>
+HWY_INLINE void Transpose(D /* of one lane */, V& /* alone */) {}
+#else
+// From rows to columns of as many squares as stand side by side in the vectors.
+template <class D, size_t kRows, class V = hn::Vec<D>>
+HWY_INLINE void Transpose(D d, V (&rows)[kRows]) {
+    constexpr size_t kLanes = hn::MaxLanes(D());
+    constexpr size_t kBlock = 16 / sizeof(hn::TFromD<D>);
+    // Within blocks of 128 bits each stage interleaves twice as wide units.
+    const auto interleave = [&](auto unit, size_t apart) HWY_ATTR {
+        for (size_t i = 0; i < kRows; ++i) {
+            if ((i & apart) == 0) {
+                const auto a = hn::BitCast(unit, rows[i]);
+                const auto b = hn::BitCast(unit, rows[i + apart]);
+                rows[i] = hn::BitCast(d, hn::InterleaveLower(unit, a, b));
+                rows[i + apart] = hn::BitCast(d, hn::InterleaveUpper(unit, a, b));
+            }
         }
-        for (int32_t j = lowest; j <= highest; ++j) {
-            Integer* row = ring.row(j);
-            for (int lane = 0; lane < block_lanes; lane += step) {
-                const auto here =
-                    hn::Eq(hn::LoadU(di, wide_at + lane), hn::Set(di, static_cast<Integer>(j)));
-                for (int k = 0; k < terms; ++k) {
-                    Integer* cell = row + k * block_lanes + lane;
-                    const auto change =
-                        hn::IfThenElseZero(here, hn::Load(di, values + k * block_lanes + lane));
-                    const auto before = hn::Load(di, cell);
-                    hn::Store(Begins ? hn::Add(before, change) : hn::Sub(before, change), di, cell);
+    };
+    const hn::Repartition<int64_t, D> wide;
+    if constexpr (kBlock == 4) {
+        interleave(d, 1);
+        interleave(wide, 2);
+        // Columns 1 and 2 of each four have changed places.
+        for (size_t i = 0; i < kRows; i += 4) {
+            std::swap(rows[i + 1], rows[i + 2]);
+        }
+    } else {
+        interleave(wide, 1);
+    }
+    if constexpr (kRows > kBlock && kLanes == 4 * kBlock) {
+        for (size_t i = 0; i < kRows; ++i) {
+            if ((i & kBlock) == 0) {
+                const V a = rows[i];
+                const V b = rows[i + kBlock];
+                rows[i] = hn::OddEvenBlocks(hn::SwapAdjacentBlocks(b), a);
+                rows[i + kBlock] = hn::OddEvenBlocks(b, hn::SwapAdjacentBlocks(a));
+            }
+        }
+    }
+    if constexpr (kRows > kBlock && kRows == kLanes) {
+        for (size_t i = 0; i < kRows / 2; ++i) {
+            const V a = rows[i];
+            const V b = rows[i + kRows / 2];
+            rows[i] = hn::ConcatLowerLower(d, b, a);
+            rows[i + kRows / 2] = hn::ConcatUpperUpper(d, b, a);
+        }
+    }
+}
+#endif
+
+// Vectors side by side.
+template <class D, class V>
+HWY_INLINE hn::Vec<D> SideBySide(D d, const V (&parts)[1]) {
+    (void)d;
+    return parts[0];
+}
+
+#if HWY_TARGET != HWY_SCALAR
+template <class D, class V>
+HWY_INLINE hn::Vec<D> SideBySide(D d, const V (&parts)[2]) {
+    return hn::Combine(d, parts[1], parts[0]);
+}
+
+template <class D, class V>
+HWY_INLINE hn::Vec<D> SideBySide(D d, const V (&parts)[4]) {
+    const hn::Half<D> half;
+    return hn::Combine(d, hn::Combine(half, parts[3], parts[2]),
+                       hn::Combine(half, parts[1], parts[0]));
+}
+#endif
+
+// Notes every edge wave where it begins and where it ends.
+template <int kFours, class Real>
+HWY_INLINE void NoteChanges(const Point<Real>& point, size_t term) {
+    using Integer = typename ActiveSumsScratch<Real>::Integer;
+    const WaveBlock<Real>& block = point.block;
+    const int32_t* begin = block.windows->begin.data() + point.lane;
+    const int32_t* end = block.windows->end.data() + point.lane;
+    const auto n = static_cast<size_t>(block.samples);
+    const size_t apart = n * block_lanes * 4;
+    const Integer* values = point.scratch.scaled.data() + term / 4 * apart + point.lane * 4;
+    Integer* const changes = point.scratch.changes.data();
+    for (size_t i = 0; i < n; ++i, begin += block_lanes, end += block_lanes) {
+        if (*begin < 0) {
+            continue;
+        }
+        const Row<kFours, Integer> wave(values + i * block_lanes * 4, apart);
+        wave.AddTo(changes + (static_cast<size_t>(*begin) - point.first) * 4 * kFours);
+        wave.SubtractFrom(changes + (static_cast<size_t>(*end) - point.first) * 4 * kFours);
+    }
+}
+
+// Takes the changes away and adds the running sums, each times its temporal factor, to the series.
+// Pairs first: neighbouring terms are the sine and cosine part of one wave and nearly cancel.
+template <int kPairs, class Real>
+HWY_INLINE void SumChanges(const Point<Real>& point, size_t first_term) {
+    constexpr size_t kTerms = 2 * kPairs;
+    constexpr int kFours = (kPairs + 1) / 2;
+    using Integer = typename ActiveSumsScratch<Real>::Integer;
+    using Sums = Row<kFours, Integer>;
+    constexpr size_t kLanes = Sums::kLanes;
+    constexpr size_t kSquares = hn::MaxLanes(Reals<Real>()) / kLanes;
+    const hn::CappedTag<Integer, kLanes * kSquares> di;
+    const hn::Rebind<Real, decltype(di)> d;
+    using V = hn::Vec<std::remove_const_t<decltype(d)>>;
+    const WaveBlock<Real>& block = point.block;
+    V unscale[kTerms];
+    const Real* T[kTerms];
+    for (size_t k = 0; k < kTerms; ++k) {
+        const size_t term = first_term + k;
+        unscale[k] = hn::Set(d, point.scratch.unscale[term * block_lanes + point.lane]);
+        T[k] = block.temporal +
+               std::min(term, static_cast<size_t>(block.terms) - 1) * block.ntimes + point.first;
+    }
+    Sums sums;
+    Integer* change = point.scratch.changes.data();
+    Real* const series = point.series;
+    // In the row behind the last sample all waves have ended.
+    for (size_t row = 0; row <= point.samples; row += kLanes * kSquares) {
+        typename Sums::V taken[Sums::kParts][kLanes][kSquares];
+        for (size_t square = 0; square < kSquares; ++square) {
+            for (size_t i = 0; i < kLanes; ++i, change += 4 * kFours) {
+                sums.Take(change);
+                for (size_t p = 0; p < Sums::kParts; ++p) {
+                    taken[p][i][square] = sums.part[p];
                 }
             }
         }
-        return;
+        hn::Vec<std::remove_const_t<decltype(di)>> A[Sums::kParts][kLanes];
+        for (size_t p = 0; p < Sums::kParts; ++p) {
+            for (size_t i = 0; i < kLanes; ++i) {
+                A[p][i] = SideBySide(di, taken[p][i]);
+            }
+            Transpose(di, A[p]);
+        }
+        const auto product = [&](size_t k) HWY_ATTR {
+            const auto value = hn::Mul(hn::ConvertTo(d, A[k / kLanes][k % kLanes]), unscale[k]);
+            return hn::Mul(value, hn::LoadU(d, T[k] + row));
+        };
+        V sum = hn::Add(product(0), product(1));
+        for (size_t k = 2; k < kTerms; k += 2) {
+            sum = hn::Add(sum, hn::Add(product(k), product(k + 1)));
+        }
+        hn::StoreU(first_term == 0 ? sum : hn::Add(hn::LoadU(d, series + row), sum), d,
+                   series + row);
     }
-    for (int lane = 0; lane < block_lanes; ++lane) {
-        const int32_t j = at[lane];
-        if (j < 0 || j >= past_last) {
+}
+
+// The edge waves of up to 2 kPairs terms.
+template <int kPairs, class Real>
+HWY_NOINLINE void AddGroup(const Point<Real>& point, int term) {
+    NoteChanges<(kPairs + 1) / 2>(point, static_cast<size_t>(term));
+    SumChanges<kPairs>(point, static_cast<size_t>(term));
+}
+
+// Takes the direct wave through a decomposition of its own off the series. Four vectors at a time,
+// as one sum alone waits for each of its additions.
+template <class Real>
+HWY_INLINE void SubtractDirectTerms(const Point<Real>& point) {
+    constexpr size_t together = 4;
+    const Reals<Real> d;
+    using V = hn::Vec<Reals<Real>>;
+    const WaveBlock<Real>& block = point.block;
+    const size_t lane = point.lane;
+    const int32_t past = block.direct_end[lane];
+    for (int32_t j = block.direct_begin[lane]; j < past;
+         j += static_cast<int32_t>(together * hn::Lanes(d))) {
+        const auto left = static_cast<size_t>(past - j);
+        V sum[together];
+        for (V& of : sum) {
+            of = hn::Zero(d);
+        }
+        for (size_t k = 0; k < static_cast<size_t>(block.direct_terms); ++k) {
+            const auto P = hn::Set(d, block.direct_spatial[k * block_lanes + lane]);
+            const Real* U = block.direct_temporal + k * block.ntimes + j;
+            for (size_t v = 0; v < together; ++v) {
+                sum[v] = hn::Add(sum[v], hn::Mul(P, hn::LoadU(d, U + v * hn::Lanes(d))));
+            }
+        }
+        Real* series = point.series + (static_cast<size_t>(j) - point.first);
+        for (size_t v = 0; v < together; ++v) {
+            Real* at = series + v * hn::Lanes(d);
+            const auto inside = hn::FirstN(d, left - std::min(left, v * hn::Lanes(d)));
+            hn::StoreU(hn::Sub(hn::LoadU(d, at), hn::IfThenElseZero(inside, sum[v])), d, at);
+        }
+    }
+}
+
+// The series of some points and samples, as many of either, to the output: the direct wave's values
+// off, the amplitude applied, each rounded as in the method's precision.
+template <class Real>
+struct Delivery {
+    using D = hn::CappedTag<double, samples_of_group>;
+    using V = hn::Vec<D>;
+    static constexpr size_t kLanes = hn::MaxLanes(D());
+
+    const WaveBlock<Real>& block;
+    const ActiveSumsScratch<Real>& scratch;
+
+    static HWY_INLINE V Wide(const double* values) { return hn::LoadU(D(), values); }
+    static HWY_INLINE V Wide(const float* values) {
+        return hn::PromoteTo(D(), hn::LoadU(hn::Rebind<float, D>(), values));
+    }
+    static HWY_INLINE V Rounded(V value) {
+        if constexpr (std::is_same_v<Real, float>) {
+            const hn::Rebind<float, D> narrow;
+            return hn::PromoteTo(D(), hn::DemoteTo(narrow, value));
+        }
+        return value;
+    }
+
+    // The series of a lane from sample j on, zero before and behind its own.
+    HWY_INLINE V OfLane(size_t lane, size_t j) const {
+        const SampleWindow own = block.windows->rows(lane);
+        const auto first = static_cast<size_t>(own.begin) / samples_of_group * samples_of_group;
+        const auto end = static_cast<size_t>(own.end);
+        if (own.begin >= own.end || j < first || j >= end) {
+            return hn::Zero(D());
+        }
+        auto p = Wide(scratch.series.data() + lane * scratch.stride + (j - first));
+        if (block.direct_values != nullptr) {
+            p = Rounded(
+                hn::Sub(p, Wide(block.direct_values + lane * block.direct_stride + (j - first))));
+        }
+        return p;
+    }
+
+    HWY_INLINE void Deliver(size_t lane, size_t begin, size_t end) const {
+        const D d;
+        const auto amplitude = hn::Set(d, block.amplitude);
+        V values[kLanes];
+        for (size_t j = begin; j < end; j += kLanes) {
+            for (size_t i = 0; i < kLanes; ++i) {
+                values[i] = OfLane(lane + i, j);
+            }
+            Transpose(d, values);
+            const size_t rows = std::min(kLanes, block.ntimes - std::min(block.ntimes, j));
+            for (size_t i = 0; i < rows; ++i) {
+                double* out = block.output + (j + i) * block.stride + lane;
+                const auto p = Rounded(hn::Mul(values[i], amplitude));
+                hn::StoreU(hn::Add(hn::LoadU(d, out), p), d, out);
+            }
+        }
+    }
+
+    HWY_INLINE void Deliver() const {
+        for (size_t lane = 0; lane < block_lanes; lane += kLanes) {
+            // Groups of samples that no point of these hears are left out.
+            size_t j = block.ntimes;
+            size_t past = 0;
+            const auto each = [&](auto use) {
+                for (size_t l = lane; l < lane + kLanes; ++l) {
+                    const SampleWindow own = block.windows->rows(l);
+                    if (own.begin < own.end) {
+                        use(static_cast<size_t>(own.begin) / samples_of_group * samples_of_group,
+                            static_cast<size_t>(own.end));
+                    }
+                }
+            };
+            each([&](size_t begin, size_t end) {
+                j = std::min(j, begin);
+                past = std::max(past, end);
+            });
+            while (j < past) {
+                size_t end = j;
+                size_t next = past;
+                each([&](size_t begin, size_t own_end) {
+                    if (begin <= j && j < own_end) {
+                        end = std::max(end, own_end);
+                    } else if (begin > j) {
+                        next = std::min(next, begin);
+                    }
+                });
+                const size_t done =
+                    (end + samples_of_group - 1) / samples_of_group * samples_of_group;
+                Deliver(lane, j, done);
+                j = end == j ? next : done;
+            }
+        }
+    }
+};
+
+template <class Real>
+HWY_INLINE void AddWaveBlock(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
+    for (size_t lane = 0; lane < block_lanes; ++lane) {
+        const SampleWindow rows = block.windows->rows(lane);
+        if (rows.begin >= rows.end) {
             continue;
         }
-        Integer* cell = ring.row(j) + lane;
-        const Integer* value = values + lane;
-        for (int k = 0; k < terms; ++k) {
-            cell[k * block_lanes] = Begins ? cell[k * block_lanes] + value[k * block_lanes]
-                                           : cell[k * block_lanes] - value[k * block_lanes];
-        }
-    }
-}
-
-// A series value to the output: the direct wave's value off, the amplitude applied, each rounded as
-// in the method's precision.
-HWY_INLINE void Deliver(hn::Vec<Reals<float>> v, const double* direct, double amplitude,
-                        double* output) {
-    const Reals<float> d;
-    const Doubles wide;
-    const hn::Rebind<float, Doubles> part;
-    HWY_ALIGN float lanes[HWY_MAX_BYTES / sizeof(float)];
-    hn::Store(v, d, lanes);
-    for (size_t lane = 0; lane < hn::Lanes(d); lane += hn::Lanes(wide)) {
-        auto p = hn::PromoteTo(wide, hn::Load(part, lanes + lane));
-        if (direct != nullptr) {
-            p = hn::Sub(p, hn::Load(wide, direct + lane));
-            p = hn::PromoteTo(wide, hn::DemoteTo(part, p));
-        }
-        if (amplitude != 1.0) {
-            p = hn::Mul(p, hn::Set(wide, amplitude));
-            p = hn::PromoteTo(wide, hn::DemoteTo(part, p));
-        }
-        hn::StoreU(hn::Add(hn::LoadU(wide, output + lane), p), wide, output + lane);
-    }
-}
-
-HWY_INLINE void Deliver(hn::Vec<Reals<double>> p, const double* direct, double amplitude,
-                        double* output) {
-    const Reals<double> d;
-    if (direct != nullptr) {
-        p = hn::Sub(p, hn::Load(d, direct));
-    }
-    p = hn::Mul(p, hn::Set(d, amplitude));
-    hn::StoreU(hn::Add(hn::LoadU(d, output), p), d, output);
-}
-
-// Part of the terms of a block, few enough that their sums stay in registers.
-struct TermGroup {
-    int first;  // term
-    int count;  // at most kTerms of the sweep; the rest are empty
-};
-
-// The direct wave's own windows, for the lanes from `lane` on.
-template <class Real>
-struct DirectWindows {
-    using Integer = typename ActiveSumsScratch<Real>::Integer;
-
-    int32_t first = 0;  // samples of any lane
-    int32_t last = 0;
-    hn::Vec<Integers<Real>> begin, end;
-
-    DirectWindows() = default;
-    HWY_INLINE DirectWindows(const WaveBlock<Real>& block, int lane) {
-        const Integers<Real> di;
-        HWY_ALIGN Integer begin_lanes[block_lanes] = {};
-        HWY_ALIGN Integer end_lanes[block_lanes] = {};
-        first = std::numeric_limits<int32_t>::max();
-        for (size_t l = 0; l < hn::Lanes(di); ++l) {
-            begin_lanes[l] = block.direct_begin[static_cast<size_t>(lane) + l];
-            end_lanes[l] = block.direct_end[static_cast<size_t>(lane) + l];
-            if (begin_lanes[l] < end_lanes[l]) {
-                first = std::min(first, static_cast<int32_t>(begin_lanes[l]));
-                last = std::max(last, static_cast<int32_t>(end_lanes[l]));
+        const auto first = static_cast<size_t>(rows.begin);
+        Real* const series = scratch.series.data() + lane * scratch.stride;
+        std::fill_n(series, samples_of_group, Real(0));
+        const Point<Real> point{block,
+                                scratch,
+                                lane,
+                                first,
+                                static_cast<size_t>(rows.end) - first,
+                                series + first % samples_of_group};
+        for (int term = 0; term < block.terms; term += terms_at_a_time) {
+            const int count = std::min(terms_at_a_time, block.terms - term);
+            if (term > 0) {
+                (*block.spend)(int64_t{count} * static_cast<int64_t>(point.samples));
             }
-        }
-        begin = hn::Load(di, begin_lanes);
-        end = hn::Load(di, end_lanes);
-    }
-
-    // The lanes whose window contains sample j; zero in the others.
-    HWY_INLINE hn::Vec<Reals<Real>> Cut(hn::Vec<Reals<Real>> value, int32_t j) const {
-        const Reals<Real> d;
-        const Integers<Real> di;
-        const auto now = hn::Set(di, static_cast<Integer>(j));
-        const auto before = hn::VecFromMask(di, hn::Gt(begin, now));
-        const auto inside = hn::AndNot(before, hn::VecFromMask(di, hn::Lt(now, end)));
-        return hn::And(value, hn::BitCast(d, inside));
-    }
-};
-
-// The direct wave through its own decomposition of as many terms, for the lanes from `lane` on.
-template <int kTerms, class Real>
-struct DirectTerms {
-    DirectWindows<Real> windows;
-    const Real* temporal = nullptr;
-    hn::Vec<Reals<Real>> P[kTerms];
-
-    DirectTerms() = default;
-    HWY_INLINE DirectTerms(const WaveBlock<Real>& block, int lane) {
-        if (block.direct_spatial == nullptr) {
-            return;
-        }
-        windows = DirectWindows<Real>(block, lane);
-        temporal = block.direct_temporal;
-        for (int k = 0; k < kTerms; ++k) {
-            P[k] = hn::Load(Reals<Real>(), block.direct_spatial + k * block_lanes + lane);
-        }
-    }
-
-    HWY_INLINE hn::Vec<Reals<Real>> At(int32_t j) const {
-        const Reals<Real> d;
-        auto sum = hn::Zero(d);
-        if (j < windows.first || j >= windows.last) {
-            return sum;
-        }
-        const Real* U = temporal + static_cast<size_t>(j) * kTerms;
-        for (int k = 0; k < kTerms; ++k) {
-            sum = hn::Add(sum, hn::Mul(P[k], hn::Set(d, U[k])));
-        }
-        return windows.Cut(sum, j);
-    }
-};
-
-// Pairs first: neighbouring terms are the sine and cosine part of one wave and nearly cancel.
-template <int kTerms, class D, class V = hn::Vec<D>>
-HWY_INLINE V SumOfPairs(D, const V* products) {
-    V sum = hn::Add(products[0], products[1]);
-    for (int k = 2; k < kTerms; k += 2) {
-        sum = hn::Add(sum, hn::Add(products[k], products[k + 1]));
-    }
-    return sum;
-}
-
-// Samples [first, last) of the block for one group of terms. Blocks of one group take the direct
-// wave along and deliver; those of several collect in scratch.partial.
-template <int kTerms, bool kCollect, class Real>
-HWY_NOINLINE void Sweep(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
-                        const Ring<Real>& ring, TermGroup group, int32_t first, int32_t last) {
-    using Integer = typename Ring<Real>::Integer;
-    const Reals<Real> d;
-    const Integers<Real> di;
-    const int step = static_cast<int>(hn::Lanes(d));
-    const auto stride = static_cast<size_t>(block.terms);
-    const int32_t base = block.windows->rows.begin;
-    for (int lane = 0; lane < block_lanes; lane += step) {
-        Integer* sums = scratch.sums.data() + lane;
-        DirectTerms<kTerms, Real> direct;
-        if constexpr (!kCollect) {
-            direct = DirectTerms<kTerms, Real>(block, lane);
-        }
-        hn::Vec<Integers<Real>> A[kTerms];
-        hn::Vec<Reals<Real>> unscale[kTerms];
-        for (int k = 0; k < kTerms; ++k) {
-            A[k] = hn::Load(di, sums + k * block_lanes);
-            unscale[k] =
-                k < group.count
-                    ? hn::Load(d, scratch.unscale.data() + (group.first + k) * block_lanes + lane)
-                    : hn::Zero(d);
-        }
-        const Real* T = block.temporal + static_cast<size_t>(first) * stride + group.first;
-        for (int32_t j = first; j < last; ++j, T += stride) {
-            Integer* change = ring.row(j) + lane;
-            hn::Vec<Reals<Real>> products[kTerms];
-            for (int k = 0; k < kTerms; ++k) {
-                A[k] = hn::Add(A[k], hn::Load(di, change + k * block_lanes));
-                hn::Store(hn::Zero(di), di, change + k * block_lanes);
-                const auto sum = hn::Mul(hn::ConvertTo(d, A[k]), unscale[k]);
-                products[k] =
-                    !kCollect || k < group.count ? hn::Mul(sum, hn::Set(d, T[k])) : hn::Zero(d);
-            }
-            auto v = SumOfPairs<kTerms>(d, products);
-            const auto row =
-                static_cast<size_t>(j - base) * block_lanes + static_cast<size_t>(lane);
-            if constexpr (kCollect) {
-                Real* partial = scratch.partial.data() + row;
-                hn::Store(hn::Add(hn::Load(d, partial), v), d, partial);
+            if (count <= 2) {
+                AddGroup<1>(point, term);
+            } else if (count <= 4) {
+                AddGroup<2>(point, term);
+            } else if (count <= 6) {
+                AddGroup<3>(point, term);
             } else {
-                v = hn::Sub(v, direct.At(j));
-                Deliver(v, block.direct_values == nullptr ? nullptr : block.direct_values + row,
-                        block.amplitude,
-                        block.output + static_cast<size_t>(j) * block.stride + lane);
+                AddGroup<4>(point, term);
             }
         }
-        for (int k = 0; k < kTerms; ++k) {
-            hn::Store(A[k], di, sums + k * block_lanes);
-        }
-    }
-}
-
-// The edge waves of one group of terms over all samples of the block.
-template <int kTerms, bool kCollect, class Real>
-HWY_INLINE void AddEdgeWaves(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
-                             TermGroup group) {
-    const WindowBlock& windows = *block.windows;
-    const int n = block.samples;
-    const auto values_of = static_cast<size_t>(block.terms * block_lanes);
-    const Ring<Real> ring{scratch.changes.data(), scratch.ring_rows - 1, kTerms};
-    std::fill_n(scratch.sums.data(), kTerms * block_lanes, 0);
-
-    int32_t frontier = windows.rows.begin;
-    const int32_t past_last = windows.rows.end;
-    int next_begin = 0;
-    int next_end = 0;
-    while (next_begin < n || next_end < n) {
-        constexpr int32_t never = std::numeric_limits<int32_t>::max();
-        const int32_t begin_at =
-            next_begin < n
-                ? windows.begin_min[static_cast<size_t>(scratch.begin_order.data()[next_begin])]
-                : never;
-        const int32_t end_at =
-            next_end < n ? windows.end_min[static_cast<size_t>(scratch.end_order.data()[next_end])]
-                         : never;
-        const int32_t at = std::min(begin_at, end_at);
-        if (at >= past_last) {
-            break;
-        }
-        if (at - frontier >= sweep_chunk) {
-            Sweep<kTerms, kCollect>(block, scratch, ring, group, frontier, at);
-            frontier = at;
-        }
-        const bool begins = begin_at <= end_at;
-        const auto i = static_cast<size_t>(begins ? scratch.begin_order.data()[next_begin++]
-                                                  : scratch.end_order.data()[next_end++]);
-        const auto* scaled = scratch.scaled.data() + i * values_of + group.first * block_lanes;
-        if (begins) {
-            Scatter<true>(ring, group.count, scaled, windows.begin.data() + i * block_lanes,
-                          windows.begin_min[i], windows.begin_max[i], past_last);
-        } else {
-            Scatter<false>(ring, group.count, scaled, windows.end.data() + i * block_lanes,
-                           windows.end_min[i], windows.end_max[i], past_last);
-        }
-    }
-    Sweep<kTerms, kCollect>(block, scratch, ring, group, frontier, past_last);
-}
-
-// Takes the direct wave through a decomposition of any number of terms off what was collected.
-// Four samples at a time, as one sum alone waits for each of its additions.
-template <class Real>
-HWY_INLINE void CollectDirectTerms(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
-                                   int lane) {
-    constexpr int together = 4;
-    const Reals<Real> d;
-    const DirectWindows<Real> windows(block, lane);
-    const auto K = static_cast<size_t>(block.direct_terms);
-    for (int32_t first = windows.first; first < windows.last; first += together) {
-        const Real* U[together];
-        hn::Vec<Reals<Real>> sum[together];
-        for (int s = 0; s < together; ++s) {
-            const int32_t j = std::min(first + s, windows.last - 1);
-            U[s] = block.direct_temporal + static_cast<size_t>(j) * K;
-            sum[s] = hn::Zero(d);
-        }
-        for (size_t k = 0; k < K; ++k) {
-            const auto P = hn::Load(d, block.direct_spatial + k * block_lanes + lane);
-            for (int s = 0; s < together; ++s) {
-                sum[s] = hn::Add(sum[s], hn::Mul(P, hn::Set(d, U[s][k])));
-            }
-        }
-        for (int s = 0; s < together && first + s < windows.last; ++s) {
-            const int32_t j = first + s;
-            Real* partial = scratch.partial.data() +
-                            static_cast<size_t>(j - block.windows->rows.begin) * block_lanes + lane;
-            hn::Store(hn::Sub(hn::Load(d, partial), windows.Cut(sum[s], j)), d, partial);
-        }
-    }
-}
-
-// Terms beyond a group of eight: all groups are collected, then delivered.
-template <class Real>
-HWY_INLINE void AddManyTerms(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
-    constexpr int group_size = most_terms_at_a_time;
-    const Reals<Real> d;
-    const int step = static_cast<int>(hn::Lanes(d));
-    const int32_t base = block.windows->rows.begin;
-    const int32_t rows = block.windows->rows.end - base;
-    std::fill_n(scratch.partial.data(), static_cast<size_t>(rows) * block_lanes, Real(0));
-    for (int k = 0; k < block.terms; k += group_size) {
-        const int count = std::min(group_size, block.terms - k);
-        (*block.spend)(int64_t{count} * rows);
-        if (count <= 2) {  // sampled waveforms have one term more than pairs
-            AddEdgeWaves<2, true>(block, scratch, {k, count});
-        } else {
-            AddEdgeWaves<group_size, true>(block, scratch, {k, count});
-        }
-    }
-    for (int lane = 0; lane < block_lanes; lane += step) {
         if (block.direct_spatial != nullptr) {
-            CollectDirectTerms(block, scratch, lane);
+            SubtractDirectTerms(point);
         }
-        for (int32_t j = 0; j < rows; ++j) {
-            const auto row = static_cast<size_t>(j) * block_lanes + static_cast<size_t>(lane);
-            Deliver(hn::Load(d, scratch.partial.data() + row),
-                    block.direct_values == nullptr ? nullptr : block.direct_values + row,
-                    block.amplitude,
-                    block.output + static_cast<size_t>(base + j) * block.stride + lane);
-        }
+        std::fill_n(point.series + point.samples, samples_of_group, Real(0));
     }
-}
-
-template <class Real>
-HWY_INLINE void AddByTerms(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
-    const bool alike = block.direct_spatial == nullptr || block.direct_terms == block.terms;
-    if (alike && block.terms == 2) {
-        AddEdgeWaves<2, false>(block, scratch, {0, 2});
-    } else if (alike && block.terms == 6) {
-        AddEdgeWaves<6, false>(block, scratch, {0, 6});
-    } else if (alike && block.terms == 8) {
-        AddEdgeWaves<8, false>(block, scratch, {0, 8});
-    } else {
-        AddManyTerms(block, scratch);
-    }
+    Delivery<Real>{block, scratch}.Deliver();
 }
 
 void AddWaveBlockSingle(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch) {
-    AddByTerms(block, scratch);
+    AddWaveBlock(block, scratch);
 }
 
 void AddWaveBlockDouble(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch) {
-    AddByTerms(block, scratch);
+    AddWaveBlock(block, scratch);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -396,12 +433,33 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace kavro {
+namespace {
+
+// Room for the changes and the series of any point of the block.
+template <class Real>
+void make_room(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
+    std::size_t most = 0;
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        const SampleWindow rows = block.windows->rows(lane);
+        most = std::max(most, static_cast<std::size_t>(std::max(rows.end - rows.begin, 0)));
+    }
+    const std::size_t rows = most + 1 + vector_slack;
+    if (rows * terms_at_a_time > scratch.changes.size()) {
+        scratch.changes.assign(rows * terms_at_a_time, 0);
+    }
+    scratch.stride = rows + samples_of_group;
+    scratch.series.resize(std::max(scratch.series.size(), scratch.stride * block_lanes));
+}
+
+}  // namespace
 
 void add_wave_block(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch) {
+    make_room(block, scratch);
     KAVRO_KERNEL(AddWaveBlockSingle)(block, scratch);
 }
 
 void add_wave_block(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch) {
+    make_room(block, scratch);
     KAVRO_KERNEL(AddWaveBlockDouble)(block, scratch);
 }
 
