@@ -25,6 +25,9 @@ public:
     // variable KAVRO_PROGRESS asks for it (anything but empty and "0").
     explicit CallConsole(const char* function);
 
+    // From now on the line begins with this, which is the caller's.
+    void speak_for(const char* function) { function_ = function; }
+
     // Instead: the line or no line, or calls of a function with the fraction done, at most one for
     // each percent, the last with 1.
     void show_progress_line(bool on) { line_wanted_ = on; }

@@ -9,6 +9,7 @@
 #include "core/input_error.h"
 #include "door/options.h"
 #include "door/values.h"
+#include "transducers/spectral/lossy_transient.h"
 
 namespace kavro {
 namespace {
@@ -74,6 +75,18 @@ const Operation& in_fitting_precision(const SolveRequest& request) {
                                                  share_of_tolerance * request.tolerance;
                                   });
     return fits ? single : *request.operation;
+}
+
+bool goes_by_frequencies(const SolveRequest& request) {
+    const Operation& spectral = *operation_of("fnm_spectral");
+    SharedPulses pulses;
+    return request.times.ntimes > 0 &&
+           std::all_of(request.elements.begin(), request.elements.end(),
+                       [&](const RequestedElement& element) {
+                           return implements(spectral, *element.shape) &&
+                                  is_faster_by_frequencies(*element.transducer,
+                                                           0.5 * request.tolerance, pulses);
+                       });
 }
 
 void turn_delays_into_phases(SolveRequest& request) {

@@ -17,6 +17,10 @@ const Operation& operation_asked_for(std::span<const Value* const> options, cons
 // stays well below the tolerance at every point, and every shape offers it.
 const Operation& in_fitting_precision(const SolveRequest& request);
 
+// Of a request that is read, over time, in a lossless medium and with a tolerance: whether all
+// elements are solved faster by frequencies, which is so of long sampled waveforms.
+bool goes_by_frequencies(const SolveRequest& request);
+
 // A continuous wave reads phases only: a delay T becomes the phase -2 pi f0 T.
 void turn_delays_into_phases(SolveRequest& request);
 

@@ -37,6 +37,9 @@ bool is_complex(const Value* value);
 // as double.
 const double* doubles_of(const Value* value);
 
+// Whether a numeric array is a list, maybe of one: not what the host writes for one number.
+bool is_list(const Value* value);
+
 // The first `count` numbers (real parts) of a numeric or logical array, converted.
 std::vector<double> first_numbers(const Value* value, std::size_t count);
 

@@ -4,12 +4,15 @@
 #include <array>
 #include <iterator>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "core/console.h"
 #include "core/input_error.h"
+#include "door/read.h"
 #include "door/values.h"
 #include "transducers/kzk/choice.h"
 #include "transducers/kzk/fault.h"
@@ -186,7 +189,53 @@ void check_that_it_runs(SolveRequest& request, std::size_t i) {
     }
 }
 
+// The parameters of the march that its arguments, those of `solve`, ask for, and what it will cost.
+class KzkParameters : public Command {
+public:
+    void read(std::span<const Value* const> arguments, CallConsole& console) override {
+        kavro::read(request_, console, arguments);
+    }
+
+    std::vector<Result*> results() override { return {new_parameters(), new_cost()}; }
+
+private:
+    Result* new_parameters() const {
+        const kzk::Parameters& parameters = request_.rule.kzk_parameters;
+        Result* record = new_record();
+        add_numbers(record, "extent", {static_cast<double>(parameters.extent)});
+        add_numbers(record, "points_per_radius",
+                    {static_cast<double>(parameters.points_per_radius)});
+        if (is_harmonic(request_)) {
+            add_numbers(record, "growth", {static_cast<double>(parameters.growth)});
+            add_numbers(record, "harmonics", {static_cast<double>(parameters.harmonics)});
+        } else {
+            add_numbers(record, "step", {static_cast<double>(parameters.step)});
+        }
+        return record;
+    }
+
+    // Of the last element, where there are several.
+    Result* new_cost() const {
+        const bool harmonic = is_harmonic(request_);
+        const kzk::Cost cost = kzk::cost_of(*request_.elements.back().transducer, harmonic);
+        Result* record = new_record();
+        add_numbers(record, "columns", {static_cast<double>(cost.columns)});
+        add_numbers(record, harmonic ? "harmonics" : "samples",
+                    {static_cast<double>(cost.samples)});
+        add_numbers(record, "steps", {static_cast<double>(cost.steps)});
+        add_numbers(record, "bytes", {cost.bytes});
+        add_numbers(record, "seconds", {cost.seconds});
+        return record;
+    }
+
+    SolveRequest request_;
+};
+
 }  // namespace
+
+std::unique_ptr<Command> new_kzk_parameters() {
+    return std::make_unique<KzkParameters>();
+}
 
 void read_march_parameters(SolveRequest& request, const Value* value) {
     const bool harmonic = is_harmonic(request);
@@ -233,32 +282,6 @@ void check_march(SolveRequest& request) {
         !(request.times.tmax() > points.zcoords.back() / request.medium._soundspeed)) {
         request.lack("a time axis that lasts until the wave has come to the farthest plane");
     }
-}
-
-std::string table_of_march(const SolveRequest& request) {
-    const kzk::Parameters& parameters = request.rule.kzk_parameters;
-    std::string table;
-    const auto line = [&table](const std::string& name, double value) {
-        table += name + '\t' + kzk::shown(value) + '\n';
-    };
-    line("extent", static_cast<double>(parameters.extent));
-    line("points_per_radius", static_cast<double>(parameters.points_per_radius));
-    if (is_harmonic(request)) {
-        line("growth", static_cast<double>(parameters.growth));
-        line("harmonics", parameters.harmonics);
-    } else {
-        line("step", static_cast<double>(parameters.step));
-    }
-    for (const RequestedElement& element : request.elements) {
-        const kzk::Cost cost = kzk::cost_of(*element.transducer, is_harmonic(request));
-        line("cost.columns", static_cast<double>(cost.columns));
-        line(is_harmonic(request) ? "cost.harmonics" : "cost.samples",
-             static_cast<double>(cost.samples));
-        line("cost.steps", static_cast<double>(cost.steps));
-        line("cost.bytes", cost.bytes);
-        line("cost.seconds", cost.seconds);
-    }
-    return table;
 }
 
 int harmonics_of(const SolveRequest& request) {

@@ -1,8 +1,9 @@
 // The nonlinear marches: their parameters, what they cannot do, and what they say.
 #pragma once
 
-#include <string>
+#include <memory>
 
+#include "door/command.h"
 #include "door/host.h"
 #include "door/request.h"
 
@@ -24,8 +25,8 @@ void read_march_parameters(SolveRequest& request, const Value* value);
 // it could not run: called all the same, it would answer with zeros. Attaches the elements.
 void check_march(SolveRequest& request);
 
-// The parameters and what the march will cost for each element, as lines of name, tab and number.
-std::string table_of_march(const SolveRequest& request);
+// The command that tells the parameters of a march and what it will cost.
+std::unique_ptr<Command> new_kzk_parameters();
 
 int harmonics_of(const SolveRequest& request);
 

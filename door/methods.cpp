@@ -28,8 +28,6 @@ std::vector<const char*> shapes_that_implement(const Operation& operation) {
     return identifiers;
 }
 
-}  // namespace
-
 std::string table_of_methods() {
     std::string text;
     for (const Shape& shape : shapes()) {
@@ -42,6 +40,18 @@ std::string table_of_methods() {
                 std::to_string(operation.ndiv_multiple) + "\t" + operation.summary + "\n";
     }
     return text;
+}
+
+class Methods : public Command {
+public:
+    void read(std::span<const Value* const>, CallConsole&) override {}
+    std::vector<Result*> results() override { return {new_text(table_of_methods())}; }
+};
+
+}  // namespace
+
+std::unique_ptr<Command> new_methods() {
+    return std::make_unique<Methods>();
 }
 
 }  // namespace kavro

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cmath>
 #include <string_view>
+#include <utility>
 
 #include "core/input_error.h"
 #include "door/values.h"
@@ -20,43 +21,46 @@ bool chooses_abscissas(const Operation& operation) {
     return takes_tolerance(operation.method);
 }
 
-struct OptionName {
+struct SolveOption {
     const char* name;
     unsigned input;                                       // the operations that use it; 0 for all
     bool (*holds)(const Operation& operation) = nullptr;  // and of which this holds, too
 };
 
 // In the order of Option.
-constexpr std::array all_options{
-    OptionName{"time", input_time},
-    OptionName{"excitation", input_excitation},
-    OptionName{"f0", input_frequency},
-    OptionName{"tolerance", 0, chooses_abscissas},
-    OptionName{"ndiv", input_quadrature},
-    OptionName{"apodization", input_apodization},
-    OptionName{"kzk", input_kzk},
-    OptionName{"measure", input_time},
-    OptionName{"per_element", 0, has_field_over_points},
-    OptionName{"threads", 0},
-    OptionName{"exact", 0},
-    OptionName{"progress", 0},
+constexpr std::array solve_options{
+    SolveOption{"time", input_time},
+    SolveOption{"excitation", input_excitation},
+    SolveOption{"f0", input_frequency},
+    SolveOption{"tolerance", 0, chooses_abscissas},
+    SolveOption{"ndiv", input_quadrature},
+    SolveOption{"apodization", input_apodization},
+    SolveOption{"kzk", input_kzk},
+    SolveOption{"measure", input_time},
+    SolveOption{"per_element", 0, has_field_over_points},
+    SolveOption{"threads", 0},
+    SolveOption{"exact", 0},
+    SolveOption{"progress", 0},
 };
 
-bool takes(const Operation& operation, const OptionName& option) {
-    return (option.input == 0 || (operation.inputs & option.input) != 0) &&
-           (option.holds == nullptr || option.holds(operation));
+std::vector<OptionName> names_for(const Operation& operation) {
+    std::vector<OptionName> names;
+    for (const SolveOption& option : solve_options) {
+        names.push_back(
+            {option.name, (option.input == 0 || (operation.inputs & option.input) != 0) &&
+                              (option.holds == nullptr || option.holds(operation))});
+    }
+    return names;
 }
 
-std::size_t index_of(const std::string& name) {
-    const auto found =
-        std::find_if(all_options.begin(), all_options.end(),
-                     [&](const OptionName& option) { return same_but_case(option.name, name); });
-    return static_cast<std::size_t>(found - all_options.begin());
-}
-
-[[noreturn]] void refuse_name(const Operation& operation, const std::string& complaint) {
-    throw OptionError(complaint + " " + operation.name + " takes the options " +
-                      quoted_list(option_names(operation)) + ".");
+std::vector<const char*> taken(std::span<const OptionName> names) {
+    std::vector<const char*> list;
+    for (const OptionName& option : names) {
+        if (option.taken) {
+            list.push_back(option.name);
+        }
+    }
+    return list;
 }
 
 }  // namespace
@@ -68,50 +72,58 @@ bool same_but_case(std::string_view a, std::string_view b) {
     });
 }
 
-std::vector<const char*> option_names(const Operation& operation) {
-    std::vector<const char*> names;
-    for (const OptionName& option : all_options) {
-        if (takes(operation, option)) {
-            names.push_back(option.name);
-        }
-    }
-    return names;
-}
-
-SolveOptions::SolveOptions(const Operation& operation, std::span<const Value* const> arguments,
-                           std::size_t first) {
-    static_assert(all_options.size() == option_count);
+Options::Options(std::string function, std::vector<OptionName> names,
+                 std::span<const Value* const> arguments, std::size_t first)
+    : function_(std::move(function)), names_(std::move(names)), values_(names_.size()) {
     for (std::size_t i = first; i < arguments.size(); i += 2) {
         const std::optional<std::string> name = text_of(arguments[i]);
         if (!name) {
-            refuse_name(operation, "Argument " + std::to_string(i + host_words.first) +
-                                       " must be the name of an option.");
+            refuse_name("Argument " + std::to_string(i + host_words.first) +
+                        " must be the name of an option.");
         }
-        const std::size_t index = index_of(*name);
-        if (index == option_count) {
-            refuse_name(operation, "There is no option '" + shown(*name) + "'.");
+        const auto found = std::find_if(
+            names_.begin(), names_.end(),
+            [&](const OptionName& option) { return same_but_case(option.name, *name); });
+        if (found == names_.end()) {
+            refuse_name("There is no option '" + shown(*name) + "'.");
         }
-        if (!takes(operation, all_options[index])) {
-            refuse_name(operation, std::string("The option '") + all_options[index].name +
-                                       "' is not used by " + operation.name + ".");
+        if (!found->taken) {
+            refuse_name(std::string("The option '") + found->name + "' is not used by " +
+                        function_ + ".");
         }
+        const Value*& value = values_[static_cast<std::size_t>(found - names_.begin())];
         if (i + 1 == arguments.size()) {
             throw InputError("The option '" + *name + "' has no value.");
         }
-        if (values_[index] != nullptr) {
+        if (value != nullptr) {
             throw InputError("The option '" + *name + "' is given twice.");
         }
-        values_[index] = arguments[i + 1];
+        value = arguments[i + 1];
     }
 }
 
-void SolveOptions::refuse(Option option, const std::string& expected) const {
-    throw InputError(std::string("The option '") +
-                     all_options[static_cast<std::size_t>(option)].name + "' must be " + expected +
+void Options::refuse_name(const std::string& complaint) const {
+    throw OptionError(complaint + " " + function_ + " takes the options " +
+                      quoted_list(taken(names_)) + ".");
+}
+
+void Options::refuse(std::size_t option, const std::string& expected) const {
+    throw InputError(std::string("The option '") + names_[option].name + "' must be " + expected +
                      ".");
 }
 
-std::optional<double> SolveOptions::frequency(Option option) const {
+std::optional<double> Options::number(std::size_t option) const {
+    if (!given(option)) {
+        return std::nullopt;
+    }
+    const std::optional<double> number = single_number(value(option));
+    if (!number || !std::isfinite(*number)) {
+        refuse(option, "one finite number");
+    }
+    return number;
+}
+
+std::optional<double> Options::frequency(std::size_t option) const {
     if (!given(option)) {
         return std::nullopt;
     }
@@ -122,7 +134,24 @@ std::optional<double> SolveOptions::frequency(Option option) const {
     return number;
 }
 
-std::optional<int> SolveOptions::count(Option option) const {
+std::vector<double> Options::frequencies(std::size_t option) const {
+    const Value* list = value(option);
+    const char* expected = "one positive number (Hz) or a vector of them";
+    const bool is_vector = holds_real_numbers(list) && dimensions_of(list) == 2 &&
+                           (rows_of(list) == 1 || columns_of(list) == 1);
+    if (!is_vector) {
+        refuse(option, expected);
+    }
+    std::vector<double> frequencies = first_numbers(list, entries_of(list));
+    for (const double frequency : frequencies) {
+        if (!(frequency > 0.0) || std::isinf(frequency)) {
+            refuse(option, std::string(expected) + ", not " + shown(frequency));
+        }
+    }
+    return frequencies;
+}
+
+std::optional<int> Options::count(std::size_t option) const {
     if (!given(option)) {
         return std::nullopt;
     }
@@ -133,7 +162,7 @@ std::optional<int> SolveOptions::count(Option option) const {
     return count;
 }
 
-std::optional<bool> SolveOptions::yes_or_no(Option option, const std::string& expected) const {
+std::optional<bool> Options::yes_or_no(std::size_t option, const std::string& expected) const {
     if (!given(option)) {
         return std::nullopt;
     }
@@ -142,6 +171,26 @@ std::optional<bool> SolveOptions::yes_or_no(Option option, const std::string& ex
         refuse(option, expected);
     }
     return on;
+}
+
+void Options::read_progress(CallConsole& console, std::size_t option) const {
+    const Value* progress = value(option);
+    if (progress != nullptr && is_function(progress)) {
+        console.hand_progress_to(progress);
+    } else if (const auto on =
+                   yes_or_no(option, std::string("true, false or a ") + host_words.function)) {
+        console.show_progress_line(*on);
+    }
+}
+
+std::vector<const char*> option_names(const Operation& operation) {
+    return taken(names_for(operation));
+}
+
+SolveOptions::SolveOptions(const Operation& operation, std::span<const Value* const> arguments,
+                           std::size_t first)
+    : Options(operation.name, names_for(operation), arguments, first) {
+    static_assert(solve_options.size() == Option::progress + 1);
 }
 
 }  // namespace kavro

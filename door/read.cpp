@@ -19,6 +19,7 @@
 #include "door/march.h"
 #include "door/medium.h"
 #include "door/options.h"
+#include "door/spectrum.h"
 #include "door/time_samples.h"
 #include "door/transducers.h"
 #include "door/values.h"
@@ -70,7 +71,7 @@ double tolerance_from(const Operation& operation, const SolveOptions& options) {
 }
 
 // The option's value, without which the operation cannot do.
-const Value* needed(const SolveRequest& request, const SolveOptions& options, Option option,
+const Value* needed(const SolveRequest& request, const SolveOptions& options, Option::Place option,
                     const std::string& described) {
     if (!options.given(option)) {
         request.lack("the option " + described);
@@ -80,13 +81,7 @@ const Value* needed(const SolveRequest& request, const SolveOptions& options, Op
 
 void read_manners(SolveRequest& request, CallConsole& console, const SolveOptions& options) {
     request.threads = options.count(Option::threads).value_or(0);
-    const Value* progress = options.value(Option::progress);
-    if (progress != nullptr && is_function(progress)) {
-        console.hand_progress_to(progress);
-    } else if (const auto on = options.yes_or_no(
-                   Option::progress, std::string("true, false or a ") + host_words.function)) {
-        console.show_progress_line(*on);
-    }
+    options.read_progress(console, Option::progress);
 }
 
 void check_that_shapes_have_it(const SolveRequest& request) {
@@ -136,6 +131,10 @@ void warn_of_delays_without_phases(const SolveRequest& request) {
 }
 
 void read_frequency(SolveRequest& request, const SolveOptions& options, const Value* medium) {
+    if (request.operation->kind == Kind::continuous_wave && options.given(Option::f0)) {
+        read_frequencies(request, options);
+        return;
+    }
     // A medium of the library has a centre frequency; the host's may have.
     const std::optional<double> own = single_number(field_of(medium, 0, "f0"));
     const double f0 = options.frequency(Option::f0).value_or(own.value_or(0.0));
@@ -320,10 +319,14 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     }
     read_options(request, options);
     if (names_none && operation.kind == Kind::continuous_wave) {
-        turn_delays_into_phases(request);
+        request.delays_count = true;
+        if (request.frequencies.empty()) {
+            turn_delays_into_phases(request);
+        }
     } else if (names_none && operation.method == Method::fnm_tsd && request.tolerance > 0.0) {
         request.attach();
-        request.operation = &in_fitting_precision(request);
+        request.operation = goes_by_frequencies(request) ? operation_of("fnm_spectral")
+                                                         : &in_fitting_precision(request);
     }
 }
 

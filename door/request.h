@@ -42,6 +42,8 @@ struct SolveRequest {
     std::vector<std::unique_ptr<ExcitationFunction>> waveforms;  // none, one for all, or one each
     NumericalIntegration rule;                // standard; with the parameters of a march
     std::optional<MarchChoice> march_choice;  // where its parameters were not given
+    std::vector<double> frequencies;          // of a continuous wave, where there is a list (Hz)
+    bool delays_count = false;                // in a continuous wave at these frequencies
     double tolerance = 0.0;                   // that stands for the rule; 0: the rule counts
     int threads = 0;                          // 0: as many as the environment says
     std::vector<Measure> measures;            // instead of the field over time; none: the field

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <initializer_list>
 #include <limits>
 #include <new>
@@ -11,9 +10,11 @@
 #include "core/console.h"
 #include "core/counts.h"
 #include "core/input_error.h"
-#include "core/threads.h"
 #include "door/advised.h"
+#include "door/call_threads.h"
 #include "door/march.h"
+#include "door/spectrum.h"
+#include "door/values.h"
 
 namespace kavro {
 namespace {
@@ -26,43 +27,6 @@ bool is_march(Kind kind) {
 
 bool is_complex(Kind kind) {
     return kind == Kind::continuous_wave || kind == Kind::kzk_cw;
-}
-
-// The threads that a call asks for, while its solver runs: then those of the call around it again.
-// 0 stands for what KAVRO_THREADS says. (The host's OpenMP runtime has read its own variables when
-// it was loaded.)
-class CallThreads {
-public:
-    explicit CallThreads(int n) : former_(asked_) {
-        const char* setting = std::getenv("KAVRO_THREADS");
-        ask(n == 0 && setting != nullptr ? count_of(setting) : n);
-    }
-    ~CallThreads() { ask(former_); }
-    CallThreads(const CallThreads&) = delete;
-    CallThreads& operator=(const CallThreads&) = delete;
-
-private:
-    static int count_of(const char* setting) {
-        constexpr long most = std::numeric_limits<int>::max();
-        return static_cast<int>(std::clamp(std::strtol(setting, nullptr, 10), 0L, most));
-    }
-
-    static void ask(int n) {
-        asked_ = n;
-        set_thread_count(n);
-    }
-
-    static inline int asked_ = 0;
-    int former_;
-};
-
-void warn_of_too_many_threads() {
-    if (threads_asked_for() > thread_limit()) {
-        console::warn((std::to_string(threads_asked_for()) + " threads were asked for, " +
-                       std::to_string(thread_limit()) +
-                       " are used: four for each processor. More would gain nothing.\n")
-                          .c_str());
-    }
 }
 
 std::string short_text(double number) {
@@ -81,7 +45,9 @@ void warn_of_missed_tolerance(const SolveRequest& request, const QuadratureRepor
                    short_text(report.worst_error) + " of an element's field, at [" +
                    short_text(worst.x) + " " + short_text(worst.y) + " " + short_text(worst.z) +
                    "] m. " + text_of(report.reason) +
-                   " Take a larger tolerance, or give more abscissas by 'ndiv'.\n")
+                   (report.reason == Shortfall::band
+                        ? " Take a larger tolerance, or a lossless method.\n"
+                        : " Take a larger tolerance, or give more abscissas by 'ndiv'.\n"))
                       .c_str());
 }
 
@@ -108,6 +74,8 @@ void set_sizes(SolveResult& result, const SolveRequest& request) {
         append_sizes(result, {harmonics_of(request)});
     } else if (result.kind != Kind::continuous_wave && request.measures.empty()) {
         append_sizes(result, {request.times.ntimes});
+    } else if (!request.frequencies.empty()) {
+        append_sizes(result, {count_of(request.frequencies.size(), "frequencies")});
     }
     if (request.per_element) {
         append_sizes(result, {elements});
@@ -119,7 +87,7 @@ std::size_t field_size(const SolveRequest& request, Kind kind) {
     const auto points = static_cast<std::size_t>(request.points.npoints);
     switch (kind) {
         case Kind::continuous_wave:
-            return points;
+            return points * std::max<std::size_t>(request.frequencies.size(), 1);
         case Kind::kzk_cw:
             return points * static_cast<std::size_t>(harmonics_of(request));
         default:
@@ -197,15 +165,13 @@ std::vector<MeasureOutput> measure_outputs(const SolveRequest& request, const So
     return outputs;
 }
 
-// Adds the report of element i to that of those before, in whose counts a point counts for each.
-void add(const QuadratureReport& own, std::size_t i, QuadratureReport& all) {
+// Adds the report of element or frequency i to that of those before.
+void add_all_but_counts(const QuadratureReport& own, std::size_t i, QuadratureReport& all) {
     if (own.fewest > 0) {
         all.fewest = all.fewest > 0 ? std::min(all.fewest, own.fewest) : own.fewest;
     }
     all.most = std::max(all.most, own.most);
     all.mean += (own.mean - all.mean) / static_cast<double>(i + 1);
-    all.points += own.points;
-    all.unreached += own.unreached;
     if (own.worst_error > all.worst_error) {
         all.worst_error = own.worst_error;
         all.worst_point = own.worst_point;
@@ -226,7 +192,56 @@ TransducerStatus solve_measures(SolveRequest& request, SolveResult& result) {
         QuadratureReport own;
         const TransducerStatus status =
             measure(method, {&elements[i], 1}, measure_outputs(request, result, i), &own);
-        add(own, i, result.quadrature);
+        add_all_but_counts(own, i, result.quadrature);
+        // A point counts for each element.
+        result.quadrature.points += own.points;
+        result.quadrature.unreached += own.unreached;
+        if (status != status_success) {
+            return status;
+        }
+    }
+    return status_success;
+}
+
+// In reference mode a method may refill its rule, and none is to read what another has left.
+class OwnRules {
+public:
+    explicit OwnRules(const SolveRequest& request) {
+        rules_.reserve(request.elements.size());
+        for (const RequestedElement& element : request.elements) {
+            if (!element.transducer->exact()) {
+                element.transducer->set_integral_pointer(&rules_.emplace_back(request.rule));
+            }
+        }
+    }
+
+private:
+    std::vector<NumericalIntegration> rules_;
+};
+
+// At all frequencies, the field of one behind that of the one before.
+TransducerStatus solve_frequencies(SolveRequest& request, SolveResult& result, std::size_t stride) {
+    const std::vector<double>& frequencies = request.frequencies;
+    if (is_solved_as_comb(request)) {
+        drop_delays_that_do_not_count(request);
+        set_outputs(request, result.real, result.imaginary, stride);
+        return solve_spectrum(request.transducers(), frequencies, &result.quadrature);
+    }
+    PhasesByFrequency phases(request);
+    const auto all = static_cast<double>(frequencies.size());
+    const auto points = static_cast<std::size_t>(request.points.npoints);
+    for (std::size_t f = 0; f < frequencies.size(); ++f) {
+        const console::ProgressPart part(static_cast<double>(f) / all,
+                                         static_cast<double>(f + 1) / all);
+        const OwnRules rules(request);
+        phases.turn_to(frequencies[f]);
+        set_outputs(request, result.real + f * points, result.imaginary + f * points, stride);
+        QuadratureReport own;
+        const TransducerStatus status =
+            request.operation->solve_array(request.transducers(), Output::all_zero, &own);
+        add_all_but_counts(own, f, result.quadrature);
+        result.quadrature.points = std::max(result.quadrature.points, own.points);
+        result.quadrature.unreached = std::max(result.quadrature.unreached, own.unreached);
         if (status != status_success) {
             return status;
         }
@@ -236,19 +251,15 @@ TransducerStatus solve_measures(SolveRequest& request, SolveResult& result) {
 
 // The results of all elements, added up by themselves in the output.
 TransducerStatus solve_added(SolveRequest& request, SolveResult& result) {
-    // In reference mode a method may refill its rule, and none is to read what another has left.
-    std::vector<NumericalIntegration> rules;
-    rules.reserve(request.elements.size());
-    for (const RequestedElement& element : request.elements) {
-        if (!element.transducer->exact()) {
-            element.transducer->set_integral_pointer(&rules.emplace_back(request.rule));
-        }
+    const std::size_t stride = request.per_element ? field_size(request, result.kind) : 0;
+    if (!request.frequencies.empty()) {
+        return solve_frequencies(request, result, stride);
     }
+    const OwnRules rules(request);
     if (!request.measures.empty()) {
         return solve_measures(request, result);
     }
-    set_outputs(request, result.real, result.imaginary,
-                request.per_element ? field_size(request, result.kind) : 0);
+    set_outputs(request, result.real, result.imaginary, stride);
     return request.operation->solve_array(request.transducers(), Output::all_zero,
                                           &result.quadrature);
 }
@@ -359,32 +370,27 @@ SolveResult new_result(const SolveRequest& request) {
 
 Result* new_report(const SolveRequest& request, const SolveResult& result) {
     Result* report = new_record();
-    const auto add_numbers = [report](const char* name, std::initializer_list<double> values) {
-        const int extents[] = {1, static_cast<int>(values.size())};
-        Result* numbers = new_zeros(extents, false);
-        std::copy(values.begin(), values.end(), real_parts(numbers));
-        add_field(report, name, numbers);
-    };
     constexpr double none = std::numeric_limits<double>::quiet_NaN();
     const QuadratureReport& quadrature = result.quadrature;
     add_field(report, "method", new_text(request.operation->name));
     if (request.tolerance > 0.0) {
-        add_numbers("tolerance", {request.tolerance});
-        add_numbers("abscissas", {static_cast<double>(quadrature.fewest), quadrature.mean,
-                                  static_cast<double>(quadrature.most)});
+        add_numbers(report, "tolerance", {request.tolerance});
+        add_numbers(report, "abscissas",
+                    {static_cast<double>(quadrature.fewest), quadrature.mean,
+                     static_cast<double>(quadrature.most)});
     } else {
         const double n = request.rule.get_npoints();
-        add_numbers("tolerance", {none});
-        add_numbers("abscissas", {n, n, n});
+        add_numbers(report, "tolerance", {none});
+        add_numbers(report, "abscissas", {n, n, n});
     }
     const bool missed = quadrature.worst_point >= 0;
     const CartesianCoordinate worst =
         missed ? request.points.spatial_index_value(quadrature.worst_point)
                : CartesianCoordinate(none, none, none);
-    add_numbers("points", {static_cast<double>(quadrature.points)});
-    add_numbers("unreached", {static_cast<double>(quadrature.unreached)});
-    add_numbers("worst_error", {quadrature.worst_error});
-    add_numbers("worst_point", {worst.x, worst.y, worst.z});
+    add_numbers(report, "points", {static_cast<double>(quadrature.points)});
+    add_numbers(report, "unreached", {static_cast<double>(quadrature.unreached)});
+    add_numbers(report, "worst_error", {quadrature.worst_error});
+    add_numbers(report, "worst_point", {worst.x, worst.y, worst.z});
     add_field(report, "reason", new_text(text_of(quadrature.reason)));
     return report;
 }
@@ -392,7 +398,6 @@ Result* new_report(const SolveRequest& request, const SolveResult& result) {
 void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
     console.hold_warnings();
     const CallThreads threads(request.threads);
-    warn_of_too_many_threads();
     request.attach();
     if (is_march(result.kind)) {
         // A march prints its nonlinearity, and a disc's its shock: neither is of use here.
@@ -407,12 +412,13 @@ void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
     result.warnings = console.release_warnings();
 }
 
-void finish(CallConsole& console, const SolveResult& result) {
-    for (const std::string& warning : result.warnings) {
+void finish(CallConsole& console, const std::vector<std::string>& warnings,
+            TransducerStatus status) {
+    for (const std::string& warning : warnings) {
         host_warn(warning.c_str());
     }
-    console.end_progress(result.status == status_success);
-    check_status(result.status);
+    console.end_progress(status == status_success);
+    check_status(status);
 }
 
 }  // namespace kavro

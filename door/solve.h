@@ -1,6 +1,9 @@
 // From a request to its result.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "door/call_console.h"
 #include "door/request.h"
 
@@ -27,6 +30,7 @@ Result* new_report(const SolveRequest& request, const SolveResult& result);
 
 // Hands the warnings to the host and completes the progress. Throws InputError with the text for
 // every status but success, and what the host or the user's function threw meanwhile.
-void finish(CallConsole& console, const SolveResult& result);
+void finish(CallConsole& console, const std::vector<std::string>& warnings,
+            TransducerStatus status);
 
 }  // namespace kavro

@@ -152,6 +152,13 @@ void refuse_made(const char* page) {
                      page + " - see the documentation or the online help for details\n");
 }
 
+void add_numbers(Result* record, const char* name, std::initializer_list<double> numbers) {
+    const int extents[] = {1, static_cast<int>(numbers.size())};
+    Result* row = new_zeros(extents, false);
+    std::copy(numbers.begin(), numbers.end(), real_parts(row));
+    add_field(record, name, row);
+}
+
 double Record::number(const char* name) const {
     const Value* value = field(name);
     if (!holds_real_numbers(value)) {

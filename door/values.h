@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <optional>
 #include <span>
 #include <string>
@@ -75,6 +76,9 @@ double made_number(const Value* record, const char* name, const char* page,
 
 // Throws InputError that tells where such a record comes from.
 [[noreturn]] void refuse_made(const char* page);
+
+// One more field of an answer's record: a row of numbers. Throws as new_zeros.
+void add_numbers(Result* record, const char* name, std::initializer_list<double> numbers);
 
 // One entry of a record. Complaints name the field and, where there may be several entries, the
 // entry: "<Title> field '<field>' must hold 3 real number(s) (<word> 7)."

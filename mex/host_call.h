@@ -1,9 +1,11 @@
 // What a module does when its host calls it.
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "door/call_console.h"
+#include "door/command.h"
 #include "door/request.h"
 #include "mex.h"
 
@@ -18,15 +20,18 @@ struct HostCall {
     CallConsole console{module_name};
     SolveRequest request;
     SolveResult result;
-    mxArray* second = nullptr;  // output, where one is asked for
+    CommandCall command;
 };
+
+constexpr int most_outputs = 4;
+using Outputs = std::array<mxArray*, most_outputs>;  // from the first on, as many as are asked for
 
 // ... says what is known of a fault beside its message, or keeps to the message, ...
 extern const bool module_explains;
 
 // ... and has its own answer. Throws InputError with the text for the host, Interrupted,
 // std::bad_alloc, and what the host throws.
-mxArray* answer(HostCall& call, int nlhs);
+Outputs answer(HostCall& call, int nlhs);
 
 // ---- The door's values and results are the host's arrays.
 inline const Value* value_of(const mxArray* array) {

@@ -107,6 +107,10 @@ std::size_t dimensions_of(const Value* value) {
     return static_cast<std::size_t>(mxGetNumberOfDimensions(array_of(value)));
 }
 
+bool is_list(const Value* value) {
+    return entries_of(value) != 1;
+}
+
 std::size_t rows_of(const Value* value) {
     return mxGetM(array_of(value));
 }

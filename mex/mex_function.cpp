@@ -23,8 +23,7 @@ namespace {
 
 // What a call comes to. It has no destructor: `mexErrMsgTxt` may leave without running any.
 struct Outcome {
-    mxArray* output;
-    mxArray* second;
+    Outputs outputs;
     char error[1024];  // the text for the host, empty for success
 
     void fail(const char* text, const char* more = "") {
@@ -65,8 +64,7 @@ void run_call(Outcome& outcome, int nlhs, int nrhs, const mxArray* const prhs[])
         for (int i = 0; i < nrhs; ++i) {
             call.arguments.push_back(value_of(prhs[i]));
         }
-        outcome.output = answer(call, nlhs);
-        outcome.second = call.second;
+        outcome.outputs = answer(call, nlhs);
     } catch (const InputError& error) {
         outcome.fail(error.what(), module_explains ? error.more() : "");
     } catch (const Interrupted& interrupted) {
@@ -90,9 +88,9 @@ KAVRO_EXPORT void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray
     if (outcome.error[0] != '\0') {
         mexErrMsgTxt(outcome.error);
     }
-    plhs[0] = outcome.output;
-    if (outcome.second != nullptr) {
-        plhs[1] = outcome.second;
+    plhs[0] = outcome.outputs[0];
+    for (int i = 1; i < nlhs && i < kavro::most_outputs; ++i) {
+        plhs[i] = outcome.outputs[static_cast<std::size_t>(i)];
     }
 }
 

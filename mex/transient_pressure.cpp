@@ -64,7 +64,7 @@ const bool module_explains = false;  // scripts match its messages to the letter
 
 // The pressure of all elements: nx x ny x nz x ntimes for a regular grid, npoints x ntimes for a
 // list of points. The arguments are looked at in this order, and the output is made on the way.
-mxArray* answer(HostCall& call, int nlhs) {
+Outputs answer(HostCall& call, int nlhs) {
     const std::vector<const Value*>& arguments = call.arguments;
     SolveRequest& request = call.request;
     check_argument_counts(nlhs, arguments.size());
@@ -93,8 +93,8 @@ mxArray* answer(HostCall& call, int nlhs) {
         request.elements[i].transducer->set_exact(own.exact());
     }
     solve(request, call.console, call.result);
-    finish(call.console, call.result);
-    return array_of(call.result.values);
+    finish(call.console, call.result.warnings, call.result.status);
+    return {array_of(call.result.values)};
 }
 
 }  // namespace kavro

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "door/call_console.h"
+#include "door/command.h"
 #include "door/request.h"
 #include "python/values.h"
 
@@ -26,6 +27,7 @@ struct Call {
     CallConsole console{"kavro.solve"};
     SolveRequest request;
     SolveResult result;
+    CommandCall command;
 
 private:
     static inline Call* innermost_ = nullptr;

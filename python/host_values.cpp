@@ -49,7 +49,7 @@ Value numbers_from(const py::object& object) {
     }
     const auto extent = [&](py::ssize_t i) { return static_cast<std::size_t>(numbers.shape(i)); };
     const auto size = static_cast<std::size_t>(numbers.size());
-    Array matrix{numbers.data(), 1, size, 2, kind == 'b', complex};
+    Array matrix{numbers.data(), 1, size, 2, kind == 'b', complex, numbers.ndim() > 0};
     if (numbers.ndim() >= 2) {
         matrix.rows = extent(0);
         matrix.dimensions = static_cast<std::size_t>(numbers.ndim());
@@ -182,7 +182,7 @@ const Value* field_of(const Value* record, std::size_t i, const char* name) {
     }
     if (column->numbers != nullptr) {
         column->shown->content =
-            Array{column->numbers + i * column->width, 1, column->width, 2, false, false};
+            Array{column->numbers + i * column->width, 1, column->width, 2, false, false, false};
         return column->shown.get();
     }
     const py::object entry = column->entries[py::int_(i)];
@@ -206,6 +206,11 @@ std::size_t entries_of(const Value* value) {
 std::size_t dimensions_of(const Value* value) {
     const Array* array = as<Array>(value);
     return array != nullptr ? array->dimensions : 2;
+}
+
+bool is_list(const Value* value) {
+    const Array* array = as<Array>(value);
+    return array != nullptr && array->list;
 }
 
 std::size_t rows_of(const Value* value) {

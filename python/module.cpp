@@ -8,8 +8,6 @@
 #include "core/input_error.h"
 #include "core/interrupted.h"
 #include "core/version.h"
-#include "door/march.h"
-#include "door/methods.h"
 #include "door/options.h"
 #include "door/read.h"
 #include "door/solve.h"
@@ -52,7 +50,7 @@ class Threads {
 public:
     static void start() { started_ = true; }
     static void forget() { lost_ = started_; }
-    static void limit(SolveRequest& request) { request.threads = lost_ ? 1 : request.threads; }
+    static void limit(int& threads) { threads = lost_ ? 1 : threads; }
 
 private:
     static inline bool started_ = false;
@@ -77,7 +75,7 @@ std::vector<const Value*> values_of(Call& call, const py::list& arguments) {
 
 py::tuple answer(Call& call, const py::list& arguments, bool report) {
     read(call.request, call.console, values_of(call, arguments));
-    Threads::limit(call.request);
+    Threads::limit(call.request.threads);
     call.result = new_result(call.request);
     {
         const py::gil_scoped_release others_may_run;
@@ -85,7 +83,7 @@ py::tuple answer(Call& call, const py::list& arguments, bool report) {
         solve(call.request, call.console, call.result);
     }
     call.console.rethrow();
-    finish(call.console, call.result);
+    finish(call.console, call.result.warnings, call.result.status);
     const py::object field = call.results.front().finished();
     return report ? py::make_tuple(field, new_report(call.request, call.result)->finished())
                   : py::make_tuple(field, py::none());
@@ -102,11 +100,28 @@ py::tuple solve_for_python(const py::list& arguments, const py::object& out, boo
     }
 }
 
-std::string table_of_march_for_python(const py::list& arguments) {
+// All results of a command; the first argument is its name.
+py::tuple call_for_python(const py::list& arguments) {
     const Turn turn;
     Call call{py::none()};
-    read(call.request, call.console, values_of(call, arguments));
-    return table_of_march(call.request);
+    try {
+        call.command.read(call.console, values_of(call, arguments));
+        Threads::limit(call.command.threads());
+        {
+            const py::gil_scoped_release others_may_run;
+            Threads::start();
+            call.command.run(call.console);
+        }
+        call.console.rethrow();
+        py::list results;
+        for (Result* result : call.command.finish(call.console)) {
+            results.append(result->finished());
+        }
+        return py::tuple(results);
+    } catch (const Interrupted&) {
+        call.console.rethrow();
+        throw;
+    }
 }
 
 void translate(std::exception_ptr thrown) {
@@ -141,7 +156,6 @@ PYBIND11_MODULE(_kavro, module) {
     py::register_exception_translator(&kavro::translate);
     module.attr("__version__") = KAVRO_VERSION;
     module.def("solve", &kavro::solve_for_python, "arguments"_a, "out"_a, "report"_a);
-    module.def("table_of_methods", &kavro::table_of_methods);
-    module.def("table_of_march", &kavro::table_of_march_for_python, "arguments"_a);
+    module.def("call", &kavro::call_for_python, "arguments"_a);
     module.def("after_fork_in_child", &kavro::after_fork_in_child);
 }

@@ -24,6 +24,7 @@ struct Array {
     std::size_t dimensions;
     bool logical;
     bool complex;
+    bool list;  // had a dimension
 };
 
 // A field of all entries of a record. An array of doubles serves as it lies; of other sequences

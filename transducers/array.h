@@ -29,11 +29,15 @@ TransducerStatus fnm_tsd_sse(std::span<Transducer* const> elements,
 // adds amplitude e^(j phase) e^(-j omega delay) times the transfer function of each element, whose
 // losses and dispersion are the medium's power law about its reference frequency, or _f0. Outputs
 // have npoints values for each frequency, entry i + f * npoints. Equally spaced, ascending
-// frequencies take a fraction of the time of others. Elements of every shape that offers
-// fnm_spectral, over one grid; status_failure, and nothing is added, where one lacks a record,
-// where frequencies make no sense, or where the power law does not hold or has no reference
-// frequency.
+// frequencies take a fraction of the time of others. Exact elements with a tolerance keep it at
+// each frequency, as in fnm_cw. Elements of every shape that offers fnm_spectral, over one grid;
+// status_failure, and nothing is added, where one lacks a record, where frequencies make no sense,
+// or where the power law does not hold or has no reference frequency.
 TransducerStatus solve_spectrum(std::span<Transducer* const> elements,
-                                std::span<const double> frequencies);
+                                std::span<const double> frequencies,
+                                QuadratureReport* report = nullptr);
+
+// Whether these are ascending and equally spaced, to rounding. One or none is not.
+bool are_equally_spaced(std::span<const double> frequencies);
 
 }  // namespace kavro

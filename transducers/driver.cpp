@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "core/console.h"
@@ -252,24 +253,61 @@ TransducerStatus measure(Method method, std::span<Transducer* const> elements,
     return status;
 }
 
-TransducerStatus solve_spectrum(std::span<Transducer* const> elements,
-                                std::span<const double> frequencies) {
-    return guarded([&] {
+namespace {
+
+// Elements are prepared and solved in as many parts as their memory asks for.
+void add_band(std::span<Transducer* const> elements, const Band& band, QuadratureTally* tally) {
+    InterruptCheck check;
+    const auto all = static_cast<double>(elements.size());
+    for (std::size_t next = 0; next < elements.size();) {
+        const std::size_t begin = next;
         Preparation preparation(Method::fnm_spectral);
+        for (; next < elements.size() && preparation.bytes() < most_memory; ++next) {
+            check.spend(steps_of_element + static_cast<int>(band.frequencies.size()));
+            preparation.add_spectrum(*elements[next], band);
+        }
+        const console::ProgressPart part(static_cast<double>(begin) / all,
+                                         static_cast<double>(next) / all);
+        if (!preparation.shares().empty()) {
+            add_shares(preparation.shares(), *elements.front(), false, tally);
+        }
+    }
+}
+
+}  // namespace
+
+TransducerStatus solve_spectrum(std::span<Transducer* const> elements,
+                                std::span<const double> frequencies, QuadratureReport* report) {
+    QuadratureTally tally;
+    const TransducerStatus status = guarded([&] {
+        const Preparation preparation(Method::fnm_spectral);
         for (Transducer* const element : elements) {
-            const TransducerStatus status = preparation.add_spectrum(element, frequencies);
-            if (status != status_success) {
-                return status;
+            const TransducerStatus able = preparation.can_add_spectrum(element, frequencies);
+            if (able != status_success) {
+                return able;
             }
             if (element->coordinate_grid != elements.front()->coordinate_grid) {
                 return status_failure;
             }
         }
-        if (!preparation.shares().empty()) {
-            add_shares(preparation.shares(), *elements.front(), false, nullptr);
+        const std::vector<Band> bands = bands_of(frequencies);
+        double done = 0.0;
+        if (!elements.empty()) {
+            tally.begin(*elements.front()->coordinate_grid);
+        }
+        for (const Band& band : bands) {
+            const double before =
+                std::exchange(done, done + static_cast<double>(band.frequencies.size()) /
+                                               static_cast<double>(frequencies.size()));
+            const console::ProgressPart part(before, done);
+            add_band(elements, band, report != nullptr ? &tally : nullptr);
         }
         return status_success;
     });
+    if (report != nullptr) {
+        *report = tally.report();
+    }
+    return status;
 }
 
 TransducerStatus Transducer::solve_alone(Method method) {

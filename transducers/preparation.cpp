@@ -1,5 +1,6 @@
 #include "transducers/preparation.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -40,6 +41,27 @@ QuadratureRule as_it_stands(const NumericalIntegration& shared) {
         rule.weights.push_back(shared.get_weight(i));
     }
     return rule;
+}
+
+// The field's magnitude is least where it follows the wavenumber at the lowest frequency, and at
+// the highest where it follows the inverse root, as edge waves do; phases turn most at the highest.
+QuadratureDemand demand_of(const Band& band, const Transducer& element) {
+    const Medium& medium = *element.medium;
+    const PowerLaw law(medium, medium._f0);
+    const auto [least, most] =
+        std::minmax_element(band.frequencies.begin(), band.frequencies.end());
+    const auto wavenumber_at = [&](double frequency) {
+        return two_pi * frequency / medium._soundspeed +
+               law.excess({0.0, two_pi * frequency}).imag();
+    };
+    const double highest = wavenumber_at(*most);
+    // Next to frequency 0 there is nothing to be accurate about.
+    const double lowest = std::fmax(wavenumber_at(*least), 1e-2 * highest);
+    QuadratureDemand demand =
+        demand_of(WaveParameters{lowest, law.attenuation(two_pi * *most)},
+                  highest > 0.0 ? element.get_tolerance() * std::sqrt(lowest / highest) : 1.0);
+    demand.highest_wavenumber = highest;
+    return demand;
 }
 
 // Losses by a power law have a reference frequency: the medium's own, or the drive's.
@@ -280,7 +302,7 @@ void Preparation::add_transient(Transducer& element, const Departures& departure
             add_direct_transient(element, method_, departures);
             break;
         default:
-            if (method_ == Method::fnm_spectral && element.medium->_dBcmMHz != 0.0) {
+            if (goes_by_frequencies(element)) {
                 add_lossy_transient(element);
             } else if (is_decomposable(element)) {
                 add_decomposition(element, departures);
@@ -327,8 +349,8 @@ void Preparation::add_direct_transient(Transducer& element, Method method,
                                            departures.arrival_window));
 }
 
-TransducerStatus Preparation::add_spectrum(Transducer* element,
-                                           std::span<const double> frequencies) {
+TransducerStatus Preparation::can_add_spectrum(const Transducer* element,
+                                               std::span<const double> frequencies) const {
     if (element == nullptr) {
         return status_failure;
     }
@@ -336,7 +358,8 @@ TransducerStatus Preparation::add_spectrum(Transducer* element,
         return status_not_implemented;
     }
     const Medium* const medium = element->medium;
-    if (!element->has_continuous_wave_records() || !PowerLaw::holds_for(*medium)) {
+    if (!element->has_continuous_wave_outputs() || !PowerLaw::holds_for(*medium) ||
+        (element->integral == nullptr && !keeps_tolerance(*element))) {
         return status_failure;
     }
     if (medium->_dBcmMHz > 0.0 && !(medium->_reference_frequency > 0.0) && !(medium->_f0 > 0.0)) {
@@ -347,29 +370,56 @@ TransducerStatus Preparation::add_spectrum(Transducer* element,
             return status_failure;
         }
     }
-    if (element->is_silent() || frequencies.empty()) {
-        return status_success;
-    }
-    element->InitializeRotationMatrix();
-    append(*element,
-           spectrum_share(*element, element->edge(wanted(*element, Method::fnm_transient)),
-                          frequencies, medium->_f0));
     return status_success;
 }
 
-// Abscissas that are chosen by the tolerance leave far less than half of it; frequencies take half.
-void Preparation::add_lossy_transient(Transducer& element) {
-    constexpr double default_tolerance = 1e-4;
+TransducerStatus Preparation::add_spectrum(Transducer& element, const Band& band) {
+    if (element.is_silent()) {
+        return status_success;
+    }
+    element.InitializeRotationMatrix();
+    // Chords of the law: far below rounding of the field's largest values, or what the tolerance
+    // leaves beside the quadrature where terms exceed the field a thousandfold.
+    double chords = 1e-11;
+    demand_.reset();
+    if (keeps_tolerance(element)) {
+        chords = std::fmax(chords, 1e-2 * element.get_tolerance());
+        demand_ = demand_of(band, element);
+    }
+    append(element, spectrum_share(element, element.edge(wanted(element, Method::fnm_transient)),
+                                   band, element.medium->_f0, chords));
+    return status_success;
+}
+
+bool Preparation::has_pulse(const Transducer& element) const {
     const double duration = element.excitation->w;
-    if (!(duration > 0.0 && std::isfinite(duration)) || element.time_samples->ntimes < 1) {
+    return duration > 0.0 && std::isfinite(duration) && element.time_samples->ntimes > 0;
+}
+
+// Abscissas that are chosen by the tolerance leave far less than half of it; frequencies take half.
+double Preparation::tolerance_of_frequencies(const Transducer& element) const {
+    constexpr double default_tolerance = 1e-4;
+    const double own = element.get_tolerance() > 0.0 ? element.get_tolerance() : default_tolerance;
+    return demand_ ? 0.5 * own : own;
+}
+
+bool Preparation::goes_by_frequencies(const Transducer& element) {
+    if (method_ != Method::fnm_spectral || element.medium->_dBcmMHz != 0.0) {
+        return method_ == Method::fnm_spectral;
+    }
+    return demand_ && has_pulse(element) &&
+           is_faster_by_frequencies(element, tolerance_of_frequencies(element), pulses_);
+}
+
+void Preparation::add_lossy_transient(Transducer& element) {
+    if (!has_pulse(element)) {
         return;
     }
-    double tolerance = element.get_tolerance() > 0.0 ? element.get_tolerance() : default_tolerance;
+    const double tolerance = tolerance_of_frequencies(element);
     if (demand_) {
         // Losses of the centre of the spectrum: of what is above it, they leave less.
         const double centre = reference_frequency_of(*element.excitation, *element.medium);
         demand_->attenuation = PowerLaw(*element.medium, centre).attenuation(two_pi * centre);
-        tolerance *= 0.5;
     }
     append(element,
            lossy_transient_share(element, element.edge(wanted(element, Method::fnm_transient)),

@@ -12,6 +12,7 @@
 #include "transducers/decomposition/decomposition.h"
 #include "transducers/shape.h"
 #include "transducers/spectral/lossy_transient.h"
+#include "transducers/spectral/spectrum.h"
 
 namespace kavro {
 
@@ -38,9 +39,11 @@ public:
     // shared rule is left as the method promises.
     TransducerStatus add(Transducer* element);
 
-    // The same for its spectrum, with a share that reads the frequencies for as long as it is
-    // there.
-    TransducerStatus add_spectrum(Transducer* element, std::span<const double> frequencies);
+    // The same for its spectrum at a band of frequencies, of which one element asks for no other
+    // records than another; and whether it can be added.
+    TransducerStatus add_spectrum(Transducer& element, const Band& band);
+    TransducerStatus can_add_spectrum(const Transducer* element,
+                                      std::span<const double> frequencies) const;
 
     const Shares& shares() const { return shares_; }
 
@@ -62,6 +65,9 @@ private:
     void add_transient(Transducer& element, const Departures& departures);
     void add_decomposition(Transducer& element, const Departures& departures);
     void add_direct_transient(Transducer& element, Method method, const Departures& departures);
+    bool has_pulse(const Transducer& element) const;
+    double tolerance_of_frequencies(const Transducer& element) const;
+    bool goes_by_frequencies(const Transducer& element);
     void add_lossy_transient(Transducer& element);
     void add_rayleigh_transient(Transducer& element, const Departures& departures);
     void add_impulse_response(const Transducer& element);

@@ -1,4 +1,4 @@
-// What a tolerance made of the quadrature of a call.
+// What a tolerance made of the quadrature of a call, and of its frequencies.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +11,7 @@ enum class Shortfall : std::uint8_t {
     jump,  // the waveform begins or ends with a jump: the error falls with 1/n only
     kink,  // or with a jump of a derivative
     edge,  // the point lies next to an edge, or the element is thousands of wavelengths wide
+    band,  // by frequencies: losses leave too much beyond the highest of them
 };
 
 // A sentence for people; empty for none.

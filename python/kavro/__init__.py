@@ -25,12 +25,28 @@ from kavro._elements import (
     spherical_shell,
 )
 from kavro._errors import InputError
+from kavro._events import (
+    Events,
+    focused_events,
+    plane_wave_events,
+    synthetic_aperture_events,
+)
 from kavro._focusing import focus_delays
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
 from kavro._medium import Medium, medium, water
 from kavro._results import BeamWidth, FieldIndices, beam_width, field_indices, to_xarray
-from kavro._scene import Grid, Instants, Points, Times, grid_axes, join_field, split_grid, time_axis
+from kavro._scene import (
+    Grid,
+    Instants,
+    Points,
+    Scatterers,
+    Times,
+    grid_axes,
+    join_field,
+    split_grid,
+    time_axis,
+)
 from kavro._solver import (
     MeasureName,
     Method,
@@ -51,6 +67,7 @@ from kavro._waveforms import (
     sampled,
     t_cubed_pulse,
     tone_burst,
+    transducer_response,
     waveform,
 )
 
@@ -60,6 +77,7 @@ if hasattr(_os, "register_at_fork"):
 __all__ = [
     "BeamWidth",
     "Elements",
+    "Events",
     "FieldIndices",
     "Grid",
     "InputError",
@@ -71,6 +89,7 @@ __all__ = [
     "Points",
     "Pulse",
     "Sampled",
+    "Scatterers",
     "SolveReport",
     "Times",
     "__version__",
@@ -83,6 +102,7 @@ __all__ = [
     "field_indices",
     "fit_time_samples",
     "focus_delays",
+    "focused_events",
     "grid_axes",
     "hanning_pulse",
     "join_field",
@@ -91,8 +111,9 @@ __all__ = [
     "medium",
     "methods",
     "planar_array",
-    "pressure",
+    "plane_wave_events",
     "polygon",
+    "pressure",
     "rectangular_piston",
     "ring",
     "ring_array",
@@ -101,11 +122,13 @@ __all__ = [
     "spherical_ring",
     "spherical_shell",
     "split_grid",
+    "synthetic_aperture_events",
     "t_cubed_pulse",
     "threads",
     "time_axis",
     "to_xarray",
     "tone_burst",
+    "transducer_response",
     "transient_pressure",
     "water",
     "waveform",

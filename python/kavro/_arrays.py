@@ -10,6 +10,7 @@ from numpy.typing import ArrayLike
 from kavro import _check
 from kavro._check import Floats
 from kavro._elements import Elements, curvature, rotation_matrices
+from kavro._lens import under_lens
 
 
 def linear_array(
@@ -20,6 +21,8 @@ def linear_array(
     width: float | None = None,
     height: float | None = None,
     amplitude: ArrayLike = 1.0,
+    elevation_focus: float | None = None,
+    wavelength: float | None = None,
 ) -> Elements:
     """Discs or rectangles in a row along x; element 0 has the smallest x.
 
@@ -35,11 +38,17 @@ def linear_array(
         sizes of each along x and y in m.
     amplitude : float or (count,)
         Factor of the waveform (surface velocity in m/s).
+    elevation_focus, wavelength : float, optional
+        Of rectangles, in m: a lens that focuses in y, as `kavro.rectangular_piston` has it; every
+        rectangle becomes strips of one channel.
 
     Examples
     --------
     >>> discs = kavro.linear_array(64, 0.6e-3, 0.25e-3)
     >>> probe = kavro.linear_array(128, 0.3e-3, width=0.27e-3, height=5e-3)
+    >>> lens = kavro.linear_array(
+    ...     128, 0.3e-3, width=0.27e-3, height=5e-3, elevation_focus=20e-3, wavelength=0.3e-3
+    ... )
     """
     me = "linear_array"
     count = _check.whole(me, "count", count, 1)
@@ -48,7 +57,8 @@ def linear_array(
     _check_spacing(me, np.array([pitch]), sizes)
     center = np.zeros((count, 3))
     center[:, 0] = _steps(count, pitch)
-    return Elements(shape, center, amplitude=amplitude, **sizes)
+    flat = Elements(shape, center, amplitude=amplitude, **sizes)
+    return under_lens(me, flat, elevation_focus, wavelength)
 
 
 def planar_array(
@@ -59,6 +69,8 @@ def planar_array(
     width: float | None = None,
     height: float | None = None,
     amplitude: ArrayLike = 1.0,
+    elevation_focus: float | None = None,
+    wavelength: float | None = None,
 ) -> Elements:
     """Discs or rectangles on a rectangular grid in the x-y plane, numbered along x first.
 
@@ -68,8 +80,8 @@ def planar_array(
         Numbers of elements along x and y.
     pitch : float or (px, py)
         Distances between neighbouring centres along x and y in m.
-    radius, width, height, amplitude
-        As for `linear_array`.
+    radius, width, height, amplitude, elevation_focus, wavelength
+        As for `linear_array`; a lens is common to all rows.
     """
     me = "planar_array"
     expected = "two whole numbers (nx, ny), 1 or more"
@@ -85,7 +97,8 @@ def planar_array(
     _check_spacing(me, pitches, sizes)
     x, y = np.meshgrid(*(_steps(int(n), p) for n, p in zip(counts, pitches)))
     center = np.stack([x.ravel(), y.ravel(), np.zeros(x.size)], axis=1)
-    return Elements(shape, center, amplitude=amplitude, **sizes)
+    flat = Elements(shape, center, amplitude=amplitude, **sizes)
+    return under_lens(me, flat, elevation_focus, wavelength, center[:, 1])
 
 
 def convex_array(
@@ -97,6 +110,8 @@ def convex_array(
     width: float | None = None,
     height: float | None = None,
     amplitude: ArrayLike = 1.0,
+    elevation_focus: float | None = None,
+    wavelength: float | None = None,
 ) -> Elements:
     """Discs or rectangles on an arc in the x-z plane, radiating outwards.
 
@@ -110,7 +125,7 @@ def convex_array(
         Distance between neighbouring centres along the arc in m.
     rad_curvature : float
         Radius of curvature of the arc in m. The centres may take up half a circle at most.
-    radius, width, height, amplitude
+    radius, width, height, amplitude, elevation_focus, wavelength
         As for `linear_array`.
     """
     me = "convex_array"
@@ -128,7 +143,8 @@ def convex_array(
     depth = 2 * arc * np.sin(theta / 2) ** 2
     center = np.stack([arc * np.sin(theta), none, -depth], axis=1)
     euler = np.stack([theta, none, none], axis=1)
-    return Elements(shape, center, euler, amplitude=amplitude, **sizes)
+    flat = Elements(shape, center, euler, amplitude=amplitude, **sizes)
+    return under_lens(me, flat, elevation_focus, wavelength)
 
 
 def ring_array(

@@ -21,6 +21,7 @@ _no_corners = np.zeros((0, 2))
 _no_corners.setflags(write=False)
 _triples = ("center", "euler")
 _texts = ("shape", "apodization")
+_per_channel = ("amplitude", "time_delay", "phase")
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -51,6 +52,10 @@ class Elements:
         Sizes in m; those that belong to other shapes are 0.
     corners : sequence of n arrays (k, 2)
         A polygon's corners in m, in order around its face; none for other shapes.
+    channel : int, (n,)
+        Elements of one number, 0 or more, are wired together: they fire together, and what they
+        receive adds up. -1 is a channel of its own. Channels are counted in the order of their
+        numbers, whichever these are, then come the elements without a number in their order.
     """
 
     shape: NDArray[np.str_] = default("circ")
@@ -68,6 +73,7 @@ class Elements:
     rad_curvature: Floats = default(0.0)
     geometric_focus: Floats = default(0.0)
     corners: tuple[Floats, ...] = (_no_corners,)
+    channel: NDArray[np.int64] = default(-1)
 
     if TYPE_CHECKING:  # what it takes is more than what it holds
 
@@ -88,6 +94,7 @@ class Elements:
             rad_curvature: ArrayLike = 0.0,
             geometric_focus: ArrayLike = 0.0,
             corners: Any = ...,
+            channel: ArrayLike = -1,
         ) -> None:
             ...
 
@@ -102,8 +109,23 @@ class Elements:
     def replace(self, **changes: Any) -> Elements:
         """The same elements with other values, each one for all elements or one for each.
 
+        Amplitudes, delays and phases may also be one for each channel, where elements share them.
+
         ``replace(amplitude=0.05, time_delay=delays)``
         """
+        from kavro._channels import channels
+
+        channel, count = channels(self)
+        for name in _per_channel:
+            if name in changes and count < len(self):
+                column = _column(name, changes[name])
+                if len(column) not in (1, len(self)):
+                    expected = (
+                        f"one, or {len(self)}, one for each element, or {count}, "
+                        "one for each channel"
+                    )
+                    _check.require(len(column) == count, _ME, name, expected, changes[name])
+                    changes[name] = column[channel]
         changed = dataclasses.replace(self, **changes)
         for name, value in changes.items():
             expected = f"one, or {len(self)}, one for each element"
@@ -183,6 +205,12 @@ def _column(name: str, value: Any) -> Any:
         fits = rows.ndim in (1, 2) and rows.shape[-1] == 3
         _check.require(fits, _ME, name, expected, value)
         return np.atleast_2d(rows)
+    if name == "channel":
+        expected = "a whole number, 0 or more, or -1, or n of them"
+        numbers = _check.numbers(_ME, name, value, expected)
+        whole = np.isfinite(numbers) & (numbers >= -1) & (numbers == numbers.round())
+        _check.require(numbers.ndim < 2 and whole.all(), _ME, name, expected, value)
+        return np.atleast_1d(numbers.astype(np.int64))
     expected = "one real number, or n of them"
     column = _check.numbers(_ME, name, value, expected)
     _check.require(column.ndim < 2, _ME, name, expected, value)
@@ -258,8 +286,17 @@ def rectangular_piston(
     euler: ArrayLike = (0, 0, 0),
     amplitude: float = 1.0,
     time_delay: float = 0.0,
+    elevation_focus: float | None = None,
+    wavelength: float | None = None,
 ) -> Elements:
-    """One flat rectangular piston in the plane z = 0, which radiates towards +z.
+    """One rectangular piston in the plane z = 0, which radiates towards +z, flat or under a lens.
+
+    A lens acts as if the face were part of a cylinder about the line y = 0, z = elevation_focus: its
+    middle stays where it is, its rims at y = -height / 2 and height / 2 stand ahead. The face is
+    returned as flat strips, together as large as that part of the cylinder, all of channel 0. There
+    are as many as it takes for errors below 0.1 % of the largest pressure at any distance, and below
+    0.01 % in the focus, at the wavelength and longer ones; at half the wavelength they are 0.5 % near
+    the face, and 0.01 % in the focus.
 
     Parameters
     ----------
@@ -267,13 +304,26 @@ def rectangular_piston(
         Sizes along x and y in m, positive.
     center, euler, amplitude, time_delay
         As `Elements` has them.
+    elevation_focus : float, optional
+        Distance in m at which a lens focuses in y, at least height / 2.
+    wavelength : float
+        In m, where there is a lens: the shortest that the waveform has much of.
+
+    Examples
+    --------
+    >>> strips = kavro.rectangular_piston(
+    ...     0.27e-3, 7e-3, elevation_focus=25e-3, wavelength=0.3e-3
+    ... )
     """
+    from kavro._lens import under_lens
+
     me = "rectangular_piston"
     sizes = {
         "width": _check.real(me, "width", width, "positive", "m"),
         "height": _check.real(me, "height", height, "positive", "m"),
     }
-    return Elements("rect", center, euler, amplitude, time_delay, **sizes)
+    flat = Elements("rect", center, euler, amplitude, time_delay, **sizes)
+    return under_lens(me, flat, elevation_focus, wavelength)
 
 
 def polygon(
@@ -430,3 +480,17 @@ def rotation_matrices(euler: Floats) -> Floats:
         [c1 * s2 * s3 + s1 * c3, s1 * s3 - c1 * s2 * c3, c1 * c2],
     ]
     return np.moveaxis(np.array(rows), 2, 0)
+
+
+def euler_of(matrices: Floats) -> Floats:
+    """The angles in rad, n x 3, of which `rotation_matrices` makes these."""
+    side = np.hypot(matrices[:, 1, 0], matrices[:, 1, 1])
+    # Where the first and the third turn are about one axis, one of them does.
+    alike = side <= 1e-12
+    first = np.where(alike, 0, np.arctan2(-matrices[:, 0, 2], matrices[:, 2, 2]))
+    third = np.where(
+        alike,
+        np.arctan2(matrices[:, 0, 1], matrices[:, 0, 0]),
+        np.arctan2(-matrices[:, 1, 0], matrices[:, 1, 1]),
+    )
+    return np.stack([first, np.arctan2(matrices[:, 1, 2], side), third], axis=1)

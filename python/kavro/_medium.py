@@ -39,7 +39,8 @@ class Medium:
     bloodperfusion : float
         kg/(m^3 s).
     referencefrequency : float, optional
-        Hz: where the phase speed is soundspeed; by default the centre frequency of the waveform.
+        Hz: where the phase speed is soundspeed; by default the centre frequency of the waveform, a
+        continuous wave's own, or the middle of several.
     """
 
     soundspeed: float

@@ -254,10 +254,11 @@ def to_xarray(
     grid: Grid | Points,
     times: Times | Instants | None = None,
     *,
+    f0: ArrayLike | None = None,
     name: str = "pressure",
     units: str = "Pa",
 ) -> xarray.DataArray:
-    """A field as an xarray.DataArray with its coordinates: x, y, z in m, time in s.
+    """A field as an xarray.DataArray with its coordinates: x, y, z in m, time in s, frequency in Hz.
 
     Parameters
     ----------
@@ -269,6 +270,8 @@ def to_xarray(
     times : Times or Instants, optional
         Those of a field over time. The last dimension of a nonlinear continuous wave is 'harmonic',
         counted from 1.
+    f0 : (nf,), optional
+        Frequencies of a spectrum in Hz, the sequence that `solve` was given.
     name, units : str
         What the field is and its unit.
     """
@@ -285,13 +288,18 @@ def to_xarray(
         dims, shape = list(axes), [len(axis) for axis in axes.values()]
         coords = {n: (n, axis, metres) for n, axis in axes.items()}
     if p.ndim == len(dims) + 1:
-        if times is None:
+        if f0 is not None:
+            frequencies = _check.finite(
+                "to_xarray", "f0", f0, "a vector of real numbers (Hz)", (None,)
+            )
+            coords["frequency"] = ("frequency", frequencies, {"units": "Hz"})
+        elif times is None:
             coords["harmonic"] = np.arange(1, p.shape[-1] + 1)
         else:
             coords["time"] = ("time", time_axis(times), {"units": "s"})
         last = next(reversed(coords))
         dims.append(last)
-        shape.append(p.shape[-1] if times is None else len(coords[last][1]))
-    expected = f"an array of the shape {tuple(shape)}, as grid and times ask"
+        shape.append(p.shape[-1] if last == "harmonic" else len(coords[last][1]))
+    expected = f"an array of the shape {tuple(shape)}, as grid, times and f0 ask"
     _check.require(p.shape == tuple(shape), "to_xarray", "p", expected, p)
     return xarray.DataArray(p, coords, dims, name, {"units": units})

@@ -131,6 +131,67 @@ class Instants:
         object.__setattr__(self, "time_samples", instants)
 
 
+@dataclass(frozen=True, eq=False)
+class Scatterers:
+    """Point scatterers, which send echoes.
+
+    A scatterer of the strength sigma answers the pressure p(t) that arrives at it with the spherical
+    wave sigma p(t - r / soundspeed) / r at the distance r. Its scattering cross section is
+    4 pi sigma^2.
+
+    Parameters
+    ----------
+    positions : (n, 3)
+        x, y and z of each scatterer in m; n may be 0.
+    strengths : float or (n,)
+        sigma in m; negative ones answer with the opposite sign.
+    exponent : float
+        y of strengths that go with the frequency f as (f / reference_frequency)^y, zero or positive;
+        2 for bodies much smaller than the wavelength (Rayleigh).
+    reference_frequency : float, optional
+        Hz: where the strengths are what is given; needed where the exponent is not 0.
+
+    Examples
+    --------
+    >>> wires = kavro.Scatterers([(-5e-3, 0, 20e-3), (0, 0, 30e-3), (5e-3, 0, 40e-3)], 1e-4)
+    """
+
+    positions: Floats
+    strengths: Floats
+    exponent: float = 0.0
+    reference_frequency: float | None = None
+
+    if TYPE_CHECKING:
+
+        def __init__(
+            self,
+            positions: ArrayLike,
+            strengths: ArrayLike,
+            exponent: float = 0.0,
+            reference_frequency: float | None = None,
+        ) -> None:
+            ...
+
+    def __post_init__(self) -> None:
+        me = "Scatterers"
+        expected = "n x 3 real numbers (m)"
+        rows = _check.numbers(me, "positions", self.positions, expected, (None, 3))
+        _check.require(np.isfinite(rows).all(), me, "positions", expected, self.positions)
+        n = len(rows)
+        expected = f"one real number (m), or {n}, one for each row of 'positions'"
+        sigma = _check.numbers(me, "strengths", self.strengths, expected)
+        fits = sigma.shape in ((), (1,), (n,)) and np.isfinite(sigma).all()
+        _check.require(fits, me, "strengths", expected, self.strengths)
+        exponent = _check.real(me, "exponent", self.exponent, "not negative")
+        reference = self.reference_frequency
+        if exponent != 0 or reference is not None:
+            reference = _check.real(me, "reference_frequency", reference, "positive", "Hz")
+        object.__setattr__(self, "positions", np.asfortranarray(rows))
+        object.__setattr__(self, "strengths", np.array(np.broadcast_to(sigma, n)))
+        object.__setattr__(self, "exponent", exponent)
+        object.__setattr__(self, "reference_frequency", reference)
+
+
 def grid_axes(grid: Grid | Points) -> tuple[Floats, Floats, Floats]:
     """The coordinates x, y and z in m that belong to a grid: its samples, or each point's."""
     if isinstance(grid, Points):

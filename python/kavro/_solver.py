@@ -176,8 +176,9 @@ def solve(
             When, for methods over time.
         excitation : Pulse or Sampled, or a sequence of one for each element
             The waveform, for methods over time.
-        f0 : float
-            Frequency in Hz, for continuous waves.
+        f0 : float or sequence of float
+            Frequency in Hz, for continuous waves; or several, for a spectrum. Equally spaced ones
+            take 'fnm_cw' a fraction of the time of others.
         tolerance : float
             Largest error of the quadrature as a share of each element's field, for fast nearfield
             methods of exact elements: every point takes the abscissas that keep it. By default,
@@ -201,9 +202,9 @@ def solve(
     -------
     array in Fortran order
         (nx, ny, nz, nt) over time on a Grid, (n, nt) at Points: pressure in Pa; complex
-        (nx, ny, nz) and (n,) of continuous waves, for exp(+j 2 pi f0 t); (nx, nz, nt) and complex
-        (nx, nz, harmonics) of nonlinear ones; (elements, 2) arrival times in s. Without nt where
-        a measure is asked for.
+        (nx, ny, nz) and (n,) of continuous waves, for exp(+j 2 pi f0 t), (nx, ny, nz, nf) and
+        (n, nf) where f0 is a sequence; (nx, nz, nt) and complex (nx, nz, harmonics) of nonlinear
+        ones; (elements, 2) arrival times in s. Without nt where a measure is asked for.
 
     Raises
     ------
@@ -245,7 +246,8 @@ def pressure(
     With `f0` the field is a continuous wave, with `time` and `excitation` a wave over time. The
     method and its precision follow from what is asked: the fast nearfield method, over time in single
     precision where its rounding stays well below the tolerance at all points of the grid, and by
-    frequencies in a medium with losses. In a continuous wave a delay T counts as the phase -2 pi f0 T.
+    frequencies in a medium with losses or for a long sampled waveform. In a continuous wave a delay T counts as the phase -2 pi f0 T,
+    at each of several frequencies f0.
 
     Parameters
     ----------
@@ -323,15 +325,12 @@ def kzk_parameters(
         choice["harmonics"] = harmonics
         arguments = ["kzk_cw", *arguments, "f0", f0]
     arguments += ["kzk", choice]
-    kzk: dict[str, float] = {}
-    cost: dict[str, float] = {}
-    for line in _kavro.table_of_march([_lowered(argument) for argument in arguments]).splitlines():
-        name, number = line.split("\t")
-        if name.startswith("cost."):
-            cost[name.removeprefix("cost.")] = float(number)
-        else:
-            kzk[name] = float(number)
-    return kzk, cost
+    kzk, cost = _kavro.call(["kzk_parameters", *map(_lowered, arguments)])
+    return _numbers(kzk), _numbers(cost)
+
+
+def _numbers(record: dict[str, Any]) -> dict[str, float]:
+    return {name: float(number.item()) for name, number in record.items()}
 
 
 def _usual_planes(element: Elements, medium: Medium, f0: float) -> Grid:
@@ -434,7 +433,7 @@ class Method:
 def methods() -> dict[str, Method]:
     """The methods of `solve` by name, as the library tells."""
     table = {}
-    for line in _kavro.table_of_methods().splitlines():
+    for line in _kavro.call(["methods"])[0].splitlines():
         kind, name, *cells = line.split("\t")
         if kind == "method":
             shapes, options, ndiv, multiple, summary = cells

@@ -16,6 +16,7 @@ from mpl_toolkits.mplot3d.art3d import Line3DCollection, Poly3DCollection
 from numpy.typing import NDArray
 
 from kavro import _check
+from kavro._channels import channels
 from kavro._check import Floats
 from kavro._elements import Elements, rotation_matrices
 from kavro._scene import Grid, Instants, Points, Times, grid_axes, time_axis
@@ -46,6 +47,7 @@ def show_array(
     """
     values, label = _element_values(elements, color)
     faces = [_face_of(elements[i]) for i in range(len(elements))]
+    channel, count = channels(elements)
     points = np.concatenate([face.vertices for face in faces] or [np.zeros((1, 3))])
     flat = np.ptp(points[:, 2]) < 1e-6
     ax = _axes(ax, three_dimensional=not flat)
@@ -55,11 +57,14 @@ def show_array(
     if flat:
         _draw_flat(ax, faces, fills, points)
     else:
-        _draw_solid(ax, faces, fills, points)
+        # Outlines of the strips of a lens would hide their colours.
+        strips = np.bincount(channel)[channel] > 3
+        bare = [face._replace(rims=[]) if strip else face for face, strip in zip(faces, strips)]
+        _draw_solid(ax, bare, fills, points)
     ax.set_xlabel("x (mm)")
     ax.set_ylabel("y (mm)")
-    count = "One element" if len(elements) == 1 else f"Array of {len(elements)} elements"
-    ax.set_title(title or count)
+    word = "channel" if count < len(elements) else "element"
+    ax.set_title(title or (f"One {word}" if count == 1 else f"Array of {count} {word}s"))
     if label:
         ax.figure.colorbar(colors, ax=ax, label=label)
     return ax

@@ -75,7 +75,9 @@ progress   | 't', 2, {}, [1 1], NaN, [] | The option '@' must be true, false or 
                  "The option 'tolerance' needs 'exact' to be true: the reference counts abscissas, "
                  "by 'ndiv'.");
     expect_errors(Call("fnm_cw"), R"(
-f0 | [], '1', {}, 1i, sparse[1], [1 2], struct[1 1], NaN, Inf, -1, 0 | The option '@' must be one positive number (Hz).
+f0 | [], '1', {}, 1i, sparse[1], struct[1 1] | The option '@' must be one positive number (Hz) or a vector of them.
+f0 | NaN, Inf, -1, 0 | The option '@' must be one positive number (Hz) or a vector of them, not #.
+f0 | [1 -2], [-2 1] | The option '@' must be one positive number (Hz) or a vector of them, not -2.
 f0 | missing | fnm_cw needs the option 'f0' (Hz).
 )");
     const Call own = Call("fnm_cw").set("f0 = missing, medium.f0 = 1e6");
@@ -274,6 +276,7 @@ elements.center elements.euler | [0 0 1e-3], [1e-3 0 0], [0 1e-3 0] | $, element
 elements.phase elements.time_delay | 1e-7 | $, element 1: the march starts from the origin towards +z; center, euler, phase and time_delay must be 0.
 )");
     expect_errors(Call("kzk_cw"), R"(
+f0 | [1e6 2e6] | The option '@' must be one positive number (Hz).
 kzk           | 1, struct[1 2], struct[0 0], {} | The option 'kzk' must be a structure with the fields 'extent', 'points_per_radius', 'growth', 'harmonics', 'source_phase' for $.
 kzk.exten     | 1 | The option 'kzk' has a field '@', but $ reads 'extent', 'points_per_radius', 'growth', 'harmonics', 'source_phase'.
 kzk.growth    | missing, [], 0, NaN, -2, 1e300, '1', [1 1] | The field '@' of the option 'kzk' must be one positive number for $.

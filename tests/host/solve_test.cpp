@@ -295,22 +295,5 @@ TEST(SolveThreads, are_put_back_and_have_a_limit) {
     EXPECT_EQ(kavro::thread_count(), before);
 }
 
-TEST(SolveMethods, the_table_comes_from_the_library) {
-    const Outcome outcome = run({text("methods")});
-    ASSERT_TRUE(outcome.output);
-    const std::vector<std::string> lines = parts_of(characters(outcome.output), "\n");
-    ASSERT_EQ(lines.size(), kavro::shapes().size() + kavro::operations().size());
-    EXPECT_EQ(lines[1], "shape\tring\tring");
-    for (std::size_t i = 0; i < kavro::operations().size(); ++i) {
-        const std::string& line = lines[kavro::shapes().size() + i];
-        const Operation& operation = kavro::operations()[i];
-        EXPECT_TRUE(line.starts_with(std::string("method\t") + operation.name + "\t"));
-        EXPECT_EQ(line.find("circ") != std::string::npos,
-                  implements(operation, kavro::shapes()[0]));
-        EXPECT_EQ(line.find(",kzk,") != std::string::npos, operation.uses(kavro::input_kzk));
-        EXPECT_TRUE(line.ends_with(operation.summary));
-    }
-}
-
 }  // namespace
 }  // namespace host

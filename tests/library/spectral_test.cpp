@@ -185,12 +185,26 @@ Complex literal_gamma(const kavro::Medium& medium, Complex s) {
            A * tangent * std::pow(reference, y - 1.0) * s;
 }
 
-// The pressure of a disc in a lossy medium over a period T, by sums over its face, over frequencies
-// and over the waveform's samples.
-Values literal_transient(const Tank& tank, double T, int frequencies) {
+// Over the face of a disc: of e^(-gamma R) / R.
+Complex literal_face(const Tank& tank, Complex gamma, int around) {
     const double a = tank.sources[0].sizes[0];
     const kavro::CartesianCoordinate p = tank.points()[0];
     const kavro::NumericalIntegration& rule = tank.rule;  // on [-1, 1]
+    Complex face = 0.0;
+    for (std::size_t m = 0; m < rule.abscissas.size(); ++m) {
+        const double r = a * (rule.abscissas[m] + 1.0) / 2.0;
+        for (int n = 0; n < around; ++n) {
+            const double phi = two_pi * n / around;
+            const double R = std::hypot(p.x - r * std::cos(phi), p.y - r * std::sin(phi), p.z);
+            face += rule.weights[m] * a / 2.0 * r * two_pi / around * std::exp(-gamma * R) / R;
+        }
+    }
+    return face;
+}
+
+// The pressure of a disc in a lossy medium over a period T, by sums over its face, over frequencies
+// and over the waveform's samples.
+Values literal_transient(const Tank& tank, double T, int frequencies) {
     const double eta = 3.0 / T;
     constexpr int steps = 4000;
     const double dt = tank.waveform->w / steps;
@@ -202,16 +216,7 @@ Values literal_transient(const Tank& tank, double T, int frequencies) {
         for (int i = 1; i < steps; ++i) {
             V += tank.waveform->at(i * dt) * std::exp(-s * (i * dt)) * dt;
         }
-        Complex face = 0.0;
-        for (std::size_t m = 0; m < rule.abscissas.size(); ++m) {
-            const double r = a * (rule.abscissas[m] + 1.0) / 2.0;
-            for (std::size_t n = 0; n < 64; ++n) {
-                const double phi = two_pi * static_cast<double>(n) / 64.0;
-                const double R = std::hypot(p.x - r * std::cos(phi), p.y - r * std::sin(phi), p.z);
-                face += rule.weights[m] * a / 2.0 * r * two_pi / 64.0 * std::exp(-gamma * R) / R;
-            }
-        }
-        const Complex P = tank.medium._rho_density * s / two_pi * face * V;
+        const Complex P = tank.medium._rho_density * s / two_pi * literal_face(tank, gamma, 64) * V;
         for (std::size_t i = 0; i < pressure.size(); ++i) {
             pressure[i] +=
                 (q == 0 ? 1.0 : 2.0) / T * (P * std::exp(s * tank.times.times[i])).real();
@@ -384,10 +389,50 @@ TEST(Spectral, SpectraAreContinuousWavesAtEachFrequency) {
     }
 }
 
+// Octaves of a comb and more frequencies than one band holds; elements without a rule.
+TEST(Spectral, SpectraKeepATolerance) {
+    Tank tank = disc_in(0.5, 1.3);
+    tank.set_order(96);
+    Values comb;
+    for (int f = 1; f <= 5000; ++f) {
+        comb.push_back(1.6e3 * f);
+    }
+    for (const double x : {1e-3, 3.9e-3, 15e-3}) {
+        tank.set_points({{x, 0, 16e-3}});
+        std::vector<Complex> expected;
+        for (std::size_t f = 99; f < comb.size(); f += 700) {
+            const Complex s = j * (two_pi * comb[f]);
+            expected.push_back(tank.medium._rho_density * s / two_pi *
+                               literal_face(tank, literal_gamma(tank.medium, s), 256));
+        }
+        for (const double tolerance : {1e-2, 1e-4, 1e-6}) {
+            Measurement measurement(tank, operation_named("fnm_cw"));
+            Values re(comb.size()), im(comb.size());
+            kavro::Transducer& element = *measurement.owned[0];
+            element.set_complex_pressure_pointers(re.data(), im.data());
+            element.set_tolerance(tolerance);
+            element.set_integral_pointer(nullptr);
+            kavro::QuadratureReport report;
+            ASSERT_EQ(kavro::solve_spectrum(measurement.elements(), comb, &report),
+                      kavro::status_success);
+            EXPECT_EQ(report.points, 1);
+            EXPECT_EQ(report.unreached, 0);
+            EXPECT_LT(report.fewest, report.most);
+            for (std::size_t i = 0; i < expected.size(); ++i) {
+                const std::size_t f = 99 + 700 * i;
+                EXPECT_LE(std::abs(Complex(re[f], im[f]) - expected[i]),
+                          tolerance * std::abs(expected[i]))
+                    << x << " " << tolerance << " " << comb[f];
+            }
+        }
+    }
+}
+
 // On any number of threads, with any vectors, and each element by itself.
 TEST_F(Variants, OfSpectraDoNotDiffer) {
     Tank tank = disc_in(0.5, 1.3);
     tank.sources.push_back({.shape = "rect", .center = {1e-3, 0, 0}, .exact = true});
+    tank.sources[0].tolerance = 1e-5;
     std::vector<kavro::CartesianCoordinate> points;
     for (const double x : noise(90, 7)) {
         points.emplace_back(5e-3 * x, 1e-3, 6e-3);
@@ -408,6 +453,32 @@ TEST_F(Variants, OfSpectraDoNotDiffer) {
         sum[i] += other[i];
     }
     EXPECT_EQ(expected, sum);
+}
+
+// A burst's kinks ring where next to no losses end the band: that is told, and how much.
+TEST(Spectral, SaysWhereTheBandEndsTooEarly) {
+    Tank tank = disc_in(0.0, 1.0);
+    tank.waveform = std::make_shared<kavro::ToneBurst>(1e6, 3e-6, 0.0);
+    tank.waveform->set_exact(true);
+    tank.set_points({{2e-3, 0, 60e-3}});
+    tank.set_axis(5e-8, 39e-6, 120);
+    tank.set_order(500);
+    const Values expected = measured(tank, operation_named("fnm_tsd"));
+    tank.medium._dBcmMHz = 1e-6;
+    for (const double tolerance : {1e-2, 1e-5}) {
+        Measurement measurement(tank, spectral());
+        measurement.owned[0]->set_tolerance(tolerance);
+        kavro::QuadratureReport report;
+        ASSERT_EQ(kavro::solve(kavro::Method::fnm_spectral, measurement.elements(),
+                               kavro::Output::accumulate, &report),
+                  kavro::status_success);
+        const double off = largest_difference(measurement.output, expected) / peak_of(expected);
+        EXPECT_LE(off, std::fmax(tolerance, report.worst_error));
+        EXPECT_EQ(report.unreached, tolerance < 1e-4 ? 1 : 0);
+        EXPECT_LE(report.worst_error, 5.0 * off);
+        EXPECT_EQ(report.reason,
+                  tolerance < 1e-4 ? kavro::Shortfall::band : kavro::Shortfall::none);
+    }
 }
 
 // ---- what is refused

@@ -32,6 +32,25 @@
 %! end
 %! assert(over_time('measure', 'peak'), max(abs(over_time()), [], 4));
 
+%!test  % a long sampled waveform goes by frequencies, one with a jump does not
+%! [array, grid, medium] = scene();
+%! t = (0:799) * 25e-9;
+%! chirp = sin(2 * pi * (1e6 * t + 1e11 * t .^ 2)) .* (1 - cos(2 * pi * t / 20e-6));
+%! pulse = kavro.set_excitation_function('sampled', chirp, 25e-9);
+%! times = kavro.fit_time_samples(array, grid, medium, pulse, 50e-9);
+%! options = {'time', times, 'excitation', pulse};
+%! best = kavro.solve('fnm_tsd', array, grid, medium, options{:}, 'ndiv', 40);
+%! for tolerance = [1e-2 1e-3]
+%!   [p, report] = kavro.pressure(array, grid, medium, options{:}, 'tolerance', tolerance);
+%!   assert(report.method, 'fnm_spectral');
+%!   assert(p, best, tolerance * max(abs(best(:))));
+%! end
+%! warning('off', 'all', 'local');
+%! options{4} = kavro.set_excitation_function('sampled', chirp + 1, 25e-9);
+%! point = kavro.set_coordinate_grid([0 0 15e-3]);
+%! [~, report] = kavro.pressure(array(1), point, medium, options{:}, 'tolerance', 1e-2);
+%! assert(! strcmp(report.method, 'fnm_spectral'));
+
 %!test  % what is asked for must be clear
 %! [array, grid, medium] = scene();
 %! times = kavro.set_time_samples(1e-7, 0, 1e-5);

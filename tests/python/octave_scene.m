@@ -14,7 +14,7 @@ end
 
 function put_elements(file, elements)
   for e = elements
-    put(file, [e.center, e.euler, e.amplitude, e.time_delay, e.phase, e.radius, e.inner_radius, ...
+    put(file, [e.center, e.euler, e.amplitude, e.time_delay, e.phase, e.channel - 1, e.radius, e.inner_radius, ...
                e.outer_radius, e.width, e.height, e.rad_curvature, e.geometric_focus]);
     put(file, e.corners.');
   end
@@ -44,6 +44,24 @@ put_elements(file, mixed);
 discs = focused(kavro.linear_array(5, 1e-3, 0.4e-3));
 discs = kavro.set_amplitudes(discs, [1 2 -1 0.5 1]);
 put_elements(file, discs);
+
+lens = {'elevation_focus', 20e-3, 'wavelength', 2e-3};
+face = [0.8e-3 4e-3];
+convex = kavro.convex_array(5, 1e-3, face, 30e-3, lens{:});
+put_elements(file, focused(convex));
+put_elements(file, kavro.planar_array([2 3], [1e-3 4e-3], face, lens{:}));
+put_elements(file, kavro.rectangular_piston(2e-3, 3e-3, lens{:}, 'euler', [0.1 0.2 0.3], ...
+                                            'center', [1e-3 2e-3 3e-3], 'amplitude', 2));
+wired = kavro.set_channels(mixed, [7 0 3 7 0 3]);
+points = [0 0 20e-3; 3e-3 1e-3 30e-3; -1e-3 0 -20e-3; 0 0 -1e-3];
+put_events = @(e) put(file, [e.delays, e.apodization, e.origin, e.direction, e.distance]);
+put_events(kavro.plane_wave_events(convex, [-0.2 0 0.3], water, 'elevation', [0 0.1 -0.1], ...
+                                   'aperture', [1 3 4], 'origin', [1e-3 2e-3 3e-3]));
+put_events(kavro.focused_events(convex, points, water, 'f_number', 4, 'count', 3));
+put_events(kavro.focused_events(wired, points, water, 'aperture', logical([1 0 1 1])));
+put_events(kavro.synthetic_aperture_events(wired, 'aperture', [4 2]));
+[response, delay] = kavro.transducer_response(5e6, 0.7, 'two_way', true);
+put(file, [response.signal, response.ts, response.delay, delay]);
 
 for name = {'water', 'lossy water', 'blood', 'fat', 'liver', 'muscle'}
   m = kavro.set_medium(name{1});

@@ -1,8 +1,9 @@
-function elements = convex_array(count, pitch, face, rad_curvature)
+function elements = convex_array(count, pitch, face, rad_curvature, varargin)
 % CONVEX_ARRAY  Discs or rectangles on an arc, radiating outwards.
 %
 %   elements = kavro.convex_array(count, pitch, [width height], rad_curvature)
 %   elements = kavro.convex_array(count, pitch, radius, rad_curvature)
+%   elements = kavro.convex_array(count, pitch, [width height], rad_curvature, option, value, ...)
 %
 %   The arc lies in the x-z plane. Its highest point is the origin, its centre of curvature lies
 %   at [0 0 -rad_curvature], and every element radiates away from that centre; the middle of the
@@ -17,6 +18,10 @@ function elements = convex_array(count, pitch, face, rad_curvature)
 %     rad_curvature    radius of curvature of the arc in m, positive. The centres may take up
 %                      half a circle at most
 %
+%   Options for rectangles
+%     'elevation_focus', 'wavelength'  in m: a lens that focuses in y, as kavro.rectangular_piston
+%                      has it; every rectangle becomes strips of one channel
+%
 %   Result
 %     elements  1 x count structure array (fields as kavro.disc and kavro.rectangular_piston
 %               make them)
@@ -30,9 +35,10 @@ function elements = convex_array(count, pitch, face, rad_curvature)
 %   kavro.show_array
 
 me = 'convex_array';
-kavro.internal.check_count(me, nargin, 4, 'count, pitch, [width height], rad_curvature');
+kavro.internal.check_count(me, nargin, [4 Inf], 'count, pitch, [width height], rad_curvature and options');
 count = kavro.internal.whole_number(me, 'count', count, [1 Inf]);
 pitch = kavro.internal.real_number(me, 'pitch', pitch, 'positive', 'm');
+options = kavro.internal.lens_options(me, varargin);
 [shape, sizes, extent] = kavro.internal.array_face(me, face);
 kavro.internal.check_spacing(me, pitch, shape, extent);
 R = kavro.internal.real_number(me, 'rad_curvature', rad_curvature, 'positive', 'm');
@@ -45,4 +51,5 @@ depth = 2 * R * sin(theta / 2) .^ 2;
 none = zeros(count, 1);
 elements = kavro.internal.make_elements(shape, sizes, [R * sin(theta), none, -depth], ...
                                         [theta, none, none]);
+elements = kavro.internal.add_lens(me, elements, options);
 end

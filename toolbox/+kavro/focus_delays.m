@@ -5,7 +5,8 @@ function delays = focus_delays(elements, point, medium)
 %
 %   The element farthest from the point fires at time 0 and the nearest last, so no delay is
 %   negative. Distances are taken from the elements' centres, those of polygons from the centre of
-%   their area, those of rings from the circle that halves it. The wave then arrives at the point at
+%   their area, those of rings from the circle that halves it; elements of one channel fire together,
+%   by the distance of the middle one of them. The wave then arrives at the point at
 %   max(distance) / soundspeed.
 %
 %   Arguments
@@ -14,7 +15,8 @@ function delays = focus_delays(elements, point, medium)
 %     medium    structure with the field soundspeed (m/s), as kavro.set_medium makes it
 %
 %   Result
-%     delays    1 x n row of delays in s, zero or positive; give them to kavro.set_delays
+%     delays    1 x n row of delays in s, one for each element, zero or positive; give them to
+%               kavro.set_delays
 %
 %   Example: steered by about 13 degrees and focused
 %     medium = kavro.set_medium('water');
@@ -28,10 +30,10 @@ me = 'focus_delays';
 kavro.internal.check_count(me, nargin, 3, 'elements, point, medium');
 kavro.internal.check_elements(me, elements);
 point = kavro.internal.three_numbers(me, 'point', point, 'm');
-ok = isstruct(medium) && isscalar(medium) && isfield(medium, 'soundspeed');
-kavro.internal.check(ok, me, 'medium', medium, ...
-                     'a structure with the field ''soundspeed'', as set_medium makes it');
-c = kavro.internal.real_number(me, 'medium.soundspeed', medium.soundspeed, 'positive', 'm/s');
+c = kavro.internal.sound_speed(me, medium);
+[channel, share] = kavro.internal.channels(elements);
 distance = kavro.internal.element_distances(elements, point);
+distance = kavro.internal.channel_means(channel, share, distance(:)).';
+distance = distance(channel);
 delays = (max(distance) - distance) / c;
 end

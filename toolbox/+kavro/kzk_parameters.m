@@ -68,19 +68,8 @@ if pulsed
     end
     drives = {'excitation', drive, 'time', options.time};
 end
-table = kavro.solve('kzk_parameters', method, element, options.grid, medium, drives{:}, ...
-                    'kzk', choice);
-kzk = struct();
-cost = struct();
-for line = strsplit(strtrim(table), sprintf('\n'))
-    words = regexp(line{1}, '\t', 'split');
-    name = regexprep(words{1}, '^cost\.', '');
-    if strcmp(name, words{1})
-        kzk.(name) = str2double(words{2});
-    else
-        cost.(name) = str2double(words{2});
-    end
-end
+[kzk, cost] = kavro.internal.call('kzk_parameters', method, element, options.grid, medium, ...
+                                  drives{:}, 'kzk', choice);
 end
 
 % On the axis; fifty planes.

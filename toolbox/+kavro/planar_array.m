@@ -1,9 +1,10 @@
-function elements = planar_array(count, pitch, face)
+function elements = planar_array(count, pitch, face, varargin)
 % PLANAR_ARRAY  Discs or rectangles on a rectangular grid in the x-y plane.
 %
 %   elements = kavro.planar_array([nx ny], [px py], radius)
 %   elements = kavro.planar_array([nx ny], [px py], [width height])
 %   elements = kavro.planar_array([nx ny], pitch, ...)
+%   elements = kavro.planar_array([nx ny], [px py], [width height], option, value, ...)
 %
 %   The grid is centred at the origin in the plane z = 0 and radiates towards +z. Elements are
 %   numbered along x first: element i + (j - 1) * nx is the i-th along x in the j-th row.
@@ -14,6 +15,10 @@ function elements = planar_array(count, pitch, face)
 %                      2 * radius, or the width and the height; one number serves for both
 %     radius           radius of each disc in m, positive
 %     [width height]   sizes of each rectangle along x and y in m, positive
+%
+%   Options for rectangles
+%     'elevation_focus', 'wavelength'  in m: a lens that focuses in y, as kavro.rectangular_piston
+%                      has it, common to all rows; every rectangle becomes strips of one channel
 %
 %   Result
 %     elements  1 x (nx * ny) structure array (fields as kavro.disc and
@@ -28,17 +33,19 @@ function elements = planar_array(count, pitch, face)
 %   kavro.focus_delays, kavro.show_array
 
 me = 'planar_array';
-kavro.internal.check_count(me, nargin, 3, 'count, pitch, and radius or [width height]');
+kavro.internal.check_count(me, nargin, [3 Inf], 'count, pitch, radius or [width height], and options');
 ok = kavro.internal.is_numbers(count) && numel(count) == 2 ...
      && all(count(:) >= 1) && all(count(:) == round(count(:)));
 kavro.internal.check(ok, me, 'count', count, 'two whole numbers [nx ny], 1 or more');
 ok = kavro.internal.is_numbers(pitch) && any(numel(pitch) == [1 2]) && all(pitch(:) > 0);
 kavro.internal.check(ok, me, 'pitch', pitch, 'one or two positive real numbers (m)');
 pitch = double(pitch([1 end]));
+options = kavro.internal.lens_options(me, varargin);
 [shape, sizes, extent] = kavro.internal.array_face(me, face);
 kavro.internal.check_spacing(me, pitch, shape, extent);
 x = kavro.internal.centered_steps(double(count(1)), pitch(1));
 y = kavro.internal.centered_steps(double(count(2)), pitch(2));
 [x, y] = ndgrid(x, y);
 elements = kavro.internal.make_elements(shape, sizes, [x(:), y(:), 0 * x(:)], [0 0 0]);
+elements = kavro.internal.add_lens(me, elements, options, y(:));
 end

@@ -9,17 +9,18 @@ function [p, report] = pressure(elements, grid, medium, varargin)
 %   'excitation' a wave over time. The method and its precision follow from what is asked:
 %   continuous waves and waves over time go by the fast nearfield method, over time in single
 %   precision where its rounding stays well below the tolerance, and by frequencies in a medium
-%   with losses. The choice is one for all points of a call: where you split a grid, name a
+%   with losses or for a long sampled waveform. The choice is one for all points of a call: where you split a grid, name a
 %   method. kavro.solve computes by a method of your choice.
 %
 %   Arguments
 %     elements      structure array of elements of any shapes. Amplitudes, phases and delays
-%                   count; in a continuous wave a delay T counts as the phase -2 pi f0 T
+%                   count; in a continuous wave a delay T counts as the phase -2 pi f0 T, at
+%                   each frequency f0
 %     grid          points, made by kavro.set_coordinate_grid
 %     medium        made by kavro.set_medium
 %
 %   Options
-%     'f0'          frequency in Hz of a continuous wave
+%     'f0'          frequency in Hz of a continuous wave, or a vector of them
 %     'time'        instants, made by kavro.set_time_samples or kavro.fit_time_samples
 %     'excitation'  waveform, made by kavro.set_excitation_function: one for all elements, or one
 %                   for each
@@ -30,7 +31,8 @@ function [p, report] = pressure(elements, grid, medium, varargin)
 %
 %   Results
 %     p             nx x ny x nz for a regular grid or npoints x 1 for a list, complex (Pa, for
-%                   exp(+j 2 pi f0 t)); over time one more dimension of ntimes, real (Pa)
+%                   exp(+j 2 pi f0 t)), with one more dimension where f0 is a vector; over time
+%                   one more dimension of ntimes, real (Pa)
 %     report        structure: method; tolerance; abscissas, the fewest, the mean and the most of
 %                   a rim or a piece of an edge; points that the elements reach; unreached, those
 %                   of them where the tolerance is not kept; worst_error there, as a share of an

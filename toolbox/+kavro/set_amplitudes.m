@@ -6,7 +6,8 @@ function elements = set_amplitudes(elements, amplitudes)
 %   Arguments
 %     elements    structure array of n elements
 %     amplitudes  factors of the waveform (surface velocity in m/s): a vector of n numbers, or
-%                 one number for all; an element of amplitude 0 is not computed
+%                 of one for each channel where elements share channels, or one number for
+%                 all; an element of amplitude 0 is not computed
 %
 %   Result
 %     elements    the same structure array with amplitude changed

@@ -5,7 +5,8 @@ function elements = set_delays(elements, delays)
 %
 %   Arguments
 %     elements  structure array of n elements
-%     delays    delays in s: a vector of n numbers, or one number for all
+%     delays    delays in s: a vector of n numbers, or of one for each channel where
+%               elements share channels, or one number for all
 %
 %   Result
 %     elements  the same structure array with time_delay changed

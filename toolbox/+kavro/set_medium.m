@@ -30,7 +30,8 @@ function medium = set_medium(varargin)
 %     thermalconductivity    W/(m K)
 %     bloodperfusion         kg/(m^3 s); 0 in every named medium
 %     referencefrequency     Hz, positive: where the phase speed is soundspeed. Only where it is
-%                            given; by default that is the waveform's centre frequency
+%                            given; by default that is the waveform's centre frequency, of a
+%                            continuous wave its own, of several the middle
 %
 %   The attenuation a = attenuationdBcmMHz counts in dB/cm, at a frequency of f MHz, as
 %     a * f^y                in fnm_spectral and exact continuous waves, 0 < y <= 2

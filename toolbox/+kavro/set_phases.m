@@ -8,7 +8,8 @@ function elements = set_phases(elements, phases)
 %
 %   Arguments
 %     elements  structure array of n elements
-%     phases    phases in rad: a vector of n numbers, or one number for all
+%     phases    phases in rad: a vector of n numbers, or of one for each channel where
+%               elements share channels, or one number for all
 %
 %   Result
 %     elements  the same structure array with phase changed

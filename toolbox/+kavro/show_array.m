@@ -39,9 +39,12 @@ what = kavro.internal.choose(me, 'color', options.color, {'auto', 'delay', 'ampl
 axis_handle = gca();
 draw_elements(me, axis_handle, elements, values);
 if isempty(options.title)
-    options.title = 'One element';
-    if numel(elements) > 1
-        options.title = sprintf('Array of %d elements', numel(elements));
+    count = max(kavro.internal.channels(elements));
+    words = {'element', 'channel'};
+    word = words{1 + (count < numel(elements))};
+    options.title = sprintf('One %s', word);
+    if count > 1
+        options.title = sprintf('Array of %d %ss', count, word);
     end
 end
 title(axis_handle, options.title, 'fontweight', 'normal');
@@ -100,11 +103,30 @@ colors = element_colors(values);
 if ~ishold(axis_handle)
     cla(axis_handle);
 end
-for i = 1:n
-    draw_face(axis_handle, vertices{i}, faces{i}, rims{i}, colors(i, :), is_flat);
-    draw_curves(axis_handle, ribs{i}, [0.55 0.55 0.55], false);
+% What is of one channel and colour is drawn as one object, for strips of lenses are many; their
+% outlines would hide their colours.
+[~, first, group] = unique([kavro.internal.channels(elements).', values(:)], 'rows');
+for g = 1:numel(first)
+    of_group = find(group == g).';
+    [corners, triangles] = joined(vertices(of_group), faces(of_group));
+    outlines = [rims{of_group}];
+    if numel(of_group) > 3 && ~is_flat
+        outlines = {};
+    end
+    draw_face(axis_handle, corners, triangles, outlines, colors(first(g), :), is_flat);
+    draw_curves(axis_handle, [ribs{of_group}], [0.55 0.55 0.55], false);
 end
 frame_axes(axis_handle, low, high, is_flat);
+end
+
+function [corners, triangles] = joined(vertices, faces)
+before = 0;
+for i = 1:numel(vertices)
+    faces{i} = faces{i} + before;
+    before = before + size(vertices{i}, 1);
+end
+corners = vertcat(vertices{:});
+triangles = vertcat(faces{:});
 end
 
 function frame_axes(axis_handle, low, high, is_flat)
@@ -140,11 +162,15 @@ draw_curves(axis_handle, rims, edge, true);
 end
 
 function draw_curves(axis_handle, curves, color, is_closed)
+% One line with gaps.
 for k = 1:numel(curves)
-    curve = curves{k};
     if is_closed
-        curve = curve([1:end 1], :);
+        curves{k} = curves{k}([1:end 1], :);
     end
+    curves{k}(end + 1, :) = NaN;
+end
+if ~isempty(curves)
+    curve = vertcat(curves{:});
     line(curve(:, 1), curve(:, 2), curve(:, 3), 'Color', color, 'Parent', axis_handle);
 end
 end

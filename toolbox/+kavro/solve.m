@@ -24,7 +24,8 @@ function p = solve(varargin)
 %                    a structure array with one for each. fnm_fdtsd needs sampled waveforms,
 %                    kzk_transient pulses
 %     'f0'           frequency in Hz of a continuous wave; may be left out where the medium has
-%                    a field f0
+%                    a field f0. A vector: the field at each frequency, along one more dimension;
+%                    not for kzk_cw. Equally spaced ones take fnm_cw a fraction of the time
 %     'tolerance'    fast nearfield methods but the apodized one: each point takes as many
 %                    abscissas as keep the quadrature's error below this share of each
 %                    element's field there; 1e-12 (1e-5 in single precision) to 0.1. Default,
@@ -79,7 +80,8 @@ function p = solve(varargin)
 %                                       grid, npoints x ntimes for a list of points
 %     impulse_response                  the same form; m/s, times the amplitude
 %     continuous waves (..._cw...)      complex pressure in Pa, nx x ny x nz or npoints x 1;
-%                                       its time dependence is exp(+j 2 pi f0 t)
+%                                       its time dependence is exp(+j 2 pi f0 t). With nf
+%                                       frequencies nx x ny x nz x nf or npoints x nf
 %     impulse_begin_and_end_times       n x 2, when the first and the last of each element's
 %                                       impulse response arrives at any of the points, s
 %     with 'measure'                    the same without ntimes; npoints x 1 for a list

@@ -54,6 +54,7 @@ public:
                 continue;
             }
             collect_samples(room, tile, b);
+            note_misses(room, tile, b);
             room.series.begin(count, tile.spend());
             for (std::int64_t steps = 0; (steps = next_steps(room, steps)) > 0;) {
                 add_stays(room, steps, tile.spend());
@@ -99,6 +100,24 @@ private:
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
             if (is_wanted[lane] == 0) {
                 room.stays[lane].frequencies = 0;
+            }
+        }
+    }
+
+    // Terms that nearly cancel to the field of a small source far away leave more of their errors.
+    void note_misses(const Room& room, const PointTile& tile, int b) const {
+        if (tile.tally() == nullptr || room.block.quadrature.rules.empty()) {
+            return;
+        }
+        const double k = two_pi * reference_frequency_of(*element_.excitation, *element_.medium) /
+                         element_.medium->_soundspeed;
+        for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+            const PulseStay& stay = room.stays[lane];
+            const double gain = two_pi * room.farthest[lane] / (k * element_.face_area());
+            const double error = pulse_->missed(stay, room.nearest[lane], std::fmax(gain, 1.0));
+            if (error > 0.0) {
+                tile.tally()->note_miss(tile.first_of(b) + static_cast<int>(lane), error,
+                                        Shortfall::band);
             }
         }
     }
@@ -206,6 +225,16 @@ private:
 };
 
 }  // namespace
+
+bool is_faster_by_frequencies(const Transducer& element, double tolerance, SharedPulses& pulses) {
+    // Where there are as many frequencies as terms, frequencies took a third of the time and less.
+    constexpr int fewest_terms = 300;
+    const ExcitationFunction& waveform = *element.excitation;
+    return waveform.has_complex_decomposition() && waveform.n_terms >= fewest_terms &&
+           pulses.of(element, tolerance)
+                   ->frequencies(element.face_extent() / element.medium->_soundspeed) <=
+               waveform.n_terms;
+}
 
 std::shared_ptr<const SpectralPulse> SharedPulses::of(const Transducer& element, double tolerance) {
     const auto found = std::find_if(pulses_.begin(), pulses_.end(), [&](const auto& pulse) {

@@ -21,6 +21,10 @@ private:
     std::vector<std::shared_ptr<const SpectralPulse>> pulses_;
 };
 
+// Whether an element in a lossless medium is solved faster by frequencies than by decomposition:
+// one that sends a sampled waveform of very many terms.
+bool is_faster_by_frequencies(const Transducer& element, double tolerance, SharedPulses& pulses);
+
 // Adds, at every point that is reached and at every sample of the pulse's stay there,
 //
 //     p(t) = amplitude * 2 Re (1 / T) sum over q of V(s_q) s_q / (c gamma(s_q))

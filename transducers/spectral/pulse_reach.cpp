@@ -97,6 +97,9 @@ PulseReach::PulseReach(const ExcitationFunction& waveform, const PowerLaw& law, 
         alpha[i] = law.attenuation(spectrum.omega[i]);
         lossless += spectrum.part[i];
     }
+    omega_ = spectrum.omega;
+    part_ = spectrum.part;
+    alpha_ = alpha;
     for (int k = 0; k < count; ++k) {
         Step& step = steps_[static_cast<std::size_t>(k)];
         const double path = std::exp2(0.5 * (k + lowest));
@@ -124,6 +127,22 @@ PulseReach::PulseReach(const ExcitationFunction& waveform, const PowerLaw& law, 
         step.late = std::fmax(settled, 0.0) + 2.0 * std::sqrt(fall) * width +
                     tail.ends(loss, tolerance * peak / pi);
     }
+}
+
+double PulseReach::left_out(double path, double band, double gain) const {
+    double derivative = 0.0, derivative_beyond = 0.0, shape = 0.0, shape_beyond = 0.0;
+    for (std::size_t i = 0; i < part_.size(); ++i) {
+        const double part = part_[i] * std::exp(-alpha_[i] * path);
+        derivative += part;
+        shape += part / omega_[i];
+        if (omega_[i] > band) {
+            derivative_beyond += part;
+            shape_beyond += part / omega_[i];
+        }
+    }
+    // Found by trial.
+    constexpr double safety = 2.0;
+    return safety * std::fmin(derivative_beyond / derivative, gain * shape_beyond / shape);
 }
 
 std::size_t PulseReach::rung(double step) {

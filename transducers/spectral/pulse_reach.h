@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "core/interrupted.h"
 #include "excitation/excitation_function.h"
@@ -29,6 +30,11 @@ public:
     double early(double farthest) const { return steps_[above(farthest)].early; }
     double late(double farthest) const { return steps_[above(farthest)].late; }
 
+    // What a comb that ends at this angular frequency leaves out over the path, as a share of the
+    // pulse's peak: of a pulse that is its own derivative's shape, as far away, or, where that is
+    // less, of one `gain` times as small as its terms, which have its own shape.
+    double left_out(double path, double band, double gain) const;
+
 private:
     // Of a step in half octaves; the first for a path that is none, of a point behind a face.
     static std::size_t rung(double step);
@@ -44,6 +50,8 @@ private:
     static std::size_t above(double path);
 
     std::array<Step, count> steps_;
+    // |j omega V| at angular frequencies in a constant ratio, times the interval, and the loss.
+    std::vector<double> omega_, part_, alpha_;
 };
 
 }  // namespace kavro

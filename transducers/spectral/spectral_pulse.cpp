@@ -87,6 +87,19 @@ PulseStay SpectralPulse::stay(double nearest, double farthest, double time_delay
     return stay;
 }
 
+double SpectralPulse::frequencies(double spread) const {
+    return reach_.band(0.0) * (spread + 1.5 * waveform_.w) / two_pi;
+}
+
+double SpectralPulse::missed(const PulseStay& stay, double nearest, double gain) const {
+    if (stay.frequencies < most_frequencies) {
+        return 0.0;
+    }
+    const double band = two_pi * stay.frequencies / period(stay.steps);
+    const double error = reach_.left_out(nearest, band, gain);
+    return error > tolerance_ ? std::fmin(error, 1.0) : 0.0;
+}
+
 std::shared_ptr<const StayComb> SpectralPulse::comb(std::int64_t steps, int frequencies,
                                                     const Spend& spend) const {
     const std::lock_guard lock(mutex_);

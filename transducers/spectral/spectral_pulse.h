@@ -49,6 +49,13 @@ public:
     // At a point with the nearest and farthest point of the face so far away (m).
     PulseStay stay(double nearest, double farthest, double time_delay) const;
 
+    // That a point takes at most, where arrivals spread over so many seconds.
+    double frequencies(double spread) const;
+
+    // Where the pulse asks for more frequencies than there may be, and the tolerance is missed: the
+    // error as a share of the peak, see PulseReach::left_out; else 0.
+    double missed(const PulseStay& stay, double nearest, double gain) const;
+
     // At least so many frequencies. May be called by several threads at once.
     std::shared_ptr<const StayComb> comb(std::int64_t steps, int frequencies,
                                          const Spend& spend) const;

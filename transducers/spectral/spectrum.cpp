@@ -1,13 +1,14 @@
 #include "transducers/spectral/spectrum.h"
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <utility>
-#include <vector>
 
+#include "transducers/array.h"
 #include "transducers/blocks/point_tile.h"
 #include "transducers/spectral/transfer_function.h"
 
@@ -21,29 +22,18 @@ struct Room {
     AlignedVector<double> re, im;
 };
 
-// Whether all frequencies are the first plus whole steps, to rounding.
-bool is_even(std::span<const double> frequencies) {
-    const std::size_t n = frequencies.size();
-    if (n < 3) {
-        return n == 2 && frequencies[0] < frequencies[1];
-    }
-    const double step = (frequencies[n - 1] - frequencies[0]) / static_cast<double>(n - 1);
-    for (std::size_t f = 0; f < n; ++f) {
-        const double expected = frequencies[0] + static_cast<double>(f) * step;
-        if (!(std::fabs(frequencies[f] - expected) <= 1e-14 * frequencies[n - 1])) {
-            return false;
-        }
-    }
-    return step > 0.0;
-}
-
 class Spectrum : public Share {
 public:
     Spectrum(const Transducer& element, std::unique_ptr<EdgeGenerator<double>> edge,
-             std::span<const double> frequencies, double default_reference)
-        : element_(element), edge_(std::move(edge)), frequencies_(frequencies.size()) {
+             const Band& band, double default_reference, double tolerance)
+        : element_(element),
+          edge_(std::move(edge)),
+          first_layer_(band.layer),
+          frequencies_(band.frequencies.size()),
+          tolerance_(tolerance) {
         const PowerLaw law(*element.medium, default_reference);
-        if (is_even(frequencies)) {
+        const std::span<const double> frequencies = band.frequencies;
+        if (band.is_even && frequencies.size() > 1) {
             const double step =
                 (frequencies.back() - frequencies[0]) / static_cast<double>(frequencies.size() - 1);
             append(law, frequencies[0], step, static_cast<int>(frequencies.size()));
@@ -65,7 +55,7 @@ public:
         for (int b = 0; b < tile.blocks(); ++b) {
             tile.place(element_, b, room.block);
             place(room, tile, b);
-            std::size_t layer = 0;
+            std::size_t layer = first_layer_;
             for (const Part& part : parts_) {
                 tile.spend()(std::int64_t{block_lanes} * room.samples.count * part.count / 4);
                 add_part(room, part, tile, b, layer);
@@ -80,14 +70,10 @@ private:
         int count;
     };
 
-    // What is left out at the frequencies between the ends of a chord is far below rounding of the
-    // field's largest values.
-    static constexpr double tolerance = 1e-11;
-
     void append(const PowerLaw& law, double frequency, double step, int count) {
         const double speed = element_.medium->_soundspeed;
         const double spread = 0.5 * element_.face_extent() / speed;
-        Comb comb(law, speed, {0.0, two_pi * frequency}, two_pi * step, count, spread, tolerance);
+        Comb comb(law, speed, {0.0, two_pi * frequency}, two_pi * step, count, spread, tolerance_);
         for (int q = 0; q < comb.size(); ++q) {
             const auto k = static_cast<std::size_t>(q);
             const std::complex<double> s = comb.s(q);
@@ -138,17 +124,51 @@ private:
 
     const Transducer& element_;
     const std::unique_ptr<EdgeGenerator<double>> edge_;
+    const std::size_t first_layer_;
     const std::size_t frequencies_;
+    const double tolerance_;
     std::vector<Part> parts_;
 };
 
 }  // namespace
 
+bool are_equally_spaced(std::span<const double> frequencies) {
+    const std::size_t n = frequencies.size();
+    if (n < 2) {
+        return false;
+    }
+    const double step = (frequencies[n - 1] - frequencies[0]) / static_cast<double>(n - 1);
+    for (std::size_t f = 0; f < n; ++f) {
+        const double expected = frequencies[0] + static_cast<double>(f) * step;
+        if (!(std::fabs(frequencies[f] - expected) <= 1e-14 * frequencies[n - 1])) {
+            return false;
+        }
+    }
+    return step > 0.0;
+}
+
+std::vector<Band> bands_of(std::span<const double> frequencies) {
+    constexpr std::size_t fewest = 64;  // for fewer, other abscissas would not pay
+    constexpr std::size_t most = 4096;
+    const bool is_even = are_equally_spaced(frequencies);
+    std::vector<Band> bands;
+    for (std::size_t end = frequencies.size(); end > 0;) {
+        std::size_t begin = end > most ? end - most : 0;
+        if (is_even && end > fewest) {
+            const auto octave = std::lower_bound(frequencies.begin(), frequencies.begin() + end,
+                                                 0.5 * frequencies[end - 1]);
+            begin = std::max(begin, static_cast<std::size_t>(octave - frequencies.begin()));
+        }
+        bands.push_back({frequencies.subspan(begin, end - begin), begin, is_even});
+        end = begin;
+    }
+    return bands;
+}
+
 std::unique_ptr<Share> spectrum_share(const Transducer& element,
-                                      std::unique_ptr<EdgeGenerator<double>> edge,
-                                      std::span<const double> frequencies,
-                                      double default_reference) {
-    return std::make_unique<Spectrum>(element, std::move(edge), frequencies, default_reference);
+                                      std::unique_ptr<EdgeGenerator<double>> edge, const Band& band,
+                                      double default_reference, double tolerance) {
+    return std::make_unique<Spectrum>(element, std::move(edge), band, default_reference, tolerance);
 }
 
 }  // namespace kavro

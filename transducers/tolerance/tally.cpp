@@ -33,6 +33,8 @@ const char* text_of(Shortfall shortfall) {
             return "The waveform begins or ends with a kink.";
         case Shortfall::edge:
             return "The point lies next to an edge.";
+        case Shortfall::band:
+            return "The losses leave too much beyond the highest frequency that is computed.";
         default:
             return "";
     }
@@ -58,6 +60,11 @@ void TallyPart::note(int first, int present, const LaneQuadrature& quadrature) {
         points_[static_cast<std::size_t>(point)] |= error > 0.0 ? seen | missed : seen;
         take_worst(part_, point, error, quadrature.shortfall[lane]);
     }
+}
+
+void TallyPart::note_miss(std::int32_t point, double error, Shortfall reason) {
+    points_[static_cast<std::size_t>(point)] |= missed;
+    take_worst(part_, point, error, reason);
 }
 
 void TallyPart::add_to(QuadratureReport& report, std::int64_t& sum, std::int64_t& count) const {

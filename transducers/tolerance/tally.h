@@ -21,6 +21,9 @@ public:
     // The choice of the first so many lanes of a block, whose first point has this index.
     void note(int first, int present, const LaneQuadrature& quadrature);
 
+    // A point that has been noted misses the tolerance for another reason.
+    void note_miss(std::int32_t point, double error, Shortfall reason);
+
     // Adds to a report; `sum` and `count` of abscissas become its mean at the end.
     void add_to(QuadratureReport& report, std::int64_t& sum, std::int64_t& count) const;
 

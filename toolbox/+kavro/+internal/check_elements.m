@@ -8,5 +8,8 @@ for i = 1:numel(elements)
     name = sprintf('elements(%d).', i);
     kavro.internal.three_numbers(caller, [name, 'center'], elements(i).center, 'm');
     kavro.internal.three_numbers(caller, [name, 'euler'], elements(i).euler, 'rad');
+    if isfield(elements, 'channel')
+        kavro.internal.whole_number(caller, [name, 'channel'], elements(i).channel, [0 Inf]);
+    end
 end
 end

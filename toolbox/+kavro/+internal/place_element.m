@@ -1,9 +1,15 @@
-function element = place_element(caller, shape, sizes, args)
+function [element, options] = place_element(caller, shape, sizes, args, further)
 % PLACE_ELEMENT  One element of a shape, placed and weighted by options.
 %   element = PLACE_ELEMENT(caller, shape, sizes, args) takes the module's shape name, a
 %   structure of the shape's sizes (m) and the cell array of the maker's name/value options
-%   'center', 'euler', 'amplitude' and 'time_delay'.
-defaults = struct('center', [0 0 0], 'euler', [0 0 0], 'amplitude', 1, 'time_delay', 0);
+%   'center', 'euler', 'amplitude' and 'time_delay'. Defaults of further options may follow, and
+%   all are returned.
+if nargin < 5
+    further = struct();
+end
+defaults = further;
+[defaults.center, defaults.euler] = deal([0 0 0]);
+[defaults.amplitude, defaults.time_delay] = deal(1, 0);
 options = kavro.internal.parse_options(caller, defaults, args);
 center = kavro.internal.three_numbers(caller, 'center', options.center, 'm');
 euler = kavro.internal.three_numbers(caller, 'euler', options.euler, 'rad');
