@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "arrays.h"
+#include "echo.h"
 #include "kzk.h"
 #include "machine.h"
 #include "measure.h"
@@ -37,6 +38,7 @@ constexpr const char* usage =
     "kavro_bench --tolerance [--vectors ...] [--repeat N]\n"
     "kavro_bench --kzk [--threads N] [--vectors ...] [--repeat N] [--json FILE] [--no-literal]\n"
     "kavro_bench --spectral [--threads N] [--vectors ...] [--repeat N] [--no-literal]\n"
+    "kavro_bench --echo [--threads N] [--vectors ...] [--repeat N] [--no-literal]\n"
     "\n"
     "Solves each scene with the library and with the literal transcription in one run. Times are\n"
     "CPU times for one thread and wall times for more, medians over the repetitions.\n"
@@ -46,6 +48,7 @@ constexpr const char* usage =
     "--scaling: CPU time of one thread against each quantity in turn.\n"
     "--memory: what a call takes beside its output.\n"
     "--spectral: the method by frequencies: its kernel, and an array in tissue.\n"
+    "--echo: echoes of scatterers, and transfer functions beside a literal loop.\n"
     "--tolerance: abscissas by tolerance beside the fixed number that keeps it.\n"
     "--kzk: both nonlinear marches and their literal transcriptions.\n";
 
@@ -58,7 +61,8 @@ enum class Mode {
     memory,
     tolerance,
     kzk,
-    spectral
+    spectral,
+    echo
 };
 
 struct Options {
@@ -72,23 +76,16 @@ struct Options {
 };
 
 Options parse(int argc, char** argv) {
-    const option table[] = {{"scenes", required_argument, nullptr, 's'},
-                            {"threads", required_argument, nullptr, 't'},
-                            {"vectors", required_argument, nullptr, 'v'},
-                            {"repeat", required_argument, nullptr, 'r'},
-                            {"json", required_argument, nullptr, 'j'},
-                            {"no-literal", no_argument, nullptr, 'n'},
-                            {"with-output", no_argument, nullptr, 'o'},
-                            {"arrays", no_argument, nullptr, 'a'},
-                            {"ndiv", required_argument, nullptr, 'd'},
-                            {"scaling", no_argument, nullptr, 'c'},
-                            {"speed-up", no_argument, nullptr, 'u'},
-                            {"tolerance", no_argument, nullptr, 'q'},
-                            {"memory", no_argument, nullptr, 'm'},
-                            {"kzk", no_argument, nullptr, 'k'},
-                            {"spectral", no_argument, nullptr, 'f'},
-                            {"help", no_argument, nullptr, 'h'},
-                            {nullptr, 0, nullptr, 0}};
+    const option table[] = {
+        {"scenes", required_argument, nullptr, 's'},  {"threads", required_argument, nullptr, 't'},
+        {"vectors", required_argument, nullptr, 'v'}, {"repeat", required_argument, nullptr, 'r'},
+        {"json", required_argument, nullptr, 'j'},    {"no-literal", no_argument, nullptr, 'n'},
+        {"with-output", no_argument, nullptr, 'o'},   {"arrays", no_argument, nullptr, 'a'},
+        {"ndiv", required_argument, nullptr, 'd'},    {"scaling", no_argument, nullptr, 'c'},
+        {"speed-up", no_argument, nullptr, 'u'},      {"tolerance", no_argument, nullptr, 'q'},
+        {"memory", no_argument, nullptr, 'm'},        {"kzk", no_argument, nullptr, 'k'},
+        {"spectral", no_argument, nullptr, 'f'},      {"echo", no_argument, nullptr, 'e'},
+        {"help", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
     Options options;
     for (int choice = 0; (choice = getopt_long(argc, argv, "", table, nullptr)) != -1;) {
         const std::string value = optarg != nullptr ? optarg : "";
@@ -126,6 +123,8 @@ Options parse(int argc, char** argv) {
             options.mode = Mode::memory;
         } else if (choice == 'f') {
             options.mode = Mode::spectral;
+        } else if (choice == 'e') {
+            options.mode = Mode::echo;
         } else if (choice == 'q') {
             options.mode = Mode::tolerance;
         } else if (choice == 'k') {
@@ -294,6 +293,8 @@ int main(int argc, char** argv) {
             }
         } else if (options.mode == Mode::spectral) {
             print_spectral(options.repeat, options.threads, options.literal);
+        } else if (options.mode == Mode::echo) {
+            print_echo(options.repeat, options.threads, options.literal);
         } else if (options.mode == Mode::memory) {
             print_memory(options.threads);
         } else if (options.mode == Mode::speed_up) {

@@ -68,7 +68,8 @@ const Operation& operation_asked_for(std::span<const Value* const> options, cons
 const Operation& in_fitting_precision(const SolveRequest& request) {
     constexpr double share_of_tolerance = 0.25;
     const Operation& single = *operation_of("fnm_tsd_low_precision");
-    const bool fits = std::all_of(request.elements.begin(), request.elements.end(),
+    const bool fits = request.tolerance >= least_tolerance_of_single &&
+                      std::all_of(request.elements.begin(), request.elements.end(),
                                   [&](const RequestedElement& element) {
                                       return implements(single, *element.shape) &&
                                              rounding_of_single(request, *element.transducer) <
@@ -89,11 +90,16 @@ bool goes_by_frequencies(const SolveRequest& request) {
                        });
 }
 
+bool delays_stand_for_phases(const SolveRequest& request) {
+    return std::all_of(
+        request.elements.begin(), request.elements.end(),
+        [](const RequestedElement& element) { return element.transducer->get_phase() == 0.0; });
+}
+
 void turn_delays_into_phases(SolveRequest& request) {
     for (const RequestedElement& element : request.elements) {
         Transducer& transducer = *element.transducer;
-        transducer.set_phase(transducer.get_phase() -
-                             two_pi * request.medium._f0 * transducer.get_time_delay());
+        transducer.set_phase(-two_pi * request.medium._f0 * transducer.get_time_delay());
     }
 }
 

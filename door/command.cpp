@@ -6,9 +6,14 @@
 #include <string_view>
 
 #include "core/input_error.h"
+#include "door/acoustic_power.h"
+#include "door/bioheat.h"
 #include "door/call_threads.h"
+#include "door/chosen_method.h"
 #include "door/march.h"
 #include "door/methods.h"
+#include "door/pulse_echo.h"
+#include "door/random_places.h"
 #include "door/solve.h"
 #include "door/values.h"
 
@@ -21,8 +26,16 @@ struct NamedCommand {
 };
 
 constexpr std::array commands{
+    NamedCommand{"acoustic_power", new_acoustic_power},
+    NamedCommand{"bioheat", new_bioheat},
+    NamedCommand{"chosen_method", new_chosen_method},
+    NamedCommand{"echo_extent", new_echo_extent},
+    NamedCommand{"echo_signals", new_echo_signals},
+    NamedCommand{"echo_sum", new_echo_sum},
     NamedCommand{"kzk_parameters", new_kzk_parameters},
     NamedCommand{"methods", new_methods},
+    NamedCommand{"pulse_echo", new_pulse_echo},
+    NamedCommand{"random_places", new_random_places},
 };
 
 std::unique_ptr<Command> command_named(const std::string& name) {

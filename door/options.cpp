@@ -21,6 +21,10 @@ bool chooses_abscissas(const Operation& operation) {
     return takes_tolerance(operation.method);
 }
 
+bool knows_velocity(const Operation& operation) {
+    return operation.method == Method::fnm_cw;
+}
+
 struct SolveOption {
     const char* name;
     unsigned input;                                       // the operations that use it; 0 for all
@@ -38,6 +42,7 @@ constexpr std::array solve_options{
     SolveOption{"kzk", input_kzk},
     SolveOption{"measure", input_time},
     SolveOption{"per_element", 0, has_field_over_points},
+    SolveOption{"velocity", 0, knows_velocity},
     SolveOption{"threads", 0},
     SolveOption{"exact", 0},
     SolveOption{"progress", 0},

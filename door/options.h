@@ -76,6 +76,7 @@ struct Option {
         kzk,
         measure,
         per_element,
+        velocity,
         threads,
         exact,
         progress

@@ -52,7 +52,6 @@ constexpr double default_tolerance = 1e-3;
 
 double tolerance_from(const Operation& operation, const SolveOptions& options) {
     constexpr double least = 1e-12;
-    constexpr double least_of_single = 1e-5;
     constexpr double most = 0.1;
     if (options.given(Option::ndiv)) {
         throw InputError(
@@ -61,7 +60,8 @@ double tolerance_from(const Operation& operation, const SolveOptions& options) {
     }
     const bool single = is_single(operation.method);
     const std::optional<double> tolerance = single_number(options.value(Option::tolerance));
-    if (!tolerance || !(*tolerance >= (single ? least_of_single : least) && *tolerance <= most)) {
+    if (!tolerance ||
+        !(*tolerance >= (single ? least_tolerance_of_single : least) && *tolerance <= most)) {
         options.refuse(Option::tolerance, std::string("one number from ") +
                                               (single ? "1e-5 (in single precision)" : "1e-12") +
                                               " to 0.1" +
@@ -113,7 +113,8 @@ void read_elements(SolveRequest& request, const SolveOptions& options, const Val
     }
 }
 
-// An array that is focused by its delays is not in a continuous wave, which asks for phases.
+}  // namespace
+
 void warn_of_delays_without_phases(const SolveRequest& request) {
     const auto& elements = request.elements;
     const double delay = elements.front().transducer->time_delay;
@@ -130,6 +131,8 @@ void warn_of_delays_without_phases(const SolveRequest& request) {
     }
 }
 
+namespace {
+
 void read_frequency(SolveRequest& request, const SolveOptions& options, const Value* medium) {
     if (request.operation->kind == Kind::continuous_wave && options.given(Option::f0)) {
         read_frequencies(request, options);
@@ -142,15 +145,6 @@ void read_frequency(SolveRequest& request, const SolveOptions& options, const Va
         request.lack("the option 'f0' (Hz)");
     }
     request.medium._f0 = f0;
-}
-
-// The reader prints every instant of a list, which was wanted of it once and is not here.
-void read_times_quietly(TimeSamples& times, const Value* value) {
-    std::optional<console::Connection> quiet;
-    if (is_record(value) && holds_real_numbers(field_of(value, 0, "time_samples"))) {
-        quiet.emplace(console::Port{.print = [](const char*) {}});
-    }
-    read_times(times, value);
 }
 
 void check_waveform(const SolveRequest& request, std::size_t i) {
@@ -276,6 +270,10 @@ void read_options(SolveRequest& request, const SolveOptions& options) {
     read_accuracy(request, options);
     read_measures(request, options);
     request.per_element = options.yes_or_no(Option::per_element).value_or(false);
+    request.velocity = options.yes_or_no(Option::velocity).value_or(false);
+    if (request.velocity && !request.frequencies.empty()) {
+        throw InputError("The option 'velocity' takes one frequency, not several.");
+    }
     if (operation.uses(input_kzk)) {
         read_march_parameters(request, options.value(Option::kzk));
         check_march(request);
@@ -319,8 +317,8 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
     }
     read_options(request, options);
     if (names_none && operation.kind == Kind::continuous_wave) {
-        request.delays_count = true;
-        if (request.frequencies.empty()) {
+        request.delays_count = delays_stand_for_phases(request);
+        if (request.delays_count && request.frequencies.empty()) {
             turn_delays_into_phases(request);
         }
     } else if (names_none && operation.method == Method::fnm_tsd && request.tolerance > 0.0) {

@@ -13,6 +13,9 @@ namespace kavro {
 // InputError for all that the method cannot be asked, in the same words for every host.
 void read(SolveRequest& request, CallConsole& console, std::span<const Value* const> arguments);
 
+// An array that is focused by its delays is not in a continuous wave, which asks for phases.
+void warn_of_delays_without_phases(const SolveRequest& request);
+
 // n rounded up to a multiple. What is below 1 stays so for the quadrature to refuse, as does what
 // is not a number. Throws InputError beyond 32 bits.
 int abscissas(double n, int multiple);

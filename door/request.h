@@ -17,6 +17,7 @@
 #include "excitation/excitation_function.h"
 #include "transducers/measures.h"
 #include "transducers/operations.h"
+#include "transducers/velocity.h"
 
 namespace kavro {
 
@@ -49,6 +50,7 @@ struct SolveRequest {
     std::vector<Measure> measures;            // instead of the field over time; none: the field
     bool measures_in_record = false;          // each by its name; or one, by itself
     bool per_element = false;                 // a field for each element; or one of all
+    bool velocity = false;                    // the particle velocity, too
 
     NumericalIntegration working_rule;  // the copy that solvers refill
 
@@ -73,6 +75,8 @@ struct SolveResult {
     Result* values = nullptr;     // the host's: an array, or a record of measures
     double* real = nullptr;       // its values; a place to point to where it has none
     double* imaginary = nullptr;  // likewise
+    Result* velocity = nullptr;   // likewise: an array, where the velocity is wanted
+    VelocityOutput velocity_values{};
     std::array<double*, measure_count> measured{};  // the values of the request's measures
     QuadratureReport quadrature;                    // of a call with a tolerance
     std::vector<std::string> warnings;

@@ -95,6 +95,22 @@ std::size_t field_size(const SolveRequest& request, Kind kind) {
     }
 }
 
+// The extents of the pressure with three components more: behind the points, before the elements.
+void make_velocity(const SolveRequest& request, SolveResult& result) {
+    constexpr const char* what = "output values";
+    SolveResult shape = result;
+    if (request.per_element) {
+        --shape.dimensions;
+        append_sizes(shape, {3, static_cast<int>(request.elements.size())});
+    } else {
+        append_sizes(shape, {3});
+    }
+    const std::int32_t count = checked_product(shape.extents(), what);
+    require_memory(static_cast<std::size_t>(count), 2 * sizeof(double), what);
+    result.velocity = new_zeros(shape.extents(), true);
+    result.velocity_values = {real_parts(result.velocity), imaginary_parts(result.velocity)};
+}
+
 // Checked here because a host that runs out of memory may not live to tell.
 void make_values(const SolveRequest& request, SolveResult& result) {
     constexpr const char* what = "output values";
@@ -105,6 +121,9 @@ void make_values(const SolveRequest& request, SolveResult& result) {
     if (!request.measures_in_record) {
         result.values = new_zeros(result.extents(), complex);
         result.measured[0] = real_parts(result.values);
+        if (request.velocity) {
+            make_velocity(request, result);
+        }
         return;
     }
     result.values = new_record();
@@ -179,28 +198,49 @@ void add_all_but_counts(const QuadratureReport& own, std::size_t i, QuadratureRe
     }
 }
 
+// Element by element, each by itself: `solve` is told its number and where its report goes.
+template <class Solve>
+TransducerStatus solve_apart(std::size_t elements, QuadratureReport& report, Solve solve) {
+    const auto all = static_cast<double>(elements);
+    for (std::size_t i = 0; i < elements; ++i) {
+        const console::ProgressPart part(static_cast<double>(i) / all,
+                                         static_cast<double>(i + 1) / all);
+        QuadratureReport own;
+        const TransducerStatus status = solve(i, own);
+        add_all_but_counts(own, i, report);
+        // A point counts for each element.
+        report.points += own.points;
+        report.unreached += own.unreached;
+        if (status != status_success) {
+            return status;
+        }
+    }
+    return status_success;
+}
+
 TransducerStatus solve_measures(SolveRequest& request, SolveResult& result) {
     const std::vector<Transducer*> elements = request.transducers();
     const Method method = request.operation->method;
     if (!request.per_element) {
         return measure(method, elements, measure_outputs(request, result), &result.quadrature);
     }
-    const auto all = static_cast<double>(elements.size());
-    for (std::size_t i = 0; i < elements.size(); ++i) {
-        const console::ProgressPart part(static_cast<double>(i) / all,
-                                         static_cast<double>(i + 1) / all);
-        QuadratureReport own;
-        const TransducerStatus status =
-            measure(method, {&elements[i], 1}, measure_outputs(request, result, i), &own);
-        add_all_but_counts(own, i, result.quadrature);
-        // A point counts for each element.
-        result.quadrature.points += own.points;
-        result.quadrature.unreached += own.unreached;
-        if (status != status_success) {
-            return status;
-        }
+    return solve_apart(elements.size(), result.quadrature, [&](std::size_t i, auto& report) {
+        return measure(method, {&elements[i], 1}, measure_outputs(request, result, i), &report);
+    });
+}
+
+TransducerStatus solve_with_velocity(SolveRequest& request, SolveResult& result) {
+    const std::vector<Transducer*> elements = request.transducers();
+    if (!request.per_element) {
+        return solve_velocity(elements, result.velocity_values, Output::all_zero,
+                              &result.quadrature);
     }
-    return status_success;
+    const std::size_t stride = 3 * field_size(request, result.kind);
+    return solve_apart(elements.size(), result.quadrature, [&](std::size_t i, auto& report) {
+        const VelocityOutput own{result.velocity_values.real + i * stride,
+                                 result.velocity_values.imaginary + i * stride};
+        return solve_velocity({&elements[i], 1}, own, Output::all_zero, &report);
+    });
 }
 
 // In reference mode a method may refill its rule, and none is to read what another has left.
@@ -260,6 +300,9 @@ TransducerStatus solve_added(SolveRequest& request, SolveResult& result) {
         return solve_measures(request, result);
     }
     set_outputs(request, result.real, result.imaginary, stride);
+    if (request.velocity) {
+        return solve_with_velocity(request, result);
+    }
     return request.operation->solve_array(request.transducers(), Output::all_zero,
                                           &result.quadrature);
 }

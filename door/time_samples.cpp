@@ -1,7 +1,9 @@
 #include "door/time_samples.h"
 
 #include <cstddef>
+#include <optional>
 
+#include "core/console.h"
 #include "core/counts.h"
 #include "door/values.h"
 
@@ -29,6 +31,14 @@ void read_times(TimeSamples& times, const Value* value) {
     const double tmax = made_number(value, "tmax", page);
     const double deltat = made_number(value, "deltat", page);
     times.generatetimevectorfromminmaxdeltat(deltat, tmin, tmax);
+}
+
+void read_times_quietly(TimeSamples& times, const Value* value) {
+    std::optional<console::Connection> quiet;
+    if (is_record(value) && holds_real_numbers(field_of(value, 0, "time_samples"))) {
+        quiet.emplace(console::Port{.print = [](const char*) {}});
+    }
+    read_times(times, value);
 }
 
 }  // namespace kavro

@@ -11,4 +11,7 @@ namespace kavro {
 // missing; a field that is empty or not numeric is missing.
 void read_times(TimeSamples& times, const Value* value);
 
+// The same, but for the print of every instant of a list, which was wanted once.
+void read_times_quietly(TimeSamples& times, const Value* value);
+
 }  // namespace kavro

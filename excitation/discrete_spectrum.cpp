@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <utility>
 
 #include "core/aligned_vector.h"
 
@@ -75,6 +76,46 @@ void InverseTransform::operator()(double* bins, double* values) const {
 }
 
 void InverseTransform::Destroy::operator()(void* plan) const {
+    const std::lock_guard lock(planner);
+    fftw_destroy_plan(static_cast<fftw_plan>(plan));
+}
+
+HarmonicTransform::HarmonicTransform(int samples, bool first_is_even, bool last_is_even)
+    : samples_(samples) {
+    const bool alike = first_is_even == last_is_even;
+    const int more = !alike ? 0 : first_is_even ? -1 : 1;
+    scale_ = 0.5 / (samples + more);
+    const auto kinds = [&]() -> std::pair<fftw_r2r_kind, fftw_r2r_kind> {
+        if (alike) {
+            const fftw_r2r_kind kind = first_is_even ? FFTW_REDFT00 : FFTW_RODFT00;
+            return {kind, kind};
+        }
+        return first_is_even ? std::pair{FFTW_REDFT01, FFTW_REDFT10}
+                             : std::pair{FFTW_RODFT01, FFTW_RODFT10};
+    }();
+    AlignedVector<double> line(static_cast<std::size_t>(samples));
+    const std::lock_guard lock(planner);
+    // Lines lie as they come in a field: on no boundary.
+    constexpr unsigned flags = FFTW_ESTIMATE | FFTW_UNALIGNED;
+    analysis_.reset(fftw_plan_r2r_1d(samples, line.data(), line.data(), kinds.first, flags));
+    synthesis_.reset(fftw_plan_r2r_1d(samples, line.data(), line.data(), kinds.second, flags));
+    if (!analysis_ || !synthesis_) {
+        throw std::bad_alloc();
+    }
+}
+
+void HarmonicTransform::analyse(double* samples) const {
+    fftw_execute_r2r(static_cast<fftw_plan>(analysis_.get()), samples, samples);
+    for (int i = 0; i < samples_; ++i) {
+        samples[i] *= scale_;
+    }
+}
+
+void HarmonicTransform::synthesise(double* coefficients) const {
+    fftw_execute_r2r(static_cast<fftw_plan>(synthesis_.get()), coefficients, coefficients);
+}
+
+void HarmonicTransform::Destroy::operator()(void* plan) const {
     const std::lock_guard lock(planner);
     fftw_destroy_plan(static_cast<fftw_plan>(plan));
 }

@@ -1,4 +1,4 @@
-// The discrete Fourier transform of a real signal, and back.
+// The discrete Fourier transform of a real signal, and back; sums of cosines or of sines.
 #pragma once
 
 #include <complex>
@@ -31,6 +31,29 @@ private:
 
     std::size_t bins_;  // of all signals
     std::unique_ptr<void, Destroy> plan_;
+};
+
+// A line of samples as a sum of cosines or of sines, and back. Along a line of N steps a sum is
+// even or odd about each of its ends; a sample lies on an end about which the sum is even, and none
+// on one about which it is odd, where it is zero. Made once for a length; may be applied by several
+// threads at once.
+class HarmonicTransform {
+public:
+    // Throws std::bad_alloc. Two samples at least where both ends are even, else one.
+    HarmonicTransform(int samples, bool first_is_even, bool last_is_even);
+
+    // In place. Coefficients are scaled such that a way there and back changes nothing.
+    void analyse(double* samples) const;
+    void synthesise(double* coefficients) const;
+
+private:
+    struct Destroy {
+        void operator()(void* plan) const;
+    };
+
+    int samples_;
+    double scale_;
+    std::unique_ptr<void, Destroy> analysis_, synthesis_;
 };
 
 }  // namespace kavro

@@ -18,8 +18,13 @@ Outputs answer(HostCall& call, int nlhs) {
         throw InputError("This function has " + std::to_string(results.size()) + " result(s).");
     }
     Outputs outputs{};
-    for (std::size_t i = 0; i < std::min<std::size_t>(results.size(), most_outputs); ++i) {
-        outputs[i] = array_of(results[i]);
+    const auto wanted = static_cast<std::size_t>(std::max(nlhs, 1));  // one the host calls ans
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (i < wanted) {
+            outputs[i] = array_of(results[i]);
+        } else {
+            mxDestroyArray(array_of(results[i]));
+        }
     }
     return outputs;
 }

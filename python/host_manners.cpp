@@ -5,6 +5,7 @@
 
 #include "door/host.h"
 #include "python/call.h"
+#include "python/turn.h"
 
 namespace kavro {
 namespace {
@@ -72,6 +73,7 @@ bool host_interrupted() {
 }
 
 void host_call(const Value* function, double fraction) {
+    const Turn::Lent others_may_compute;
     const py::gil_scoped_acquire lock;
     function->object(fraction);
 }

@@ -1,6 +1,4 @@
 // The compiled part of the Python package: one function for every method of the library.
-#include <chrono>
-#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -12,38 +10,10 @@
 #include "door/read.h"
 #include "door/solve.h"
 #include "python/call.h"
+#include "python/turn.h"
 
 namespace kavro {
 namespace {
-
-// Console, progress and number of threads belong to the process, so calls take turns. Nobody waits
-// with the interpreter's lock in hand, and nobody who waits is deaf to Ctrl-C.
-class Turn {
-public:
-    Turn() {
-        while (!mutex_->try_lock() && !wait()) {
-            if (PyErr_CheckSignals() != 0) {
-                throw py::error_already_set();
-            }
-        }
-    }
-    ~Turn() { mutex_->unlock(); }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
-
-    // In a forked child: whoever had its turn in the parent is not there to end it.
-    static void forget() { mutex_ = new Mutex; }
-
-private:
-    using Mutex = std::recursive_timed_mutex;
-
-    static bool wait() {
-        const py::gil_scoped_release others_may_run;
-        return mutex_->try_lock_for(std::chrono::milliseconds(50));
-    }
-
-    static inline Mutex* mutex_ = new Mutex;  // never released: a fork may leave it locked
-};
 
 // OpenMP's threads do not survive a fork, but it counts on them where it had started some.
 class Threads {
@@ -85,8 +55,11 @@ py::tuple answer(Call& call, const py::list& arguments, bool report) {
     call.console.rethrow();
     finish(call.console, call.result.warnings, call.result.status);
     const py::object field = call.results.front().finished();
-    return report ? py::make_tuple(field, new_report(call.request, call.result)->finished())
-                  : py::make_tuple(field, py::none());
+    const auto one_more = [](Result* result) -> py::object {
+        return result != nullptr ? result->finished() : py::none();
+    };
+    return py::make_tuple(field, one_more(call.result.velocity),
+                          one_more(report ? new_report(call.request, call.result) : nullptr));
 }
 
 py::tuple solve_for_python(const py::list& arguments, const py::object& out, bool report) {
@@ -101,9 +74,9 @@ py::tuple solve_for_python(const py::list& arguments, const py::object& out, boo
 }
 
 // All results of a command; the first argument is its name.
-py::tuple call_for_python(const py::list& arguments) {
+py::tuple call_for_python(const py::list& arguments, const py::object& out) {
     const Turn turn;
-    Call call{py::none()};
+    Call call(out);
     try {
         call.command.read(call.console, values_of(call, arguments));
         Threads::limit(call.command.threads());
@@ -156,6 +129,6 @@ PYBIND11_MODULE(_kavro, module) {
     py::register_exception_translator(&kavro::translate);
     module.attr("__version__") = KAVRO_VERSION;
     module.def("solve", &kavro::solve_for_python, "arguments"_a, "out"_a, "report"_a);
-    module.def("call", &kavro::call_for_python, "arguments"_a);
+    module.def("call", &kavro::call_for_python, "arguments"_a, "out"_a = py::none());
     module.def("after_fork_in_child", &kavro::after_fork_in_child);
 }

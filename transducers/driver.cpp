@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <new>
@@ -64,7 +65,8 @@ void add_shares(const Shares& shares, const Transducer& first, bool output_is_ze
     });
 }
 
-TransducerStatus solve_together(Method method, std::span<Transducer* const> elements, Output output,
+TransducerStatus solve_together(const std::function<Preparation()>& prepare,
+                                std::span<Transducer* const> elements, Output output,
                                 QuadratureTally* tally) {
     InterruptCheck check;
     bool output_is_zero = output == Output::all_zero;
@@ -72,7 +74,7 @@ TransducerStatus solve_together(Method method, std::span<Transducer* const> elem
     TransducerStatus status = status_success;
     for (std::size_t next = 0; next < elements.size() && status == status_success;) {
         const std::size_t begin = next;
-        Preparation preparation(method);
+        Preparation preparation = prepare();
         const Transducer* first = nullptr;
         while (next < elements.size() && preparation.bytes() < most_memory) {
             Transducer* const element = elements[next];
@@ -229,9 +231,9 @@ TransducerStatus drive(Method method, std::span<Transducer* const> elements, Out
                        QuadratureReport* report) {
     QuadratureTally tally;
     const TransducerStatus status =
-        adds(method)
-            ? solve_together(method, elements, output, report != nullptr ? &tally : nullptr)
-            : solve_each(method, elements);
+        adds(method) ? solve_together([method] { return Preparation(method); }, elements, output,
+                                      report != nullptr ? &tally : nullptr)
+                     : solve_each(method, elements);
     if (report != nullptr) {
         *report = tally.report();
     }
@@ -247,6 +249,24 @@ TransducerStatus measure(Method method, std::span<Transducer* const> elements,
     const TransducerStatus status = guarded([&] {
         return measure_together(method, elements, outputs, report != nullptr ? &tally : nullptr);
     });
+    if (report != nullptr) {
+        *report = tally.report();
+    }
+    return status;
+}
+
+TransducerStatus solve_velocity(std::span<Transducer* const> elements,
+                                const VelocityOutput& velocity, Output output,
+                                QuadratureReport* report) {
+    const auto has_other_grid = [&](const Transducer* element) {
+        return element == nullptr || element->coordinate_grid != elements.front()->coordinate_grid;
+    };
+    if (std::any_of(elements.begin(), elements.end(), has_other_grid)) {
+        return status_failure;
+    }
+    QuadratureTally tally;
+    const TransducerStatus status = solve_together([&] { return Preparation(velocity); }, elements,
+                                                   output, report != nullptr ? &tally : nullptr);
     if (report != nullptr) {
         *report = tally.report();
     }

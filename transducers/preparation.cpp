@@ -7,6 +7,7 @@
 #include "core/constants.h"
 #include "core/quadrature_rule.h"
 #include "transducers/blocks/point_series.h"
+#include "transducers/methods/continuous_velocity.h"
 #include "transducers/methods/continuous_wave.h"
 #include "transducers/methods/direct_transient.h"
 #include "transducers/methods/jump_waves.h"
@@ -171,6 +172,7 @@ void Preparation::find_demand(const Transducer& element, const WaveParameters& w
     const double tolerance = element.get_tolerance();
     if (is_continuous_wave(method_)) {
         demand_ = demand_of(wave, tolerance);
+        demand_->of_gradient = velocity_.has_value();
         return;
     }
     const ExcitationFunction& waveform = *element.excitation;
@@ -231,10 +233,16 @@ void Preparation::add_continuous_wave(Transducer& element, const Departures& dep
     if (!edge) {
         return;
     }
+    const std::complex<double> prefactor = edge_prefactor(element, method_, departures, wave);
+    if (velocity_) {
+        append(element,
+               continuous_velocity_share(element, std::move(edge), wave, prefactor, *velocity_));
+        return;
+    }
     const bool rounds = departures.rounds_wave && method_ == Method::fnm_cw_single;
-    append(element, continuous_wave_share(element, std::move(edge),
-                                          rounds ? rounded_wave(*element.medium, wave) : wave,
-                                          edge_prefactor(element, method_, departures, wave)));
+    append(element,
+           continuous_wave_share(element, std::move(edge),
+                                 rounds ? rounded_wave(*element.medium, wave) : wave, prefactor));
 }
 
 void Preparation::add_single_wave(Transducer& element, const Departures& departures,

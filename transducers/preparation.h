@@ -13,6 +13,7 @@
 #include "transducers/shape.h"
 #include "transducers/spectral/lossy_transient.h"
 #include "transducers/spectral/spectrum.h"
+#include "transducers/velocity.h"
 
 namespace kavro {
 
@@ -32,6 +33,10 @@ class Preparation {
 public:
     explicit Preparation(Method method, Destination destination = Destination::outputs)
         : method_(method), destination_(destination) {}
+
+    // Of continuous waves with their velocity.
+    explicit Preparation(const VelocityOutput& velocity)
+        : method_(Method::fnm_cw), destination_(Destination::outputs), velocity_(velocity) {}
 
     // Appends the element's shares: none for a silent one. Returns what the method answers for it:
     // status_failure for null or where a record is missing, status_not_implemented where its shape
@@ -77,6 +82,7 @@ private:
 
     Method method_;
     Destination destination_;
+    std::optional<VelocityOutput> velocity_;
     Shares shares_;
     std::size_t bytes_ = 0;
     SharedFactors<float> single_factors_;

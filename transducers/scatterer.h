@@ -5,7 +5,7 @@
 
 namespace kavro {
 
-// A plain value for callers that place point targets in a field; no solver reads it.
+// A plain value; pulse_echo.h makes echoes of many.
 class Scatterer {
 public:
     CartesianCoordinate position;  // m

@@ -7,6 +7,7 @@
 #include "transducers/blocks/share.h"
 #include "transducers/method.h"
 #include "transducers/methods/wave_parameters.h"
+#include "transducers/power/far_pattern.h"
 #include "transducers/surface/surface_rows.h"
 #include "transducers/tolerance/demand.h"
 #include "transducers/transducer.h"

@@ -170,6 +170,10 @@ ApertureDistances Transducer::distances(const CartesianCoordinate&) const {
     return {};
 }
 
+FarPattern Transducer::far_pattern(double) const {
+    return {};
+}
+
 std::unique_ptr<EdgeGenerator<double>> Transducer::edge(const Wanted&) const {
     return nullptr;
 }

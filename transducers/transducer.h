@@ -30,6 +30,7 @@ class EdgeGenerator;
 template <class Real>
 class SurfaceRows;
 class Share;
+struct FarPattern;
 struct OwnMethod;
 struct SampleWindow;
 struct Wanted;
@@ -209,6 +210,9 @@ public:
     // a window, into as many values, zeros so far.
     virtual void write_impulse_response(const CartesianCoordinate& point, SampleWindow samples,
                                         double later, double* values) const;
+
+    // What it sends far away at a wavenumber (1/m), for the radiated power.
+    virtual FarPattern far_pattern(double wavenumber) const;
 
     // The scales and the source of its nonlinear marches. What the second one returns calls the
     // element.

@@ -13,8 +13,11 @@ from kavro._arrays import (
     convex_array,
     linear_array,
     planar_array,
+    random_array,
     ring_array,
+    window,
 )
+from kavro._echo import EchoReport, pulse_echo
 from kavro._elements import (
     Elements,
     disc,
@@ -31,10 +34,13 @@ from kavro._events import (
     plane_wave_events,
     synthetic_aperture_events,
 )
-from kavro._focusing import focus_delays
+from kavro._files import write_hdf5, write_uff
+from kavro._focusing import focus, focus_delays
+from kavro._heat import WallName, bioheat, heat_rate, thermal_dose
 from kavro._kavro import __version__
 from kavro._kavro import after_fork_in_child as _after_fork_in_child
 from kavro._medium import Medium, medium, water
+from kavro._power import acoustic_power, intensity
 from kavro._results import BeamWidth, FieldIndices, beam_width, field_indices, to_xarray
 from kavro._scene import (
     Grid,
@@ -76,6 +82,7 @@ if hasattr(_os, "register_at_fork"):
 
 __all__ = [
     "BeamWidth",
+    "EchoReport",
     "Elements",
     "Events",
     "FieldIndices",
@@ -92,19 +99,25 @@ __all__ = [
     "Scatterers",
     "SolveReport",
     "Times",
+    "WallName",
     "__version__",
+    "acoustic_power",
     "annular_array",
     "beam_width",
+    "bioheat",
     "bowl_array",
     "concentric_rings",
     "convex_array",
     "disc",
     "field_indices",
     "fit_time_samples",
+    "focus",
     "focus_delays",
     "focused_events",
     "grid_axes",
     "hanning_pulse",
+    "heat_rate",
+    "intensity",
     "join_field",
     "kzk_parameters",
     "linear_array",
@@ -114,6 +127,8 @@ __all__ = [
     "plane_wave_events",
     "polygon",
     "pressure",
+    "pulse_echo",
+    "random_array",
     "rectangular_piston",
     "ring",
     "ring_array",
@@ -124,6 +139,7 @@ __all__ = [
     "split_grid",
     "synthetic_aperture_events",
     "t_cubed_pulse",
+    "thermal_dose",
     "threads",
     "time_axis",
     "to_xarray",
@@ -132,4 +148,7 @@ __all__ = [
     "transient_pressure",
     "water",
     "waveform",
+    "window",
+    "write_hdf5",
+    "write_uff",
 ]

@@ -7,7 +7,7 @@ import math
 import numpy as np
 from numpy.typing import ArrayLike
 
-from kavro import _check
+from kavro import _check, _kavro
 from kavro._check import Floats
 from kavro._elements import Elements, curvature, rotation_matrices
 from kavro._lens import under_lens
@@ -214,9 +214,136 @@ def bowl_array(elements: Elements, rad_curvature: float) -> Elements:
     _check.require((r2 < bowl**2).all(), me, "rad_curvature", expected, bowl)
     # R - sqrt(R^2 - r^2), written so that a shallow bowl loses no digits
     center[:, 2] = r2 / (bowl + np.sqrt(bowl**2 - r2))
-    x, y, z = (np.array([0, 0, bowl]) - center).T
-    euler = np.stack([np.arctan2(x, np.hypot(y, z)), np.arctan2(-y, z), np.zeros(len(x))], axis=1)
-    return elements.replace(center=center, euler=euler)
+    return elements.replace(center=center, euler=_euler_towards(bowl, center))
+
+
+def random_array(
+    count: int,
+    aperture_radius: float,
+    radius: float,
+    *,
+    rad_curvature: float = math.inf,
+    minimum_gap: float = 0.0,
+    hole_radius: float = 0.0,
+    seed: int = 0,
+    amplitude: ArrayLike = 1.0,
+) -> Elements:
+    """Discs at random places on a disc or a bowl, none too close to another.
+
+    Places without order leave no grating lobes. Each is drawn, all of the aperture alike, until the
+    element lies within and clear of those before. On a bowl, whose lowest point is the origin,
+    elements look at its centre of curvature, (0, 0, rad_curvature). The same arguments give the same
+    places in every host, to the last bit.
+
+    Parameters
+    ----------
+    count : int
+        Number of elements, 1 or more.
+    aperture_radius : float
+        Radius of the disc, or of the bowl's rim, in m.
+    radius : float
+        Radius of each element in m.
+    rad_curvature : float
+        Radius of curvature of the bowl in m; inf, the default, is flat.
+    minimum_gap : float
+        Between the rims of two elements in m.
+    hole_radius : float
+        Of a hole in the middle in m; 0, the default, is none.
+    seed : int
+        0 or more: another one gives other places.
+    amplitude : float or (count,)
+        Factor of the waveform (surface velocity in m/s).
+
+    Raises
+    ------
+    InputError
+        Random places cover about half of an aperture at most: not all elements have found room.
+
+    Examples
+    --------
+    >>> bowl = kavro.random_array(256, 60e-3, 2.5e-3, rad_curvature=120e-3, minimum_gap=0.2e-3)
+    """
+    me = "random_array"
+    bowl = _check.one(me, "rad_curvature", rad_curvature)
+    options = {
+        "rad_curvature": bowl,
+        "minimum_gap": minimum_gap,
+        "hole_radius": hole_radius,
+        "seed": seed,
+    }
+    named = [entry for option in options.items() for entry in option]
+    (center,) = _kavro.call(["random_places", count, aperture_radius, radius, *named])
+    euler = np.zeros((1, 3)) if math.isinf(bowl) else _euler_towards(bowl, center)
+    return Elements("circ", center, euler, amplitude=amplitude, radius=radius)
+
+
+def _euler_towards(depth: float, center: Floats) -> Floats:
+    """Of elements that look at (0, 0, depth)."""
+    x, y, z = (np.array([0, 0, depth]) - center).T
+    return np.stack([np.arctan2(x, np.hypot(y, z)), np.arctan2(-y, z), np.zeros(len(x))], axis=1)
+
+
+def window(name: str, n: int, parameter: float | None = None) -> Floats:
+    """Weights that fall off towards both ends, for the apodization of an array.
+
+    With u from -1 (first) to 1 (last):
+
+    - 'rectangular': 1;
+    - 'cosine': cos(pi u / 2);
+    - 'hann': 0.5 + 0.5 cos(pi u);
+    - 'hamming': 0.54 + 0.46 cos(pi u);
+    - 'blackman': 0.42 + 0.5 cos(pi u) + 0.08 cos(2 pi u);
+    - 'tukey': 1 in the middle, and a cosine's flank over a share of the whole, half of it at either
+      end: the parameter, by default 0.5; 0 is rectangular, 1 is hann;
+    - 'gaussian': exp(-(u / width)^2 / 2), the width the parameter, by default 0.4.
+
+    Parameters
+    ----------
+    name : str
+    n : int
+        Number of weights, 1 or more; a single one is 1.
+    parameter : float, optional
+        Of 'tukey' or 'gaussian'.
+
+    Returns
+    -------
+    (n,) array
+        Symmetric, at most 1.
+
+    Examples
+    --------
+    >>> array = kavro.linear_array(64, 0.4e-3, 0.18e-3, amplitude=kavro.window("hamming", 64))
+    """
+    me = "window"
+    name = _check.choice(me, "name", name, _windows)
+    n = _check.whole(me, "n", n, 1)
+    expected = "'tukey' or 'gaussian' where a parameter is given"
+    _check.require(parameter is None or name in ("tukey", "gaussian"), me, "name", expected, name)
+    # Both halves alike to the last bit.
+    u = _steps(n, 1.0) / max((n - 1) / 2, 1.0)
+    if name == "rectangular":
+        w = np.ones(n)
+    elif name == "cosine":
+        w = np.cos(np.pi * u / 2)
+    elif name == "hann":
+        w = 0.5 + 0.5 * np.cos(np.pi * u)
+    elif name == "hamming":
+        w = 0.54 + 0.46 * np.cos(np.pi * u)
+    elif name == "blackman":
+        w = 0.42 + 0.5 * np.cos(np.pi * u) + 0.08 * np.cos(2 * np.pi * u)
+    elif name == "tukey":
+        share = 0.5 if parameter is None else _check.real(me, "share", parameter, "not negative")
+        _check.require(share <= 1, me, "share", "from 0 to 1", share)
+        w = np.ones(n)
+        flank = np.abs(u) > 1 - share
+        w[flank] = 0.5 + 0.5 * np.cos(np.pi * (np.abs(u[flank]) - 1 + share) / share)
+    else:
+        width = 0.4 if parameter is None else _check.real(me, "width", parameter, "positive")
+        w = np.exp(-((u / width) ** 2) / 2)
+    return np.maximum(w, 0)
+
+
+_windows = ("rectangular", "cosine", "hann", "hamming", "blackman", "tukey", "gaussian")
 
 
 def annular_array(

@@ -17,8 +17,7 @@ class Medium:
     Continuous waves, fnm_spectral and nonlinear methods count the attenuation: in fnm_spectral and
     in exact continuous waves attenuationdBcmMHz times the frequency in MHz to the power of the
     exponent, above 0 and at most 2, otherwise times the frequency. The other linear methods over
-    time are lossless and warn where it is not zero. The heat and blood fields are not read by any
-    method.
+    time are lossless and warn where it is not zero. `bioheat` reads the heat and blood fields.
 
     Parameters
     ----------

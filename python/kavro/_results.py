@@ -263,13 +263,13 @@ def to_xarray(
     Parameters
     ----------
     p : array
-        What `solve` returned for all elements together, of any method but arrival times; it is not
-        copied.
+        What `solve` returned, of any method but arrival times; it is not copied. Fields of each
+        element have a last dimension 'element', counted from 0.
     grid : Grid or Points
         The one that p belongs to. At Points the dimension is 'point', with x, y, z along it.
     times : Times or Instants, optional
-        Those of a field over time. The last dimension of a nonlinear continuous wave is 'harmonic',
-        counted from 1.
+        Those of a field over time. Without them a nonlinear continuous wave has a dimension
+        'harmonic', counted from 1.
     f0 : (nf,), optional
         Frequencies of a spectrum in Hz, the sequence that `solve` was given.
     name, units : str
@@ -279,27 +279,32 @@ def to_xarray(
 
     axes = dict(zip("xyz", grid_axes(grid)))
     metres = {"units": "m"}
+    is_march = False  # which knows no y
     if isinstance(grid, Points):
         dims, shape = ["point"], [len(grid.coordinates)]
         coords: dict[str, Any] = {n: ("point", axis, metres) for n, axis in axes.items()}
     else:
-        if p.ndim <= 3 and p.shape != grid.shape:  # of a march, which knows no y
+        is_march = p.shape[:3] != grid.shape and p.shape[:2] == (len(axes["x"]), len(axes["z"]))
+        if is_march:
             del axes["y"]
         dims, shape = list(axes), [len(axis) for axis in axes.values()]
         coords = {n: (n, axis, metres) for n, axis in axes.items()}
-    if p.ndim == len(dims) + 1:
-        if f0 is not None:
-            frequencies = _check.finite(
-                "to_xarray", "f0", f0, "a vector of real numbers (Hz)", (None,)
-            )
-            coords["frequency"] = ("frequency", frequencies, {"units": "Hz"})
-        elif times is None:
-            coords["harmonic"] = np.arange(1, p.shape[-1] + 1)
-        else:
-            coords["time"] = ("time", time_axis(times), {"units": "s"})
-        last = next(reversed(coords))
-        dims.append(last)
-        shape.append(p.shape[-1] if last == "harmonic" else len(coords[last][1]))
+    if times is not None and p.ndim > len(dims):
+        coords["time"] = ("time", time_axis(times), {"units": "s"})
+        dims.append("time")
+        shape.append(len(coords["time"][1]))
+    elif f0 is not None and p.ndim > len(dims):
+        expected = "a vector of real numbers (Hz)"
+        frequencies = _check.finite("to_xarray", "f0", f0, expected, (None,))
+        coords["frequency"] = ("frequency", frequencies, {"units": "Hz"})
+        dims.append("frequency")
+        shape.append(len(frequencies))
+    counted = {"harmonic": 1} if is_march and times is None else {}
+    for last, first in {**counted, "element": 0}.items():
+        if p.ndim > len(dims):
+            shape.append(p.shape[len(dims)])
+            coords[last] = np.arange(first, first + shape[-1])
+            dims.append(last)
     expected = f"an array of the shape {tuple(shape)}, as grid, times and f0 ask"
     _check.require(p.shape == tuple(shape), "to_xarray", "p", expected, p)
     return xarray.DataArray(p, coords, dims, name, {"units": units})

@@ -93,6 +93,7 @@ def solve(
     medium: Medium,
     *,
     measure: MeasureName | None = None,
+    velocity: Literal[False] = False,
     report: Literal[False] = False,
     out: NDArray[Any] | None = None,
     progress: Progress = None,
@@ -109,6 +110,7 @@ def solve(
     medium: Medium,
     *,
     measure: Measures,
+    velocity: Literal[False] = False,
     report: Literal[False] = False,
     progress: Progress = None,
     **options: Any,
@@ -124,11 +126,28 @@ def solve(
     medium: Medium,
     *,
     measure: MeasureName | Measures | None = None,
+    velocity: Literal[False] = False,
     report: Literal[True],
     out: NDArray[Any] | None = None,
     progress: Progress = None,
     **options: Any,
 ) -> tuple[Any, SolveReport]:
+    ...
+
+
+@overload
+def solve(
+    method: MethodName,
+    elements: Elements,
+    grid: Grid | Points,
+    medium: Medium,
+    *,
+    velocity: Literal[True],
+    report: bool = False,
+    out: NDArray[Any] | None = None,
+    progress: Progress = None,
+    **options: Any,
+) -> tuple[Any, ...]:
     ...
 
 
@@ -139,6 +158,7 @@ def solve(
     medium: Medium,
     *,
     measure: MeasureName | Measures | None = None,
+    velocity: bool = False,
     report: bool = False,
     out: NDArray[Any] | None = None,
     progress: Progress = None,
@@ -160,6 +180,10 @@ def solve(
         points only. 'peak' (largest ``|p|``), 'peak_positive', 'peak_negative' (smallest p),
         'energy' (integral of p^2 dt, Pa^2 s), 'rms' or 'time_of_peak' (s): an array without the
         times; a list of some: a dict of these arrays. Bit for bit what the field's own would be.
+    velocity : bool
+        'fnm_cw'. True: return ``(p, v)``, or ``(p, v, SolveReport)``, with the particle velocity
+        (m/s): one more dimension of the three components along x, y and z, behind those of the
+        points. The tolerance goes for both.
     report : bool
         True: return ``(p, SolveReport)``, which tells what was done for the accuracy.
     out : array, optional
@@ -222,12 +246,15 @@ def solve(
     >>> p = kavro.solve("fnm_cw", disc, grid, kavro.water(), f0=1e6)
     """
     with _shown(progress) as shown:
-        arguments: list[object] = [method, elements, grid, medium]
-        for name, value in {**options, "measure": measure, "progress": shown}.items():
-            if value is not None:
-                arguments += [name, value]
-        field, done = _kavro.solve([_lowered(argument) for argument in arguments], out, report)
-    return field if done is None else (field, _report_from(done))
+        own = {"measure": measure, "velocity": velocity or None, "progress": shown}
+        arguments = _arguments(method, elements, grid, medium, {**options, **own})
+        field, velocities, done = _kavro.solve(arguments, out, report)
+    results = [field]
+    if velocities is not None:
+        results.append(velocities)
+    if done is not None:
+        results.append(_report_from(done))
+    return field if len(results) == 1 else tuple(results)
 
 
 def pressure(
@@ -236,6 +263,7 @@ def pressure(
     medium: Medium,
     *,
     measure: MeasureName | Measures | None = None,
+    velocity: bool = False,
     report: bool = False,
     out: NDArray[Any] | None = None,
     progress: Progress = None,
@@ -246,12 +274,13 @@ def pressure(
     With `f0` the field is a continuous wave, with `time` and `excitation` a wave over time. The
     method and its precision follow from what is asked: the fast nearfield method, over time in single
     precision where its rounding stays well below the tolerance at all points of the grid, and by
-    frequencies in a medium with losses or for a long sampled waveform. In a continuous wave a delay T counts as the phase -2 pi f0 T,
-    at each of several frequencies f0.
+    frequencies in a medium with losses or for a long sampled waveform. In a continuous wave whose
+    elements all have the phase 0, a delay T counts as the phase -2 pi f0 T, at each of several
+    frequencies f0.
 
     Parameters
     ----------
-    elements, grid, medium, measure, report, out, progress, **options
+    elements, grid, medium, measure, velocity, report, out, progress, **options
         As for `solve`.
 
     Examples
@@ -265,6 +294,7 @@ def pressure(
         grid,
         medium,
         measure=measure,
+        velocity=velocity,
         report=report,
         out=out,
         progress=progress,
@@ -290,7 +320,7 @@ def kzk_parameters(
     Parameters
     ----------
     element : Elements
-        One disc or shell, with its amplitude.
+        One disc, shell or ring of a shell, with its amplitude.
     medium : Medium
     drive : float or Pulse
         Frequency in Hz: parameters of 'kzk_cw'. A pulse: parameters of 'kzk_transient'.
@@ -333,11 +363,16 @@ def _numbers(record: dict[str, Any]) -> dict[str, float]:
     return {name: float(number.item()) for name, number in record.items()}
 
 
+_curvatures = ("rad_curvature", "geometric_focus")
+
+
 def _usual_planes(element: Elements, medium: Medium, f0: float) -> Grid:
     """On the axis; fifty planes."""
     fields = vars(element)
-    _check.require("radius" in fields, "kzk_parameters", "element", "one disc or shell", element)
-    curvature = float(fields["rad_curvature"][0]) if "rad_curvature" in fields else 0.0
+    one = len(element) == 1 and element.shape[0] in ("circ", "shel", "sph ring")
+    expected = "one disc, shell or ring of a shell"
+    _check.require(one, "kzk_parameters", "element", expected, element)
+    curvature = sum(float(fields[name][0]) for name in _curvatures if name in fields)
     if curvature > 0:
         first, last = 0.5 * curvature, 1.3 * curvature
     else:
@@ -467,6 +502,23 @@ def threads(count: int | None | EllipsisType = ...) -> int | None:
     elif count is not ...:
         os.environ["KAVRO_THREADS"] = str(_check.whole("threads", "count", count, 1))
     return before
+
+
+def chosen_method(
+    method: str, elements: Elements, grid: Grid | Points, medium: Medium, options: dict[str, Any]
+) -> str:
+    """Check the arguments of `solve`, and tell by which method 'auto' would compute."""
+    name: str = _kavro.call(
+        ["chosen_method", *_arguments(method, elements, grid, medium, options)]
+    )[0]
+    return name
+
+
+def _arguments(
+    method: str, elements: object, grid: object, medium: object, options: dict[str, Any]
+) -> list[object]:
+    given = [entry for item in options.items() if item[1] is not None for entry in item]
+    return [_lowered(argument) for argument in (method, elements, grid, medium, *given)]
 
 
 def _lowered(value: object) -> object:

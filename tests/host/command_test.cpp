@@ -29,6 +29,26 @@ TEST(Commands, list_the_methods_of_the_library) {
     }
 }
 
+TEST(Commands, tell_the_power_of_elements) {
+    const Call scene("fnm_cw");
+    const std::vector<Value> given{text("acoustic_power"), scene["elements"], scene["medium"],
+                                   row({1e6})};
+    const Outcome outcome = run(given);
+    ASSERT_EQ(outcome.error, std::nullopt);
+    EXPECT_GT(values(outcome.output)[0], 0.0);
+    const auto with = [&](std::size_t i, const Value& value) {
+        std::vector<Value> other = given;
+        other[i] = value;
+        return other;
+    };
+    expect_error({given[0], given[1], given[2]},
+                 "This function needs elements, a medium and a frequency; then options by name and "
+                 "value.");
+    expect_error(with(1, row({1.0})), "Transducer array must be a MATLAB structure.\n");
+    expect_error(with(3, row({0.0})), "The frequency must be one positive number (Hz).");
+    expect_error(with(3, row({1e30})), "Out of memory.*");
+}
+
 TEST(Commands, refuse_what_they_do_not_know) {
     expect_error(std::vector<Value>{}, "The first argument must be the name of a command.");
     expect_error({row({1.0})}, "The first argument must be the name of a command.");

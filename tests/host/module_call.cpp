@@ -162,6 +162,17 @@ Call::Call(const Operation& operation) {
 
 Call::Call(const std::string& method) : Call(*kavro::operation_of(method)) {}
 
+Call Call::command(const std::string& name, const std::vector<std::string>& arguments) {
+    Call call;
+    call.arguments_ = structure(1, 1);
+    call.set("method", text(name));
+    for (const std::string& argument : arguments) {
+        call.set(argument, row({0.0}));
+    }
+    call.unnamed_ = call.arguments_->fields.size();
+    return call;
+}
+
 Call& Call::set(const std::string& place, const Value& value) {
     const std::size_t dot = place.find('.');
     const std::string name = place.substr(0, dot);

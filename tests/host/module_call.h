@@ -35,6 +35,10 @@ public:
     explicit Call(const kavro::Operation& operation);
     explicit Call(const std::string& method);
 
+    // A call of a command that is given the arguments of these names, which are to be set in this
+    // order, and then options.
+    static Call command(const std::string& name, const std::vector<std::string>& arguments);
+
     // Changes an argument or option ("grid") or a field of its last entry ("grid.xmin"). What is
     // new is appended; null takes away.
     Call& set(const std::string& place, const Value& value);

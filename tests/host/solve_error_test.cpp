@@ -55,6 +55,14 @@ elements.phase | '1' | Transducer field '@' must hold 1 real number(s) (element 
     expect_error(all, "Argument 9 must be the name of an option. fnm_tsd takes the options *");
 }
 
+TEST(SolveErrors, of_the_velocity) {
+    const Call call = Call("fnm_cw").with("velocity = true");
+    EXPECT_EQ(run(call).error, std::nullopt);
+    expect_error(call.all(), "This function has three results with the option 'velocity'.", "", 4);
+    expect_error(call.with("velocity = 2"), "The option 'velocity' must be true or false.");
+    expect_no_harm_of_failing_allocations(call);
+}
+
 TEST(SolveErrors, of_options) {
     expect_errors(Call("fnm_tsd"), R"(
 measure    | 1, {}   | The option '@' must be one of 'peak', 'peak_positive', 'peak_negative', 'energy', 'rms', 'time_of_peak', or a cell array of them.

@@ -163,8 +163,8 @@ TEST(Fields, HemisphereHasItsClosedFormInTheFocalPlane) {
 
 // ---- limits
 
-// Every operation of both shapes, to the last bit. A disc alone looks at the sign of the height,
-// rounds windows outwards, and lets its Rayleigh integral grow.
+// Every linear operation of both shapes, to the last bit. A disc alone looks at the sign of the
+// height, rounds windows outwards, and lets its Rayleigh integral grow.
 TEST(Fields, WithoutAHoleItIsTheWholeToTheLastBit) {
     for (const auto& [holed, whole] :
          {std::pair(Source{.shape = "ring", .sizes = {0, 3 * mm}}, disc(3 * mm)),
@@ -181,7 +181,8 @@ TEST(Fields, WithoutAHoleItIsTheWholeToTheLastBit) {
         for (const Operation& operation : kavro::operations()) {
             const bool departs =
                 whole.shape == "circ" && is_one_of(operation, {"rayleigh_cw", "fnm_transient"});
-            if (offers(holed, operation) && offers(whole, operation) && !departs) {
+            const bool linear = !operation.uses(kavro::input_kzk);
+            if (offers(holed, operation) && offers(whole, operation) && linear && !departs) {
                 EXPECT_TRUE(same_bits(measured(tank, operation), measured(other, operation)))
                     << operation.name;
                 ++compared;

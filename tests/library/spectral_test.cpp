@@ -5,11 +5,10 @@
 
 #include <cmath>
 #include <complex>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <utility>
 
+#include "golden.h"
 #include "stage.h"
 
 namespace kavro_test {
@@ -21,57 +20,6 @@ constexpr Complex j(0.0, 1.0);
 
 // ---- reference values
 
-std::vector<std::string> parts_of(const std::string& text, char mark) {
-    std::vector<std::string> parts;
-    std::istringstream rest(text);
-    for (std::string part; std::getline(rest, part, mark);) {
-        parts.push_back(part);
-    }
-    return parts;
-}
-
-Values numbers(const std::vector<std::string>& words, std::size_t first = 0) {
-    Values values;
-    for (std::size_t i = first; i < words.size(); ++i) {
-        values.push_back(std::stod(words[i]));
-    }
-    return values;
-}
-
-Source source_of(const std::string& text) {
-    const std::vector<std::string> words = parts_of(text, ' ');
-    Values v = numbers(words, 1);
-    const double* placed = v.data() + v.size() - 8;
-    Source source{.shape = words[0] == "disc"        ? "circ"
-                           : words[0] == "rectangle" ? "rect"
-                           : words[0] == "shell"     ? "shel"
-                           : words[0] == "shellring" ? "sph ring"
-                                                     : "ring"};
-    source.center = {placed[0], placed[1], placed[2]};
-    source.euler = {placed[3], placed[4], placed[5]};
-    source.amplitude = placed[6];
-    source.time_delay = placed[7];
-    source.exact = true;
-    v.resize(v.size() - 8);
-    source.sizes = v;
-    return source;
-}
-
-Waveform waveform_of(const std::string& text) {
-    const std::vector<std::string> words = parts_of(text, ' ');
-    const Values v = numbers(words, 1);
-    Waveform waveform;
-    if (words[0] == "hanning") {
-        waveform = std::make_shared<kavro::HanningPulse>(v[0], v[1], 0.0);
-    } else if (words[0] == "burst") {
-        waveform = std::make_shared<kavro::ToneBurst>(v[0], v[1], 0.0);
-    } else {
-        waveform = std::make_shared<kavro::TCubedPulse>(v[0], v[1], v[2]);
-    }
-    waveform->set_exact(true);
-    return waveform;
-}
-
 struct GoldenRow {
     std::string id, kind;
     Tank tank;
@@ -81,13 +29,8 @@ struct GoldenRow {
 };
 
 std::vector<GoldenRow> golden_rows() {
-    std::ifstream file(KAVRO_TEST_DATA "/lossy.csv");
     std::vector<GoldenRow> rows;
-    for (std::string line; std::getline(file, line);) {
-        if (line.empty() || line[0] == '#' || line[0] == 'i') {
-            continue;
-        }
-        const std::vector<std::string> column = parts_of(line, ',');
+    for (const std::vector<std::string>& column : golden_table("lossy.csv")) {
         GoldenRow row{column[0], column[1], {}, false, {}, {}, {}, 0.0, 0.0};
         for (const std::string& element : parts_of(column[2], '|')) {
             row.tank.sources.push_back(source_of(element));

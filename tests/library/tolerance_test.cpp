@@ -107,6 +107,20 @@ Values envelope_of(const Tank& tank) {
     return squares;
 }
 
+// The components of the velocity times rho c.
+Values velocity_in(const Tank& tank, QuadratureReport* report = nullptr) {
+    Measurement measurement(tank, operation_named("fnm_cw"));
+    const auto n = static_cast<std::size_t>(tank.grid.npoints);
+    Values v(6 * n);
+    EXPECT_EQ(kavro::solve_velocity(measurement.elements(), {v.data(), v.data() + 3 * n},
+                                    kavro::Output::all_zero, report),
+              kavro::status_success);
+    for (double& value : v) {
+        value *= tank.medium._rho_density * tank.medium._soundspeed;
+    }
+    return v;
+}
+
 TEST(Tolerance, IsKeptByContinuousWaves) {
     Scenes scenes;
     for (const kavro::Shape& shape : kavro::shapes()) {
@@ -116,6 +130,7 @@ TEST(Tolerance, IsKeptByContinuousWaves) {
             tank.medium._dBcmMHz = trial % 2 == 0 ? 0.0 : 0.7;
             const Values true_field = measured(with_rule(tank, 500), operation_named("fnm_cw"));
             const Values squares = envelope_of(tank);
+            const Values true_velocity = velocity_in(with_rule(tank, 500));
             for (const double tolerance : {1e-2, 1e-5}) {
                 SCOPED_TRACE(testing::Message()
                              << shape.name << " of " << source.sizes[0] << " m, " << tolerance);
@@ -129,6 +144,15 @@ TEST(Tolerance, IsKeptByContinuousWaves) {
                         field[p] - true_field[p],
                         field[p + squares.size()] - true_field[p + squares.size()]);
                     EXPECT_LE(std::abs(error), tolerance * std::sqrt(squares[p])) << p;
+                }
+                QuadratureReport of_both;
+                const Values velocity = velocity_in(tank, &of_both);
+                EXPECT_EQ(of_both.unreached, 0);
+                EXPECT_LT(of_both.mean, report.mean + 20.0);
+                for (std::size_t i = 0; i < velocity.size(); ++i) {
+                    EXPECT_LE(std::abs(velocity[i] - true_velocity[i]),
+                              tolerance * std::sqrt(squares[i % squares.size()]))
+                        << i;
                 }
             }
         }

@@ -83,6 +83,13 @@ run('fnm_fdtsd', discs, 'time', times, 'excitation', sampled);
 run('fnm_tsd_sse', discs, 'time', times, 'excitation', repmat(pulse, 1, 5));
 run('fnm_cw_apodized', kavro.set_phases(discs, 0.2), 'f0', 1e6, 'apodization', 'cosine');
 run('impulse_begin_and_end_times', mixed);
+cloud = kavro.set_scatterers([0 0 15e-3; 2e-3 1e-3 20e-3], [1e-4 -2e-4], 'exponent', 2, ...
+                             'reference_frequency', 1e6);
+wired = kavro.set_channels(mixed, [2 0 1 2 0 1]);
+heard = kavro.set_time_samples(50e-9, 15e-6, 40e-6);
+put(file, kavro.pulse_echo(wired, cloud, water, 'time', heard, 'excitation', pulse, 'receivers', ...
+                           discs, 'response', sampled, 'delays', [0 1e-7 NaN 2e-7; 0 0 0 0]));
+put(file, kavro.pulse_echo(wired, cloud, water, 'f0', [1e6 2e6]));
 put(file, kavro.transient_pressure(discs, grid, water, times, 12, pulse));
 list = kavro.set_coordinate_grid([1e-3 2e-3 10e-3; 0 0 20e-3; -3e-3 0 7e-3]);
 put(file, kavro.solve('fnm_cw', kavro.set_phases(mixed, 0.1), list, kavro.set_medium('liver'), 'f0', 1e6));

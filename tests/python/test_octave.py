@@ -150,6 +150,13 @@ def test_same_numbers_as_in_octave(octave):
     march = {"extent": 4, "points_per_radius": 20, "growth": 0.02, "harmonics": 2}
 
     lossy = kavro.medium("lossy water", referencefrequency=2e6)
+    cloud = kavro.Scatterers(
+        [(0, 0, 15e-3), (2e-3, 1e-3, 20e-3)], [1e-4, -2e-4], exponent=2, reference_frequency=1e6
+    )
+    wired = mixed.replace(channel=[1, -1, 0, 1, -1, 0])
+
+    def echo(**options):
+        return kavro.pulse_echo(wired, cloud, water, **options)
 
     def run(method, elements, grid=grid, medium=water, **options):
         return kavro.solve(method, elements, grid, medium, **options)
@@ -162,6 +169,14 @@ def test_same_numbers_as_in_octave(octave):
         "fnm_tsd_sse": run("fnm_tsd_sse", discs, time=times, excitation=[pulse] * 5),
         "apodized": run("fnm_cw_apodized", discs.replace(phase=0.2), f0=1e6, apodization="cosine"),
         "arrivals": run("impulse_begin_and_end_times", mixed),
+        "echoes": echo(
+            time=kavro.Times(15e-6, 40e-6, 50e-9),
+            excitation=pulse,
+            receivers=discs,
+            response=sampled,
+            delays=[[0, 1e-7, np.nan, 2e-7], [0, 0, 0, 0]],
+        ),
+        "echoes' spectra": echo(f0=[1e6, 2e6]),
         "transient_pressure": kavro.transient_pressure(discs, grid, water, times, 12, pulse),
         "list": run("fnm_cw", mixed.replace(phase=0.1), list_, kavro.medium("liver"), f0=1e6),
         "fnm_spectral": run("fnm_spectral", discs, list_, lossy, time=times, excitation=pulse),

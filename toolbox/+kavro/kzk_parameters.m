@@ -10,7 +10,8 @@ function [kzk, cost] = kzk_parameters(element, medium, drive, varargin)
 %   medium and the planes. kavro.solve chooses the same when the option is left out.
 %
 %   Arguments
-%     element   one disc or shell, with its amplitude: kavro.disc, kavro.spherical_shell
+%     element   one disc, shell or ring of a shell, with its amplitude: kavro.disc,
+%               kavro.spherical_shell, kavro.spherical_ring
 %     medium    made by kavro.set_medium
 %     f0        frequency in Hz: parameters of 'kzk_cw'
 %     waveform  made by kavro.set_excitation_function: parameters of 'kzk_transient'
@@ -68,17 +69,19 @@ if pulsed
     end
     drives = {'excitation', drive, 'time', options.time};
 end
-[kzk, cost] = kavro.internal.call('kzk_parameters', method, element, options.grid, medium, ...
-                                  drives{:}, 'kzk', choice);
+[kzk, cost] = kavro.internal.command('kzk_parameters', method, element, options.grid, medium, ...
+                                     drives{:}, 'kzk', choice);
 end
 
 % On the axis; fifty planes.
 function grid = usual_planes(element, medium, f0)
 scale = pi * f0 * element.radius ^ 2 / medium.soundspeed;
 span = [0.25 2];
-if isfield(element, 'rad_curvature') && element.rad_curvature > 0
-    scale = element.rad_curvature;
-    span = [0.5 1.3];
+for curvature = {'rad_curvature', 'geometric_focus'}
+    if isfield(element, curvature{1}) && element.(curvature{1}) > 0
+        scale = element.(curvature{1});
+        span = [0.5 1.3];
+    end
 end
 z = scale * span;
 grid = kavro.set_coordinate_grid([1 1 diff(z) / 49], 0, 0, 0, 0, z(1), z(2));

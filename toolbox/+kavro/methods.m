@@ -45,7 +45,7 @@ end
 end
 
 function [table, shapes] = read_table()
-lines = strsplit(strtrim(kavro.internal.call('methods')), sprintf('\n'));
+lines = strsplit(strtrim(kavro.internal.command('methods')), sprintf('\n'));
 cells = cellfun(@(line) regexp(line, '\t', 'split'), lines, 'UniformOutput', false);
 is_shape = cellfun(@(c) strcmp(c{1}, 'shape'), cells);
 shapes = vertcat(cells{is_shape});

@@ -1,9 +1,10 @@
-function [p, report] = pressure(elements, grid, medium, varargin)
+function [p, varargout] = pressure(elements, grid, medium, varargin)
 % PRESSURE  Pressure of an array at every point, to an accuracy.
 %
 %   p = kavro.pressure(elements, grid, medium, 'f0', f0)
 %   p = kavro.pressure(elements, grid, medium, 'time', times, 'excitation', excitation)
 %   [p, report] = kavro.pressure(..., option, value, ...)
+%   [p, v, report] = kavro.pressure(..., 'f0', f0, 'velocity', true)
 %
 %   The one call for most questions. With 'f0' the field is a continuous wave, with 'time' and
 %   'excitation' a wave over time. The method and its precision follow from what is asked:
@@ -14,8 +15,8 @@ function [p, report] = pressure(elements, grid, medium, varargin)
 %
 %   Arguments
 %     elements      structure array of elements of any shapes. Amplitudes, phases and delays
-%                   count; in a continuous wave a delay T counts as the phase -2 pi f0 T, at
-%                   each frequency f0
+%                   count; in a continuous wave whose elements all have the phase 0 a delay T
+%                   counts as the phase -2 pi f0 T, at each frequency f0
 %     grid          points, made by kavro.set_coordinate_grid
 %     medium        made by kavro.set_medium
 %
@@ -27,12 +28,15 @@ function [p, report] = pressure(elements, grid, medium, varargin)
 %     'tolerance'   the quadrature's error stays below this share of each element's field at
 %                   every point: 1e-12 to 0.1; default 1e-4 for continuous waves and 1e-3 over
 %                   time. Where that cannot be kept, a warning says where and why
+%     'velocity'    of continuous waves, true: the particle velocity, too (default false)
 %     'measure', 'per_element', 'threads', 'progress' and others: see kavro.solve
 %
 %   Results
 %     p             nx x ny x nz for a regular grid or npoints x 1 for a list, complex (Pa, for
 %                   exp(+j 2 pi f0 t)), with one more dimension where f0 is a vector; over time
 %                   one more dimension of ntimes, real (Pa)
+%     v             the particle velocity in m/s: components along x, y and z in one more
+%                   dimension, nx x ny x nz x 3 or npoints x 3
 %     report        structure: method; tolerance; abscissas, the fewest, the mean and the most of
 %                   a rim or a piece of an edge; points that the elements reach; unreached, those
 %                   of them where the tolerance is not kept; worst_error there, as a share of an
@@ -48,9 +52,5 @@ function [p, report] = pressure(elements, grid, medium, varargin)
 %
 %   See also kavro.solve, kavro.fit_time_samples, kavro.show_field, kavro.methods
 
-if nargout > 1
-    [p, report] = kavro.solve('auto', elements, grid, medium, varargin{:});
-else
-    p = kavro.solve('auto', elements, grid, medium, varargin{:});
-end
+[p, varargout{1:nargout - 1}] = kavro.solve('auto', elements, grid, medium, varargin{:});
 end

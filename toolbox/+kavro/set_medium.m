@@ -41,8 +41,8 @@ function medium = set_medium(varargin)
 %     0                      in the other linear methods over time, which warn when it is not zero
 %   That of 'water' is therefore 0; 'lossy water' has what is measured, for fnm_spectral and exact
 %   continuous waves. For a nonlinear method at f0 (Hz), give 'water' the attenuation
-%   0.0022e-6 * f0. The nonlinear methods read the nonlinearity parameter. The heat and
-%   blood fields must be present, but no method reads them.
+%   0.0022e-6 * f0. The nonlinear methods read the nonlinearity parameter, and
+%   kavro.bioheat the heat and blood fields; kavro.solve reads none of them, but they must be there.
 %
 %   Argument
 %     T  temperature of water in degrees Celsius, 0 to 95; sets soundspeed and density. The
@@ -60,7 +60,7 @@ function medium = set_medium(varargin)
 %     medium = kavro.set_medium('water', 'temperature', 37);
 %     fprintf('%.1f m/s\n', medium.soundspeed);
 %
-%   See also kavro.focus_delays, kavro.transient_pressure, kavro.solve
+%   See also kavro.bioheat, kavro.focus_delays, kavro.transient_pressure, kavro.solve
 
 me = 'set_medium';
 names = {'water', 'lossy water', 'blood', 'fat', 'liver', 'muscle'};

@@ -3,6 +3,7 @@ function p = solve(varargin)
 %
 %   p = kavro.solve(method, elements, grid, medium, option, value, ...)
 %   [p, report] = kavro.solve(...)
+%   [p, v, report] = kavro.solve('fnm_cw', ..., 'velocity', true)
 %
 %   Adds up what all elements radiate at every point, by the method of the given name.
 %   kavro.methods shows the methods, the shapes that offer each, and the options that each
@@ -65,6 +66,8 @@ function p = solve(varargin)
 %                    for each. Bit for bit what the field's own would be
 %     'per_element'  true: the field of each element by itself, along one more dimension; false
 %                    (default): their sum
+%     'velocity'     fnm_cw. true: the second result is the particle velocity, and the report
+%                    the third; false (default): no velocity. The tolerance goes for both
 %     'threads'      number of threads of this call; default as kavro.threads says
 %     'exact'        true (default): the physically exact result. false: the library's
 %                    reference behaviour with its deliberate oddities. It decides about
@@ -82,6 +85,9 @@ function p = solve(varargin)
 %     continuous waves (..._cw...)      complex pressure in Pa, nx x ny x nz or npoints x 1;
 %                                       its time dependence is exp(+j 2 pi f0 t). With nf
 %                                       frequencies nx x ny x nz x nf or npoints x nf
+%     with 'velocity'                   complex particle velocity v in m/s, the components along
+%                                       x, y and z in one more dimension: nx x ny x nz x 3 or
+%                                       npoints x 3. 'per_element' comes after it
 %     impulse_begin_and_end_times       n x 2, when the first and the last of each element's
 %                                       impulse response arrives at any of the points, s
 %     with 'measure'                    the same without ntimes; npoints x 1 for a list

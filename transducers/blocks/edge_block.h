@@ -19,6 +19,37 @@ enum class EdgeDetail {
     arrivals,
     excess,       // R_i - R_0
     from_middle,  // R_i - R_m, R_m from the middle of the face: small for all points, however far
+    gradient,     // as excess, and what the gradient of the pressure takes, see EdgeGradient
+};
+
+// Of continuous waves, in lengths. The gradient of the form below has a component along the
+// direction in which the direct path changes, and one across it, to which the edge alone
+// contributes: by the edge's normal, for the edge moves where the point does. With s the distance
+// of the point from where all paths would be the same (a bowl's focus), kappa = 1/s:
+//
+//     grad p = -(alpha + jk) [ ahead * sum of g_i ( e^(-..R_i) (R_i' + kappa/(alpha + jk))
+//                                                  - e^(-..R_0) (R_0' + kappa/(alpha + jk)) )
+//                            + sum of (b_i across + c_i aside) e^(-..R_i) / R_i ],
+//
+// R_i' - R_0' = kappa E - E/R_i (R_0' + kappa E / 2) and E = R_i - R_0 (kappa is 0 of a flat face,
+// whose ahead is its axis).
+template <class Real>
+struct EdgeGradient {
+    AlignedVector<Real> across_coefficient, aside_coefficient;  // b_i, c_i; as coefficients lie
+    bool has_aside = false;
+    Lanes<Real> curvature{};                                // kappa (1/m)
+    Lanes<Real> direct_slope{};                             // R_0', 1 or -1
+    Lanes<CartesianCoordinate> ahead{}, across{}, aside{};  // in the element's frame
+
+    // Of a flat face.
+    void set_flat(const CartesianCoordinate& first, const CartesianCoordinate& second) {
+        has_aside = true;
+        curvature.fill(Real(0));
+        direct_slope.fill(Real(1));
+        ahead.fill({0.0, 0.0, 1.0});
+        across.fill(first);
+        aside.fill(second);
+    }
 };
 
 // Every fast-nearfield pressure has the form
@@ -59,8 +90,10 @@ struct EdgeBlock {
     EdgeDetail detail;
     Lanes<Real> first_arrival, last_arrival;  // EdgeDetail::arrivals: delays of the nearest and the
                                               // farthest point of the aperture
-    // EdgeDetail::excess, from_middle: the path difference, formed without cancellation (m)
+    // EdgeDetail::excess, from_middle, gradient: the path difference, formed without cancellation
+    // (m)
     AlignedVector<Real> excess;
+    EdgeGradient<Real> gradient;  // EdgeDetail::gradient
 
     explicit EdgeBlock(int edge_samples, EdgeDetail wanted = EdgeDetail::none)
         : x{},
@@ -82,9 +115,16 @@ struct EdgeBlock {
           detail(wanted),
           first_arrival{},
           last_arrival{},
-          excess(wanted == EdgeDetail::excess ? coefficient.size() : 0) {
+          excess(has_excess() ? coefficient.size() : 0) {
         samples.fill(every_sample);
+        grow(edge_samples);
     }
+
+    // Whether R_i - R_0 is wanted.
+    bool has_excess() const {
+        return detail == EdgeDetail::excess || detail == EdgeDetail::gradient;
+    }
+    bool has_gradient() const { return detail == EdgeDetail::gradient; }
 
     // Of a flat face's single-precision block: the paths that need not be rounded.
     void set_flat_paths() {
@@ -113,6 +153,10 @@ struct EdgeBlock {
             coefficient.resize(needed);
             delay.resize(needed);
             excess.resize(excess.empty() ? 0 : needed);
+        }
+        if (has_gradient() && needed > gradient.across_coefficient.size()) {
+            gradient.across_coefficient.resize(needed);
+            gradient.aside_coefficient.resize(needed);
         }
     }
 

@@ -28,8 +28,7 @@ void lay_out_lanes(EdgeBlock<Real>& block, int more) {
 
 template <class Real>
 void fill_up_lanes(EdgeBlock<Real>& block) {
-    const bool with_excess =
-        block.detail == EdgeDetail::excess || block.detail == EdgeDetail::from_middle;
+    const bool with_excess = block.has_excess() || block.detail == EdgeDetail::from_middle;
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
         for (int i = block.samples[lane]; i < block.size; ++i) {
             const std::size_t at = static_cast<std::size_t>(i) * block_lanes + lane;
@@ -37,6 +36,10 @@ void fill_up_lanes(EdgeBlock<Real>& block) {
             block.delay[at] = block.direct_delay[lane];
             if (with_excess) {
                 block.excess[at] = Real(0);
+            }
+            if (block.has_gradient()) {
+                block.gradient.across_coefficient[at] = Real(0);
+                block.gradient.aside_coefficient[at] = Real(0);
             }
         }
     }

@@ -144,8 +144,11 @@ HWY_INLINE void SampleRim(const CircularTables<Real>& disc, Real radius, const R
         const auto R = AsDelay(hn::Sqrt(hn::Add(hn::IfThenZeroElse(on_it, D), z_squared)), disc);
         rule.Store(g, block.coefficient, i);
         rule.Store(R, block.delay, i);
-        if (block.detail == EdgeDetail::excess) {
+        if (block.has_excess()) {
             rule.Store(hn::IfThenZeroElse(on_it, hn::Div(D, hn::Add(R, z))), block.excess, i);
+            if (block.has_gradient()) {
+                rule.Store(hn::Mul(rule.Weight(i), cosine), block.gradient.across_coefficient, i);
+            }
         } else if (block.detail == EdgeDetail::from_middle) {
             const auto gained = hn::Sub(a_squared, along_r);
             rule.Store(hn::Div(gained, hn::Max(hn::Add(R, middle), least)), block.excess, i);
@@ -294,11 +297,29 @@ void CircularEdge<Real>::choose_rules(EdgeBlock<Real>& block) const {
     lay_out_lanes(block);
 }
 
+// The rims' normals, summed up, point to the side that the point is on.
+template <class Real>
+void set_gradient_frame(EdgeBlock<Real>& block) {
+    block.gradient.set_flat({}, {});
+    block.gradient.has_aside = false;
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        const auto x = static_cast<double>(block.x[lane]);
+        const auto y = static_cast<double>(block.y[lane]);
+        const double r = std::sqrt(x * x + y * y);
+        if (r > 0.0) {
+            block.gradient.across[lane] = {x / r, y / r, 0.0};
+        }
+    }
+}
+
 template <class Real>
 void CircularEdge<Real>::sample(EdgeBlock<Real>& block, int /* the only pass */) const {
     const int rims = static_cast<int>(radii_.size());
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
         block.reached[lane] = block.z[lane] < 0 ? 0 : 1;
+    }
+    if (block.has_gradient()) {
+        set_gradient_frame(block);
     }
     CircularTables<Real> tables{radii_.data(),  rims,      static_cast<int>(cosine_.size()),
                                 speed_,         delay_by_, cosine_.data(),

@@ -47,6 +47,7 @@ public:
     std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;
     std::unique_ptr<EdgeGenerator<float>> single_edge(const Wanted& wanted) const override;
     EdgeScale edge_scale(Method method) const override;
+    FarPattern far_pattern(double wavenumber) const override;
     std::unique_ptr<SurfaceRows<double>> surface(const Wanted& wanted) const override;
     std::unique_ptr<SurfaceRows<float>> single_surface(const Wanted& wanted) const override;
     void write_impulse_response(const CartesianCoordinate& point, SampleWindow samples,

@@ -75,6 +75,10 @@ EdgeScale CircularTransducer::edge_scale(Method) const {
     return {radius / pi, 1.0};
 }
 
+FarPattern CircularTransducer::far_pattern(double wavenumber) const {
+    return annulus_pattern(wavenumber, 0.0, radius);
+}
+
 std::unique_ptr<SurfaceRows<double>> CircularTransducer::surface(const Wanted& wanted) const {
     return half_of<double>(*this, wanted);
 }

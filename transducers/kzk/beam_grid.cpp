@@ -41,10 +41,13 @@ BeamGrid::BeamGrid(const CoordinateGrid& grid, double source_radius, double scal
     columns = static_cast<std::size_t>(count > 0.0 && count < countless ? count : countless);
 }
 
-double BeamGrid::face(std::size_t column) const {
+double BeamGrid::face(std::size_t column, double hole) const {
     const double inner = std::max(static_cast<double>(column) - 0.5, 0.0) / points_per_radius;
     const double outer = (static_cast<double>(column) + 0.5) / points_per_radius;
-    return std::clamp((1.0 - inner * inner) / (outer * outer - inner * inner), 0.0, 1.0);
+    const auto share_within = [&](double rim) {
+        return std::clamp((rim * rim - inner * inner) / (outer * outer - inner * inner), 0.0, 1.0);
+    };
+    return std::max(share_within(1.0) - share_within(hole), 0.0);
 }
 
 BeamGrid::Place BeamGrid::place(double radius) const {

@@ -29,8 +29,9 @@ struct BeamGrid {
         return static_cast<double>(column) / points_per_radius;
     }
 
-    // Which share of a column the piston fills: the columns' area is that of the disc.
-    double face(std::size_t column) const;
+    // Which share of a column the piston fills, whose hole has a radius in its own: the columns'
+    // area is that of the face.
+    double face(std::size_t column, double hole) const;
 
     // Columns whose weighted values are the value at a radius: a cubic through four of them,
     // mirrored about the axis.

@@ -12,13 +12,13 @@
 #include "core/constants.h"
 #include "core/counts.h"
 #include "core/interrupted.h"
+#include "core/parts.h"
 #include "core/threads.h"
 #include "core/zeros.h"
 #include "transducers/kzk/beam_grid.h"
 #include "transducers/kzk/frame.h"
 #include "transducers/kzk/harmonic_diffraction.h"
 #include "transducers/kzk/harmonic_kernels.h"
-#include "transducers/kzk/parts.h"
 
 namespace kavro::kzk {
 namespace {
@@ -120,7 +120,7 @@ private:
         }
         for (std::size_t j = 0; j < rows_; ++j) {
             check_.spend(8);
-            field_.re[j * stride_] = grid_.face(j);
+            field_.re[j * stride_] = grid_.face(j, shape_.hole);
         }
         slope_ = shape_.curvature;
     }

@@ -17,6 +17,7 @@ namespace kavro::kzk {
 // z_R = omega0 a^2/(2c), or the shell's radius of curvature.
 struct HarmonicShape {
     double radius = 0.0;                      // a, m
+    double hole = 0.0;                        // its radius over a
     double scale_length = 0.0;                // m
     std::function<float(float)> range_of;     // of a plane, in scale lengths, from its z in m
     double gain = 1.0;                        // z_R over the scale length

@@ -27,7 +27,7 @@ struct Harmonics {
 }  // namespace
 
 void initial_field(double* field, int extent, int last_column, int harmonics, double curvature,
-                   bool curved) {
+                   bool curved, double hole) {
     if (last_column < 0 || harmonics < 1) {
         return;
     }
@@ -39,7 +39,7 @@ void initial_field(double* field, int extent, int last_column, int harmonics, do
     for (std::size_t j = 0; j < columns; ++j) {
         check.spend(16);
         const double r = static_cast<double>(j) * extent / static_cast<double>(columns);
-        const double w = std::abs(r) <= 1.0 ? 1.0 : 0.0;
+        const double w = std::abs(r) <= 1.0 && std::abs(r) >= hole ? 1.0 : 0.0;
         const double phase = curvature * r * r;
         P.re(1, j) = curved ? w * std::sin(phase) : w;
         P.im(1, j) = curved ? w * std::cos(phase) : 0.0;

@@ -14,11 +14,11 @@
 #include "core/counts.h"
 #include "core/flush_denormals.h"
 #include "core/interrupted.h"
+#include "core/parts.h"
 #include "core/threads.h"
 #include "core/zeros.h"
 #include "transducers/kzk/beam_time.h"
 #include "transducers/kzk/column_steps.h"
-#include "transducers/kzk/parts.h"
 #include "transducers/kzk/pieces.h"
 #include "transducers/kzk/radial_step.h"
 
@@ -155,9 +155,9 @@ private:
             check_.spend(steps_of_value);
             const double t = tau[i] / (two_pi * drive.f0);
             const double value = t >= 0.0 && t <= drive.w ? drive.at(t) : 0.0;
-            for (std::size_t j = 0; value != 0.0 && grid_.face(j) > 0.0; ++j) {
+            for (std::size_t j = 0; value != 0.0 && grid_.face(j, 0.0) > 0.0; ++j) {
                 check_.spend(8);
-                at(i, j) = static_cast<float>(value * grid_.face(j));
+                at(i, j) = static_cast<float>(value * grid_.face(j, shape_.hole));
             }
         }
     }

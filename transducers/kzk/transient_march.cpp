@@ -137,7 +137,7 @@ private:
         });
     }
 
-    // A uniform piston, its edge included, and the rim's lead in whole rows. Samples beyond the
+    // A uniform piston, its edges included, and the rim's lead in whole rows. Samples beyond the
     // last row and before the first drop out: deliberate.
     void set_source() {
         const auto omega0 = static_cast<double>(axis_.omega0);
@@ -152,6 +152,9 @@ private:
                 element_.excitation->at(taus_[static_cast<std::size_t>(i)] / omega0));
             for (int j = 0; j < columns; ++j) {
                 const float r = static_cast<float>(j) * (1.0f / parameters_.points_per_radius);
+                if (r < static_cast<float>(shape_.hole)) {
+                    continue;
+                }
                 const float lead = r * r * shape_.source_lead / axis_.step;
                 if (lead < static_cast<float>(i) + 1.0f) {
                     at(i - static_cast<int>(lead), j) = value;

@@ -15,6 +15,7 @@ namespace kavro::kzk {
 // z_R = omega0 a^2/(2c), or the shell's radius of curvature.
 struct TransientShape {
     double radius = 0.0;        // a, m
+    double hole = 0.0;          // its radius over a
     double scale_length = 0.0;  // m
     double curvature = 0.0;     // of the source's front: -1 for a shell, 0 for a disc
     float rayleigh = 0.0f;

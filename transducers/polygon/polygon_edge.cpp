@@ -70,8 +70,15 @@ int SampleSide(const PolygonTables& face, const PolygonTransducer::Side& side,
                 const SideSample<double> sample(seen, piece, t, w, z_squared);
                 hn::Store(sample.g, d, block.coefficient.data() + at);
                 hn::Store(hn::Div(sample.R, speed), d, block.delay.data() + at);
-                if (block.detail == EdgeDetail::excess) {
+                if (block.has_excess()) {
                     hn::Store(sample.Excess(z), d, block.excess.data() + at);
+                }
+                if (block.has_gradient()) {
+                    EdgeGradient<double>& gradient = block.gradient;
+                    hn::Store(hn::Mul(sample.weight, hn::Set(d, -side.uy)), d,
+                              gradient.across_coefficient.data() + at);
+                    hn::Store(hn::Mul(sample.weight, hn::Set(d, side.ux)), d,
+                              gradient.aside_coefficient.data() + at);
                 }
                 sum = hn::Add(sum, sample.g);
                 at += block_lanes;
@@ -117,6 +124,9 @@ PolygonEdge::PolygonEdge(const PolygonTransducer& element, const Wanted& wanted)
 void PolygonEdge::sample(EdgeBlock<double>& block, int /* the only pass */) const {
     const PolygonTables tables{polygon_.sides(), speed_, abscissa_.size(), abscissa_.data(),
                                weight_.data()};
+    if (block.has_gradient()) {
+        block.gradient.set_flat({1.0, 0.0, 0.0}, {0.0, 1.0, 0.0});
+    }
     KAVRO_KERNEL(SamplePolygon)(tables, block);
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
         const double z = block.z[lane];

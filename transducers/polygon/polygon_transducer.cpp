@@ -204,6 +204,10 @@ EdgeScale PolygonTransducer::edge_scale(Method) const {
     return {1.0, -two_pi};
 }
 
+FarPattern PolygonTransducer::far_pattern(double wavenumber) const {
+    return polygon_pattern(wavenumber, sides_, face_area());
+}
+
 std::unique_ptr<SurfaceRows<double>> PolygonTransducer::surface(const Wanted& wanted) const {
     return std::make_unique<Face>(corners_, wanted.rule);
 }

@@ -52,6 +52,7 @@ public:
     ApertureDistances distances(const CartesianCoordinate& point) const override;
     std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;
     EdgeScale edge_scale(Method method) const override;
+    FarPattern far_pattern(double wavenumber) const override;
     std::unique_ptr<SurfaceRows<double>> surface(const Wanted& wanted) const override;
 
 protected:

@@ -58,13 +58,14 @@ struct SideSample {
 
     V D, R;
     V g;
+    V weight;
 
     HWY_INLINE SideSample(const SeenSide<Real>& side, int piece, V t, V w, V z_squared) {
         const auto reach = side.Reach(piece);
         const auto s = hn::Add(side.From(piece), hn::Mul(t, reach));
         D = hn::Add(hn::Mul(side.L, side.L), hn::Mul(s, s));
         R = hn::Sqrt(hn::Add(z_squared, D));
-        const auto weight = hn::Mul(w, hn::Abs(reach));
+        weight = hn::Mul(w, hn::Abs(reach));
         g = hn::IfThenZeroElse(OnIt(), hn::Div(hn::Mul(weight, side.L), D));
     }
 

@@ -62,15 +62,23 @@ HWY_INLINE void SamplePieces(const StraightTables<Real>& face, EdgeBlock<Real>& 
         for (size_t k = 0; k < block.quadrature.rules.size(); ++k) {
             const OwnRule<Real> rule(face.abscissa, face.weight, face.scale,
                                      block.quadrature.rules[k], lane);
-            const SeenSide<Real> seen(face.sides[k / 2], x, y);
+            const PolygonTransducer::Side& side = face.sides[k / 2];
+            const SeenSide<Real> seen(side, x, y);
             for (int i = 0; i < rule.count(); ++i) {
                 const SideSample<Real> sample(seen, static_cast<int>(k % 2), rule.Abscissa(i),
                                               rule.Weight(i), z_squared);
                 const auto g = rule.Present(sample.g, i);
                 rule.Store(g, block.coefficient, i);
                 rule.Store(hn::Mul(sample.R, inverse_speed), block.delay, i);
-                if (block.detail == EdgeDetail::excess) {
+                if (block.has_excess()) {
                     rule.Store(sample.Excess(z), block.excess, i);
+                }
+                if (block.has_gradient()) {
+                    const auto ux = hn::Set(d, static_cast<Real>(side.ux));
+                    const auto uy = hn::Set(d, static_cast<Real>(side.uy));
+                    rule.Store(hn::Mul(sample.weight, hn::Neg(uy)),
+                               block.gradient.across_coefficient, i);
+                    rule.Store(hn::Mul(sample.weight, ux), block.gradient.aside_coefficient, i);
                 }
                 sum = hn::Add(sum, g);
             }
@@ -261,6 +269,9 @@ void StraightEdges<Real>::sample(EdgeBlock<Real>& block, int /* the only pass */
             block.first_arrival[lane] = delay(distances.nearest);
             block.last_arrival[lane] = delay(distances.farthest);
         }
+    }
+    if (block.has_gradient()) {
+        block.gradient.set_flat({1.0, 0.0, 0.0}, {0.0, 1.0, 0.0});
     }
     lay_out_lanes(block);
     const LineLadder<Real>& ladder = line_ladder<Real>();

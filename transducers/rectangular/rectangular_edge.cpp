@@ -80,6 +80,7 @@ struct TermWriter {
     V middle_path;
     V sum;
     size_t at;
+    bool normals_along_x = false;  // of the edges at hand: else along y
 
     HWY_INLINE TermWriter(EdgeBlock<Real>& target, int first_lane, Real speed)
         : block(target), lane(first_lane), at(static_cast<size_t>(first_lane)) {
@@ -102,8 +103,20 @@ struct TermWriter {
     // square of where the middle is along it.
     HWY_INLINE void Write(V weight, const Ends<V>& distances, V q, V q_gained,
                           hn::Mask<Tag<Real>> present) {
+        if (block.has_gradient()) {
+            const auto by_normal = hn::IfThenElseZero(present, weight);
+            WriteNormal(by_normal, at);
+            WriteNormal(hn::Neg(by_normal), at + block_lanes);
+        }
         Write(weight, distances.below, q, hn::Add(distances.below_gained, q_gained), present);
         Write(weight, distances.above, q, hn::Add(distances.above_gained, q_gained), present);
+    }
+
+    HWY_INLINE void WriteNormal(V b, size_t where) {
+        const Tag<Real> d;
+        EdgeGradient<Real>& gradient = block.gradient;
+        hn::Store(normals_along_x ? b : hn::Zero(d), d, gradient.across_coefficient.data() + where);
+        hn::Store(normals_along_x ? hn::Zero(d) : b, d, gradient.aside_coefficient.data() + where);
     }
 
     // gained: R^2 - R_m^2.
@@ -121,7 +134,7 @@ struct TermWriter {
             const auto least = hn::Set(d, std::numeric_limits<Real>::min());  // as of no size
             hn::Store(hn::Div(gained, hn::Max(hn::Add(R, middle_path), least)), d,
                       block.excess.data() + at);
-        } else if (block.detail == EdgeDetail::excess) {
+        } else if (block.has_excess()) {
             hn::Store(hn::IfThenZeroElse(on_it, hn::Div(D, hn::Add(R, z))), d,
                       block.excess.data() + at);
         }
@@ -136,8 +149,11 @@ struct TermWriter {
             hn::Store(hn::Zero(d), d, block.coefficient.data() + at);
             hn::Store(hn::Load(d, block.delay.data() + at - block_lanes), d,
                       block.delay.data() + at);
-            if (kFromMiddle || block.detail == EdgeDetail::excess) {
+            if (kFromMiddle || block.has_excess()) {
                 hn::Store(hn::Zero(d), d, block.excess.data() + at);
+            }
+            if (block.has_gradient()) {
+                WriteNormal(hn::Zero(d), at);
             }
         }
     }
@@ -237,6 +253,7 @@ HWY_INLINE void SampleRectangular(const RectangularTables<Real>& face, EdgeBlock
         const Ends ends_y(half_height, y);
         TermWriter<kFromMiddle, Real> writer(block, lane, face.speed);
         WritePair(face.along_x, x, ends_x, ends_y, outside_x, writer);
+        writer.normals_along_x = true;
         WritePair(face.along_y, y, ends_y, ends_x, outside_y, writer);
         hn::Store(writer.sum, d, block.coefficient_sum.data() + lane);
 
@@ -312,6 +329,9 @@ RectangularEdge<Real>::RectangularEdge(const RectangularTransducer& element, con
 template <class Real>
 void RectangularEdge<Real>::sample(EdgeBlock<Real>& block, int /* the only pass */) const {
     const int n = static_cast<int>(piece_.size());
+    if (block.has_gradient()) {
+        block.gradient.set_flat({1.0, 0.0, 0.0}, {0.0, 1.0, 0.0});
+    }
     const RectangularTables<Real> tables{
         half_width_,
         half_height_,

@@ -116,6 +116,10 @@ EdgeScale RectangularTransducer::edge_scale(Method method) const {
     return {1.0, method == Method::fnm_cw_single ? -rounded_two_pi : -two_pi};
 }
 
+FarPattern RectangularTransducer::far_pattern(double wavenumber) const {
+    return rectangle_pattern(wavenumber, width, height);
+}
+
 std::unique_ptr<SurfaceRows<double>> RectangularTransducer::surface(const Wanted& wanted) const {
     return std::make_unique<Face<double>>(*this, wanted.rule);
 }

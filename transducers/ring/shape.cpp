@@ -89,6 +89,10 @@ EdgeScale RingTransducer::edge_scale(Method) const {
     return {outer_radius / pi, 1.0};
 }
 
+FarPattern RingTransducer::far_pattern(double wavenumber) const {
+    return annulus_pattern(wavenumber, inner_radius, outer_radius);
+}
+
 std::unique_ptr<SurfaceRows<double>> RingTransducer::surface(const Wanted& wanted) const {
     return std::make_unique<HalfAnnulus<double>>(wanted.order, std::fmax(inner_radius, 0.0),
                                                  outer_radius);

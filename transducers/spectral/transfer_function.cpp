@@ -55,7 +55,9 @@ public:
           state_(samples.state.data()),
           middle_(hn::Load(Tag(), points.middle.data() + lane)),
           lag_(hn::Load(Tag(), points.lag.data() + lane)),
-          wanted_(hn::Load(Tag(), points.wanted.data() + lane)) {
+          wanted_(hn::Load(Tag(), points.wanted.data() + lane)),
+          is_bare_(hn::AllTrue(
+              Tag(), hn::And(hn::Eq(middle_, hn::Zero(Tag())), hn::Eq(lag_, hn::Zero(Tag()))))) {
         const Tag d;
         const std::complex<double> start = comb.first + comb.mu[0];
         for (int i = 0; i < count_; ++i) {
@@ -141,7 +143,7 @@ private:
         const Tag d;
         const auto k = static_cast<std::size_t>(q);
         const std::complex<double> factor = comb_.factor[k];
-        ComplexVec P = Product(Wave(comb_.s(q), lag_, comb_.mu[k], middle_), sum);
+        ComplexVec P = is_bare_ ? sum : Product(Wave(comb_.s(q), lag_, comb_.mu[k], middle_), sum);
         P = Product({hn::Set(d, factor.real()), hn::Set(d, factor.imag())}, P);
         const auto is_wanted = hn::Lt(hn::Set(d, static_cast<double>(q)), wanted_);
         int bin = q;
@@ -165,6 +167,7 @@ private:
     const int count_;
     double* const state_;
     const Vec middle_, lag_, wanted_;
+    const bool is_bare_;  // no wave but the samples' own
 };
 
 void AddSpectrum(const Comb& comb, CombSamples& samples, const CombPoints& points,

@@ -1,5 +1,5 @@
-// The shell's nonlinear beams: its parameters of the two marches, and the harmonic march's
-// routines. Ranges are counted in its radius of curvature.
+// The nonlinear beams of bowls, whole or with a hole: their parameters of the two marches, and the
+// harmonic march's routines. Ranges are counted in the radius of curvature.
 #include <memory>
 #include <utility>
 
@@ -11,17 +11,30 @@
 #include "transducers/spherical/spherical_transducer.h"
 
 namespace kavro {
-std::unique_ptr<kzk::TransientShape> SphericalTransducer::transient_march() const {
-    const SphericalTransducer& shell = *this;
-    const Medium* medium = shell.medium;
-    const double radius = shell.radius;
-    const double roc = shell.roc;
+namespace {
+
+// The gain enters once, not squared; there is no scaling with the range.
+void set_coefficients(double* alpha, double* delta, int harmonics, double absorption, double gain) {
+    InterruptCheck check;
+    for (int n = 1; n <= harmonics; ++n) {
+        check.spend(4);
+        alpha[n - 1] = n * absorption * n;
+        delta[n - 1] = -1.0 / (4.0 * n * gain);
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<kzk::TransientShape> SphericalShape::transient_march() const {
+    const double radius = cap().outer_radius;
+    const double roc = cap().curvature_radius;
     const double c = medium->_soundspeed;
-    const auto f0 = static_cast<double>(static_cast<float>(shell.excitation->f0));
+    const auto f0 = static_cast<double>(static_cast<float>(excitation->f0));
     const auto omega0 = static_cast<double>(static_cast<float>(two_pi * f0));
-    const auto u0 = static_cast<double>(static_cast<float>(shell.amplitude));
+    const auto u0 = static_cast<double>(static_cast<float>(amplitude));
     kzk::TransientShape shape;
     shape.radius = radius;
+    shape.hole = cap().inner_radius / radius;
     shape.scale_length = roc;
     shape.curvature = -1.0;
     shape.rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
@@ -29,27 +42,25 @@ std::unique_ptr<kzk::TransientShape> SphericalTransducer::transient_march() cons
     shape.source_lead = shape.gain;
     shape.nonlinearity = static_cast<float>(roc * medium->_beta * omega0 * u0 / (c * c));
     shape.absorption = static_cast<float>((f0 / 1e6) * (medium->_dBcmMHz * roc * 100 / 8.686));
-    shape.last_range =
-        static_cast<float>(shell.coordinate_grid->zmax * static_cast<double>(shape.gain) /
-                           static_cast<double>(shape.rayleigh));
+    shape.last_range = static_cast<float>(coordinate_grid->zmax * static_cast<double>(shape.gain) /
+                                          static_cast<double>(shape.rayleigh));
     shape.coefficients_in_double = true;
     shape.shock_is_warning = true;
     shape.shock_message = "dSigma is too small.";
     return std::make_unique<kzk::TransientShape>(std::move(shape));
 }
 
-std::unique_ptr<kzk::HarmonicShape> SphericalTransducer::harmonic_march() {
-    SphericalTransducer& shell = *this;
-    const Medium* medium = shell.medium;
-    const double radius = shell.radius;
-    const double roc = shell.roc;
+std::unique_ptr<kzk::HarmonicShape> SphericalShape::harmonic_march() {
+    const double radius = cap().outer_radius;
+    const double roc = cap().curvature_radius;
     const double c = medium->_soundspeed;
     const auto omega0 = static_cast<double>(kzk::angular_frequency(*medium));
-    const auto u0 = static_cast<double>(static_cast<float>(shell.amplitude));
+    const auto u0 = static_cast<double>(static_cast<float>(amplitude));
     const auto rayleigh = static_cast<float>(radius * omega0 * radius * 0.5 / c);
     const double gain = static_cast<double>(rayleigh) / roc;
     kzk::HarmonicShape shape;
     shape.radius = radius;
+    shape.hole = cap().inner_radius / radius;
     shape.scale_length = roc;
     shape.gain = gain;
     shape.curvature = -1.0;
@@ -57,15 +68,30 @@ std::unique_ptr<kzk::HarmonicShape> SphericalTransducer::harmonic_march() {
     shape.absorption = (medium->_f0 / 1e6) * (roc * medium->_dBcmMHz * 100 / 8.686);
     shape.nonlinearity = roc * medium->_beta * omega0 * u0 / (c * c);
     shape.spreading = [](double) { return 1.0; };
-    shape.initial = [&shell, gain](int extent, double* field, int last_column, int harmonics) {
-        shell.INIT(extent, field, last_column, harmonics, gain);
+    shape.initial = [gain, hole = shape.hole](int extent, double* field, int last_column,
+                                              int harmonics) {
+        kzk::initial_field(field, extent, last_column, harmonics, gain, true, hole);
     };
-    shape.coefficients = [&shell, gain, A = shape.absorption](double next, double eval,
-                                                              double* alpha, double* delta,
-                                                              int harmonics) {
-        shell.COEFF(next, eval, alpha, delta, harmonics, A, gain);
+    shape.coefficients = [gain, A = shape.absorption](double, double, double* alpha, double* delta,
+                                                      int harmonics) {
+        set_coefficients(alpha, delta, harmonics, A, gain);
     };
     return std::make_unique<kzk::HarmonicShape>(std::move(shape));
+}
+
+std::unique_ptr<kzk::HarmonicShape> SphericalTransducer::harmonic_march() {
+    std::unique_ptr<kzk::HarmonicShape> shape = SphericalShape::harmonic_march();
+    SphericalTransducer& shell = *this;
+    shape->initial = [&shell, gain = shape->gain](int extent, double* field, int last_column,
+                                                  int harmonics) {
+        shell.INIT(extent, field, last_column, harmonics, gain);
+    };
+    shape->coefficients = [&shell, gain = shape->gain, A = shape->absorption](
+                              double next, double eval, double* alpha, double* delta,
+                              int harmonics) {
+        shell.COEFF(next, eval, alpha, delta, harmonics, A, gain);
+    };
+    return shape;
 }
 
 void SphericalTransducer::Tridiag(float first, float last, float* a, float* b, float* c, float* r,
@@ -78,15 +104,9 @@ void SphericalTransducer::TRIDIA(double* matrix, int last, double* r, double* so
     kzk::solve_block_tridiagonal(matrix, last, r, solution, bet, gam);
 }
 
-// The gain enters once, not squared; there is no scaling with the range.
 double SphericalTransducer::COEFF(double, double, double* alpha, double* delta, int harmonics,
                                   double absorption, double gain) {
-    InterruptCheck check;
-    for (int n = 1; n <= harmonics; ++n) {
-        check.spend(4);
-        alpha[n - 1] = n * absorption * n;
-        delta[n - 1] = -1.0 / (4.0 * n * gain);
-    }
+    set_coefficients(alpha, delta, harmonics, absorption, gain);
     return 1.0;
 }
 

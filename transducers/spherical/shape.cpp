@@ -189,6 +189,15 @@ std::unique_ptr<EdgeGenerator<double>> SphericalShape::rounded_edge(const Wanted
     return std::make_unique<SphericalEdge<double>>(*this, geometry, reach, wanted);
 }
 
+FarPattern SphericalShape::far_pattern(double wavenumber) const {
+    const SphericalGeometry geometry = geometry_of(*this);
+    double angle[2] = {0.0, 0.0};
+    for (const SphericalRim& rim : geometry.rims()) {
+        angle[rim.sign > 0.0 ? 1 : 0] = std::atan2(rim.sine, rim.cosine);
+    }
+    return bowl_pattern(wavenumber, geometry.curvature_radius(), angle[0], angle[1]);
+}
+
 std::unique_ptr<SurfaceRows<double>> SphericalShape::surface(const Wanted& wanted) const {
     return std::make_unique<HalfSphericalFace<double>>(geometry_of(*this), wanted.rule);
 }

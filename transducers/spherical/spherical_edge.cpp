@@ -45,6 +45,7 @@ struct SphericalLanes {
     int abscissas;             // of the rule that all lanes share
     Lanes<Real> product;       // sigma d s
     Lanes<Real> ratio;         // sigma / s, times a neighbour's weight
+    Lanes<Real> lever;         // d / s, of the pass that the rim's normals are in
     Lanes<Real> path_squared;  // R_0^2
     Lanes<Real> direct_path;   // R_0, or R_1 in the far pole's pass
     Lanes<Real> middle_path;   // R_m, from the apex
@@ -101,6 +102,7 @@ HWY_INLINE void SampleRim(const SphericalLanes<Real>& face, const RimLanes<Real>
                           HWY_ATTR { return hn::Load(d, lanes.data() + lane); };
     const auto product = load(face.product);
     const auto ratio = load(face.ratio);
+    const auto lever = load(face.lever);
     const auto path_squared = load(face.path_squared);
     const auto direct_path = load(face.direct_path);
     const auto middle_path = load(face.middle_path);
@@ -120,10 +122,15 @@ HWY_INLINE void SampleRim(const SphericalLanes<Real>& face, const RimLanes<Real>
         rule.Store(g, block.coefficient, i);
         rule.Store(Delay(R, face.speed), block.delay, i);
         sum = hn::Add(sum, g);
-        if (block.detail == EdgeDetail::excess) {
+        if (block.has_excess()) {
             // R^2 - R_0^2 = sigma d s D, and R^2 - R_1^2 = -sigma d s (4 - D).
             const auto gained = rim.part == RimPart::far_pole ? hn::Sub(D, hn::Set(d, Real(4))) : D;
             rule.Store(hn::Div(hn::Mul(product, gained), hn::Add(R, direct_path)), block.excess, i);
+            if (block.has_gradient()) {
+                const auto cosine = hn::Sub(hn::Set(d, Real(1)), kappa);
+                rule.Store(hn::Mul(hn::Mul(rule.Weight(i), lever), cosine),
+                           block.gradient.across_coefficient, i);
+            }
         } else if (block.detail == EdgeDetail::from_middle) {
             const auto gained = hn::Add(least_gained, hn::Mul(spread, kappa));
             rule.Store(hn::Div(hn::Mul(product, gained), hn::Add(R, middle_path)), block.excess, i);
@@ -333,6 +340,7 @@ void SphericalEdge<Real>::place(EdgeBlock<Real>& block, std::size_t lane, Pass p
         set_lane(lanes.rims[k], lane, geometry_.rims()[k], pole);
     }
     lanes.exact_ratio[lane] = weight * (pole.side / pole.s);
+    lanes.lever[lane] = static_cast<Real>(pass.far_pole ? 0.0 : d / pole.s);
     lanes.between_poles[lane] = -2.0 * pole.side * std::min(pole.s, d);
     lanes.product[lane] = static_cast<Real>(pole.side * d * pole.s);
     lanes.ratio[lane] = static_cast<Real>(lanes.exact_ratio[lane]);
@@ -345,12 +353,32 @@ void SphericalEdge<Real>::place(EdgeBlock<Real>& block, std::size_t lane, Pass p
     const double gained =
         pole.side * d * pole.s * (pole.sine * pole.sine + pole.depth * pole.depth);
     block.middle_excess[lane] = both == 0.0 ? 0.0 : gained / both;
+    if (block.has_gradient()) {
+        set_gradient_frame(block, lane, pass, point, pole);
+    }
     if (scene != nullptr) {
         see(point, pole, lane, *scene);
     }
     const SphericalDistances distances = geometry_.distances(point, pole);
     block.first_arrival[lane] = static_cast<Real>(distances.nearest / speed_);
     block.last_arrival[lane] = static_cast<Real>(distances.farthest / speed_);
+}
+
+// Ahead is away from the centre of curvature; across, in the plane of the axis, to the side of the
+// pole that the rim is sampled from.
+template <class Real>
+void SphericalEdge<Real>::set_gradient_frame(EdgeBlock<Real>& block, std::size_t lane, Pass pass,
+                                             const AxialPoint& point,
+                                             const SphericalPole& pole) const {
+    const double x = point.r > 0.0 ? static_cast<double>(block.x[lane]) / point.r : 1.0;
+    const double y = point.r > 0.0 ? static_cast<double>(block.y[lane]) / point.r : 0.0;
+    EdgeGradient<Real>& gradient = block.gradient;
+    gradient.has_aside = false;
+    gradient.ahead[lane] = {pole.sine * x, pole.sine * y, -pole.side * pole.cosine};
+    gradient.across[lane] = {pole.cosine * x, pole.cosine * y, pole.side * pole.sine};
+    gradient.curvature[lane] = static_cast<Real>(1.0 / pole.s);
+    const bool to_nearer = (pole.side > 0.0) != pass.far_pole;
+    gradient.direct_slope[lane] = to_nearer && !geometry_.is_outside(point) ? Real(-1) : Real(1);
 }
 
 // What the choice of a rule needs of a point.
@@ -421,9 +449,13 @@ void SphericalEdge<Real>::finish(EdgeBlock<Real>& block, Pass pass,
             const std::size_t at = row * block_lanes + lane;
             block.coefficient[at] = static_cast<Real>(pass.far_pole ? moved : 0.0);
             block.delay[at] = direct;
-            if (block.detail == EdgeDetail::excess) {
+            if (block.has_excess()) {
                 block.excess[at] =
                     static_cast<Real>(pass.far_pole ? lanes.between_poles[lane] : 0.0);
+            }
+            if (block.has_gradient()) {
+                block.delay[at] = std::sqrt(lanes.path_squared[lane]);
+                block.gradient.across_coefficient[at] = Real(0);
             }
         }
     }

@@ -77,6 +77,8 @@ private:
     void place(EdgeBlock<Real>& block, std::size_t lane, Pass pass, SphericalLanes<Real>& lanes,
                RimScene* scene) const;
     RimScene scene() const;
+    void set_gradient_frame(EdgeBlock<Real>& block, std::size_t lane, Pass pass,
+                            const AxialPoint& point, const SphericalPole& pole) const;
     void see(const AxialPoint& point, const SphericalPole& pole, std::size_t lane,
              RimScene& scene) const;
     void choose_rules(EdgeBlock<Real>& block, const RimScene& scene,

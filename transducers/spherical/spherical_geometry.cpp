@@ -91,9 +91,13 @@ SphericalDistances SphericalGeometry::distances(const AxialPoint& point,
 }
 
 bool SphericalGeometry::is_behind(const AxialPoint& point) const {
-    const auto [r, z] = point;
     const double rim_height = count_ == 0 ? 0.0 : rims_[0].height;
-    return z < 0.0 || (z < rim_height && r * r + z * z - 2.0 * d_ * z > 1e-12 * d_ * d_);
+    return point.z < 0.0 || (point.z < rim_height && is_outside(point));
+}
+
+bool SphericalGeometry::is_outside(const AxialPoint& point) const {
+    const auto [r, z] = point;
+    return r * r + z * z - 2.0 * d_ * z > 1e-12 * d_ * d_;
 }
 
 }  // namespace kavro

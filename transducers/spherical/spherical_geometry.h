@@ -74,6 +74,9 @@ public:
     // Points on the surface, within rounding, are not behind.
     bool is_behind(const AxialPoint& point) const;
 
+    // Outside the whole sphere; not on it, within rounding.
+    bool is_outside(const AxialPoint& point) const;
+
 private:
     void add_rim(double radius, double sign);
 

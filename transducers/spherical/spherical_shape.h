@@ -25,10 +25,13 @@ public:
     std::unique_ptr<EdgeGenerator<double>> edge(const Wanted& wanted) const override;
     std::unique_ptr<EdgeGenerator<float>> single_edge(const Wanted& wanted) const override;
     std::unique_ptr<EdgeGenerator<double>> rounded_edge(const Wanted& wanted) const override;
+    FarPattern far_pattern(double wavenumber) const override;
     std::unique_ptr<SurfaceRows<double>> surface(const Wanted& wanted) const override;
     std::unique_ptr<SurfaceRows<float>> single_surface(const Wanted& wanted) const override;
     void write_impulse_response(const CartesianCoordinate& point, SampleWindow samples,
                                 double later, double* values) const override;
+    std::unique_ptr<kzk::TransientShape> transient_march() const override;
+    std::unique_ptr<kzk::HarmonicShape> harmonic_march() override;
 };
 
 }  // namespace kavro

@@ -38,7 +38,6 @@ public:
 
     MethodSet methods() const override { return offered; }
 
-    std::unique_ptr<kzk::TransientShape> transient_march() const override;
     std::unique_ptr<kzk::HarmonicShape> harmonic_march() override;
 
     TransducerStatus farfield_cw_lossless() { return solve_alone(Method::farfield_cw_lossless); }

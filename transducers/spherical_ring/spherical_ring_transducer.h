@@ -26,7 +26,8 @@ public:
     static constexpr MethodSet offered{
         Method::fnm_cw,           Method::rayleigh_cw,   Method::impulse_begin_and_end_times,
         Method::impulse_response, Method::fnm_transient, Method::fnm_spectral,
-        Method::fnm_fdtsd,        Method::fnm_tsd,       Method::fnm_tsd_low_precision};
+        Method::fnm_fdtsd,        Method::fnm_tsd,       Method::fnm_tsd_low_precision,
+        Method::kzk_transient,    Method::kzk_cw};
 
     MethodSet methods() const override { return offered; }
     SphericalCap cap() const override { return {geometric_focus, outer_radius, inner_radius}; }

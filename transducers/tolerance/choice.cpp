@@ -123,9 +123,10 @@ HWY_INLINE V RoughOrder(const Growth& growth, V margin, V X) {
                    hn::Min(OrderAt(growth, 10, margin, X), OrderAt(growth, 6, margin, X)));
 }
 
-// Found by trial: pulses peak above their envelope.
+// Found by trial: pulses peak above their envelope, and gradients are the steeper ones next to an
+// edge.
 HWY_INLINE double SafetyOf(const QuadratureDemand& demand) {
-    return demand.over_time ? 4.0 : 2.0;
+    return demand.of_gradient ? 8.0 : demand.over_time ? 4.0 : 2.0;
 }
 
 HWY_INLINE V Hypotenuse(V a, V b) {
@@ -339,7 +340,10 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
     const auto flatness = hn::Max(Number(0.05), face.FarPole(D));
     const auto size =
         hn::Div(hn::Mul(Product(face.ratio, rim.radius), N), Positive(hn::Mul(D, flatness)));
-    const auto G = hn::Mul(size, hn::Min(one, Product(sum, 0.5 * k)));
+    auto G = hn::Mul(size, hn::Min(one, Product(sum, 0.5 * k)));
+    if (demand.of_gradient) {
+        G = hn::Max(size, hn::Div(Product(face.gain, rim.radius), sum));
+    }
     // Two rims share the tolerance. A jump makes a spike of its own.
     const double tolerance = demand.tolerance / (face.has_hole ? 2.0 : 1.0);
     auto magnitude = field.value;
@@ -365,8 +369,11 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
             hn::Max(margin, hn::Add(Log(hn::Div(Product(face.gain, 8.0), allowed)), losses));
         nearness = hn::Max(nearness, hn::Div(pole_margin, pole_height));
     }
-    const auto shift = hn::IfThenElseZero(
+    auto shift = hn::IfThenElseZero(
         hn::Gt(hn::Abs(rim.retreat), hn::Abs(hn::Sub(rim.along, rim.retreat))), one);
+    if (demand.of_gradient) {
+        shift = one;  // by the normal's cosine
+    }
 
     auto order = nearness;
     if (!hn::AllTrue(d, hn::Ge(nearness, RoughOrder(tables.sine, margin, X)))) {
@@ -394,8 +401,11 @@ HWY_INLINE bool ChooseRim(const RimOfLanes& rim, const RimsOfLanes& face, const 
         };
         const auto q = hn::Div(difference, sum);
         const auto stretched = hn::Mul(X, hn::Sub(one, Product(Square(q), 0.2)));
-        const auto near_margin = NearMargin(rim.near, rim.steepness * k, allowed,
-                                            hn::Sub(with_path, margin), losses, with_path);
+        auto near_margin = with_path;
+        if (!demand.of_gradient) {
+            near_margin = NearMargin(rim.near, rim.steepness * k, allowed,
+                                     hn::Sub(with_path, margin), losses, with_path);
+        }
         auto gauss_order = hn::Max(
             LeastOrder(tables.gauss, margin, stretched),
             Hypotenuse(Product(stretched, half_pi), hn::Div(near_margin, of_gauss(height))));
@@ -498,14 +508,20 @@ HWY_INLINE bool ChoosePiece(const SeenPiece& piece, const FaceScene& scene,
     const auto height = Ellipse(hn::Div(sum, Positive(length)));
     const auto D1 = Positive(hn::Add(L2, Square(s1)));
     const auto share = hn::Div(Product(hn::Mul(L, length), 1.0 / two_pi), D1);
-    const auto G =
-        hn::Mul(Product(hn::Min(Number(0.5), share), 2.0), hn::Min(one, Product(sum, 0.5 * k)));
+    auto G = Product(hn::Min(Number(0.5), share), 2.0);
+    if (demand.of_gradient) {
+        G = hn::Max(G, hn::Div(length, sum));
+    } else {
+        G = hn::Mul(G, hn::Min(one, Product(sum, 0.5 * k)));
+    }
     const auto margin = hn::Max(
         Number(0.5),
         hn::Add(Log(hn::Div(Product(G, SafetyOf(demand)), allowed)), Load(allowance.losses, lane)));
     const auto to_face = Load(allowance.losses_to_face, lane);
-    const auto near_margin =
-        NearMargin(L, k, allowed, to_face, Load(allowance.losses, lane), hn::Add(margin, to_face));
+    auto near_margin = hn::Add(margin, to_face);
+    if (!demand.of_gradient) {
+        near_margin = NearMargin(L, k, allowed, to_face, Load(allowance.losses, lane), near_margin);
+    }
     const auto nearness = Hypotenuse(X, hn::Div(near_margin, height));
     auto order = nearness;
     if (!hn::AllTrue(d, hn::Or(absent, hn::Ge(nearness, RoughOrder(tables.parabola, margin, X))))) {
@@ -524,8 +540,9 @@ HWY_INLINE bool ChoosePiece(const SeenPiece& piece, const FaceScene& scene,
         ends = AskEnds(demand, of_L, m1, hn::Div(s2, Positive(Product(R2, demand.speed))),
                        Product(length, half_pi), Product(allowed, 0.75));
     }
-    // In line with an edge all its coefficients are zero.
-    const auto level = hn::Or(absent, hn::Le(L, zero));
+    // In line with an edge all its coefficients are zero, but those of the gradient.
+    const auto in_line = hn::Le(L, demand.of_gradient ? Number(-1.0) : zero);
+    const auto level = hn::Or(absent, in_line);
     spectrum = hn::IfThenZeroElse(level, spectrum);
     ends.kink = hn::IfThenZeroElse(level, ends.kink);
     ends.jump = hn::IfThenZeroElse(level, ends.jump);

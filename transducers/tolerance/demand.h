@@ -26,9 +26,10 @@ struct QuadratureDemand {
     double highest_wavenumber;  // up to which the waveform's spectrum counts
     double attenuation;         // Np/m
     bool over_time;
-    double speed;           // m/s, over time
-    WaveformEnds ends;      // over time
-    WaveformEnds log_ends;  // ln of the error that each jump leaves, see end_share
+    double speed;              // m/s, over time
+    WaveformEnds ends;         // over time
+    WaveformEnds log_ends;     // ln of the error that each jump leaves, see end_share
+    bool of_gradient = false;  // the same error of the pressure's gradient, too, over k
 };
 
 QuadratureDemand demand_of(const WaveParameters& wave, double tolerance);

@@ -1,4 +1,4 @@
-// The parts of a march's step, on threads.
+// The parts of a work, on threads.
 #pragma once
 
 #include <atomic>
@@ -8,7 +8,7 @@
 #include "core/interrupted.h"
 #include "core/team.h"
 
-namespace kavro::kzk {
+namespace kavro {
 
 // Calls work(part, scratch, spend) for the parts 0 ... parts - 1, each thread with a scratch of its
 // own, and throws what a part threw. The calling thread hears an interrupt also while it waits for
@@ -33,4 +33,4 @@ void in_parts(std::int64_t parts, int threads, Work work) {
     team.finish();
 }
 
-}  // namespace kavro::kzk
+}  // namespace kavro
