@@ -18,9 +18,10 @@ namespace kavro {
 //
 // The sums A_k change only where a window begins or ends, so they are kept running instead of being
 // formed anew at every sample: n K + W K operations instead of n W K for windows of W samples.
-// Coefficients, windows and spatial factors come for all points of the block at once; from there on
-// every point is on its own, as the waves reach neighbours at other samples: its changes by terms,
-// its sums by samples.
+// Coefficients, windows and spatial factors come for all points of the block at once. From there on
+// there are two ways to the same bits. Where the points hear the element at about the same samples,
+// the block goes row by row: lanes are points. Where the waves reach neighbours at other samples,
+// every point is on its own: its changes by terms, its sums by samples.
 //
 // The direct wave is subtracted in one of three ways, per lane. First, as a last edge sample of
 // coefficient -(coefficient sum), where its waveform has the same spatial factors: the two waves
@@ -33,6 +34,7 @@ struct WaveBlock {
     int samples;              // n, the direct wave included where it is the last edge sample
     const Real* coefficient;  // g_i of edge sample i and lane: i * block_lanes + lane
     const WindowBlock* windows;
+    SampleWindow rows;     // those of all lanes
     const Real* spatial;   // S_k of edge sample i and lane: (k * n + i) * block_lanes + lane
     const Real* temporal;  // T_k of sample j: k * ntimes + j, and vector_slack values behind
     std::size_t ntimes;
@@ -70,21 +72,37 @@ struct ActiveSumsScratch {
     // precision.
     using Integer = std::conditional_t<std::is_same_v<Real, float>, std::int32_t, std::int64_t>;
 
-    // Four terms lie side by side: g_i S_k at (((k / 4) n + i) block_lanes + lane) 4 + k % 4.
+    bool by_rows;  // the way that the block goes
+    // g_i S_k: four terms of all lanes from ((k / 4) n + i) block_lanes 4 on, by rows term by term,
+    // else lane by lane.
     AlignedVector<Integer> scaled;
-    AlignedVector<Real> unscale;     // of term k and lane: k * block_lanes + lane
-    AlignedVector<Integer> changes;  // of a point's A_k at its samples; zero between uses
-    AlignedVector<Real> series;      // of each point, from the first sample of its first group on
-    std::size_t stride;              // from one series to the next
+    AlignedVector<Real> unscale;  // of term k and lane: k * block_lanes + lane
+    // Changes of some A_k at the samples, of all lanes or of one; zero between uses.
+    AlignedVector<Integer> changes;
+    // Rows, or `stride` values of each lane from the first sample of its first group on.
+    AlignedVector<Real> series;
+    std::size_t stride;
 };
 
-// First step: scales the edge waves of the block (its coefficients, windows, spatial factors and
-// terms are read). Returns the lanes with a value that is not finite, which need another way.
-LaneSet scale_edge_waves(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch);
-LaneSet scale_edge_waves(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch);
+// Terms whose sums are kept running at a time, in registers.
+inline constexpr int terms_at_a_time = 8;
+
+// First step: chooses the way and scales the edge waves of the block (its coefficients, windows,
+// spatial factors and terms are read). Returns the lanes with a value that is not finite, which
+// need another way.
+template <class Real>
+LaneSet scale_edge_waves(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch);
 
 // Second step: adds all waves of the block into its output.
-void add_wave_block(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch);
-void add_wave_block(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch);
+template <class Real>
+void add_wave_block(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch);
+
+// What they are made of: kernels.
+LaneSet scale_block(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch);
+LaneSet scale_block(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch);
+void add_by_rows(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch);
+void add_by_rows(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch);
+void add_by_points(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch);
+void add_by_points(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch);
 
 }  // namespace kavro

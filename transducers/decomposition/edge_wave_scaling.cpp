@@ -96,9 +96,7 @@ HWY_INLINE LaneSet ScaleFour(const WaveBlock<Real>& block, ActiveSumsScratch<Rea
         hn::StoreMaskBits(di, hn::Not(finite), mask);
         not_finite |= static_cast<LaneSet>(mask[0] | mask[1] << 8) << lane;
     }
-    auto* scaled =
-        scratch.scaled.data() +
-        (static_cast<size_t>(first / 4) * n * block_lanes + static_cast<size_t>(lane)) * 4;
+    auto* scaled = scratch.scaled.data() + static_cast<size_t>(first) * n * block_lanes;
     for (size_t i = 0; i < n; ++i, scaled += block_lanes * 4) {
         const auto coefficient = hn::Load(d, g + i * block_lanes);
         hn::Vec<Integers<Real>> values[4];
@@ -106,7 +104,14 @@ HWY_INLINE LaneSet ScaleFour(const WaveBlock<Real>& block, ActiveSumsScratch<Rea
             values[k] = k < kCount ? ToInteger(hn::Mul(product(k, i, coefficient), scale[k]))
                                    : hn::Zero(di);
         }
-        hn::StoreInterleaved4(values[0], values[1], values[2], values[3], di, scaled);
+        if (scratch.by_rows) {
+            for (size_t k = 0; k < 4; ++k) {
+                hn::Store(values[k], di, scaled + k * block_lanes + lane);
+            }
+        } else {
+            hn::StoreInterleaved4(values[0], values[1], values[2], values[3], di,
+                                  scaled + lane * 4);
+        }
     }
     return not_finite;
 }
@@ -140,25 +145,12 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace kavro {
-namespace {
 
-template <class Real>
-void make_room(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
-    const auto fours = static_cast<std::size_t>(block.terms + 3) / 4;
-    const auto values = static_cast<std::size_t>(block.samples) * block_lanes * 4 * fours;
-    scratch.scaled.resize(std::max(scratch.scaled.size(), values));
-    scratch.unscale.resize(std::max(scratch.unscale.size(), fours * 4 * block_lanes));
-}
-
-}  // namespace
-
-LaneSet scale_edge_waves(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch) {
-    make_room(block, scratch);
+LaneSet scale_block(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch) {
     return KAVRO_KERNEL(ScaleSingle)(block, scratch);
 }
 
-LaneSet scale_edge_waves(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch) {
-    make_room(block, scratch);
+LaneSet scale_block(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch) {
     return KAVRO_KERNEL(ScaleDouble)(block, scratch);
 }
 

@@ -74,18 +74,22 @@ LaneSet DecompositionRoom<Real, Delay>::add_vectorised(
     SampleWindow rows{tile.times().ntimes, 0};
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
         const SampleWindow own = windows_.rows(lane);
-        if (own.begin < own.end && own.end - own.begin > most_rows) {
+        if (own.begin >= own.end) {
+            continue;
+        }
+        rows = {std::min(rows.begin, own.begin), std::max(rows.end, own.end)};
+        if (own.end - own.begin > most_rows) {
             too_long |= LaneSet{1} << lane;
-        } else if (own.begin < own.end) {
-            rows = {std::min(rows.begin, own.begin), std::max(rows.end, own.end)};
+            windows_.latest[lane] = -1;
         }
     }
     if (rows.begin >= rows.end) {
-        return too_long;
+        return 0;
     }
     WaveBlock<Real> wave{};
     wave.terms = factors.terms();
     wave.windows = &windows_;
+    wave.rows = rows;
     wave.temporal = factors.temporal();
     wave.ntimes = static_cast<std::size_t>(tile.times().ntimes);
     wave.amplitude = element.element->amplitude;
