@@ -31,14 +31,16 @@ struct Heard {
 // vectors keep these proportions.
 bool is_dense(std::size_t rows, std::size_t heard, int edge_samples) {
     const auto n = static_cast<std::size_t>(edge_samples);
-    const std::size_t apart = std::min(rows - heard, std::size_t{block_lanes});
+    const std::size_t apart = std::min<std::size_t>(rows - heard, 2 * block_lanes);
     return 10 * rows + 13 * n * apart < 37 * heard + 90 * n;
 }
 
+// Zeros where there is not enough room; more than needed, as the blocks to come grow little by
+// little.
 template <class Vector>
 void grow(Vector& values, std::size_t needed) {
     if (values.size() < needed) {
-        values.assign(needed, 0);
+        values.assign(std::max(needed, 2 * values.size()), 0);
     }
 }
 
