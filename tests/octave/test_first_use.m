@@ -53,3 +53,26 @@
 %!   start = sprintf('set_amplitudes: ''elements(3).%s'' must be ', bad{1}{1});
 %!   assert(strncmp(complaint_of(@() kavro.set_amplitudes(x, 2)), start, numel(start)));
 %! end
+
+%!function said = said_of(e, grid, times)
+%! pulse = kavro.set_excitation_function('hanning pulse', 5e6, 0.6e-6);
+%! said = evalc(['kavro.pressure(e, grid, kavro.set_medium(), ''time'', times, ', ...
+%!               '''excitation'', pulse);']);
+%!endfunction
+
+%!test  % an axis that meets no wave is told of, and no other silence
+%! e = kavro.disc(5e-3);
+%! medium = kavro.set_medium();
+%! first = 20e-3 / medium.soundspeed;
+%! last = hypot(20e-3, 5e-3) / medium.soundspeed + 0.6e-6;
+%! either_side = kavro.set_coordinate_grid([0 0 20e-3; 0 0 -20e-3]);
+%! behind = kavro.set_coordinate_grid([0 0 -20e-3]);
+%! in_microseconds = kavro.set_time_samples(25, 0, 10);
+%! said = said_of(e, either_side, in_microseconds);
+%! text = sprintf(['from 0 s to 0 s, but the first wave arrives at %.4g s and the last one is ', ...
+%!                 'over at %.4g s.'], first, last);
+%! assert(! isempty(strfind(said, text)), said);
+%! for silent = {said_of(e, behind, in_microseconds), ...
+%!               said_of(kavro.set_amplitudes(e, 0), either_side, in_microseconds)}
+%!   assert(isempty(strfind(silent{1}, 'zero everywhere')));
+%! end
