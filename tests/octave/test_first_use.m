@@ -32,9 +32,9 @@
 %! begins = @(f, text) assert(strncmp(complaint_of(f), text, numel(text)), complaint_of(f));
 %! begins(@() kavro.pressure(), 'pressure: it takes at least 3 arguments');
 %! begins(@() kavro.pressure(e, grid, medium, 'frequency', 1e6), ...
-%!        'solve: There is no option ''frequency''. The pressure takes the options ''f0'', ');
+%!        'pressure: There is no option ''frequency''. The pressure takes the options ''f0'', ');
 %! begins(@() kavro.pressure(e, grid, medium, 1e6), ...
-%!        'solve: What should be the name of an option is one number.');
+%!        'pressure: What should be the name of an option is one number.');
 %! pair = [e e];
 %! begins(@() kavro.kzk_parameters(pair, medium, 1e6), ...
 %!        'kzk_parameters: ''element'' must be one disc, spherical shell or spherical ring');
