@@ -76,3 +76,18 @@
 %!               said_of(kavro.set_amplitudes(e, 0), either_side, in_microseconds)}
 %!   assert(isempty(strfind(silent{1}, 'zero everywhere')));
 %! end
+
+%!test  % makers refuse numbers of elements that a host would not survive
+%! begins = @(f, text) assert(strncmp(complaint_of(f), text, numel(text)), complaint_of(f));
+%! from_1 = 'must be a whole number from 1 to 4000000, but it is 1e+09.';
+%! begins(@() kavro.linear_array(1e9, 0.3e-3, 0.1e-3), ['linear_array: ''count'' ' from_1]);
+%! begins(@() kavro.convex_array(1e9, 1e-9, 1e-10, 1e3), ['convex_array: ''count'' ' from_1]);
+%! begins(@() kavro.annular_array(1e9, 1, 0), ['annular_array: ''count'' ' from_1]);
+%! begins(@() kavro.ring_array(1e9, 0.3e-3, 0.1e-3), 'ring_array: ''count'' must be a whole number');
+%! begins(@() kavro.planar_array([1e5 41], 1e-3, 1e-4), ...
+%!        'planar_array: ''count'' must be of no more than 4000000 elements together, but it is');
+%! begins(@() kavro.random_array(1e8, 1, 1e-9), ...
+%!        'random_array: The number of elements must be at most 4000000, but it is 100000000.');
+%! lens = {'elevation_focus', 1, 'wavelength', 1e-300};
+%! begins(@() kavro.rectangular_piston(1, 1, lens{:}), ...
+%!        'rectangular_piston: ''wavelength'' must be so long that 4000000 strips suffice');
