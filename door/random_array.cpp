@@ -34,6 +34,14 @@ public:
         if (!count) {
             throw InputError("The number of elements must be a whole number.");
         }
+        // As many as the hosts' other makers of arrays make: what their records take fits into 2
+        // GB.
+        constexpr int most_elements = 4'000'000;
+        if (*count > most_elements) {
+            throw InputError("The number of elements must be at most " +
+                             std::to_string(most_elements) + ", but it is " +
+                             std::to_string(*count) + ".");
+        }
         count_ = *count;
         aperture_.radius = length(arguments[1], "aperture's radius");
         aperture_.element_radius = length(arguments[2], "elements' radius");

@@ -291,6 +291,9 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
             "and value.");
     }
     const bool names_none = text_of(arguments[0]) == "auto";
+    if (names_none) {
+        console.speak_for("kavro.pressure");
+    }
     const Operation& operation = names_none
                                      ? operation_asked_for(arguments.subspan(4), arguments[3])
                                      : operation_from(arguments[0]);

@@ -10,6 +10,7 @@
 #include "core/number_text.h"
 #include "door/call_threads.h"
 #include "door/march.h"
+#include "door/missed_waves.h"
 #include "door/result.h"
 #include "door/spectrum.h"
 
@@ -293,6 +294,7 @@ void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
         result.status = solve_added(request, result);
     }
     warn_of_missed_tolerance(request, result.quadrature);
+    warn_of_missed_waves(request, result);
     result.warnings = console.release_warnings();
 }
 

@@ -50,10 +50,7 @@ void host_print(const char* text) {
 
 void host_warn(const char* text) {
     const py::gil_scoped_acquire lock;
-    // The second level is where the package was called from.
-    if (PyErr_WarnEx(PyExc_UserWarning, without_line_end(text).c_str(), 2) != 0) {
-        throw py::error_already_set();
-    }
+    py::module_::import("kavro._errors").attr("warn")(without_line_end(text));
 }
 
 bool host_interrupted() {

@@ -51,7 +51,7 @@ def linear_array(
     ... )
     """
     me = "linear_array"
-    count = _check.whole(me, "count", count, 1)
+    count = _check.whole(me, "count", count, 1, _check.most_elements)
     pitch = _check.real(me, "pitch", pitch, "positive", "m")
     shape, sizes = _face(me, np.array([pitch]), radius, width, height)
     center = np.zeros((count, 3))
@@ -87,6 +87,8 @@ def planar_array(
     counts = _check.finite(me, "count", count, expected, (2,))
     whole = (counts >= 1).all() and (counts == counts.round()).all()
     _check.require(whole, me, "count", expected, count)
+    expected = f"of no more than {_check.most_elements} elements together"
+    _check.require(counts.prod() <= _check.most_elements, me, "count", expected, count)
     expected = "one or two positive real numbers (m)"
     pitches = np.atleast_1d(_check.finite(me, "pitch", pitch, expected))
     fits = pitches.shape in ((1,), (2,)) and (pitches > 0).all()
@@ -127,7 +129,7 @@ def convex_array(
         As for `linear_array`.
     """
     me = "convex_array"
-    count = _check.whole(me, "count", count, 1)
+    count = _check.whole(me, "count", count, 1, _check.most_elements)
     pitch = _check.real(me, "pitch", pitch, "positive", "m")
     shape, sizes = _face(me, np.array([pitch]), radius, width, height)
     arc = _check.real(me, "rad_curvature", rad_curvature, "positive", "m")
@@ -168,7 +170,7 @@ def ring_array(
         Factor of the waveform (surface velocity in m/s).
     """
     me = "ring_array"
-    count = _check.whole(me, "count", count, 2)
+    count = _check.whole(me, "count", count, 2, _check.most_elements)
     size = _check.real(me, "radius", radius, "positive", "m")
     expected = "given, or 'ring_radius', and not both"
     _check.require((pitch is None) != (ring_radius is None), me, "pitch", expected, pitch)
@@ -371,7 +373,7 @@ def annular_array(
         As for `concentric_rings`.
     """
     me = "annular_array"
-    count = _check.whole(me, "count", count, 1)
+    count = _check.whole(me, "count", count, 1, _check.most_elements)
     outer = _check.real(me, "radius", radius, "positive", "m")
     gap = _check.real(me, "gap", gap, "not negative", "m")
     hole = _check.real(me, "inner_radius", inner_radius, "not negative", "m")

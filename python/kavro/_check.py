@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import math
 from typing import Any, NoReturn
 
 import numpy as np
@@ -10,6 +11,9 @@ from numpy.typing import NDArray
 from kavro._errors import InputError
 
 Floats = NDArray[np.float64]
+
+# How many a maker makes: what their records take fits into 2 GB, as in the other hosts.
+most_elements = 4_000_000
 
 
 def default(value: Any) -> Any:
@@ -84,11 +88,13 @@ def one(owner: str, name: str, value: object) -> float:
     return float(numbers(owner, name, value, "one real number", ()))
 
 
-def whole(owner: str, name: str, value: object, least: int) -> int:
-    """A whole number, `least` or more."""
-    expected = f"a whole number, {least} or more"
+def whole(owner: str, name: str, value: object, least: int, most: float = math.inf) -> int:
+    """A whole number from `least` to `most`."""
+    bounds = f", {least} or more" if most == math.inf else f" from {least} to {most}"
+    expected = "a whole number" + bounds
     number = float(finite(owner, name, value, expected, ()))
-    require(number == round(number) and number >= least, owner, name, expected, value)
+    fits = number == round(number) and least <= number <= most
+    require(fits, owner, name, expected, value)
     return int(number)
 
 

@@ -45,6 +45,9 @@ def under_lens(
     highest = max(0.8 * wavelength, math.sqrt(2e-3 * math.pi * focus * wavelength))
     pieces = focus * angles.max() / highest
     n = 1 + 2 * math.ceil(max(pieces - 1, 0) / 2)
+    expected = f"so long that {_check.most_elements} strips suffice"
+    fits = n * len(elements) <= _check.most_elements
+    _check.require(fits, owner, "wavelength", expected, wavelength)
     tilts = low[:, None] + (np.arange(n) + 0.5) * angles[:, None] / n
     # As high as their pieces of the cylinder are long, and on the mean as far from the focal line.
     height = (focus * angles / n)[:, None]

@@ -177,18 +177,9 @@ def solve(
     >>> grid = kavro.Grid(x=(-10e-3, 10e-3, 0.5e-3), z=(1e-3, 40e-3, 0.5e-3))
     >>> p = kavro.solve("fnm_cw", disc, grid, kavro.water(), f0=1e6)
     """
-    report = _check.flag("solve", "report", report)
-    with shown(progress) as told:
-        moving = None if velocity is False else velocity
-        own = {"measure": measure, "velocity": moving, "progress": told}
-        given = arguments((method, elements, grid, medium), {**options, **own})
-        field, velocities, done = _kavro.solve(given, out, report)
-    results = [field]
-    if velocities is not None:
-        results.append(velocities)
-    if done is not None:
-        results.append(report_from(done))
-    return field if len(results) == 1 else tuple(results)
+    own = {"measure": measure, "velocity": velocity}
+    values = (method, elements, grid, medium)
+    return _solved("solve", values, {**options, **own}, report, out, progress)
 
 
 def pressure(
@@ -221,19 +212,30 @@ def pressure(
     --------
     >>> p, report = kavro.pressure(array, grid, medium, f0=3e6, tolerance=1e-6, report=True)
     """
-    by_any_method: Any = solve
-    return by_any_method(
-        "auto",
-        elements,
-        grid,
-        medium,
-        measure=measure,
-        velocity=velocity,
-        report=report,
-        out=out,
-        progress=progress,
-        **options,
-    )
+    own = {"measure": measure, "velocity": velocity}
+    values = ("auto", elements, grid, medium)
+    return _solved("pressure", values, {**options, **own}, report, out, progress)
+
+
+def _solved(
+    owner: str,
+    values: tuple[object, ...],
+    options: dict[str, Any],
+    report: bool,
+    out: NDArray[Any] | None,
+    progress: Progress,
+) -> Any:
+    report = _check.flag(owner, "report", report)
+    with shown(progress) as told:
+        moving = None if options["velocity"] is False else options["velocity"]
+        given = arguments(values, {**options, "velocity": moving, "progress": told})
+        field, velocities, done = _kavro.solve(given, out, report)
+    results = [field]
+    if velocities is not None:
+        results.append(velocities)
+    if done is not None:
+        results.append(report_from(done))
+    return field if len(results) == 1 else tuple(results)
 
 
 def transient_pressure(

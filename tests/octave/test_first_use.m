@@ -32,9 +32,9 @@
 %! begins = @(f, text) assert(strncmp(complaint_of(f), text, numel(text)), complaint_of(f));
 %! begins(@() kavro.pressure(), 'pressure: it takes at least 3 arguments');
 %! begins(@() kavro.pressure(e, grid, medium, 'frequency', 1e6), ...
-%!        'solve: There is no option ''frequency''. The pressure takes the options ''f0'', ');
+%!        'pressure: There is no option ''frequency''. The pressure takes the options ''f0'', ');
 %! begins(@() kavro.pressure(e, grid, medium, 1e6), ...
-%!        'solve: What should be the name of an option is one number.');
+%!        'pressure: What should be the name of an option is one number.');
 %! pair = [e e];
 %! begins(@() kavro.kzk_parameters(pair, medium, 1e6), ...
 %!        'kzk_parameters: ''element'' must be one disc, spherical shell or spherical ring');
@@ -53,3 +53,41 @@
 %!   start = sprintf('set_amplitudes: ''elements(3).%s'' must be ', bad{1}{1});
 %!   assert(strncmp(complaint_of(@() kavro.set_amplitudes(x, 2)), start, numel(start)));
 %! end
+
+%!function said = said_of(e, grid, times)
+%! pulse = kavro.set_excitation_function('hanning pulse', 5e6, 0.6e-6);
+%! said = evalc(['kavro.pressure(e, grid, kavro.set_medium(), ''time'', times, ', ...
+%!               '''excitation'', pulse);']);
+%!endfunction
+
+%!test  % an axis that meets no wave is told of, and no other silence
+%! e = kavro.disc(5e-3);
+%! medium = kavro.set_medium();
+%! first = 20e-3 / medium.soundspeed;
+%! last = hypot(20e-3, 5e-3) / medium.soundspeed + 0.6e-6;
+%! either_side = kavro.set_coordinate_grid([0 0 20e-3; 0 0 -20e-3]);
+%! behind = kavro.set_coordinate_grid([0 0 -20e-3]);
+%! in_microseconds = kavro.set_time_samples(25, 0, 10);
+%! said = said_of(e, either_side, in_microseconds);
+%! text = sprintf(['from 0 s to 0 s, but the first wave arrives at %.4g s and the last one is ', ...
+%!                 'over at %.4g s.'], first, last);
+%! assert(! isempty(strfind(said, text)), said);
+%! for silent = {said_of(e, behind, in_microseconds), ...
+%!               said_of(kavro.set_amplitudes(e, 0), either_side, in_microseconds)}
+%!   assert(isempty(strfind(silent{1}, 'zero everywhere')));
+%! end
+
+%!test  % makers refuse numbers of elements that a host would not survive
+%! begins = @(f, text) assert(strncmp(complaint_of(f), text, numel(text)), complaint_of(f));
+%! from_1 = 'must be a whole number from 1 to 4000000, but it is 1e+09.';
+%! begins(@() kavro.linear_array(1e9, 0.3e-3, 0.1e-3), ['linear_array: ''count'' ' from_1]);
+%! begins(@() kavro.convex_array(1e9, 1e-9, 1e-10, 1e3), ['convex_array: ''count'' ' from_1]);
+%! begins(@() kavro.annular_array(1e9, 1, 0), ['annular_array: ''count'' ' from_1]);
+%! begins(@() kavro.ring_array(1e9, 0.3e-3, 0.1e-3), 'ring_array: ''count'' must be a whole number');
+%! begins(@() kavro.planar_array([1e5 41], 1e-3, 1e-4), ...
+%!        'planar_array: ''count'' must be of no more than 4000000 elements together, but it is');
+%! begins(@() kavro.random_array(1e8, 1, 1e-9), ...
+%!        'random_array: The number of elements must be at most 4000000, but it is 100000000.');
+%! lens = {'elevation_focus', 1, 'wavelength', 1e-300};
+%! begins(@() kavro.rectangular_piston(1, 1, lens{:}), ...
+%!        'rectangular_piston: ''wavelength'' must be so long that 4000000 strips suffice');

@@ -27,6 +27,30 @@ def test_losses_beyond_all_numbers_leave_silence():
     assert kavro.pressure(bowl, behind_the_focus, medium, f0=2e5) == 0
 
 
+def test_an_axis_that_no_wave_falls_into_is_told_of(recwarn):
+    disc, water = kavro.disc(5e-3), kavro.water()
+    pulse = kavro.hanning_pulse(5e6, 0.6e-6)
+    ahead, behind = kavro.Points([(0, 0, 20e-3)]), kavro.Points([(0, 0, -20e-3)])
+    too_coarse = kavro.Times(0, 10, 1e-3)
+    missed = "no instant of the time axis falls into a wave"
+    for measure in (None, "peak", "time_of_peak", ["rms", "time_of_peak"]):
+        with pytest.warns(UserWarning, match=missed):
+            kavro.pressure(disc, ahead, water, time=too_coarse, excitation=pulse, measure=measure)
+    options = {"time": too_coarse, "excitation": pulse}
+    with pytest.warns(UserWarning, match=missed):
+        kavro.solve(
+            "fnm_tsd_behind_source", kavro.spherical_shell(5e-3, 2e-2), behind, water, **options
+        )
+    recwarn.clear()
+    silent = kavro.sampled(np.zeros(9), 1e-7)
+    kavro.pressure(disc, behind, water, **options)
+    kavro.pressure(disc, ahead, water, time=too_coarse, excitation=silent)
+    kavro.solve("impulse_response", disc, ahead, water, time=too_coarse)
+    fitting = kavro.fit_time_samples(disc, ahead, water, pulse, 2e-8)
+    kavro.pressure(disc, ahead, water, time=fitting, excitation=pulse)
+    assert not recwarn
+
+
 @pytest.mark.parametrize(
     "call, complaint",
     [

@@ -234,7 +234,9 @@ def test_what_does_not_fit_into_memory_is_told_before():
 def test_warnings():
     with pytest.warns(UserWarning, match="Non-zero attenuation") as record:
         kavro.solve("fnm_tsd", PAIR, POINTS, kavro.medium("fat"), time=TIMES, excitation=PULSE)
-    assert record[0].filename == __file__
+        missed = kavro.Times(0, 10, 1)
+        kavro.pressure(PAIR, POINTS, kavro.water(), time=missed, excitation=PULSE)
+    assert [warning.filename for warning in record] == 2 * [__file__]
 
 
 def test_parts_of_a_grid_join_to_the_whole():
@@ -315,7 +317,24 @@ def test_makers_refuse_what_overlaps_or_has_no_shape():
             "the size 0.001, 0.002 m",
         ),
         (lambda: kavro.linear_array(4, 1e-3), "'radius' must be given for discs"),
-        (lambda: kavro.linear_array(2.5, 1e-3, 1e-4), "'count' must be a whole number, 1 or more"),
+        (
+            lambda: kavro.linear_array(2.5, 1e-3, 1e-4),
+            "a whole number from 1 to 4000000, but it is",
+        ),
+        (
+            lambda: kavro.linear_array(10**9, 1e-3, 1e-4),
+            "a whole number from 1 to 4000000, but it is",
+        ),
+        (
+            lambda: kavro.ring_array(10**9, 1e-3, 1e-4),
+            "a whole number from 2 to 4000000, but it is",
+        ),
+        (lambda: kavro.planar_array((10**5, 41), 1e-3, 1e-4), "no more than 4000000 elements"),
+        (lambda: kavro.random_array(10**8, 1, 1e-9), "at most 4000000, but it is 100000000"),
+        (
+            lambda: kavro.rectangular_piston(1, 1, elevation_focus=1, wavelength=1e-300),
+            "'wavelength' must be so long that 4000000 strips suffice",
+        ),
         (lambda: kavro.convex_array(9, 1e-3, 4e-4, rad_curvature=2e-3), "half a circle"),
         (lambda: kavro.ring_array(4, 1e-3, 1e-4, ring_radius=1), "and not both"),
         (lambda: kavro.bowl_array(kavro.disc(1, center=(0, 0, 1)), 9), "in the plane z = 0"),

@@ -67,7 +67,7 @@ rims = double(rims);
 end
 
 function rims = computed_rims(me, count, radius, gap, options)
-n = kavro.internal.whole_number(me, 'count', count, [1 Inf]);
+n = kavro.internal.whole_number(me, 'count', count, [1 kavro.internal.most_elements()]);
 radius = kavro.internal.real_number(me, 'radius', radius, 'positive', 'm');
 gap = kavro.internal.real_number(me, 'gap', gap, 'not negative', 'm');
 hole = kavro.internal.real_number(me, 'inner_radius', options.inner_radius, 'not negative', 'm');

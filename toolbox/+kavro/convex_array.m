@@ -36,7 +36,7 @@ function elements = convex_array(count, pitch, face, rad_curvature, varargin)
 
 me = 'convex_array';
 kavro.internal.check_count(me, nargin, [4 Inf], 'count, pitch, [width height], rad_curvature and options');
-count = kavro.internal.whole_number(me, 'count', count, [1 Inf]);
+count = kavro.internal.whole_number(me, 'count', count, [1 kavro.internal.most_elements()]);
 pitch = kavro.internal.real_number(me, 'pitch', pitch, 'positive', 'm');
 options = kavro.internal.lens_options(me, varargin);
 [shape, sizes, extent] = kavro.internal.array_face(me, face);

@@ -34,7 +34,7 @@ function elements = linear_array(count, pitch, face, varargin)
 
 me = 'linear_array';
 kavro.internal.check_count(me, nargin, [3 Inf], 'count, pitch, radius or [width height], and options');
-count = kavro.internal.whole_number(me, 'count', count, [1 Inf]);
+count = kavro.internal.whole_number(me, 'count', count, [1 kavro.internal.most_elements()]);
 pitch = kavro.internal.real_number(me, 'pitch', pitch, 'positive', 'm');
 options = kavro.internal.lens_options(me, varargin);
 [shape, sizes, extent] = kavro.internal.array_face(me, face);

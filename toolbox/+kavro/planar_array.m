@@ -37,6 +37,9 @@ kavro.internal.check_count(me, nargin, [3 Inf], 'count, pitch, radius or [width 
 ok = kavro.internal.is_numbers(count) && numel(count) == 2 ...
      && all(count(:) >= 1) && all(count(:) == round(count(:)));
 kavro.internal.check(ok, me, 'count', count, 'two whole numbers [nx ny], 1 or more');
+most = kavro.internal.most_elements();
+kavro.internal.check(prod(double(count)) <= most, me, 'count', count, ...
+                     sprintf('of no more than %d elements together', most));
 ok = kavro.internal.is_numbers(pitch) && any(numel(pitch) == [1 2]) && all(pitch(:) > 0);
 kavro.internal.check(ok, me, 'pitch', pitch, 'one or two positive real numbers (m)');
 pitch = double(pitch([1 end]));

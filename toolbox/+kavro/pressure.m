@@ -53,5 +53,9 @@ function [p, varargout] = pressure(elements, grid, medium, varargin)
 %   See also kavro.solve, kavro.fit_time_samples, kavro.show_field, kavro.methods
 
 kavro.internal.check_count('pressure', nargin, [3 Inf], 'elements, grid, medium and options');
-[p, varargout{1:nargout - 1}] = kavro.solve('auto', elements, grid, medium, varargin{:});
+try
+    [p, varargout{1:nargout - 1}] = kavro.solve('auto', elements, grid, medium, varargin{:});
+catch thrown
+    kavro.internal.rethrow_as('pressure', 'solve', thrown);
+end
 end

@@ -27,7 +27,7 @@ function elements = ring_array(count, pitch, radius, varargin)
 
 me = 'ring_array';
 kavro.internal.check_count(me, nargin, [3 Inf], 'count, pitch, radius and options');
-count = kavro.internal.whole_number(me, 'count', count, [2 Inf]);
+count = kavro.internal.whole_number(me, 'count', count, [2 kavro.internal.most_elements()]);
 sizes.radius = kavro.internal.real_number(me, 'radius', radius, 'positive', 'm');
 options = kavro.internal.parse_options(me, struct('ring_radius', []), varargin);
 if isempty(options.ring_radius)

@@ -28,6 +28,9 @@ angles = asin((at_y + elements(1).height / 2) / F) - low;
 % channel stands.
 highest = max(0.8 * wavelength, sqrt(2e-3 * pi * F * wavelength));
 n = 1 + 2 * ceil(max(F * max(angles) / highest - 1, 0) / 2);
+most = kavro.internal.most_elements();
+kavro.internal.check(n * numel(elements) <= most, caller, 'wavelength', wavelength, ...
+                     sprintf('so long that %d strips suffice', most));
 parts = cell(1, numel(elements));
 for i = 1:numel(elements)
     parts{i} = strips(elements(i), at_y(i), F, low(i) + ((1:n) - 0.5) * angles(i) / n, ...
