@@ -6,9 +6,6 @@
 namespace kavro {
 namespace {
 
-// More rows than these leave the near cache.
-constexpr std::size_t most_swept_rows = 4096;
-
 // Samples that the points of a block hear: on average, and the most of one.
 struct Heard {
     std::size_t mean = 0;
@@ -53,13 +50,14 @@ LaneSet scale_edge_waves(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& 
     const auto fours = static_cast<std::size_t>(block.terms + 3) / 4;
     grow(scratch.scaled, static_cast<std::size_t>(block.samples) * block_lanes * 4 * fours);
     grow(scratch.unscale, fours * 4 * block_lanes);
-    scratch.by_rows = block.direct_values == nullptr && rows <= most_swept_rows &&
-                      is_dense(rows, heard.mean, block.samples);
+    scratch.by_rows = block.direct_values == nullptr && is_dense(rows, heard.mean, block.samples);
     if (scratch.by_rows) {
         const LaneSet left_out = scale_block(block, scratch);
         if (left_out == 0) {
-            grow(scratch.changes, (rows + 1) * terms_at_a_time * block_lanes);
-            grow(scratch.series, rows * block_lanes);
+            const std::size_t together = std::min<std::size_t>(rows, rows_at_a_time);
+            grow(scratch.changes, together * terms_at_a_time * block_lanes);
+            grow(scratch.running, fours * 4 * block_lanes);
+            grow(scratch.series, together * block_lanes);
             return 0;
         }
         scratch.by_rows = false;

@@ -79,10 +79,15 @@ struct ActiveSumsScratch {
     AlignedVector<Real> unscale;  // of term k and lane: k * block_lanes + lane
     // Changes of some A_k at the samples, of all lanes or of one; zero between uses.
     AlignedVector<Integer> changes;
+    // By rows: the A_k of lane l at k * block_lanes + l, behind the rows that are done.
+    AlignedVector<Integer> running;
     // Rows, or `stride` values of each lane from the first sample of its first group on.
     AlignedVector<Real> series;
     std::size_t stride;
 };
+
+// Rows whose changes are kept at a time: they fit the first cache.
+inline constexpr std::int32_t rows_at_a_time = 64;
 
 // Terms whose sums are kept running at a time, in registers.
 inline constexpr int terms_at_a_time = 8;

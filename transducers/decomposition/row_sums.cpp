@@ -1,8 +1,8 @@
-// The second step of the active sums, row by row: lanes are points.
+// The second step of the active sums, row by row: lanes are points. A piece of rows at a time, so
+// that changes stay in the near cache.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 
 #include "core/simd/vector_dispatch.h"
 #include "transducers/decomposition/active_sums.h"
@@ -27,31 +27,34 @@ using IntegerOf = typename ActiveSumsScratch<Real>::Integer;
 
 using Indices = hn::CappedTag<int32_t, block_lanes>;
 
-// The first and the last of the samples `at` of all lanes, those without one (-1) left out.
+// The first and the last of the samples `at` of all lanes that lie in the piece; without one, the
+// last lies before the first.
 struct Range {
     int32_t first, last;
 
-    HWY_INLINE explicit Range(const int32_t* at) {
+    HWY_INLINE Range(const int32_t* at, SampleWindow piece) {
         const Indices di;
-        const auto none = hn::Set(di, std::numeric_limits<int32_t>::max());
-        auto lowest = none;
-        auto highest = hn::Set(di, -1);
+        const auto begin = hn::Set(di, piece.begin);
+        const auto end = hn::Set(di, piece.end);
+        const auto before = hn::Set(di, -1);
+        auto lowest = end;
+        auto highest = before;
         for (size_t lane = 0; lane < block_lanes; lane += hn::Lanes(di)) {
             const auto here = hn::Load(di, at + lane);
-            lowest = hn::Min(lowest, hn::IfThenElse(hn::Lt(here, hn::Zero(di)), none, here));
-            highest = hn::Max(highest, here);
+            lowest = hn::Min(lowest, hn::IfThenElse(hn::Lt(here, begin), end, here));
+            highest = hn::Max(highest, hn::IfThenElse(hn::Lt(here, end), here, before));
         }
         first = hn::GetLane(hn::MinOfLanes(di, lowest));
         last = hn::GetLane(hn::MaxOfLanes(di, highest));
     }
 };
 
-// Adds (kBegins) or takes off an edge sample's values at the samples where its windows begin (end):
-// lane by lane where those are far apart, sample by sample where they are close. The values' fours
-// lie `apart` from each other; the changes begin with sample `base`.
+// Adds (kBegins) or takes off an edge sample's values at those samples of the piece where its
+// windows begin (end): lane by lane where those are far apart, sample by sample where they are
+// close. The values' fours lie `apart` from each other; the changes begin with the piece.
 template <bool kBegins, int kTerms, class Real>
 HWY_INLINE void Scatter(const IntegerOf<Real>* values, size_t apart, const int32_t* at,
-                        IntegerOf<Real>* changes, int32_t base) {
+                        IntegerOf<Real>* changes, SampleWindow piece) {
     using Integer = IntegerOf<Real>;
     const Integers<Real> di;
     constexpr int32_t step = hn::MaxLanes(Integers<Real>());
@@ -59,10 +62,10 @@ HWY_INLINE void Scatter(const IntegerOf<Real>* values, size_t apart, const int32
         return values + k / 4 * apart + k % 4 * size_t{block_lanes};
     };
     const auto row = [&](int32_t j) {
-        return changes + static_cast<size_t>(j - base) * kTerms * block_lanes;
+        return changes + static_cast<size_t>(j - piece.begin) * kTerms * block_lanes;
     };
-    const Range range(at);
-    if (range.last < 0) {
+    const Range range(at, piece);
+    if (range.last < range.first) {
         return;
     }
     if ((range.last - range.first) * (block_lanes / step) < 10) {
@@ -84,7 +87,7 @@ HWY_INLINE void Scatter(const IntegerOf<Real>* values, size_t apart, const int32
         return;
     }
     for (size_t lane = 0; lane < block_lanes; ++lane) {
-        if (at[lane] < 0) {
+        if (at[lane] < piece.begin || at[lane] >= piece.end) {
             continue;
         }
         Integer* cell = row(at[lane]) + lane;
@@ -96,25 +99,28 @@ HWY_INLINE void Scatter(const IntegerOf<Real>* values, size_t apart, const int32
 }
 
 // Takes the changes away and adds the running sums, each times its temporal factor, to the series.
+// The sums run on from one piece to the next.
 // Pairs first: neighbouring terms are the sine and cosine part of one wave and nearly cancel.
 template <int kTerms, class Real>
 HWY_INLINE void Sweep(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
-                      size_t first_term) {
+                      size_t first_term, SampleWindow piece) {
     const Reals<Real> d;
     const Integers<Real> di;
     using V = hn::Vec<Reals<Real>>;
-    const auto rows = static_cast<size_t>(block.rows.end - block.rows.begin);
+    const auto rows = static_cast<size_t>(piece.end - piece.begin);
     const Real* T[kTerms];
     for (size_t k = 0; k < kTerms; ++k) {
         T[k] = block.temporal +
                std::min(first_term + k, static_cast<size_t>(block.terms) - 1) * block.ntimes +
-               block.rows.begin;
+               piece.begin;
     }
     for (size_t lane = 0; lane < block_lanes; lane += hn::Lanes(d)) {
         hn::Vec<Integers<Real>> A[kTerms];
         V unscale[kTerms];
+        auto* running = scratch.running.data() + first_term * block_lanes + lane;
         for (size_t k = 0; k < kTerms; ++k) {
-            A[k] = hn::Zero(di);
+            A[k] = piece.begin == block.rows.begin ? hn::Zero(di)
+                                                   : hn::Load(di, running + k * block_lanes);
             unscale[k] =
                 hn::Load(d, scratch.unscale.data() + (first_term + k) * block_lanes + lane);
         }
@@ -134,42 +140,42 @@ HWY_INLINE void Sweep(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scr
             }
             hn::Store(first_term == 0 ? sum : hn::Add(hn::Load(d, series), sum), d, series);
         }
+        for (size_t k = 0; k < kTerms; ++k) {
+            hn::Store(A[k], di, running + k * block_lanes);
+        }
     }
-    // What ends with the last row is behind it.
-    std::fill_n(scratch.changes.data() + rows * kTerms * block_lanes, kTerms * block_lanes, 0);
 }
 
 // The edge waves of up to kTerms terms.
 template <int kTerms, class Real>
-HWY_NOINLINE void AddGroup(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
-                           int term) {
+HWY_NOINLINE void AddGroup(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch, int term,
+                           SampleWindow piece) {
     const auto first_term = static_cast<size_t>(term);
     const auto n = static_cast<size_t>(block.samples);
     const size_t apart = n * block_lanes * 4;
     const auto* values = scratch.scaled.data() + first_term / 4 * apart;
     auto* changes = scratch.changes.data();
-    const int32_t base = block.rows.begin;
     const int32_t* begin = block.windows->begin.data();
     const int32_t* end = block.windows->end.data();
     for (size_t i = 0; i < n; ++i, values += block_lanes * 4) {
-        Scatter<true, kTerms, Real>(values, apart, begin + i * block_lanes, changes, base);
-        Scatter<false, kTerms, Real>(values, apart, end + i * block_lanes, changes, base);
+        Scatter<true, kTerms, Real>(values, apart, begin + i * block_lanes, changes, piece);
+        Scatter<false, kTerms, Real>(values, apart, end + i * block_lanes, changes, piece);
     }
-    Sweep<kTerms>(block, scratch, first_term);
+    Sweep<kTerms>(block, scratch, first_term, piece);
 }
 
 // Takes the direct wave through a decomposition of its own off the series of the lanes from `lane`
 // on. Four samples at a time, as one sum alone waits for each of its additions.
 template <class Real>
 HWY_INLINE void SubtractDirectTerms(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
-                                    size_t lane) {
+                                    size_t lane, SampleWindow piece) {
     constexpr int32_t together = 4;
     const Reals<Real> d;
     const Integers<Real> di;
     HWY_ALIGN IntegerOf<Real> begins[block_lanes];
     HWY_ALIGN IntegerOf<Real> ends[block_lanes];
-    int32_t first = block.rows.end;
-    int32_t past = block.rows.begin;
+    int32_t first = piece.end;
+    int32_t past = piece.begin;
     for (size_t l = 0; l < hn::Lanes(d); ++l) {
         const SampleWindow own{block.direct_begin[lane + l], block.direct_end[lane + l]};
         begins[l] = own.begin;
@@ -179,6 +185,8 @@ HWY_INLINE void SubtractDirectTerms(const WaveBlock<Real>& block, ActiveSumsScra
             past = std::max(past, own.end);
         }
     }
+    first = std::max(first, piece.begin);
+    past = std::min(past, piece.end);
     const auto begin = hn::Load(di, begins);
     const auto end = hn::Load(di, ends);
     for (int32_t j = first; j < past; j += together) {
@@ -194,7 +202,7 @@ HWY_INLINE void SubtractDirectTerms(const WaveBlock<Real>& block, ActiveSumsScra
             }
         }
         Real* series =
-            scratch.series.data() + static_cast<size_t>(j - block.rows.begin) * block_lanes + lane;
+            scratch.series.data() + static_cast<size_t>(j - piece.begin) * block_lanes + lane;
         for (int32_t s = 0; s < std::min(together, past - j); ++s, series += block_lanes) {
             const auto now = hn::Set(di, static_cast<IntegerOf<Real>>(j + s));
             const auto inside = hn::AndNot(hn::Gt(begin, now), hn::Lt(now, end));
@@ -205,37 +213,48 @@ HWY_INLINE void SubtractDirectTerms(const WaveBlock<Real>& block, ActiveSumsScra
 }
 
 template <class Real>
-HWY_INLINE void AddByRows(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
-    const int32_t rows = block.rows.end - block.rows.begin;
+HWY_INLINE void AddPiece(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
+                         SampleWindow piece) {
+    const int32_t rows = piece.end - piece.begin;
     for (int term = 0; term < block.terms; term += terms_at_a_time) {
         const int count = std::min(terms_at_a_time, block.terms - term);
         if (term > 0) {
             (*block.spend)(int64_t{count} * rows);
         }
         if (count <= 2) {
-            AddGroup<2>(block, scratch, term);
+            AddGroup<2>(block, scratch, term, piece);
         } else if (count <= 4) {
-            AddGroup<4>(block, scratch, term);
+            AddGroup<4>(block, scratch, term, piece);
         } else if (count <= 6) {
-            AddGroup<6>(block, scratch, term);
+            AddGroup<6>(block, scratch, term, piece);
         } else {
-            AddGroup<8>(block, scratch, term);
+            AddGroup<8>(block, scratch, term, piece);
         }
     }
     if (block.direct_spatial != nullptr) {
         for (size_t lane = 0; lane < block_lanes; lane += hn::Lanes(Reals<Real>())) {
-            SubtractDirectTerms(block, scratch, lane);
+            SubtractDirectTerms(block, scratch, lane, piece);
         }
     }
     using D = hn::CappedTag<double, block_lanes>;
     using Output = SeriesOutput<Real, D>;
     const auto amplitude = hn::Set(D(), block.amplitude);
     const Real* series = scratch.series.data();
-    double* out = block.output + static_cast<size_t>(block.rows.begin) * block.stride;
+    double* out = block.output + static_cast<size_t>(piece.begin) * block.stride;
     for (int32_t row = 0; row < rows; ++row, series += block_lanes, out += block.stride) {
         for (size_t lane = 0; lane < block_lanes; lane += hn::Lanes(D())) {
             Output::Add(Output::Wide(series + lane), amplitude, out + lane);
         }
+    }
+}
+
+template <class Real>
+HWY_INLINE void AddByRows(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
+    const int32_t end = block.rows.end;
+    for (int32_t first = block.rows.begin; first < end;) {
+        const int32_t past = end - first > rows_at_a_time ? first + rows_at_a_time : end;
+        AddPiece(block, scratch, {first, past});
+        first = past;
     }
 }
 
