@@ -25,6 +25,18 @@ def test_losses_beyond_all_numbers_leave_silence():
     bowl = kavro.spherical_shell(20.7, 109.2)
     behind_the_focus = kavro.Points([(151.7, 0, 122.5)])
     assert kavro.pressure(bowl, behind_the_focus, medium, f0=2e5) == 0
+    p, v = kavro.solve("fnm_cw", bowl, behind_the_focus, medium, f0=2e5, velocity=True)
+    assert p == 0 and (v == 0).all()
+
+
+def test_losses_beyond_single_precision_leave_what_they_leave():
+    medium = kavro.medium("liver", attenuationdBcmMHz=60, powerlawexponent=0.5)
+    deep_bowl = kavro.spherical_shell(97e-3, 0.1)
+    next_to_its_rim = kavro.Points([(97e-3, 0, z) for z in (0.102, 0.105, 0.12)])
+    scene = (deep_bowl, next_to_its_rim, medium)
+    expected = kavro.solve("fnm_cw", *scene, f0=1e6, ndiv=512)
+    p = kavro.solve("fnm_cw_sse", *scene, f0=1e6, ndiv=512)
+    assert (np.abs(p - expected) < 1e-3 * np.abs(expected)).all() and (expected != 0).all()
 
 
 def test_an_axis_that_no_wave_falls_into_is_told_of(recwarn):
