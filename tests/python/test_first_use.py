@@ -63,6 +63,15 @@ def test_an_axis_that_no_wave_falls_into_is_told_of(recwarn):
     assert not recwarn
 
 
+def test_no_false_alarm_on_a_corner(recwarn):
+    piston = kavro.rectangular_piston(0.6e-3, 1.5e-3, center=(1.2e-3, 1.25e-3, 0))
+    corner, times = kavro.Points([(1.5e-3, 2e-3, 0)]), kavro.Times(0, 3e-6, 5e-9)
+    given = {"time": times, "excitation": kavro.hanning_pulse(5e6, 0.6e-6)}
+    p = kavro.solve("fnm_tsd", piston, corner, kavro.water(), **given)
+    exact = kavro.solve("fnm_tsd", piston, corner, kavro.water(), ndiv=1024, **given)
+    assert np.abs(p - exact).max() < 1e-3 * np.abs(exact).max() and not recwarn
+
+
 @pytest.mark.parametrize(
     "call, complaint",
     [
