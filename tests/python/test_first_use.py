@@ -80,6 +80,10 @@ def test_no_false_alarm_on_a_corner(recwarn):
         (lambda e, g: kavro.medium("fat", density=-1), "'density' must be a positive real number"),
         (lambda e, g: kavro.fit_time_samples(e, g, kavro.water(), 5e6, 1e-8), "a Pulse or Sampled"),
         (lambda e, g: kavro.pressure(e, g, kavro.water(), hz=1), "There is no option 'hz'"),
+        (lambda e, g: kavro.pressure(e, kavro.water(), g), "'grid' must be a Grid or Points, but"),
+        (lambda e, g: kavro.field_indices({"peak": 3}, kavro.water(), f0=1), "it holds 'peak'"),
+        (lambda e, g: kavro.kzk_parameters(e, kavro.water(), -1), "'drive' must be a positive"),
+        (lambda e, g: kavro.linear_array(2, 1, 0.1, width=1), "what is given is 'radius', 'width'"),
     ],
 )
 def test_complaints(call, complaint):
