@@ -290,6 +290,7 @@ void read(SolveRequest& request, CallConsole& console, std::span<const Value* co
             "This function needs a method, elements, a grid and a medium; then options by name "
             "and value.");
     }
+    request.explains_silence = true;
     const bool names_none = text_of(arguments[0]) == "auto";
     if (names_none) {
         console.speak_for("kavro.pressure");

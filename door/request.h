@@ -51,6 +51,7 @@ struct SolveRequest {
     bool measures_in_record = false;          // each by its name; or one, by itself
     bool per_element = false;                 // a field for each element; or one of all
     bool velocity = false;                    // the particle velocity, too
+    bool explains_silence = false;            // by a warning, where the time axis misses all waves
 
     NumericalIntegration working_rule;  // the copy that solvers refill
 

@@ -294,7 +294,9 @@ void solve(SolveRequest& request, CallConsole& console, SolveResult& result) {
         result.status = solve_added(request, result);
     }
     warn_of_missed_tolerance(request, result.quadrature);
-    warn_of_missed_waves(request, result);
+    if (request.explains_silence) {
+        warn_of_missed_waves(request, result);
+    }
     result.warnings = console.release_warnings();
 }
 

@@ -267,7 +267,7 @@ TEST_F(ToleranceOfAPoint, DependsOnNothingElse) {
             SCOPED_TRACE(testing::Message() << operation << " of a " << shape.name);
             Source source = scenes.source(shape);
             source.tolerance = 1e-3;
-            const std::vector<CartesianCoordinate> points = scenes.points(source, 150);
+            const std::vector<CartesianCoordinate> points = scenes.points(source, 70);
             Tank tank = tank_of(source, points);
             tank.waveform = exact_waveforms().back();
             tank.set_axis(0.3e-6, 0.0, 60);

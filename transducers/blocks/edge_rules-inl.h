@@ -9,7 +9,6 @@
 #define KAVRO_EDGE_RULES_INL_H
 #endif
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -53,7 +52,8 @@ class OwnRule {
 public:
     using Tag = hn::CappedTag<Real, block_lanes>;
     using V = hn::Vec<Tag>;
-    using Index = hwy::MakeSigned<Real>;
+    using Indices = hn::RebindToSigned<Tag>;
+    using Index = hn::TFromD<Indices>;
 
     HWY_INLINE OwnRule(const Real* abscissas, const Real* weights, Real scale,
                        const RuleLanes& rules, int lane)
@@ -61,24 +61,15 @@ public:
           weights_(weights),
           scale_(scale),
           lane_(lane),
-          offset_(rules.offset[static_cast<std::size_t>(lane)]),
-          start_(rules.start[static_cast<std::size_t>(lane)]) {
-        const Tag d;
-        HWY_ALIGN Index offsets[block_lanes];
-        HWY_ALIGN Index counts[block_lanes];
-        fewest_ = rules.count[static_cast<std::size_t>(lane)];
-        for (std::size_t l = 0; l < hn::Lanes(d); ++l) {
-            const auto k = static_cast<std::size_t>(lane) + l;
-            offsets[l] = rules.offset[k];
-            counts[l] = rules.count[k];
-            first_[l] = static_cast<std::size_t>(rules.start[k]) * block_lanes + k;
-            count_ = std::max(count_, rules.count[k]);
-            fewest_ = std::min(fewest_, rules.count[k]);
-            same_rule_ = same_rule_ && rules.offset[k] == offset_;
-            side_by_side_ = side_by_side_ && rules.start[k] == start_;
-        }
-        offsets_ = hn::Load(hn::RebindToSigned<Tag>(), offsets);
-        counts_ = hn::Load(hn::RebindToSigned<Tag>(), counts);
+          offsets_(Widened(rules.offset.data() + lane)),
+          counts_(Widened(rules.count.data() + lane)),
+          starts_(Widened(rules.start.data() + lane)) {
+        const Indices di;
+        offset_ = rules.offset[static_cast<std::size_t>(lane)];
+        start_ = rules.start[static_cast<std::size_t>(lane)];
+        count_ = static_cast<int>(hn::GetLane(hn::MaxOfLanes(di, counts_)));
+        same_rule_ = hn::AllTrue(di, hn::Eq(offsets_, hn::Set(di, offset_)));
+        side_by_side_ = hn::AllTrue(di, hn::Eq(starts_, hn::Set(di, start_)));
     }
 
     HWY_INLINE int count() const { return count_; }
@@ -87,55 +78,61 @@ public:
 
     // Zero in the lanes that have no such sample.
     HWY_INLINE V Present(V v, int i) const {
-        const auto has = hn::Lt(hn::Set(hn::RebindToSigned<Tag>(), static_cast<Index>(i)), counts_);
-        return hn::IfThenElseZero(hn::RebindMask(Tag(), has), v);
+        return hn::IfThenElseZero(hn::RebindMask(Tag(), Has(i)), v);
     }
 
-    // Lanes that have no such sample may be written, too, where another one's comes later.
+    // Lanes that have no such sample write where nothing counts.
     HWY_INLINE void Store(V v, AlignedVector<Real>& values, int i) const {
         const Tag d;
         if (side_by_side_) {
             hn::Store(v, d, values.data() + (start_ + i) * block_lanes + lane_);
             return;
         }
+        const Indices di;
+        const auto row = hn::Add(starts_, hn::Set(di, i));
+        const auto none = hn::Set(di, static_cast<Index>(values.size() / block_lanes - 1));
         HWY_ALIGN Real lanes[block_lanes];
+        HWY_ALIGN Index rows[block_lanes];
         hn::Store(v, d, lanes);
-        Real* const row = values.data() + static_cast<std::size_t>(i) * block_lanes;
-        if (i < fewest_) {
-            for (std::size_t l = 0; l < hn::Lanes(d); ++l) {
-                row[first_[l]] = lanes[l];
-            }
-            return;
-        }
-        HWY_ALIGN Index counts[block_lanes];
-        hn::Store(counts_, hn::RebindToSigned<Tag>(), counts);
-        for (std::size_t l = 0; l < hn::Lanes(d); ++l) {
-            if (i < counts[l]) {
-                row[first_[l]] = lanes[l];
-            }
+        hn::Store(hn::IfThenElse(Has(i), row, none), di, rows);
+        for (size_t l = 0; l < hn::Lanes(d); ++l) {
+            values[static_cast<size_t>(rows[l]) * block_lanes + static_cast<size_t>(lane_) + l] =
+                lanes[l];
         }
     }
 
 private:
+    using IndexVector = hn::Vec<Indices>;
+
+    static HWY_INLINE IndexVector Widened(const std::int32_t* lanes) {
+        if constexpr (sizeof(Index) == sizeof(std::int32_t)) {
+            return hn::Load(Indices(), lanes);
+        } else {
+            return hn::PromoteTo(Indices(), hn::Load(hn::Rebind<std::int32_t, Indices>(), lanes));
+        }
+    }
+
+    HWY_INLINE hn::Mask<Indices> Has(int i) const {
+        return hn::Lt(hn::Set(Indices(), static_cast<Index>(i)), counts_);
+    }
+
     // Beyond a lane's own rule there is always another entry of the tables to read.
     HWY_INLINE V Entry(const Real* table, int i) const {
         const Tag d;
         if (same_rule_) {
             return hn::Set(d, table[offset_ + i]);
         }
-        return hn::GatherIndex(
-            d, table, hn::Add(offsets_, hn::Set(hn::RebindToSigned<Tag>(), static_cast<Index>(i))));
+        return hn::GatherIndex(d, table,
+                               hn::Add(offsets_, hn::Set(Indices(), static_cast<Index>(i))));
     }
 
     const Real* abscissas_;
     const Real* weights_;
     Real scale_;
     int lane_;
-    std::int32_t offset_, start_;
-    std::int32_t count_ = 0, fewest_;
-    std::size_t first_[block_lanes];  // where each lane's samples begin
-    bool same_rule_ = true, side_by_side_ = true;
-    hn::Vec<hn::RebindToSigned<Tag>> offsets_, counts_;
+    IndexVector offsets_, counts_, starts_;
+    std::int32_t offset_, start_, count_;
+    bool same_rule_, side_by_side_;
 };
 
 }  // namespace HWY_NAMESPACE

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <limits>
 #include <type_traits>
 
 #include "transducers/methods/waveform_values.h"
@@ -40,10 +39,10 @@ void DirectWave<Real, Delay>::prepare(const DecompositionFactors<Real, Delay>& f
         }
         if (!any_by_value) {
             any_by_value = true;
-            const auto rows = static_cast<std::size_t>(windows.rows.end - windows.rows.begin);
-            values_.assign(rows * block_lanes, 0.0);
+            make_room_for_values(windows);
         }
-        by_value(factors, edge, windows.rows.begin, lane, window);
+        constexpr auto group = static_cast<std::int32_t>(samples_of_group);
+        by_value(factors, edge, windows.earliest[lane] / group * group, lane, window);
     }
     wave.samples = edge.size;
     if (factors.direct_is_edge_wave()) {
@@ -51,6 +50,7 @@ void DirectWave<Real, Delay>::prepare(const DecompositionFactors<Real, Delay>& f
         ++wave.samples;
     }
     wave.direct_values = any_by_value ? values_.data() : nullptr;
+    wave.direct_stride = stride_;
     wave.direct_spatial = nullptr;
     if (any_decomposed && factors.direct_terms() > 0) {
         spatial_.resize(static_cast<std::size_t>(factors.direct_terms()) * block_lanes);
@@ -91,54 +91,49 @@ SampleWindow DirectWave<Real, Delay>::inside_pulse(
     return window;
 }
 
+// Zeros at all samples of every lane.
+template <class Real, class Delay>
+void DirectWave<Real, Delay>::make_room_for_values(const WindowBlock& windows) {
+    stride_ = 0;
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        const SampleWindow rows = windows.rows(lane);
+        stride_ = std::max(stride_, static_cast<std::size_t>(std::max(rows.end - rows.begin, 0)));
+    }
+    stride_ += 2 * samples_of_group;
+    values_.assign(stride_ * block_lanes, 0.0);
+}
+
 template <class Real, class Delay>
 void DirectWave<Real, Delay>::by_value(const DecompositionFactors<Real, Delay>& factors,
                                        const EdgeBlock<Delay>& edge, std::int32_t first_row,
                                        std::size_t lane, SampleWindow window) {
     const auto count = static_cast<std::size_t>(window.end - window.begin);
     instants_.resize(std::max(instants_.size(), count));
-    values_of_lane_.resize(instants_.size());
     const Delay zeta = edge.direct_delay[lane];
     for (std::size_t m = 0; m < count; ++m) {
         const double t = times_.times[static_cast<std::size_t>(window.begin) + m];
         instants_[m] = factors.direct_argument(t, zeta);
     }
-    waveform_values(factors.waveform(), values_of_lane_.data(), instants_.data(),
-                    static_cast<int>(count), spend_);
-    const auto weight = static_cast<double>(edge.coefficient_sum[lane]);
     double* out =
-        values_.data() + static_cast<std::size_t>(window.begin - first_row) * block_lanes + lane;
+        values_.data() + lane * stride_ + static_cast<std::size_t>(window.begin - first_row);
+    waveform_values(factors.waveform(), out, instants_.data(), static_cast<int>(count), spend_);
+    const auto weight = static_cast<double>(edge.coefficient_sum[lane]);
     for (std::size_t m = 0; m < count; ++m) {
-        out[m * block_lanes] = values_of_lane_[m] * weight;
+        out[m] *= weight;
     }
 }
 
 template <class Real, class Delay>
 void DirectWave<Real, Delay>::become_edge_sample(EdgeBlock<Delay>& edge,
                                                  WindowBlock& windows) const {
-    const auto last = static_cast<std::size_t>(edge.size);
-    std::int32_t begin_min = std::numeric_limits<std::int32_t>::max();
-    std::int32_t end_min = begin_min;
-    std::int32_t begin_max = -1;
-    std::int32_t end_max = -1;
     for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-        const std::size_t slot = last * block_lanes + lane;
+        const std::size_t slot = static_cast<std::size_t>(edge.size) * block_lanes + lane;
         const bool present = begin_[lane] < end_[lane];
         edge.delay[slot] = edge.direct_delay[lane];
         edge.coefficient[slot] = present ? -edge.coefficient_sum[lane] : Delay(0);
         windows.begin[slot] = present ? begin_[lane] : -1;
         windows.end[slot] = present ? end_[lane] : -1;
-        if (present) {
-            begin_min = std::min(begin_min, begin_[lane]);
-            end_min = std::min(end_min, end_[lane]);
-            begin_max = std::max(begin_max, begin_[lane]);
-            end_max = std::max(end_max, end_[lane]);
-        }
     }
-    windows.begin_min[last] = begin_min;
-    windows.begin_max[last] = begin_max;
-    windows.end_min[last] = end_min;
-    windows.end_max[last] = end_max;
 }
 
 template <class Real, class Delay>
@@ -158,19 +153,6 @@ void DirectWave<Real, Delay>::fill_factors(const DecompositionFactors<Real, Dela
             factors.direct_is_edge_wave() ? wave.spatial + (k + 1) * row - block_lanes : direct;
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
             direct[lane] = factor[lane] * static_cast<Real>(edge.coefficient_sum[lane]);
-        }
-    }
-}
-
-template <class Real, class Delay>
-void DirectWave<Real, Delay>::exclude(LaneSet lanes) {
-    for (std::size_t lane = 0; lanes != 0 && lane < block_lanes; ++lane) {
-        if ((lanes >> lane & 1) == 0) {
-            continue;
-        }
-        begin_[lane] = end_[lane] = 0;
-        for (std::size_t i = lane; i < values_.size(); i += block_lanes) {
-            values_[i] = 0.0;
         }
     }
 }

@@ -32,14 +32,12 @@ public:
     void fill_factors(const DecompositionFactors<Real, Delay>& factors,
                       const EdgeBlock<Delay>& edge, const WaveBlock<Real>& wave);
 
-    // Takes these lanes out.
-    void exclude(LaneSet lanes);
-
 private:
     bool is_exact_difference(SampleWindow window, Delay zeta,
                              const DecompositionFactors<Real, Delay>& factors) const;
     SampleWindow inside_pulse(SampleWindow window, Delay zeta,
                               const DecompositionFactors<Real, Delay>& factors) const;
+    void make_room_for_values(const WindowBlock& windows);
     void by_value(const DecompositionFactors<Real, Delay>& factors, const EdgeBlock<Delay>& edge,
                   std::int32_t first_row, std::size_t lane, SampleWindow window);
     void become_edge_sample(EdgeBlock<Delay>& edge, WindowBlock& windows) const;
@@ -48,8 +46,9 @@ private:
     const Spend& spend_;
     Lanes<std::int32_t> begin_{}, end_{};  // windows of the lanes that go through a decomposition
     AlignedVector<Real> spatial_;
+    std::size_t stride_ = 0;  // of the values of a lane
     AlignedVector<double> values_;
-    std::vector<double> instants_, values_of_lane_;
+    std::vector<double> instants_;
 };
 
 extern template class DirectWave<float>;

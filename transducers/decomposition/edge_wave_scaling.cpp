@@ -1,6 +1,5 @@
 // The first step of the active sums: edge waves as scaled integers.
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -49,48 +48,84 @@ HWY_INLINE hn::Vec<Integers<double>> ToInteger(hn::Vec<Reals<double>> v) {
     return hn::ConvertTo(Integers<double>(), hn::Round(v));
 }
 
-// Writes g_i S_k as scaled integers and the factors that undo the scaling. Returns the lanes with a
-// value that is not finite; theirs are zero.
-template <class Real>
-HWY_INLINE LaneSet Scale(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
+// Writes kCount terms from `first` on, of some lanes from `lane` on, as scaled integers, and the
+// factors that undo the scaling. Returns the lanes with a value that is not finite.
+template <int kCount, class Real>
+HWY_INLINE LaneSet ScaleFour(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch,
+                             int first, int lane) {
     using Limits = Scaling<Real>;
+    using V = hn::Vec<Reals<Real>>;
     const Reals<Real> d;
     const Integers<Real> di;
-    const int step = static_cast<int>(hn::Lanes(d));
-    const int n = block.samples;
-    const int K = block.terms;
+    const auto n = static_cast<size_t>(block.samples);
+    const Real* g = block.coefficient + lane;
+    const Real* S = block.spatial + static_cast<size_t>(first) * n * block_lanes + lane;
+    const auto product = [&](size_t k, size_t i, V coefficient) HWY_ATTR {
+        return hn::Mul(coefficient, hn::Load(d, S + (k * n + i) * block_lanes));
+    };
+
+    V scale[4];
+    for (size_t k = 0; k < kCount; ++k) {
+        scale[k] = hn::Zero(d);
+    }
+    for (size_t i = 0; i < n; ++i) {
+        const auto coefficient = hn::Load(d, g + i * block_lanes);
+        for (size_t k = 0; k < kCount; ++k) {
+            scale[k] = hn::Add(scale[k], hn::Abs(product(k, i, coefficient)));
+        }
+    }
     LaneSet not_finite = 0;
-    for (int k = 0; k < K; ++k) {
-        for (int lane = 0; lane < block_lanes; lane += step) {
-            const Real* g = block.coefficient + lane;
-            const Real* S = block.spatial + k * n * block_lanes + lane;
-            auto bound = hn::Zero(d);
-            for (int i = 0; i < n; ++i) {
-                const auto product =
-                    hn::Mul(hn::Load(d, g + i * block_lanes), hn::Load(d, S + i * block_lanes));
-                bound = hn::Add(bound, hn::Abs(product));
+    for (size_t k = 0; k < 4; ++k) {
+        Real* unscales =
+            scratch.unscale.data() + (static_cast<size_t>(first) + k) * block_lanes + lane;
+        if (k >= kCount) {
+            hn::Store(hn::Zero(d), d, unscales);
+            continue;
+        }
+        const auto exponent = hn::ShiftRight<Limits::mantissa_bits>(hn::BitCast(di, scale[k]));
+        const auto finite = hn::Lt(exponent, hn::Set(di, Limits::highest_exponent));
+        const auto clamped = hn::Max(exponent, hn::Set(di, Limits::lowest_exponent));
+        const auto bits =
+            hn::ShiftLeft<Limits::mantissa_bits>(hn::Sub(hn::Set(di, Limits::headroom), clamped));
+        scale[k] = hn::BitCast(d, bits);
+        constexpr int undo = Limits::highest_exponent - 1 - Limits::headroom;
+        hn::Store(hn::BitCast(
+                      d, hn::ShiftLeft<Limits::mantissa_bits>(hn::Add(hn::Set(di, undo), clamped))),
+                  d, unscales);
+        uint8_t mask[8] = {};
+        hn::StoreMaskBits(di, hn::Not(finite), mask);
+        not_finite |= static_cast<LaneSet>(mask[0] | mask[1] << 8) << lane;
+    }
+    auto* scaled = scratch.scaled.data() + static_cast<size_t>(first) * n * block_lanes;
+    for (size_t i = 0; i < n; ++i, scaled += block_lanes * 4) {
+        const auto coefficient = hn::Load(d, g + i * block_lanes);
+        hn::Vec<Integers<Real>> values[4];
+        for (size_t k = 0; k < 4; ++k) {
+            values[k] = k < kCount ? ToInteger(hn::Mul(product(k, i, coefficient), scale[k]))
+                                   : hn::Zero(di);
+        }
+        if (scratch.by_rows) {
+            for (size_t k = 0; k < 4; ++k) {
+                hn::Store(values[k], di, scaled + k * block_lanes + lane);
             }
-            const auto exponent = hn::ShiftRight<Limits::mantissa_bits>(hn::BitCast(di, bound));
-            const auto finite = hn::Lt(exponent, hn::Set(di, Limits::highest_exponent));
-            const auto clamped = hn::Max(exponent, hn::Set(di, Limits::lowest_exponent));
-            const auto finite_real = hn::RebindMask(d, finite);
-            const auto scale = hn::IfThenElseZero(
-                finite_real, hn::BitCast(d, hn::ShiftLeft<Limits::mantissa_bits>(
-                                                hn::Sub(hn::Set(di, Limits::headroom), clamped))));
-            constexpr int undo = Limits::highest_exponent - 1 - Limits::headroom;
-            const auto unscale = hn::BitCast(
-                d, hn::ShiftLeft<Limits::mantissa_bits>(hn::Add(hn::Set(di, undo), clamped)));
-            hn::Store(unscale, d, scratch.unscale.data() + k * block_lanes + lane);
-            uint8_t bits[8] = {};
-            hn::StoreMaskBits(di, hn::Not(finite), bits);
-            not_finite |= static_cast<LaneSet>(bits[0] | bits[1] << 8) << lane;
-            auto* scaled = scratch.scaled.data() + k * block_lanes + lane;
-            for (int i = 0; i < n; ++i) {
-                auto product =
-                    hn::Mul(hn::Load(d, g + i * block_lanes), hn::Load(d, S + i * block_lanes));
-                product = hn::IfThenElseZero(finite_real, hn::Mul(product, scale));
-                hn::Store(ToInteger(product), di, scaled + i * K * block_lanes);
-            }
+        } else {
+            hn::StoreInterleaved4(values[0], values[1], values[2], values[3], di,
+                                  scaled + lane * 4);
+        }
+    }
+    return not_finite;
+}
+
+template <class Real>
+HWY_INLINE LaneSet Scale(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
+    LaneSet not_finite = 0;
+    for (int first = 0; first < block.terms; first += 4) {
+        const int count = block.terms - first;
+        for (int lane = 0; lane < block_lanes; lane += static_cast<int>(hn::Lanes(Reals<Real>()))) {
+            not_finite |= count == 1   ? ScaleFour<1>(block, scratch, first, lane)
+                          : count == 2 ? ScaleFour<2>(block, scratch, first, lane)
+                          : count == 3 ? ScaleFour<3>(block, scratch, first, lane)
+                                       : ScaleFour<4>(block, scratch, first, lane);
         }
     }
     return not_finite;
@@ -110,77 +145,13 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace kavro {
-namespace {
 
-// Edge samples in the order of their first events; shapes give them sorted or nearly so.
-void sort_by_row(const std::vector<std::int32_t>& rows, int samples,
-                 AlignedVector<std::int32_t>& order) {
-    order.resize(static_cast<std::size_t>(samples));
-    for (int i = 0; i < samples; ++i) {
-        order[static_cast<std::size_t>(i)] = samples - 1 - i;
-    }
-    const auto earlier = [&rows](std::int32_t a, std::int32_t b) {
-        return rows[static_cast<std::size_t>(a)] < rows[static_cast<std::size_t>(b)];
-    };
-    // Insertion: the direct wave, last of the samples and first in the order, is often all that is
-    // out of place.
-    constexpr int few = 64;
-    if (samples > few && !std::is_sorted(order.begin() + 1, order.end(), earlier)) {
-        std::sort(order.begin(), order.end(), earlier);
-        return;
-    }
-    for (auto item = order.begin(); item != order.end(); ++item) {
-        std::rotate(std::upper_bound(order.begin(), item, *item, earlier), item, item + 1);
-    }
+LaneSet scale_block(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch) {
+    return KAVRO_KERNEL(ScaleSingle)(block, scratch);
 }
 
-// The widest spread of one edge sample's windows over the lanes, in samples.
-std::int32_t spread_of(const WindowBlock& windows, int samples) {
-    std::int32_t spread = 0;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(samples); ++i) {
-        if (windows.begin_max[i] >= 0) {
-            spread = std::max({spread, windows.begin_max[i] - windows.begin_min[i],
-                               windows.end_max[i] - windows.end_min[i]});
-        }
-    }
-    return spread;
-}
-
-// Sizes the scratch; false where it would need more than it may hold.
-template <class Real>
-bool prepare(const WaveBlock<Real>& block, ActiveSumsScratch<Real>& scratch) {
-    constexpr std::size_t largest_ring = std::size_t{16} << 20;
-    constexpr auto row = static_cast<std::size_t>(most_terms_at_a_time) * block_lanes;
-    const std::int32_t ahead = spread_of(*block.windows, block.samples) + sweep_chunk + 2;
-    scratch.ring_rows = static_cast<std::int32_t>(std::bit_ceil(static_cast<std::uint32_t>(ahead)));
-    const std::size_t cells = static_cast<std::size_t>(scratch.ring_rows) * row;
-    if (cells * sizeof(scratch.changes[0]) > largest_ring) {
-        return false;
-    }
-    if (scratch.changes.size() < cells) {
-        scratch.changes.assign(cells, 0);
-    }
-    scratch.scaled.resize(
-        std::max(scratch.scaled.size(), static_cast<std::size_t>(block.samples) * block_lanes *
-                                            static_cast<std::size_t>(block.terms)));
-    scratch.unscale.resize(static_cast<std::size_t>(block.terms) * block_lanes);
-    scratch.sums.resize(row);
-    const auto samples =
-        static_cast<std::size_t>(block.windows->rows.end - block.windows->rows.begin);
-    scratch.partial.resize(std::max(scratch.partial.size(), samples * block_lanes));
-    sort_by_row(block.windows->begin_min, block.samples, scratch.begin_order);
-    sort_by_row(block.windows->end_min, block.samples, scratch.end_order);
-    return true;
-}
-
-}  // namespace
-
-LaneSet scale_edge_waves(const WaveBlock<float>& block, ActiveSumsScratch<float>& scratch) {
-    return prepare(block, scratch) ? KAVRO_KERNEL(ScaleSingle)(block, scratch) : all_lanes;
-}
-
-LaneSet scale_edge_waves(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch) {
-    return prepare(block, scratch) ? KAVRO_KERNEL(ScaleDouble)(block, scratch) : all_lanes;
+LaneSet scale_block(const WaveBlock<double>& block, ActiveSumsScratch<double>& scratch) {
+    return KAVRO_KERNEL(ScaleDouble)(block, scratch);
 }
 
 }  // namespace kavro

@@ -11,12 +11,10 @@
 #include "core/counts.h"
 #include "core/interrupted.h"
 #include "core/zeros.h"
+#include "transducers/decomposition/windows.h"
 
 namespace kavro {
 namespace {
-
-// Room behind a factor matrix for the last group of a tone burst's factors.
-constexpr std::size_t slack = 3;
 
 template <class Vector>
 Vector zeros(std::size_t count) {
@@ -35,32 +33,13 @@ bool all_finite(const Values& values) {
     });
 }
 
-// From term-major to sample-major.
-template <class Source, class Real>
-AlignedVector<Real> by_sample(const std::vector<Source>& factors, std::size_t terms,
-                              std::size_t ntimes) {
-    constexpr std::size_t some = 16;  // samples whose factors stay in the nearest cache
-    AlignedVector<Real> out = zeros<AlignedVector<Real>>(terms * ntimes);
-    InterruptCheck check;
-    for (std::size_t begin = 0; begin < ntimes; begin += some) {
-        const std::size_t end = std::min(begin + some, ntimes);
-        for (std::size_t k = 0; k < terms; ++k) {
-            check.spend(some);
-            for (std::size_t j = begin; j < end; ++j) {
-                out[j * terms + k] = static_cast<Real>(factors[k * ntimes + j]);
-            }
-        }
-    }
-    return out;
-}
-
 template <class Real>
 AlignedVector<Real> real_factors(const ExcitationFunction& waveform, const TimeSamples& times,
                                  double time_delay, std::size_t terms) {
     const auto ntimes = static_cast<std::size_t>(times.ntimes);
-    auto factors = zeros<std::vector<Real>>(terms * ntimes + slack);
+    auto factors = zeros<AlignedVector<Real>>(terms * ntimes + vector_slack);
     waveform.temporal_tsd(factors.data(), &times, times.ntimes, static_cast<Real>(time_delay));
-    return by_sample<Real, Real>(factors, terms, ntimes);
+    return factors;
 }
 
 std::vector<double> value_factors(const ExcitationFunction& waveform, const TimeSamples& times,
@@ -72,19 +51,29 @@ std::vector<double> value_factors(const ExcitationFunction& waveform, const Time
     return factors;
 }
 
+AlignedVector<float> in_single(const std::vector<double>& factors) {
+    auto out = zeros<AlignedVector<float>>(factors.size() + vector_slack);
+    InterruptCheck check;
+    for (std::size_t i = 0; i < factors.size(); ++i) {
+        check.spend(1);
+        out[i] = static_cast<float>(factors[i]);
+    }
+    return out;
+}
+
 AlignedVector<double> complex_factors(const ExcitationFunction& waveform, const TimeSamples& times,
                                       double time_delay) {
     const auto ntimes = static_cast<std::size_t>(times.ntimes);
     const auto n_terms = static_cast<std::size_t>(waveform.n_terms);
     auto factors = zeros<std::vector<std::complex<double>>>(n_terms * ntimes);
     waveform.temporal_tsd(factors.data(), &times, times.ntimes, time_delay);
-    auto out = zeros<AlignedVector<double>>(2 * factors.size());
+    auto out = zeros<AlignedVector<double>>(2 * factors.size() + vector_slack);
     InterruptCheck check;
     for (std::size_t k = 0; k < n_terms; ++k) {
         for (std::size_t j = 0; j < ntimes; ++j) {
             check.spend(2);
-            out[2 * (j * n_terms + k)] = factors[k * ntimes + j].real();
-            out[2 * (j * n_terms + k) + 1] = factors[k * ntimes + j].imag();
+            out[2 * k * ntimes + j] = factors[k * ntimes + j].real();
+            out[(2 * k + 1) * ntimes + j] = factors[k * ntimes + j].imag();
         }
     }
     return out;
@@ -127,9 +116,7 @@ DecompositionFactors<Real, Delay>::DecompositionFactors(const ExcitationFunction
         direct_is_edge_wave_ = waveform.value_uses_spatial_tsd();
         if (!direct_is_edge_wave_) {
             direct_terms_ = waveform.number_of_value_terms();
-            direct_temporal_ = by_sample<double, float>(value_factors(waveform, since, 0.0),
-                                                        static_cast<std::size_t>(direct_terms_),
-                                                        since.times.size());
+            direct_temporal_ = in_single(value_factors(waveform, since, 0.0));
         }
     } else {
         temporal_ = real_factors<float>(waveform, times, time_delay, terms);
@@ -148,11 +135,10 @@ DecompositionFactors<Real, Delay>::DecompositionFactors(const ExcitationFunction
             for (std::size_t k = 0; direct_is_edge_wave_ && k < terms; ++k) {
                 for (std::size_t j = 0; j < ntimes; ++j) {
                     check.spend(1);
-                    factors[k * ntimes + j] -= static_cast<double>(temporal_[j * terms + k]);
+                    factors[k * ntimes + j] -= static_cast<double>(temporal_[k * ntimes + j]);
                 }
             }
-            direct_temporal_ =
-                by_sample<double, float>(factors, static_cast<std::size_t>(direct_terms_), ntimes);
+            direct_temporal_ = in_single(factors);
         }
     }
     finite_ = all_finite(temporal_) && all_finite(direct_temporal_);

@@ -29,13 +29,13 @@ public:
     const ExcitationFunction& waveform() const { return *waveform_; }
     double time_delay() const { return time_delay_; }
 
-    // Entry (sample j, term k) at j * terms + k.
+    // Entry (sample j, term k) at k * ntimes + j; vector_slack values behind.
     const Real* temporal() const { return temporal_.data(); }
 
     // The decomposition of the waveform's value, for the direct wave: its terms (0 where there is
     // none, or where it is that of the edge waves to the last bit) and its spatial factors. Its
-    // temporal factors are taken at the sample times as the direct wave's argument rounds them,
-    // entry (j, k) at j * direct_terms + k; where the spatial factors are those of the real
+    // temporal factors are taken at the sample times as the direct wave's argument rounds them, in
+    // the same order; where the spatial factors are those of the real
     // decomposition, as the difference from that one's temporal factors.
     int direct_terms() const { return direct_terms_; }
     bool direct_is_edge_wave() const { return direct_is_edge_wave_; }

@@ -65,6 +65,7 @@ void PointDecomposition<Real, Delay>::add_wave(Real coefficient, Delay tau, Samp
         return;
     }
     const auto terms = static_cast<std::int64_t>(spatial_.size());
+    const auto row = static_cast<std::size_t>(times_.ntimes);
     spend(terms);
     factors_->spatial_one(spatial_.data(), tau);
     for (int j = samples.begin; j < samples.end; ++j) {
@@ -73,10 +74,10 @@ void PointDecomposition<Real, Delay>::add_wave(Real coefficient, Delay tau, Samp
             continue;
         }
         spend(terms);
-        const Real* temporal = factors_->temporal() + static_cast<std::size_t>(j) * spatial_.size();
+        const Real* temporal = factors_->temporal() + j;
         Real sum = 0;
         for (std::size_t k = 0; k < spatial_.size(); ++k) {
-            sum += spatial_[k] * coefficient * temporal[k];
+            sum += spatial_[k] * coefficient * temporal[k * row];
         }
         series_[static_cast<std::size_t>(j)] += sum;
     }

@@ -8,8 +8,8 @@
 namespace kavro {
 namespace {
 
-// Blocks whose windows spread over more samples than this go point by point.
-constexpr std::int32_t most_block_rows = 1 << 16;
+// Points whose windows spread over more samples than this go by the scalar operations.
+constexpr std::int32_t most_rows = 1 << 16;
 
 // And so do blocks with more spatial factors than this.
 constexpr std::size_t most_block_factors = std::size_t{1} << 22;
@@ -70,17 +70,28 @@ LaneSet DecompositionRoom<Real, Delay>::add_vectorised(
         return all_lanes;
     }
     find_windows(element.rule, element.direct_wave, edge_, windows_);
-    const SampleWindow rows = windows_.rows;
+    LaneSet too_long = 0;
+    SampleWindow rows{tile.times().ntimes, 0};
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        const SampleWindow own = windows_.rows(lane);
+        if (own.begin >= own.end) {
+            continue;
+        }
+        rows = {std::min(rows.begin, own.begin), std::max(rows.end, own.end)};
+        if (own.end - own.begin > most_rows) {
+            too_long |= LaneSet{1} << lane;
+            windows_.latest[lane] = -1;
+        }
+    }
     if (rows.begin >= rows.end) {
         return 0;
-    }
-    if (rows.end - rows.begin > most_block_rows) {
-        return all_lanes;
     }
     WaveBlock<Real> wave{};
     wave.terms = factors.terms();
     wave.windows = &windows_;
+    wave.rows = rows;
     wave.temporal = factors.temporal();
+    wave.ntimes = static_cast<std::size_t>(tile.times().ntimes);
     wave.amplitude = element.element->amplitude;
     wave.output = tile.rows() + block * block_lanes;
     wave.stride = static_cast<std::size_t>(tile.width());
@@ -90,9 +101,11 @@ LaneSet DecompositionRoom<Real, Delay>::add_vectorised(
     fill_coefficients(wave);
     fill_spatial_factors(factors, wave);
     direct_wave_.fill_factors(factors, edge_, wave);
-    const LaneSet left_out = scale_edge_waves(wave, sums_);
+    const LaneSet left_out = scale_edge_waves(wave, sums_) | too_long;
+    for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+        windows_.latest[lane] = (left_out >> lane & 1) != 0 ? -1 : windows_.latest[lane];
+    }
     if (left_out != all_lanes) {
-        direct_wave_.exclude(left_out);
         tile.load_rows(rows);
         add_wave_block(wave, sums_);
     }

@@ -67,60 +67,37 @@ HWY_INLINE void FindWindows(const WindowRule& rule, DirectWaveBy by, const EdgeB
     const auto t0 = hn::Set(d, rule.first_time);
     const auto w = hn::Set(d, rule.duration);
     const auto missing = hn::Set(di, -1);
-    int32_t first_row = none_yet;
-    int32_t past_last_row = -1;
-
-    for (int i = 0; i < edge.size; ++i) {
-        auto begin_min = hn::Set(di, none_yet);
-        auto end_min = begin_min;
-        auto begin_max = missing;
-        auto end_max = missing;
-        for (int lane = 0; lane < block_lanes; lane += step) {
-            const int at = i * block_lanes + lane;
-            const auto is_there = hn::Gt(hn::Load(di, edge.samples.data() + lane), hn::Set(di, i));
-            const auto reached =
-                hn::And(is_there, hn::Ne(hn::Load(di, edge.reached.data() + lane), hn::Zero(di)));
-            const auto u = hn::Sub(hn::Add(LoadWide(edge.delay.data() + at), delay), t0);
-            const Bounds window = RoundedWindow(rule, u, hn::Add(u, w), reached);
-            const auto begin = hn::IfThenElse(window.empty, missing, window.begin);
-            const auto end = hn::IfThenElse(window.empty, missing, window.end);
-            hn::Store(begin, di, windows.begin.data() + at);
-            hn::Store(end, di, windows.end.data() + at);
-            const auto none = hn::Set(di, none_yet);
-            begin_min = hn::Min(begin_min, hn::IfThenElse(window.empty, none, begin));
-            end_min = hn::Min(end_min, hn::IfThenElse(window.empty, none, end));
-            begin_max = hn::Max(begin_max, begin);
-            end_max = hn::Max(end_max, end);
-        }
-        const auto k = static_cast<size_t>(i);
-        windows.begin_min[k] = hn::GetLane(hn::MinOfLanes(di, begin_min));
-        windows.end_min[k] = hn::GetLane(hn::MinOfLanes(di, end_min));
-        windows.begin_max[k] = hn::GetLane(hn::MaxOfLanes(di, begin_max));
-        windows.end_max[k] = hn::GetLane(hn::MaxOfLanes(di, end_max));
-        first_row = std::min(first_row, windows.begin_min[k]);
-        past_last_row = std::max(past_last_row, windows.end_max[k]);
-    }
-
+    const auto none = hn::Set(di, none_yet);
     const Real* direct_end =
         by == DirectWaveBy::value ? edge.direct_delay.data() : edge.direct_end.data();
-    auto begin_min = hn::Set(di, none_yet);
-    auto end_max = missing;
+
     for (int lane = 0; lane < block_lanes; lane += step) {
-        const auto reached = hn::Ne(hn::Load(di, edge.reached.data() + lane), hn::Zero(di));
+        auto earliest = none;
+        auto latest = missing;
+        const auto store = [&](const Bounds& window, int32_t* begin, int32_t* end) HWY_ATTR {
+            const auto last = hn::IfThenElse(window.empty, missing, window.end);
+            hn::Store(hn::IfThenElse(window.empty, missing, window.begin), di, begin);
+            hn::Store(last, di, end);
+            earliest = hn::Min(earliest, hn::IfThenElse(window.empty, none, window.begin));
+            latest = hn::Max(latest, last);
+        };
+        const auto is_reached = hn::Ne(hn::Load(di, edge.reached.data() + lane), hn::Zero(di));
+        const auto samples = hn::Load(di, edge.samples.data() + lane);
+        for (int i = 0; i < edge.size; ++i) {
+            const int at = i * block_lanes + lane;
+            const auto is_there = hn::And(hn::Gt(samples, hn::Set(di, i)), is_reached);
+            const auto u = hn::Sub(hn::Add(LoadWide(edge.delay.data() + at), delay), t0);
+            store(RoundedWindow(rule, u, hn::Add(u, w), is_there), windows.begin.data() + at,
+                  windows.end.data() + at);
+        }
         const auto begin_delay = hn::Add(LoadWide(edge.direct_begin.data() + lane), delay);
         const auto end_delay = hn::Add(delay, LoadWide(direct_end + lane));
-        const Bounds window =
-            RoundedWindow(rule, hn::Sub(begin_delay, t0), hn::Sub(hn::Add(end_delay, w), t0),
-                          reached, rule.direct_begin_rounded_down);
-        const auto begin = hn::IfThenElse(window.empty, missing, window.begin);
-        const auto end = hn::IfThenElse(window.empty, missing, window.end);
-        hn::Store(begin, di, windows.direct_begin.data() + lane);
-        hn::Store(end, di, windows.direct_end.data() + lane);
-        begin_min = hn::Min(begin_min, hn::IfThenElse(window.empty, hn::Set(di, none_yet), begin));
-        end_max = hn::Max(end_max, end);
+        store(RoundedWindow(rule, hn::Sub(begin_delay, t0), hn::Sub(hn::Add(end_delay, w), t0),
+                            is_reached, rule.direct_begin_rounded_down),
+              windows.direct_begin.data() + lane, windows.direct_end.data() + lane);
+        hn::Store(earliest, di, windows.earliest.data() + lane);
+        hn::Store(latest, di, windows.latest.data() + lane);
     }
-    windows.rows.begin = std::min(first_row, hn::GetLane(hn::MinOfLanes(di, begin_min)));
-    windows.rows.end = std::max(past_last_row, hn::GetLane(hn::MaxOfLanes(di, end_max)));
 }
 
 void FindWindowsSingle(const WindowRule& rule, DirectWaveBy by, const EdgeBlock<float>& edge,

@@ -1,8 +1,8 @@
 // Which samples of the time axis a delayed waveform of finite duration touches.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "core/counts.h"
 #include "core/time_samples.h"
@@ -11,6 +11,9 @@
 #include "transducers/departures.h"
 
 namespace kavro {
+
+// Values that kernels over samples may read, and write, behind those that count.
+inline constexpr std::size_t vector_slack = 4 * block_lanes;
 
 // The windows of one element on an evenly spaced time axis. The first sample is rounded up and the
 // last rounded down from quotients in double, with the first sample's time, the duration and the
@@ -37,33 +40,28 @@ struct WindowRule {
 // {-1, -1}; ends beyond the last sample as ntimes. Like the edge block, with room for the direct
 // wave as a last edge sample.
 struct WindowBlock {
-    AlignedVector<std::int32_t> begin, end;          // of edge sample (i, lane)
-    std::vector<std::int32_t> begin_min, begin_max;  // over the lanes with a window, of sample i
-    std::vector<std::int32_t> end_min, end_max;
+    AlignedVector<std::int32_t> begin, end;        // of edge sample (i, lane)
     Lanes<std::int32_t> direct_begin, direct_end;  // of the direct wave
-    SampleWindow rows;                             // all samples that any of the waves touches
+    Lanes<std::int32_t> earliest, latest;          // over all waves of a lane: none where empty
 
     explicit WindowBlock(int edge_samples)
         : begin((static_cast<std::size_t>(edge_samples) + 1) * block_lanes),
           end(begin.size()),
-          begin_min(static_cast<std::size_t>(edge_samples) + 1),
-          begin_max(begin_min.size()),
-          end_min(begin_min.size()),
-          end_max(begin_min.size()),
           direct_begin{},
           direct_end{},
-          rows{} {}
+          earliest{},
+          latest{} {}
 
     void resize(int edge_samples) {
-        const auto samples = static_cast<std::size_t>(edge_samples) + 1;
-        if (samples > begin_min.size()) {
-            begin.resize(samples * block_lanes);
-            end.resize(begin.size());
-            for (auto* bounds : {&begin_min, &begin_max, &end_min, &end_max}) {
-                bounds->resize(samples);
-            }
+        const auto needed = (static_cast<std::size_t>(edge_samples) + 1) * block_lanes;
+        if (needed > begin.size()) {
+            begin.resize(needed);
+            end.resize(needed);
         }
     }
+
+    // All samples that any wave of a lane touches.
+    SampleWindow rows(std::size_t lane) const { return {earliest[lane], latest[lane]}; }
 };
 
 void find_windows(const WindowRule& rule, DirectWaveBy by, const EdgeBlock<float>& edge,
