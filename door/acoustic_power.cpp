@@ -44,7 +44,7 @@ public:
         request_.medium = medium_from(arguments[1]);
         const std::optional<double> f0 = single_number(arguments[2]);
         if (!f0 || !(*f0 > 0.0) || std::isinf(*f0)) {
-            throw InputError("The frequency must be one positive number (Hz)" +
+            throw InputError("The frequency 'f0' must be one positive number (Hz)" +
                              contrasted(arguments[2]) + ".");
         }
         request_.medium._f0 = *f0;

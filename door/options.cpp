@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <cmath>
+#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -167,7 +168,10 @@ std::optional<int> Options::count(std::size_t option) const {
     }
     const std::optional<int> count = count_from(value(option));
     if (!count) {
-        refuse(option, "one whole number of at least 1");
+        constexpr int most = std::numeric_limits<int>::max();
+        const bool is_too_large = single_number(value(option)).value_or(0.0) > most;
+        refuse(option, is_too_large ? "one whole number from 1 to " + std::to_string(most)
+                                    : "one whole number of at least 1");
     }
     return count;
 }

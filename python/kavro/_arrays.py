@@ -10,6 +10,7 @@ from numpy.typing import ArrayLike
 from kavro import _check, _kavro
 from kavro._check import Floats
 from kavro._elements import Elements, curvature, rotation_matrices
+from kavro._errors import InputError
 from kavro._lens import under_lens
 
 
@@ -445,8 +446,12 @@ def _face(
     elif radius is not None and width is None and height is None:
         shape, sizes = "disc", _check.lengths(owner, radius=radius)
     else:
-        expected = "given for discs, or 'width' and 'height' for rectangles"
-        _check.refuse(owner, "radius", expected, radius)
+        values = {"radius": radius, "width": width, "height": height}
+        given = ", ".join(repr(name) for name, value in values.items() if value is not None)
+        raise InputError(
+            f"{owner}: 'radius' must be given for discs, or 'width' and 'height' for rectangles, "
+            f"but what is given is {given or 'none of them'}."
+        )
     _check_spacing(owner, pitch, sizes)
     return shape, sizes
 

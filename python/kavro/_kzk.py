@@ -54,7 +54,10 @@ def kzk_parameters(
     cost : dict
         columns, harmonics or samples, steps, bytes beside the result, seconds on one thread.
     """
-    f0 = drive.f0 if isinstance(drive, Pulse) else float(drive)
+    if isinstance(drive, Pulse):
+        f0 = drive.f0
+    else:
+        f0 = _check.real("kzk_parameters", "drive", drive, "positive", "Hz")
     points = grid if grid is not None else _usual_planes(element, medium, f0)
     choice: dict[str, float] = {"accuracy": accuracy}
     options: dict[str, object]

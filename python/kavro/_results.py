@@ -11,6 +11,7 @@ from numpy.typing import ArrayLike, NDArray
 
 from kavro import _check
 from kavro._check import Floats
+from kavro._errors import InputError
 from kavro._medium import Medium
 from kavro._scene import Grid, Instants, Points, Times, grid_axes, time_axis
 
@@ -185,10 +186,11 @@ def field_indices(
 
 def _given_measures(owner: str, measures: Mapping[str, NDArray[Any]]) -> tuple[Floats, Floats]:
     expected = "a dict with the arrays 'peak_negative' and 'energy' of one shape"
-    lowest, energy = (
-        _check.numbers(owner, "p", measures.get(name), expected)
-        for name in ("peak_negative", "energy")
-    )
+    wanted = ("peak_negative", "energy")
+    if not all(name in measures for name in wanted):
+        has = ", ".join(map(repr, measures)) or "nothing"
+        raise InputError(f"{owner}: 'p' must be {expected}, but it holds {has}.")
+    lowest, energy = (_check.numbers(owner, "p", measures[name], expected) for name in wanted)
     _check.require(lowest.shape == energy.shape, owner, "p", expected, measures)
     return np.maximum(-lowest, 0), energy
 

@@ -225,6 +225,11 @@ def _solved(
     out: NDArray[Any] | None,
     progress: Progress,
 ) -> Any:
+    _, elements, grid, medium = values
+    _check.require(isinstance(elements, Elements), owner, "elements", "Elements", elements)
+    is_grid = isinstance(grid, (Grid, Points))
+    _check.require(is_grid, owner, "grid", "a Grid or Points", grid)
+    _check.require(isinstance(medium, Medium), owner, "medium", "a Medium", medium)
     report = _check.flag(owner, "report", report)
     with shown(progress) as told:
         moving = None if options["velocity"] is False else options["velocity"]

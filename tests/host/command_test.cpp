@@ -45,7 +45,8 @@ TEST(Commands, tell_the_power_of_elements) {
                  "This function needs elements, a medium and a frequency; then options by name and "
                  "value.");
     expect_error(with(1, row({1.0})), "Transducer array must be a MATLAB structure.\n");
-    expect_error(with(3, row({0.0})), "The frequency must be one positive number (Hz), not 0.");
+    expect_error(with(3, row({0.0})),
+                 "The frequency 'f0' must be one positive number (Hz), not 0.");
     expect_error(with(3, row({1e30})), "Out of memory.*");
 }
 

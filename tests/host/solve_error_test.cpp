@@ -77,7 +77,8 @@ tolerance  | 1i            | The option '@' must be one number from 1e-12 to 0.1
 tolerance  | true          | The option '@' must be one number from 1e-12 to 0.1, but is logical.
 time       | missing | fnm_tsd needs the option 'time', made by kavro.set_time_samples.
 excitation | missing | fnm_tsd needs the option 'excitation', made by kavro.set_excitation_function.
-ndiv threads | NaN, Inf, 4.5, 3e+09, -1, 0 | The option '@' must be one whole number of at least 1, not #.
+ndiv threads | NaN, 4.5, -1, 0 | The option '@' must be one whole number of at least 1, not #.
+ndiv threads | Inf, 3e+09 | The option '@' must be one whole number from 1 to 2147483647, not #.
 ndiv threads | [], {}, 1i, sparse[1], [1 2], struct[1 1] | The option '@' must be one whole number of at least 1, but *
 exact      | 't', 2, {}, [1 1], NaN, [] | The option '@' must be true or false, *
 progress   | 't', 2, {}, [1 1], NaN, [] | The option '@' must be true, false or a function handle, *

@@ -91,3 +91,16 @@
 %! lens = {'elevation_focus', 1, 'wavelength', 1e-300};
 %! begins(@() kavro.rectangular_piston(1, 1, lens{:}), ...
 %!        'rectangular_piston: ''wavelength'' must be so long that 4000000 strips suffice');
+
+%!test  % amplitudes where arrays are made, one for all or one for each
+%! of = @(elements) [elements.amplitude];
+%! assert(of(kavro.linear_array(3, 1e-3, 4e-4, 'amplitude', [1 2 3])), [1 2 3]);
+%! assert(of(kavro.planar_array([2 1], 1e-3, 4e-4, 'amplitude', 5)), [5 5]);
+%! lens = {'elevation_focus', 2e-2, 'wavelength', 1e-2, 'amplitude', [1 2]};
+%! assert(unique(of(kavro.convex_array(2, 1e-3, [9e-4 5e-3], 0.1, lens{:}))), [1 2]);
+%! assert(of(kavro.ring_array(2, 1e-3, 4e-4, 'Amplitude', [1 0])), [1 0]);
+%! assert(of(kavro.annular_array(2, 5e-3, 0, 'amplitude', [1 2])), [1 2]);
+%! assert(of(kavro.annular_array([0 1; 1 2], 'amplitude', [1 2])), [1 2]);
+%! assert(of(kavro.random_array(2, 5e-3, 1e-3, 'amplitude', [1 2], 'seed', 3)), [1 2]);
+%! assert(! isempty(strfind(complaint_of(@() kavro.linear_array(3, 1e-3, 4e-4, 'amplitude', [1 2])), ...
+%!                          'linear_array: ''amplitude'' must be one real number, or a vector of 3')));

@@ -25,6 +25,18 @@ def test_losses_beyond_all_numbers_leave_silence():
     bowl = kavro.spherical_shell(20.7, 109.2)
     behind_the_focus = kavro.Points([(151.7, 0, 122.5)])
     assert kavro.pressure(bowl, behind_the_focus, medium, f0=2e5) == 0
+    p, v = kavro.solve("fnm_cw", bowl, behind_the_focus, medium, f0=2e5, velocity=True)
+    assert p == 0 and (v == 0).all()
+
+
+def test_losses_beyond_single_precision_leave_what_they_leave():
+    medium = kavro.medium("liver", attenuationdBcmMHz=60, powerlawexponent=0.5)
+    deep_bowl = kavro.spherical_shell(97e-3, 0.1)
+    next_to_its_rim = kavro.Points([(97e-3, 0, z) for z in (0.102, 0.105, 0.12)])
+    scene = (deep_bowl, next_to_its_rim, medium)
+    expected = kavro.solve("fnm_cw", *scene, f0=1e6, ndiv=512)
+    p = kavro.solve("fnm_cw_sse", *scene, f0=1e6, ndiv=512)
+    assert (np.abs(p - expected) < 1e-3 * np.abs(expected)).all() and (expected != 0).all()
 
 
 def test_an_axis_that_no_wave_falls_into_is_told_of(recwarn):
@@ -51,6 +63,15 @@ def test_an_axis_that_no_wave_falls_into_is_told_of(recwarn):
     assert not recwarn
 
 
+def test_no_false_alarm_on_a_corner(recwarn):
+    piston = kavro.rectangular_piston(0.6e-3, 1.5e-3, center=(1.2e-3, 1.25e-3, 0))
+    corner, times = kavro.Points([(1.5e-3, 2e-3, 0)]), kavro.Times(0, 3e-6, 5e-9)
+    given = {"time": times, "excitation": kavro.hanning_pulse(5e6, 0.6e-6)}
+    p = kavro.solve("fnm_tsd", piston, corner, kavro.water(), **given)
+    exact = kavro.solve("fnm_tsd", piston, corner, kavro.water(), ndiv=1024, **given)
+    assert np.abs(p - exact).max() < 1e-3 * np.abs(exact).max() and not recwarn
+
+
 @pytest.mark.parametrize(
     "call, complaint",
     [
@@ -59,6 +80,10 @@ def test_an_axis_that_no_wave_falls_into_is_told_of(recwarn):
         (lambda e, g: kavro.medium("fat", density=-1), "'density' must be a positive real number"),
         (lambda e, g: kavro.fit_time_samples(e, g, kavro.water(), 5e6, 1e-8), "a Pulse or Sampled"),
         (lambda e, g: kavro.pressure(e, g, kavro.water(), hz=1), "There is no option 'hz'"),
+        (lambda e, g: kavro.pressure(e, kavro.water(), g), "'grid' must be a Grid or Points, but"),
+        (lambda e, g: kavro.field_indices({"peak": 3}, kavro.water(), f0=1), "it holds 'peak'"),
+        (lambda e, g: kavro.kzk_parameters(e, kavro.water(), -1), "'drive' must be a positive"),
+        (lambda e, g: kavro.linear_array(2, 1, 0.1, width=1), "what is given is 'radius', 'width'"),
     ],
 )
 def test_complaints(call, complaint):

@@ -196,7 +196,7 @@ def test_what_is_not_a_real_number_is_refused():
         ),
         (
             kavro.InputError,
-            "Medium must be a dataclass",
+            "'medium' must be a Medium, but it is",
             lambda: kavro.solve("fnm_cw", PAIR, GRID, 1, f0=1),
         ),
         (kavro.InputError, "(element 1)", lambda: tsd(PAIR.replace(radius=[1, np.nan]))),

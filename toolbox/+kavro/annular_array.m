@@ -22,6 +22,8 @@ function elements = annular_array(count, radius, gap, varargin)
 %     'equal'          what all rings have in common: 'area' (default) or 'width'
 %     'rad_curvature'  radius of curvature in m of the bowl on which the rings lie; default Inf,
 %                      flat. Without delays such an array focuses at [0 0 rad_curvature]
+%     'amplitude'      factor of the waveform (surface velocity in m/s), one for all or one for
+%                      each; default 1
 %
 %   Result
 %     elements         1 x n structure array (fields as kavro.ring and kavro.spherical_ring make
@@ -44,15 +46,17 @@ if nargin == 1 || (nargin > 1 && ~isnumeric(radius))
     if nargin > 2
         args = [args, {gap}, varargin];
     end
-    options = kavro.internal.parse_options(me, struct('rad_curvature', Inf), args);
+    options = kavro.internal.parse_options(me, struct('rad_curvature', Inf, 'amplitude', 1), args);
     rims = given_rims(me, count);
 else
     kavro.internal.check_count(me, nargin, [3 Inf], 'count, radius, gap and options');
-    defaults = struct('inner_radius', 0, 'equal', 'area', 'rad_curvature', Inf);
+    defaults = struct('inner_radius', 0, 'equal', 'area', 'rad_curvature', Inf, 'amplitude', 1);
     options = kavro.internal.parse_options(me, defaults, varargin);
     rims = computed_rims(me, count, radius, gap, options);
 end
 elements = make_rings(me, rims, options.rad_curvature);
+elements = kavro.internal.set_each(me, elements, 'amplitude', 'amplitude', ...
+                                   options.amplitude);
 end
 
 function rims = given_rims(me, rims)

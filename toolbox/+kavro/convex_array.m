@@ -18,9 +18,12 @@ function elements = convex_array(count, pitch, face, rad_curvature, varargin)
 %     rad_curvature    radius of curvature of the arc in m, positive. The centres may take up
 %                      half a circle at most
 %
-%   Options for rectangles
-%     'elevation_focus', 'wavelength'  in m: a lens that focuses in y, as kavro.rectangular_piston
-%                      has it; every rectangle becomes strips of one channel
+%   Options
+%     'amplitude'      factor of the waveform (surface velocity in m/s), one for all or one for
+%                      each; default 1
+%     'elevation_focus', 'wavelength'  of rectangles, in m: a lens that focuses in y, as
+%                      kavro.rectangular_piston has it; every rectangle becomes strips of one
+%                      channel
 %
 %   Result
 %     elements  1 x count structure array (fields as kavro.disc and kavro.rectangular_piston
@@ -51,5 +54,7 @@ depth = 2 * R * sin(theta / 2) .^ 2;
 none = zeros(count, 1);
 elements = kavro.internal.make_elements(shape, sizes, [R * sin(theta), none, -depth], ...
                                         [theta, none, none]);
+elements = kavro.internal.set_each(me, elements, 'amplitude', 'amplitude', ...
+                                   options.amplitude);
 elements = kavro.internal.add_lens(me, elements, options);
 end

@@ -15,9 +15,12 @@ function elements = linear_array(count, pitch, face, varargin)
 %     radius           radius of each disc in m, positive
 %     [width height]   sizes of each rectangle along x and y in m, positive
 %
-%   Options for rectangles
-%     'elevation_focus', 'wavelength'  in m: a lens that focuses in y, as kavro.rectangular_piston
-%                      has it; every rectangle becomes strips of one channel
+%   Options
+%     'amplitude'      factor of the waveform (surface velocity in m/s), one for all or one for
+%                      each; default 1
+%     'elevation_focus', 'wavelength'  of rectangles, in m: a lens that focuses in y, as
+%                      kavro.rectangular_piston has it; every rectangle becomes strips of one
+%                      channel
 %
 %   Result
 %     elements  1 x count structure array (fields as kavro.disc and kavro.rectangular_piston
@@ -41,5 +44,7 @@ options = kavro.internal.lens_options(me, varargin);
 kavro.internal.check_spacing(me, pitch, shape, extent);
 x = kavro.internal.centered_steps(count, pitch).';
 elements = kavro.internal.make_elements(shape, sizes, [x, zeros(count, 2)], [0 0 0]);
+elements = kavro.internal.set_each(me, elements, 'amplitude', 'amplitude', ...
+                                   options.amplitude);
 elements = kavro.internal.add_lens(me, elements, options);
 end

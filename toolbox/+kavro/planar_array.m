@@ -16,9 +16,12 @@ function elements = planar_array(count, pitch, face, varargin)
 %     radius           radius of each disc in m, positive
 %     [width height]   sizes of each rectangle along x and y in m, positive
 %
-%   Options for rectangles
-%     'elevation_focus', 'wavelength'  in m: a lens that focuses in y, as kavro.rectangular_piston
-%                      has it, common to all rows; every rectangle becomes strips of one channel
+%   Options
+%     'amplitude'      factor of the waveform (surface velocity in m/s), one for all or one for
+%                      each; default 1
+%     'elevation_focus', 'wavelength'  of rectangles, in m: a lens that focuses in y, as
+%                      kavro.rectangular_piston has it, common to all rows; every rectangle
+%                      becomes strips of one channel
 %
 %   Result
 %     elements  1 x (nx * ny) structure array (fields as kavro.disc and
@@ -50,5 +53,7 @@ x = kavro.internal.centered_steps(double(count(1)), pitch(1));
 y = kavro.internal.centered_steps(double(count(2)), pitch(2));
 [x, y] = ndgrid(x, y);
 elements = kavro.internal.make_elements(shape, sizes, [x(:), y(:), 0 * x(:)], [0 0 0]);
+elements = kavro.internal.set_each(me, elements, 'amplitude', 'amplitude', ...
+                                   options.amplitude);
 elements = kavro.internal.add_lens(me, elements, options, y(:));
 end

@@ -19,6 +19,8 @@ function elements = random_array(count, aperture_radius, radius, varargin)
 %     'minimum_gap'    between the rims of two elements in m; default 0
 %     'hole_radius'    of a hole in the middle, in m; default 0, none
 %     'seed'           a whole number, 0 or more: another one gives other places; default 0
+%     'amplitude'      factor of the waveform (surface velocity in m/s), one for all or one for
+%                      each; default 1
 %
 %   Result
 %     elements         1 x count structure array (fields as kavro.disc makes them). Random places
@@ -33,8 +35,12 @@ function elements = random_array(count, aperture_radius, radius, varargin)
 
 me = 'random_array';
 kavro.internal.check_count(me, nargin, [3 Inf], 'count, aperture_radius, radius and options');
-centers = kavro.internal.command('random_array', count, aperture_radius, radius, varargin{:});
-options = struct('rad_curvature', Inf, 'minimum_gap', [], 'hole_radius', [], 'seed', []);
+is_amplitude = cellfun(@(name) strcmpi(kavro.internal.to_char(name), 'amplitude'), varargin);
+is_amplitude(2:2:end) = false;
+of_places = varargin(~(is_amplitude | [false, is_amplitude(1:end - 1)]));
+centers = kavro.internal.command('random_array', count, aperture_radius, radius, of_places{:});
+options = struct('rad_curvature', Inf, 'minimum_gap', [], 'hole_radius', [], 'seed', [], ...
+                 'amplitude', 1);
 options = kavro.internal.parse_options(me, options, varargin);
 eulers = [0 0 0];
 if ~isinf(options.rad_curvature)
@@ -43,4 +49,6 @@ if ~isinf(options.rad_curvature)
 end
 sizes.radius = radius;
 elements = kavro.internal.make_elements('disc', sizes, centers, eulers);
+elements = kavro.internal.set_each(me, elements, 'amplitude', 'amplitude', ...
+                                   options.amplitude);
 end

@@ -16,6 +16,10 @@ function elements = ring_array(count, pitch, radius, varargin)
 %     radius    radius of each disc in m, positive
 %     r         radius of the circle through the centres in m, positive
 %
+%   Option
+%     'amplitude'  factor of the waveform (surface velocity in m/s), one for all or one for each;
+%               default 1
+%
 %   Result
 %     elements  1 x count structure array (fields as kavro.disc makes them)
 %
@@ -29,7 +33,7 @@ me = 'ring_array';
 kavro.internal.check_count(me, nargin, [3 Inf], 'count, pitch, radius and options');
 count = kavro.internal.whole_number(me, 'count', count, [2 kavro.internal.most_elements()]);
 sizes.radius = kavro.internal.real_number(me, 'radius', radius, 'positive', 'm');
-options = kavro.internal.parse_options(me, struct('ring_radius', []), varargin);
+options = kavro.internal.parse_options(me, struct('ring_radius', [], 'amplitude', 1), varargin);
 if isempty(options.ring_radius)
     pitch = kavro.internal.real_number(me, 'pitch', pitch, 'positive', 'm');
     r = pitch / (2 * sin(pi / count));
@@ -43,4 +47,6 @@ kavro.internal.check_disc_spacing(me, pitch, sizes.radius);
 phi = (0:count - 1)' * (2 * pi / count);
 centers = r * [cos(phi), sin(phi), zeros(count, 1)];
 elements = kavro.internal.make_elements('disc', sizes, centers, [0 0 0]);
+elements = kavro.internal.set_each(me, elements, 'amplitude', 'amplitude', ...
+                                   options.amplitude);
 end

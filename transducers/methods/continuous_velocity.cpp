@@ -1,6 +1,7 @@
 #include "transducers/methods/continuous_velocity.h"
 
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -240,8 +241,12 @@ private:
             const double path = block.direct_delay[k];
             const std::complex<double> direct =
                 smart_exp(-wave_.attenuation * path, -wave_.wavenumber * path);
+            // As in continuous_wave.cpp, of every sum by itself.
+            const bool is_far = wave_.attenuation * path > 700.0;
             const auto along = [&](const GradientSums::Sum& sum) {
-                return std::complex<double>(sum.re[k], sum.im[k]);
+                const bool is_silent =
+                    is_far && !(std::isfinite(sum.re[k]) && std::isfinite(sum.im[k]));
+                return is_silent ? 0.0 : std::complex<double>(sum.re[k], sum.im[k]);
             };
             tile.add(b, lane, prefactor_ * (direct * along(sums.pressure)));
             const std::complex<double> scale = factor_ * direct;

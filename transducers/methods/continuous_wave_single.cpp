@@ -1,3 +1,4 @@
+#include <cmath>
 #include <complex>
 #include <cstddef>
 #include <cstdint>
@@ -276,9 +277,35 @@ protected:
              Lanes<std::complex<double>>& direct) const override {
         KAVRO_KERNEL(SumExcessWavesSingle)(block, wave_, samples, re, im);
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
-            const double path = block.direct_path[lane];
-            direct[lane] = smart_exp(-unrounded_.attenuation * path, -unrounded_.wavenumber * path);
+            direct[lane] = wave_along(block.direct_path[lane]);
         }
+        replace_overflows(block, samples, block.direct_path, re, im, direct);
+    }
+
+    // Behind a bowl's focus edge waves come before the direct wave. Where losses make more of that
+    // than single precision holds, the waves are summed up by themselves.
+    void replace_overflows(const EdgeBlock<float>& block, int samples,
+                           const Lanes<double>& excess_from, Lanes<float>& re, Lanes<float>& im,
+                           Lanes<std::complex<double>>& direct) const {
+        for (std::size_t lane = 0; lane < block_lanes; ++lane) {
+            if (block.reached[lane] == 0 || (std::isfinite(re[lane]) && std::isfinite(im[lane]))) {
+                continue;
+            }
+            const std::complex<double> to_end = wave_along(block.direct_path[lane]);
+            std::complex<double> sum;
+            for (int i = 0; i < samples; ++i) {
+                const std::size_t at = static_cast<std::size_t>(i) * block_lanes + lane;
+                const double path = excess_from[lane] + static_cast<double>(block.excess[at]);
+                sum += static_cast<double>(block.coefficient[at]) * (wave_along(path) - to_end);
+            }
+            direct[lane] = sum;
+            re[lane] = 1.0f;
+            im[lane] = 0.0f;
+        }
+    }
+
+    std::complex<double> wave_along(double path) const {
+        return smart_exp(-unrounded_.attenuation * path, -unrounded_.wavenumber * path);
     }
 
     const WaveParameters unrounded_;
@@ -300,6 +327,7 @@ protected:
         for (std::size_t lane = 0; lane < block_lanes; ++lane) {
             direct[lane] = {lanes.re[lane], lanes.im[lane]};
         }
+        replace_overflows(block, samples, block.middle_path, re, im, direct);
     }
 };
 

@@ -115,7 +115,10 @@ HWY_INLINE bool ChoosePiece(const SeenPiece& piece, const FaceScene& scene,
     const auto in_line = hn::Le(L, demand.of_gradient ? Number(-1.0) : zero);
     const auto level = hn::Or(absent, in_line);
     spectrum = hn::IfThenZeroElse(level, spectrum);
-    ends.kink = hn::IfThenZeroElse(level, ends.kink);
+    // All that an edge adds to a waveform without jumps is below 8 k L times the direct wave: next
+    // to its line, rounding apart from it, there is nothing that a kink could spoil.
+    const auto next_to_line = hn::Le(Product(L, 8.0 * k), allowed);
+    ends.kink = hn::IfThenZeroElse(hn::Or(level, next_to_line), ends.kink);
     ends.jump = hn::IfThenZeroElse(level, ends.jump);
     const Given given = Rung(spectrum, ends);
     StoreRung(given.order, hn::Gt(zero, one), *tables.line_gauss, *tables.line_gauss, out, lane);
