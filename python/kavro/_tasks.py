@@ -8,6 +8,8 @@ from collections.abc import Iterator
 from contextlib import contextmanager
 from typing import Any
 
+from kavro._errors import part_of_a_field
+
 
 @contextmanager
 def task(what: str, size: int) -> Iterator[int | None]:
@@ -24,7 +26,8 @@ def task(what: str, size: int) -> Iterator[int | None]:
                 f"{size / 2**20:.0f} MiB have no room in a worker of {limit / 2**20:.0f} MiB, which "
                 "holds them up to four times: computed, copied, written, and the next ones."
             )
-        yield (None if alone else 1) if worker is None else int(worker.state.nthreads)
+        with part_of_a_field():
+            yield (None if alone else 1) if worker is None else int(worker.state.nthreads)
     except Exception as error:
         finer = " Cut finer: ask for more blocks." if isinstance(error, MemoryError) else ""
         error.args = (f"{error}{finer} ({what}.)",)

@@ -64,6 +64,15 @@ def test_blocks_join_to_the_whole(grid):
             assert report.abscissas[1] == pytest.approx(told.abscissas[1], rel=1e-12)
 
 
+def test_a_block_that_no_wave_reaches_is_no_fault():
+    far = kavro.Grid(x=(0, 0, 1), z=(5e-3, 60e-3, 0.02e-3))
+    early = {**SIGNAL, "time": kavro.Times(0, 15e-6, 1e-6)}
+    with warnings.catch_warnings(), dask.config.set(scheduler="synchronous"):
+        warnings.simplefilter("error")
+        field = kd.pressure(ARRAY, far, WATER, **early).compute()
+    assert field[0, 0, 0].any() and not field[0, 0, -500:].any()
+
+
 def test_blocks_are_large_and_equal_but_the_last():
     def chunks(*shape, **options):
         x, y, z = ((0, (n - 1) * 1e-3, 1e-3) if n > 1 else 0 for n in shape)
