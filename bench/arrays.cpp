@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -91,7 +92,8 @@ public:
             const pid_t child = fork();
             if (child == 0) {
                 prctl(PR_SET_PDEATHSIG, SIGKILL);
-                for (volatile unsigned turns = 0;; turns = turns + 1) {
+                for (std::atomic<unsigned> turns{0};;) {
+                    turns.fetch_add(1, std::memory_order_relaxed);
                 }
             }
             if (child > 0) {
